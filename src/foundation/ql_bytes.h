@@ -1,0 +1,63 @@
+// Numbers from on-disk bytes: bounded little-endian reads by offset.
+//
+// Everything that comes from a disk is held as bytes and read through these functions, never by
+// casting a pointer. Bytes behind the end of a buffer count as 0, so that a cut or damaged
+// structure gives zeros and never a neighbour's bytes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
+
+namespace ql {
+
+using bytes = std::span<const std::uint8_t>;
+
+// The `width` bytes at offset `at`, lowest first, as a number; width is 0 to 8.
+// Bytes behind the end of `b` count as 0: a field that straddles the end has zero high bytes.
+constexpr std::uint64_t le_uint(bytes b, std::size_t at, std::size_t width) {
+    std::uint64_t value = 0;
+    for (std::size_t i = width; i-- > 0;) {
+        const bool inside = at < b.size() && i < b.size() - at;  // at + i could wrap
+        value = value << 8 | (inside ? b[at + i] : 0u);
+    }
+    return value;
+}
+
+// One byte; 0 behind the end.
+constexpr std::uint8_t le8(bytes b, std::size_t at) {
+    return at < b.size() ? b[at] : std::uint8_t{0};
+}
+
+// Two bytes, lowest first.
+constexpr std::uint16_t le16(bytes b, std::size_t at) {
+    return static_cast<std::uint16_t>(le_uint(b, at, 2));
+}
+
+// Four bytes, lowest first.
+constexpr std::uint32_t le32(bytes b, std::size_t at) {
+    return static_cast<std::uint32_t>(le_uint(b, at, 4));
+}
+
+// The six bytes of an MFT entry number in a file reference.
+constexpr std::uint64_t le48(bytes b, std::size_t at) { return le_uint(b, at, 6); }
+
+// Eight bytes, lowest first.
+constexpr std::uint64_t le64(bytes b, std::size_t at) { return le_uint(b, at, 8); }
+
+// What stands from `at` on, at most `count` bytes; shorter or empty where `b` ends first.
+constexpr bytes clip(bytes b, std::size_t at, std::size_t count = SIZE_MAX) {
+    if (at >= b.size()) return {};
+    const std::size_t left = b.size() - at;
+    return b.subspan(at, count < left ? count : left);
+}
+
+// True when the bytes at `at` are those of `text`; false when they run past the end of `b`.
+inline bool has_text(bytes b, std::size_t at, const char* text) {
+    const std::size_t length = std::strlen(text);
+    const bytes part = clip(b, at, length);
+    return part.size() == length && std::memcmp(part.data(), text, length) == 0;
+}
+
+}  // namespace ql

@@ -1,0 +1,174 @@
+// FILE records: header, update sequence, attribute headers and the walkers over them.
+//
+// A record is held as a byte span of the full record size. All offsets are from its start, and
+// bytes behind its end read as 0, which ends every walk: type 0 with length 0 is no attribute.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "foundation/ql_bytes.h"
+
+// Attribute types.
+namespace attrib_type {
+constexpr std::uint32_t standard_information = 0x10;
+constexpr std::uint32_t attribute_list = 0x20;
+constexpr std::uint32_t file_name = 0x30;
+constexpr std::uint32_t object_id = 0x40;
+constexpr std::uint32_t security_descriptor = 0x50;
+constexpr std::uint32_t volume_name = 0x60;
+constexpr std::uint32_t volume_information = 0x70;
+constexpr std::uint32_t data = 0x80;
+constexpr std::uint32_t index_root = 0x90;
+constexpr std::uint32_t index_allocation = 0xA0;
+constexpr std::uint32_t bitmap = 0xB0;
+constexpr std::uint32_t reparse_point = 0xC0;
+constexpr std::uint32_t ea_information = 0xD0;
+constexpr std::uint32_t ea = 0xE0;
+constexpr std::uint32_t property_set = 0xF0;
+constexpr std::uint32_t logged_utility_stream = 0x100;
+constexpr std::uint32_t end = 0xFFFFFFFF;
+}  // namespace attrib_type
+
+// The low 48 bits of a file reference: the MFT entry number.
+constexpr std::uint64_t entry_of(std::uint64_t ref) { return ref & 0xFFFFFFFFFFFFull; }
+
+// Header of a FILE record, over the bytes of the record.
+//
+//    0  4    keyword "FILE"              20  u16  first attribute offset
+//    4  u16  update sequence offset      22  u16  flags: bit 0 in use, bit 1 directory
+//    6  u16  update sequence count       28  u32  bytes allocated
+//   16  u16  sequence number             32  u64  base record reference
+//   18  u16  hard link count             44  u32  the record's own number, low 32 bits
+struct file_record {
+    ql::bytes record;
+
+    std::uint16_t sequence_array_offset() const { return ql::le16(record, 4); }
+    std::uint16_t sequence_array_count() const { return ql::le16(record, 6); }
+    std::uint16_t sequence_number() const { return ql::le16(record, 16); }
+    std::uint16_t hard_link_count() const { return ql::le16(record, 18); }
+    std::uint16_t first_attrib_offset() const { return ql::le16(record, 20); }
+    std::uint16_t flags() const { return ql::le16(record, 22); }
+    bool in_use() const { return (flags() & 1u) != 0; }
+    bool is_directory() const { return (flags() & 2u) != 0; }
+    std::uint32_t bytes_allocated() const { return ql::le32(record, 28); }
+    std::uint64_t base_ref() const { return ql::le64(record, 32); }
+    std::uint32_t own_number() const { return ql::le32(record, 44); }
+
+    bool has_file_keyword() const { return ql::has_text(record, 0, "FILE"); }
+    bool has_index_keyword() const { return ql::has_text(record, 0, "INDX"); }
+    bool has_bad_keyword() const { return ql::has_text(record, 0, "BAAD"); }
+    // Keyword "FILE", update sequence at 48 with a count of at most 9, first attribute below 73.
+    // Records of older volumes, with the update sequence at 42, are no valid records here.
+    bool is_valid() const {
+        return has_file_keyword() && sequence_array_offset() == 48 &&
+               sequence_array_count() <= 9 && first_attrib_offset() < 73;
+    }
+    // (count - 1) * 512 in unsigned 32 bits for a valid record, else 0.
+    std::uint32_t record_size_from_usa() const {
+        return is_valid() ? (static_cast<std::uint32_t>(sequence_array_count()) - 1u) * 512u : 0u;
+    }
+};
+
+// Header of one attribute. Value, name and run list are bounded by the record, not by the
+// attribute's own length.
+//
+//    0  u32  type                   9  u8   name length, 16-bit units    14  u16  attribute id
+//    4  u32  length, all of it     10  u16  name offset
+//    8  u8   non-resident flag     12  u16  flags: 1 compressed, 0x4000 encrypted, 0x8000 sparse
+//   resident:      16 u32 value length, 20 u16 value offset
+//   non-resident:  16 u64 starting VCN, 24 u64 last VCN, 32 u16 run list offset, 34 u8 compression
+//                  unit, 40 allocated, 48 real, 56 initialized, 64 compressed size (u64 each)
+struct record_attrib {
+    ql::bytes record;
+    std::size_t at = 0;  // offset of the header in the record
+
+    std::uint32_t type() const { return ql::le32(record, at); }
+    std::uint32_t length() const { return ql::le32(record, at + 4); }
+    bool nonresident() const { return ql::le8(record, at + 8) != 0; }
+    std::uint8_t name_length() const { return ql::le8(record, at + 9); }
+    std::uint16_t name_offset() const { return ql::le16(record, at + 10); }
+    std::uint16_t flags() const { return ql::le16(record, at + 12); }
+    std::uint16_t id() const { return ql::le16(record, at + 14); }
+
+    std::uint32_t value_length() const { return ql::le32(record, at + 16); }
+    std::uint16_t value_offset() const { return ql::le16(record, at + 20); }
+    // What stands at the value offset, to the end of the record.
+    ql::bytes value_to_record_end() const { return ql::clip(record, at + value_offset()); }
+    // The value, clipped to the record.
+    ql::bytes value() const { return ql::clip(record, at + value_offset(), value_length()); }
+
+    std::uint64_t starting_vcn() const { return ql::le64(record, at + 16); }
+    std::uint16_t run_list_offset() const { return ql::le16(record, at + 32); }
+    std::uint8_t compression_unit() const { return ql::le8(record, at + 34); }
+    std::uint64_t allocated_size() const { return ql::le64(record, at + 40); }
+    std::uint64_t real_size() const { return ql::le64(record, at + 48); }
+    std::uint64_t initialized_size() const { return ql::le64(record, at + 56); }
+    std::uint64_t compressed_size() const { return ql::le64(record, at + 64); }
+
+    // What stands `offset` bytes behind the header, to the end of the record.
+    ql::bytes from(std::size_t offset) const { return ql::clip(record, at + offset); }
+};
+
+// The attribute at the first attribute offset of a record.
+inline record_attrib first_attrib(ql::bytes record) {
+    return {record, file_record{record}.first_attrib_offset()};
+}
+
+// The first attribute of `type`. Each attribute on the way is tested: type 0xFFFFFFFF ends, a
+// matching type is the hit, a length of 0 or above `limit` ends. False when there is none.
+bool find_attrib(ql::bytes record, std::uint32_t type, record_attrib& attribute,
+                 std::uint32_t limit);
+
+// The same, starting at `attribute` itself, which is tested, too.
+bool find_next_attrib(record_attrib& attribute, std::uint32_t type, std::uint32_t limit);
+
+// The first attribute of `type` from `attribute` on whose name is `name` (UTF-16LE bytes, exact).
+// With an empty name, the first without a name; there a match longer than `limit` ends the walk.
+bool find_named_attrib(record_attrib& attribute, std::uint32_t type, ql::bytes name,
+                       std::uint32_t limit);
+
+// One entry of an $ATTRIBUTE_LIST, over the bytes of the list.
+//
+//    0  u32  type            7  u8   name offset        16  u64  file reference
+//    4  u16  entry length    8  u64  starting VCN       24  u16  attribute id
+//    6  u8   name length
+struct list_entry {
+    ql::bytes list;
+    std::size_t at = 0;
+
+    std::uint32_t type() const { return ql::le32(list, at); }
+    std::uint16_t length() const { return ql::le16(list, at + 4); }
+    std::uint8_t name_length() const { return ql::le8(list, at + 6); }
+    std::uint8_t name_offset() const { return ql::le8(list, at + 7); }
+    std::uint64_t starting_vcn() const { return ql::le64(list, at + 8); }
+    std::uint64_t entry_number() const { return ql::le48(list, at + 16); }
+    std::uint16_t sequence() const { return ql::le16(list, at + 22); }
+    std::uint16_t id() const { return ql::le16(list, at + 24); }
+};
+
+// The first list entry of `type` and `name` from `entry` on, which is tested first. `bytes_left`
+// counts down by each entry passed and is 0 after an entry of length 0.
+bool find_list_entry(list_entry& entry, std::int64_t& bytes_left, std::uint32_t type,
+                     ql::bytes name);
+
+// Puts the last two bytes of each block of `record` back from its update sequence array at
+// `array_offset`: words 1 to `array_count` - 1, at most `size` / `stride` blocks. The check value
+// (word 0) is not compared. A count below 2 or a stride of 0 changes nothing. Words behind the end
+// of the record are 0; a place outside the record is not written.
+void apply_update_sequence(std::span<std::uint8_t> record, std::uint16_t array_offset,
+                           std::uint16_t array_count, std::uint64_t size, std::uint32_t stride);
+
+// What apply_fixup found.
+namespace record_kind {
+constexpr std::uint32_t none = 0;
+constexpr std::uint32_t file = 1;
+constexpr std::uint32_t index = 2;
+constexpr std::uint32_t bad = 3;
+}  // namespace record_kind
+
+// The general form: tells the kind of a record of at least 1024 bytes and applies its update
+// sequence. False with kind 0 for a smaller record or an unknown keyword, false when `size` is below
+// (count - 1) * stride, and for a "BAAD" record with a count above 10.
+bool apply_fixup(std::uint32_t& kind, std::span<std::uint8_t> record, std::uint32_t stride);

@@ -1,0 +1,25 @@
+// From a textual path to an MFT entry.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+class CNtfs;
+class cmd_params;
+
+// Walks from the root directory (entry 5), one segment at a time, comparing names without regard to
+// ASCII case. Junctions and symbolic links on the way are followed from the root when
+// `follow_links` is set, without a bound: links that lead to each other never end.
+//
+// inode          out: the entry, 0 on failure of the first steps
+// parent_inode   out: the directory that holds it; 0 when a link was the last segment
+// resolved_path  out: the path that was walked
+// trace          each step is written here as a "-diags" line
+//
+// False, traced only, when a segment isn't found or the path is empty.
+bool resolve_path(std::uint64_t& inode, std::uint64_t& parent_inode, std::wstring& resolved_path,
+                  CNtfs* ntfs, const std::wstring& path, bool follow_links, cmd_params& trace);
+
+// The segments of a path: split at "/" if it holds one anywhere, else at the backslash; empty
+// pieces are dropped.
+wchar_t path_separator(const std::wstring& path);

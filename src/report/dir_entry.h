@@ -1,0 +1,63 @@
+// The rows of a listing.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <set>
+#include <string>
+#include <vector>
+
+// One $FILE_NAME of a listed entry.
+struct fn_entry {
+    std::uint64_t parent_ref = 0;
+    std::uint64_t created = 0;  // FILETIMEs
+    std::uint64_t modified = 0;
+    std::uint64_t mft_changed = 0;
+    std::uint64_t accessed = 0;
+    std::wstring name;
+    std::uint8_t is_short = 0;   // the DOS name
+    std::uint8_t time_null = 0;  // one of the four stamps is 0
+    std::string comment;         // "fn:time null" then
+};
+
+// What a row stands for.
+namespace entry_type {
+constexpr std::uint32_t file = 1;
+constexpr std::uint32_t directory = 16;
+constexpr std::uint32_t index_stream = 256;
+constexpr std::uint32_t data_stream = 4096;
+}  // namespace entry_type
+
+// Bit of dir_entry::flags: the FILE record is a directory.
+constexpr std::uint16_t record_flag_directory = 0x0002;
+
+// One listed thing: a file, a directory, an alternate data stream or an index allocation stream.
+struct dir_entry {
+    std::vector<fn_entry> fn_list;   // names under this parent, in name-key order
+    std::wstring parent_path;        // the directory's path
+    std::uint32_t type = 0;          // one of entry_type
+    std::array<std::uint8_t, 16> object_id{};  // all zero when there is none
+    std::uint64_t size = 0;          // bytes: allocated size, or the length of a resident value
+    std::wstring link_target;        // always empty
+    std::uint64_t mft_entry = 0;
+    std::uint16_t seq_num = 0;
+    std::uint16_t flags = 0;         // of the FILE record
+    std::uint64_t parent_entry = 0;
+    std::wstring name;               // display name
+    std::wstring full_path;          // lower-cased; the sort key
+    std::uint64_t si_created = 0;    // FILETIMEs of $STANDARD_INFORMATION
+    std::uint64_t si_modified = 0;
+    std::uint64_t si_mft_changed = 0;
+    std::uint64_t si_accessed = 0;
+    std::uint32_t attributes = 0;    // file attribute flags
+};
+
+// Orders rows by code point of their sort key, a prefix first.
+struct by_full_path {
+    bool operator()(const dir_entry& a, const dir_entry& b) const {
+        return a.full_path < b.full_path;
+    }
+};
+
+// Rows in report order; equal keys stay in the order of insertion.
+using dir_entry_set = std::multiset<dir_entry, by_full_path>;

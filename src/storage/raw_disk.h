@@ -1,0 +1,73 @@
+// The one object through which every byte of the source enters the program.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+class vmdk_chain;
+
+// How CRawDisk reads its source.
+enum class disk_kind : std::uint32_t {
+    file = 0,            // seek and read, clamped to the size
+    physical_drive = 3,  // reads on sector boundaries
+    vmdk = 4,            // reads of a VMDK chain
+    none = 8,            // not opened: every read fails
+};
+
+// One open source of bytes: an image or device node opened as a file, a drive named by number, or
+// a chain of VMDK files. Knows nothing of partitions or file systems. Never opened for writing by
+// this program. Reads are unbuffered.
+class CRawDisk {
+public:
+    // Opens a file, image or device node by name. `ok` tells whether it is open. `path_kind` is 0
+    // or 2; both open a file.
+    CRawDisk(const std::wstring& path, bool write_access, bool no_open, std::uint32_t path_kind);
+    // Opens drive 0 to 19, "/dev/sda" to "/dev/sdt". A drive that can't be opened is told on
+    // standard error. `drive_kind` is 3.
+    CRawDisk(std::uint32_t drive, bool write_access, bool no_open, bool reserved_1,
+             std::uint32_t drive_kind, bool reserved_2);
+    // Opens a chain of VMDK files.
+    CRawDisk(const std::vector<std::wstring>& files, bool write_access, bool no_open);
+    ~CRawDisk();
+    CRawDisk(const CRawDisk&) = delete;
+    CRawDisk& operator=(const CRawDisk&) = delete;
+
+    // Reads at the absolute byte `offset` of the source by one read call.
+    //
+    // count  in: bytes wanted; out: less where the source ends first
+    //
+    // True: `buffer` holds `count` bytes; what a short read did not bring is zero. False when the
+    // source is not open, `count` is 0, `offset` (as a signed number) is not below the size, or the
+    // read fails.
+    bool read_bytes(void* buffer, std::uint32_t& count, std::uint64_t offset);
+
+    // Size in bytes; 0 when not open. A source that can't seek to its end has 2^64 - 1.
+    std::uint64_t size_in_bytes() const;
+
+    std::unique_ptr<vmdk_chain> vmdk;
+    std::wstring volume_name;
+    std::int32_t drive_number = -1;
+    bool write_access = false;
+    bool read_locked = false;
+    std::int64_t native_handle = -1;
+    std::int32_t fd = -1;  // with a VMDK chain: that of the base extent, which the chain closes
+    std::uint32_t cylinders_hi = 0;
+    std::uint32_t cylinders_lo = 0;
+    std::uint32_t tracks_per_cylinder = 0;
+    std::uint32_t sectors_per_track = 0;
+    std::uint32_t sector_size = 0;  // 512 once open
+    std::uint32_t offset_hi = 0;    // bits 32 to 59 of the volume offset; VMDK only
+    std::uint32_t offset_lo = 0;    // bits 0 to 27
+    std::string path_utf8;
+    std::wstring path_wide;
+    disk_kind kind = disk_kind::none;
+    bool ok = false;
+    std::int64_t size_bytes = 0;
+
+private:
+    bool open_path();
+    bool read_file(void* buffer, std::uint32_t& count, std::uint64_t offset);
+    bool read_sector_aligned(void* buffer, std::uint32_t count, std::uint64_t offset);
+};

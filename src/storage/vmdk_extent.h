@@ -1,0 +1,64 @@
+// One hosted sparse VMDK file: header, embedded descriptor, grain directory and grain tables.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "foundation/ql_bytes.h"
+
+class vmdk_extent {
+public:
+    vmdk_extent() = default;
+    ~vmdk_extent();  // closes the file
+    vmdk_extent(const vmdk_extent&) = delete;
+    vmdk_extent& operator=(const vmdk_extent&) = delete;
+
+    // Opens the file and reads all of its metadata. True exactly when `ready`.
+    bool open(const std::wstring& path, bool write_access);
+
+    // Fields of the sparse extent header; sector counts are in units of 512 bytes.
+    std::uint64_t capacity() const { return ql::le64(header, 12); }
+    std::uint64_t grain_size() const { return ql::le64(header, 20); }
+    std::uint64_t descriptor_offset() const { return ql::le64(header, 28); }
+    std::uint64_t descriptor_size() const { return ql::le64(header, 36); }
+    std::uint32_t entries_per_table() const { return ql::le32(header, 44); }
+    std::uint64_t grain_dir_offset() const { return ql::le64(header, 56); }
+    std::uint64_t overhead() const { return ql::le64(header, 64); }
+
+    // The place in the file of byte `offset` of the disk. False when this file does not hold it.
+    bool find_grain(std::uint64_t offset, std::uint64_t& position) const;
+
+    // Bytes from `offset` to the end of its grain; 0 when the grain size is 0.
+    std::uint64_t grain_left(std::uint64_t offset) const;
+
+    // Reads `count` bytes, no more than grain_left(offset); `count` comes back as delivered. False
+    // for a hole, a place behind the end of the file or a failed read.
+    bool read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count);
+
+    std::array<std::uint8_t, 513> header{};
+    std::vector<std::wstring> descriptor_lines;  // every non-empty line, in order
+    std::string encoding;                        // values of the descriptor, quotes included
+    std::string parent_cid;
+    std::string cid;
+    std::string parent_file_hint;
+    vmdk_extent* child = nullptr;  // links in the chain, not owned
+    vmdk_extent* parent = nullptr;
+    std::vector<std::uint32_t> grain_directory;            // sector numbers
+    std::uint64_t first_table_offset = 0;                  // bytes in the file
+    std::vector<std::vector<std::uint32_t>> grain_tables;  // one a directory entry
+    std::uint64_t first_sector_offset = 0;                 // bytes in the file
+    std::vector<std::uint8_t> first_sector;
+    std::vector<std::uint64_t> partition_offsets;  // bytes
+    std::vector<std::uint32_t> partition_sector_sizes;
+    std::uint32_t sector_size = 512;
+    std::uint64_t file_size = 0;
+    std::uint64_t table_span = 0;   // bytes of disk that one grain table covers
+    std::uint64_t grain_bytes = 0;  // bytes in a grain
+    bool ready = false;
+    std::int32_t fd = -1;
+    bool write_access = false;
+    std::string path_utf8;
+    std::wstring path_wide;
+};
