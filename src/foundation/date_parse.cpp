@@ -1,0 +1,1 @@
+#include "foundation/ql_time.h"

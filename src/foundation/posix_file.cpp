@@ -1,0 +1,1 @@
+#include "foundation/posix_file.h"

@@ -1,0 +1,1 @@
+#include "foundation/uni_streams.h"

@@ -1,0 +1,1 @@
+#include "ntfs/data_run_list.h"

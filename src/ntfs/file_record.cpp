@@ -1,0 +1,1 @@
+#include "ntfs/file_record.h"

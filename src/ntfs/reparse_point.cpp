@@ -1,0 +1,1 @@
+#include "ntfs/reparse_point.h"

@@ -1,0 +1,1 @@
+#include "report/csv_listing.h"

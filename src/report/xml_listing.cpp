@@ -1,0 +1,1 @@
+#include "report/xml_listing.h"

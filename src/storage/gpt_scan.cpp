@@ -1,0 +1,1 @@
+#include "storage/ql_disk_structs.h"

@@ -1,0 +1,1 @@
+#include "storage/source_check.h"

@@ -1,0 +1,1 @@
+#include "foundation/print_error.h"

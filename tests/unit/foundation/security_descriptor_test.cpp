@@ -1,0 +1,1 @@
+#include "foundation/security_descriptor.h"

@@ -1,0 +1,1 @@
+#include "foundation/split_path.h"

@@ -1,0 +1,1 @@
+#include "ntfs/index_reader.h"

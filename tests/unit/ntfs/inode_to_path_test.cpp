@@ -1,0 +1,1 @@
+#include "ntfs/inode_to_path.h"

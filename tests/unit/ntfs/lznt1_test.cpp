@@ -1,0 +1,1 @@
+#include "ntfs/lznt1.h"

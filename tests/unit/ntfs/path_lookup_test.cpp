@@ -1,0 +1,1 @@
+#include "ntfs/path_lookup.h"

@@ -1,0 +1,1 @@
+#include "run/cmd_params.h"

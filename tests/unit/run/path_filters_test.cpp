@@ -1,0 +1,1 @@
+#include "run/path_filters.h"

@@ -1,0 +1,1 @@
+#include "run/quorvel_opts.h"

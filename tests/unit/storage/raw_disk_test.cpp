@@ -1,0 +1,1 @@
+#include "storage/raw_disk.h"

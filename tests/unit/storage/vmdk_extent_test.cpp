@@ -1,0 +1,1 @@
+#include "storage/vmdk_extent.h"

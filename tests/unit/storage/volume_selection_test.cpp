@@ -1,0 +1,1 @@
+#include "storage/volume_selection.h"
