@@ -37,6 +37,13 @@ struct file_time_bounds {
 // list. The result is true when at least one item was read.
 bool parse_filter_list(std::vector<path_filter>& out, const std::string& text);
 
+// Appends an item that holds a signature: `text` is "<hexadecimal digits>", or the same with the
+// offset in the file behind "|" or ",". False, with nothing appended, for a text without fields.
+bool parse_filter_signature(std::vector<path_filter>& out, const std::string& text);
+
+// Stores the lowered `path` and its length in every item of `filters`.
+void set_filter_root(std::vector<path_filter>& filters, const std::string& path);
+
 // True when a file at `path` (lower-cased) gets rows. An empty list lets everything pass; a date
 // window that is on lets no file pass, whatever its stamps. `with_stream` is false in this program.
 bool path_passes_filters(const cmd_params& params, const std::wstring& path,

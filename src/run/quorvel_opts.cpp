@@ -1,1 +1,5 @@
 #include "run/quorvel_opts.h"
+
+quorvel_opts::quorvel_opts() = default;
+
+quorvel_opts::~quorvel_opts() = default;
