@@ -1,0 +1,278 @@
+// One file record of $MFT, attribute by attribute.
+//
+//    0  "FILE"                      24  u32  bytes in use
+//    4  u16  update sequence offset 28  u32  bytes allocated
+//    6  u16  its words              32  u64  base record reference
+//    8  u64  log sequence number    40  u16  next attribute id
+//   16  u16  sequence number        44  u32  own number
+//   18  u16  link count             48  the update sequence array
+//   20  u16  first attribute        56  the first attribute (further back in large records)
+//   22  u16  flags: 1 in use, 2 directory
+//
+// Everything is sound unless a test says otherwise; a test states only what is special:
+//
+//   volume.entry(64).standard_information().file_name(5, u"a.txt").data("abc").stream(u"zone",
+//   "x");
+//
+// All functions that add return the builder. Attributes are numbered in the order of the calls and
+// laid out by type (calls of one type keep their order), unless keep_order() or raw_attribute() is
+// used: then they stand in the order of the calls.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/byte_image.h"
+#include "support/filetime.h"
+#include "support/run_list.h"
+
+namespace support {
+
+// Attribute type codes.
+namespace type {
+inline constexpr std::uint32_t standard_information = 0x10, attribute_list = 0x20, file_name = 0x30,
+                               object_id = 0x40, security_descriptor = 0x50, volume_name = 0x60,
+                               volume_information = 0x70, data = 0x80, index_root = 0x90,
+                               index_allocation = 0xA0, bitmap = 0xB0, reparse_point = 0xC0,
+                               ea_information = 0xD0, ea = 0xE0, logged_utility_stream = 0x100,
+                               end = 0xFFFFFFFF;
+}  // namespace type
+
+// File attribute flags.
+namespace flag {
+inline constexpr std::uint32_t read_only = 1, hidden = 2, system = 4, archive = 0x20,
+                               sparse = 0x200, reparse = 0x400, compressed = 0x800,
+                               not_indexed = 0x2000, encrypted = 0x4000, directory = 0x10000000,
+                               index_view = 0x20000000;
+}  // namespace flag
+
+enum name_space : std::uint8_t { posix = 0, win32 = 1, dos = 2, win32_and_dos = 3 };
+
+// entry number and sequence as one 64-bit reference: the number in the low 48 bits.
+constexpr std::uint64_t file_reference(std::uint64_t entry, std::uint16_t sequence) {
+    return (entry & 0xFFFFFFFFFFFFull) | std::uint64_t{sequence} << 48;
+}
+// The sequence number that an entry has unless it is set: 1 for $MFT and from 16 on, else the
+// number.
+constexpr std::uint16_t default_sequence(std::uint64_t entry) {
+    return entry == 0 || entry >= 16 ? std::uint16_t{1} : static_cast<std::uint16_t>(entry);
+}
+
+struct standard_information_options {
+    file_times times = {};
+    std::uint32_t attributes = flag::archive;
+    std::uint32_t security_id = 0;  // in the long form
+    std::size_t length = 72;        // 48 ends behind the class id; any other length cuts or pads
+    std::uint32_t owner_id = 0;
+    std::uint64_t quota = 0, usn = 0;
+};
+
+struct file_name_options {
+    name_space space = win32;
+    file_times times = {};
+    std::optional<std::uint16_t> parent_sequence = {};  // default_sequence(parent) if not set
+    std::uint64_t allocated = 0;
+    std::uint64_t real = 0;
+    std::uint32_t flags = flag::archive;
+    std::uint32_t reparse_tag = 0;
+    std::optional<std::uint8_t> name_length =
+        {};  // units, as stored; the size of the name if not set
+};
+
+// The 66 bytes and the name of a $FILE_NAME attribute, which index entries repeat.
+bytes file_name_value(std::uint64_t parent_entry, std::u16string_view name,
+                      const file_name_options& options = {});
+bytes standard_information_value(const standard_information_options& options = {});
+
+struct resident_options {
+    std::uint16_t flags = 0;  // 1 compressed, 0x4000 encrypted, 0x8000 sparse
+    std::optional<std::uint16_t> id = {};
+    std::uint8_t indexed = 0;  // byte 22
+};
+
+// What a non-resident header (64 bytes, 72 with `unit`) tells. Sizes that are not set follow from
+// the runs: `allocated` all clusters, `real` and `initialized` the same number.
+struct nonresident_options {
+    std::optional<std::uint64_t> allocated = {}, real = {}, initialized = {};
+    std::optional<std::uint64_t> compressed = {};  // written when `unit` is not 0 or this is set
+    std::uint8_t unit = 0;                         // log2 of clusters in a compression unit
+    std::uint16_t flags = 0;
+    std::uint64_t start_vcn = 0;
+    std::optional<std::uint64_t> last_vcn = {};
+    std::optional<std::uint16_t> id = {};
+    std::optional<std::uint16_t> run_offset = {};  // as stored; the list stands where it belongs
+    std::uint32_t cluster = 0;                     // bytes; 0: the cluster size of the volume
+};
+
+// One entry of an attribute list: type, length, name, start VCN, record reference, attribute id.
+struct list_entry {
+    std::uint32_t type = 0;
+    std::u16string name = {};
+    std::uint64_t start_vcn = 0;
+    std::uint64_t record = 0;  // a file_reference
+    std::uint16_t id = 0;
+    std::optional<std::uint16_t> length = {};      // stored length; also the room that it takes
+    std::optional<std::uint8_t> name_offset = {};  // 26 if not set
+};
+bytes attribute_list_value(const std::vector<list_entry>& entries);
+
+// How the names stand in the buffer of a reparse point.
+struct reparse_options {
+    std::u16string print = {};
+    bool relative = false;     // symbolic links: flag word 1
+    bool print_first = false;  // print name ahead of the substitute name
+    bool terminated = true;    // zero units behind the names
+    // Stored offsets and lengths in bytes, where they shall differ from the truth.
+    std::optional<std::uint16_t> substitute_offset = {}, substitute_length = {};
+    std::optional<std::uint16_t> print_offset = {}, print_length = {};
+    std::optional<std::uint16_t> data_length = {};
+};
+inline constexpr std::uint32_t mount_point_tag = 0xA0000003, symbolic_link_tag = 0xA000000C;
+// Tag, data length, zero, then the four name words (and the flags of a symbolic link) and names.
+// Tags other than the two get the layout of a mount point.
+bytes reparse_value(std::uint32_t tag, std::u16string_view substitute,
+                    const reparse_options& options = {});
+
+class record_builder {
+public:
+    // `record_size` and `sector_size` in bytes. The update sequence has a word for each sector; a
+    // record smaller than a sector has one. `cluster_size` serves the sizes of non-resident
+    // headers.
+    explicit record_builder(std::uint64_t number, std::size_t record_size = 1024,
+                            std::size_t sector_size = 512, std::size_t cluster_size = 4096);
+
+    // --- header ---
+    record_builder& flags(std::uint16_t value);  // 1 in use, 2 directory
+    record_builder& sequence(std::uint16_t value);
+    record_builder& base(std::uint64_t reference);    // see file_reference; makes it an extension
+    record_builder& link_count(std::uint16_t value);  // else the number of names but DOS ones
+    record_builder& keyword(std::string_view four_characters);
+    record_builder& first_attribute(std::uint16_t offset);  // where attributes are laid out as well
+    record_builder& usa_offset(std::uint16_t value);        // as stored; the array moves there too
+    record_builder& usa_count(std::uint16_t value);  // as stored; fixups cover that many sectors
+    record_builder& check_value(
+        std::uint16_t value);  // first word of the update sequence; 1 if not set
+    record_builder& bytes_in_use(std::uint32_t value);
+    record_builder& bytes_allocated(std::uint32_t value);
+    record_builder& own_number(std::uint32_t value);
+
+    // --- attributes ---
+    record_builder& standard_information(const standard_information_options& options = {});
+    record_builder& file_name(std::uint64_t parent_entry, std::u16string_view name,
+                              const file_name_options& options = {});
+    record_builder& object_id(std::span<const std::uint8_t> sixteen_or_more);
+    record_builder& reparse(std::uint32_t tag, std::u16string_view substitute,
+                            const reparse_options& options = {});
+    // The unnamed $DATA.
+    record_builder& data(std::string_view content);
+    record_builder& data(const bytes& content);
+    record_builder& data_runs(const cluster_runs& runs, const nonresident_options& options = {});
+    // A named $DATA.
+    record_builder& stream(std::u16string_view name, std::string_view content);
+    record_builder& stream(std::u16string_view name, const bytes& content);
+    record_builder& stream_runs(std::u16string_view name, const cluster_runs& runs,
+                                const nonresident_options& options = {});
+    // An attribute list with its entries in the record, or in clusters that the caller has written
+    // (attribute_list_value gives the bytes, `options.real` their number).
+    record_builder& attribute_list(const std::vector<list_entry>& entries);
+    record_builder& attribute_list_runs(const cluster_runs& runs,
+                                        const nonresident_options& options = {});
+    // Any attribute.
+    record_builder& resident(std::uint32_t type_code, std::u16string_view name, const bytes& value,
+                             const resident_options& options = {});
+    record_builder& nonresident(std::uint32_t type_code, std::u16string_view name,
+                                const cluster_runs& runs, const nonresident_options& options = {});
+    // With a run list of the caller's making; `runs` serve the sizes alone.
+    record_builder& nonresident(std::uint32_t type_code, std::u16string_view name,
+                                const bytes& list, const cluster_runs& runs,
+                                const nonresident_options& options = {});
+    // Bytes that stand where an attribute stands, header and all.
+    record_builder& raw_attribute(const bytes& content);
+
+    // --- changes ---
+    // Overwrites bytes of the attribute that was added last: `at` counts from its header.
+    record_builder& edit(std::size_t at, std::uint64_t value, std::size_t width);
+    // The id of the attribute that was added last.
+    record_builder& id(std::uint16_t value);
+    // The id that the next attribute gets; counting goes on from it.
+    record_builder& next_id(std::uint16_t value);
+    record_builder& keep_order();
+    // No end marker behind the attributes.
+    record_builder& without_end_marker();
+    // Takes all attributes away (of one type: `remove`), the header stays.
+    record_builder& clear();
+    record_builder& remove(std::uint32_t type_code);
+    // Overwrites bytes of the record before the fixups are made / after them.
+    record_builder& put_before_fixup(std::size_t offset, std::uint64_t value, std::size_t width);
+    record_builder& put(std::size_t offset, std::uint64_t value, std::size_t width);
+    // Leaves the record without fixups: the update sequence is zero.
+    record_builder& without_fixups();
+
+    // --- results ---
+    std::uint64_t number() const { return m_number; }
+    std::uint64_t reference() const { return file_reference(m_number, m_sequence); }
+    std::uint16_t sequence() const { return m_sequence; }
+    // Byte offset in the record of the `index`-th attribute of that type and name; throws
+    // std::out_of_range when there is none. As laid out by the calls so far; directory indexes
+    // (ntfs_image.h) join only when the volume is built.
+    std::size_t attribute_offset(std::uint32_t type_code, std::u16string_view name = u"",
+                                 std::size_t index = 0) const;
+    // The record. Throws std::length_error when the attributes don't fit.
+    bytes build() const;
+    // The same as it looks in memory, after the sectors' last words were put back.
+    bytes build_before_fixup() const;
+    // Bytes that are still free for attributes.
+    std::size_t room() const;
+
+    // What an attribute list needs to know of the attributes here.
+    std::vector<list_entry> list_entries() const;
+
+private:
+    struct attribute {
+        std::uint32_t type_code = 0;
+        std::u16string name;
+        std::uint16_t id = 0;
+        std::uint64_t start_vcn = 0;
+        bytes content;  // header and value, padded; the id is in it
+        bool raw = false;
+    };
+    struct change {
+        std::size_t offset;
+        std::uint64_t value;
+        std::size_t width;
+    };
+
+    record_builder& add(attribute made, std::optional<std::uint16_t> id);
+    std::vector<const attribute*> in_order() const;
+    std::size_t first_offset() const;
+    std::size_t array_offset() const;
+    std::size_t array_words() const;
+    std::uint16_t counted_links() const;
+    void put_header(bytes& record, std::size_t used) const;
+    void fix_up(bytes& record) const;
+
+    std::uint64_t m_number;
+    std::size_t m_record_size, m_sector_size, m_cluster_size;
+    std::uint16_t m_sequence;
+    std::uint16_t m_flags = 1;
+    std::uint64_t m_base = 0;
+    std::string m_keyword = "FILE";
+    std::uint16_t m_check_value = 1;
+    std::uint16_t m_next_id = 0;
+    std::optional<std::uint16_t> m_link_count, m_first_attribute, m_usa_offset, m_usa_count;
+    std::optional<std::uint32_t> m_bytes_in_use, m_bytes_allocated, m_own_number;
+    bool m_keep_order = false, m_end_marker = true, m_fixups = true;
+    std::vector<attribute> m_attributes;
+    std::vector<change> m_before_fixup, m_after_fixup;
+};
+
+// Replaces the last two bytes of each sector of `block` by `check_value` and keeps what stood there
+// in the array at `array_offset`. `words` counts the check value; sectors behind the block's end
+// are left out.
+void apply_fixups(std::span<std::uint8_t> block, std::size_t sector_size, std::size_t array_offset,
+                  std::size_t words, std::uint16_t check_value);
+
+}  // namespace support

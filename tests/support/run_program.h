@@ -1,0 +1,30 @@
+// Runs a program the way a shell-less parent does and collects what it writes.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace support {
+
+struct program_result {
+    int status = 0;  // exit status 0 to 255, or minus the number of the signal that ended it
+    std::string standard_output;
+    std::string standard_error;
+};
+
+struct program_options {
+    std::string working_directory;  // empty: that of the caller
+    // Set on top of the caller's environment; `clear_environment` starts from nothing instead.
+    std::map<std::string, std::string> environment;
+    bool clear_environment = false;
+    std::string argument_zero;   // empty: the path of the program
+    std::string standard_input;  // given through a file
+};
+
+// Runs `program` (a path) with `arguments`, waits for its end. Both outputs are read whole, however
+// long they are. Throws std::runtime_error when the program can't be started.
+program_result run_program(const std::string& program, const std::vector<std::string>& arguments,
+                           const program_options& options = {});
+
+}  // namespace support

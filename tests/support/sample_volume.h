@@ -1,0 +1,60 @@
+// A volume of a few MiB with something of everything: for end-to-end tests, the demo and seeds.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "support/byte_image.h"
+#include "support/ntfs_image.h"
+
+namespace support {
+
+// Entry numbers of sample_volume(). "@" marks what is special.
+namespace sample {
+inline constexpr std::uint64_t windows = 40,  // \windows
+    system32 = 41,                            // \windows\system32
+    notepad = 42,  // \windows\notepad.exe, non-resident, two runs; DOS and Win32 name alike
+    config = 43,   // \windows\system32\config, a directory with a stream "note"
+    sam = 44,      // \windows\system32\config\SAM, a sparse attribute header
+    drivers = 45,  // \windows\system32\drivers: @ $INDEX_ROOT in extension record 46
+    drivers_extension = 46,  //
+    hal = 47,                // \windows\system32\hal.dll = \windows\hal link.dll: @ a hard link
+    log = 48,                // \windows\setup.log: @ compressed
+    users = 50,              // \users
+    kim = 51,                // \users\kim, with an object id
+    report = 52,             // \users\kim\quarterly report.docx, DOS name QUARTE~1.DOC; streams
+                             // "Zone.Identifier" (resident) and "big" (non-resident); object id
+    set_back = 53,     // \users\kim\setback.exe: @ $STANDARD_INFORMATION older than $FILE_NAME
+    zero_times = 54,   // \users\kim\zero.dat: @ all stamps 0
+    far_times = 55,    // \users\kim\far.dat: @ stamps outside of any sensible range
+    comma = 56,        // \users\kim\a,b|c&d<e"f.txt: @ separators and markup in the name
+    control = 57,      // \users\kim\tab<U+0009>bell<U+0007>.txt: @ control characters
+    umlaut = 58,       // \users\kim\Größe öäü.txt
+    emoji = 59,        // \users\kim\<U+1F600>.txt: @ a surrogate pair
+    lone = 60,         // \users\kim\<U+D800>x.txt: @ a broken surrogate
+    documents = 61,    // \users\kim\documents
+    junction = 62,     // \users\kim\my documents -> \??\C:\users\kim\documents
+    symlink = 63,      // \users\kim\docs -> documents, relative
+    deleted = 64,      // \users\kim\gone.txt: @ not in use, stale index entry in \users\kim
+    letter = 65,       // \users\kim\documents\letter.txt, read only and hidden
+    empty = 66,        // \users\kim\documents\empty.txt
+    many = 70,         // \many: 300 files in several INDX blocks
+    many_first = 100,  // \many\file 000.txt; 001 is 101, and so on
+    many_count = 300;
+}  // namespace sample
+
+ntfs_image sample_volume();
+
+// The same volume as the second of two partitions of an MBR disk: sectors 63 (FAT16, boot sector
+// only) and 2048 (NTFS), that is byte offset 0x100000.
+inline constexpr std::uint64_t sample_volume_offset = 0x100000;
+byte_image sample_disk();
+
+// A volume of `directories` directories of `files_per_directory` files each, written straight to
+// `path` with little memory, whatever the counts are. Directory d is \dir<d> (5 digits), entry
+// 64 + d * (files_per_directory + 1); its files follow it as file<f>.txt (4 digits).
+// Throws std::runtime_error when the file can't be written.
+void save_many_files_volume(const std::string& path, std::uint64_t directories,
+                            std::uint64_t files_per_directory);
+
+}  // namespace support

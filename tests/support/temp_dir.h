@@ -1,0 +1,32 @@
+// A unique directory for the files of one test.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace support {
+
+class temp_dir {
+public:
+    // Creates the directory below $TMPDIR, or below /tmp. Throws std::runtime_error on failure.
+    temp_dir();
+    // Removes the directory with everything in it.
+    ~temp_dir();
+    temp_dir(const temp_dir&) = delete;
+    temp_dir& operator=(const temp_dir&) = delete;
+
+    const std::string& path() const { return m_path; }
+    // The path of `name` inside the directory; creates nothing.
+    std::string file(std::string_view name) const;
+    // Writes a file with `content` and returns its path.
+    std::string write(std::string_view name, std::string_view content) const;
+
+private:
+    std::string m_path;
+};
+
+// The whole content of a file; throws std::runtime_error when it can't be read.
+std::string read_file(const std::string& path);
+bool file_exists(const std::string& path);
+
+}  // namespace support
