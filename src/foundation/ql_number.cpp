@@ -1,1 +1,133 @@
 #include "foundation/ql_number.h"
+
+#include <cstdlib>
+#include <locale>
+#include <sstream>
+
+#include "foundation/ql_string.h"
+
+namespace ql {
+
+namespace {
+
+std::string lowered_and_trimmed(const std::string& text) {
+    std::string copy = text;
+    lower(copy);
+    trim(copy);
+    return copy;
+}
+
+bool begins_decimal(const std::string& text) {
+    if (text.empty()) return false;
+    const char first = text.front();
+    return (first >= '0' && first <= '9') || first == '+' || first == '-';
+}
+
+// The digits of `text` from `at` on. The reading stops at the first character that is no digit of
+// the base, and a text without digits is 0.
+std::uint64_t digits_from(const std::string& text, std::size_t at, int base) {
+    return std::strtoull(text.c_str() + at, nullptr, base);
+}
+
+// Hexadecimal behind the first "x" or else octal behind the first "o" of a lowered text. False,
+// with `out` untouched, when it has neither.
+bool read_marked(const std::string& lowered, std::uint64_t& out) {
+    if (const auto x = lowered.find('x'); x != std::string::npos) {
+        out = digits_from(lowered, x + 1, 16);
+        return true;
+    }
+    if (const auto o = lowered.find('o'); o != std::string::npos) {
+        out = digits_from(lowered, o + 1, 8);
+        return true;
+    }
+    return false;
+}
+
+// Takes the blanks in front of a number away. False when a blank stands behind a digit.
+bool drop_leading_blanks(std::string& text) {
+    bool digit_before = false;
+    for (const char c : text) {
+        if (c == ' ' && digit_before) return false;
+        if (c != ' ') digit_before = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
+    }
+    remove_char(text, ' ');
+    return true;
+}
+
+// One number from the start of `text` by a stream's own reader. False when there is none or when it
+// doesn't fit.
+bool read_by_stream(const std::string& text, std::ios_base& (*base)(std::ios_base&),
+                    std::uint64_t& out) {
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
+    std::uint64_t value = 0;
+    if (!(stream >> base >> value)) return false;
+    out = value;
+    return true;
+}
+
+}  // namespace
+
+bool parse_number(const std::string& text, std::uint64_t& out) {
+    const std::string copy = lowered_and_trimmed(text);
+    if (read_marked(copy, out)) return true;
+    if (!begins_decimal(copy)) return false;
+    out = digits_from(copy, 0, 10);
+    return true;
+}
+
+bool parse_u32(const std::string& text, std::uint32_t& out) {
+    out = 0;
+    const std::string copy = lowered_and_trimmed(text);
+    if (copy.empty()) return false;
+    if (copy.size() > 1 && copy[1] == 'x') {
+        out = static_cast<std::uint32_t>(digits_from(text, 2, 16));
+    } else if (copy[0] == 'x') {
+        out = static_cast<std::uint32_t>(digits_from(text, 1, 16));
+    } else if (copy[0] == 'o') {
+        out = static_cast<std::uint32_t>(digits_from(text, 1, 8));
+    } else if (begins_decimal(copy)) {
+        out = static_cast<std::uint32_t>(digits_from(copy, 0, 10));
+    } else if (copy.size() == 3 && copy[0] == '\'' && copy[2] == '\'') {
+        out = static_cast<std::uint8_t>(copy[1]);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+bool parse_count(const std::string& text, std::uint32_t& out) {
+    const std::string copy = lowered_and_trimmed(text);
+    std::uint64_t value = 0;
+    if (read_marked(copy, value)) {
+        out = static_cast<std::uint32_t>(value);
+        return true;
+    }
+    if (!begins_decimal(copy)) return false;
+    out = static_cast<std::uint32_t>(std::strtol(copy.c_str(), nullptr, 10));
+    return true;
+}
+
+bool parse_u32_any(const std::string& text, std::uint32_t& out) {
+    std::uint64_t value = 0;
+    if (!parse_number(text, value)) return false;
+    out = static_cast<std::uint32_t>(value);
+    return true;
+}
+
+bool parse_u64(const std::string& text, std::uint64_t& out) {
+    constexpr std::size_t max_text = 31, max_hex = 16, max_octal = 23, max_decimal = 20;
+    std::string copy = lowered_and_trimmed(text);
+    if (copy.empty() || copy.size() > max_text || !drop_leading_blanks(copy)) return false;
+
+    const std::size_t hex_at = copy.size() > 2 && copy[1] == 'x' ? 2 : copy[0] == 'x' ? 1 : 0;
+    if (hex_at != 0) {
+        if (copy.size() - hex_at > max_hex) return false;
+        return read_by_stream(copy.substr(hex_at), std::hex, out);
+    }
+    if (copy[0] == 'o')
+        return copy.size() <= max_octal && read_by_stream(copy.substr(1), std::oct, out);
+    return copy.size() <= max_decimal && read_by_stream(copy, std::dec, out);
+}
+
+}  // namespace ql

@@ -1,1 +1,342 @@
 #include "foundation/ql_time.h"
+
+#include <sys/time.h>
+
+#include <algorithm>
+
+#include "foundation/ql_calendar.h"
+
+namespace ql {
+
+namespace {
+
+// The local time of a stamp must lie before this year.
+constexpr std::int64_t first_year_not_shown = 3001;
+
+// The host's distance from UTC in seconds at this moment, standard time as mktime takes it.
+std::int64_t host_utc_offset() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{}, utc{};
+    localtime_r(&now, &local);
+    gmtime_r(&now, &utc);
+    const auto seconds = static_cast<float>(std::mktime(&local) - std::mktime(&utc));
+    const float hours = seconds / 3600.0f;
+    return static_cast<std::int64_t>(hours * 3600.0f);
+}
+
+// Seconds in the host's local time as broken-down fields, without a summer-time flag.
+std::tm local_time_fields(std::int64_t local_seconds) {
+    const std::int64_t days = floor_div(local_seconds, seconds_a_day);
+    const auto second_of_day = static_cast<int>(local_seconds - days * seconds_a_day);
+    const calendar_day date = day_to_calendar(days + days_1601_to_1970);
+    std::tm fields{};
+    fields.tm_sec = second_of_day % 60;
+    fields.tm_min = second_of_day / 60 % 60;
+    fields.tm_hour = second_of_day / 3600;
+    fields.tm_mday = date.day;
+    fields.tm_mon = date.month - 1;
+    fields.tm_year = date.year - 1900;
+    fields.tm_wday = date.day_of_week;
+    fields.tm_yday = date.day_of_year;
+    return fields;
+}
+
+// The stamp's local time, if that lies before the year 3001; false, with `out` untouched, if not.
+// The host's offset is taken once, so that all stamps of a run are measured alike.
+bool to_local_fields(std::uint64_t unix_seconds, std::tm& out) {
+    static const std::int64_t offset = host_utc_offset();
+    static const std::int64_t limit =
+        (calendar_to_day(first_year_not_shown, 1, 1) - days_1601_to_1970) * seconds_a_day;
+    constexpr std::uint64_t far_future = std::uint64_t{1} << 48;  // keeps the sum in 64 bits
+    if (unix_seconds > far_future) return false;
+    const std::int64_t local_seconds = static_cast<std::int64_t>(unix_seconds) + offset;
+    if (local_seconds >= limit) return false;
+    out = local_time_fields(local_seconds);
+    return true;
+}
+
+_windows_systemtime to_system_time(std::uint64_t filetime) {
+    const std::uint64_t seconds = filetime / ticks_a_second;
+    const std::uint64_t ticks = filetime % ticks_a_second;
+    const auto second_of_day = static_cast<std::uint32_t>(seconds % seconds_a_day);
+    const calendar_day date = day_to_calendar(static_cast<std::int64_t>(seconds / seconds_a_day));
+    _windows_systemtime fields;
+    fields.year = static_cast<std::uint16_t>(date.year);
+    fields.month = static_cast<std::uint16_t>(date.month);
+    fields.day_of_week = static_cast<std::uint16_t>(date.day_of_week);
+    fields.day = static_cast<std::uint16_t>(date.day);
+    fields.hour = static_cast<std::uint16_t>(second_of_day / 3600);
+    fields.minute = static_cast<std::uint16_t>(second_of_day / 60 % 60);
+    fields.second = static_cast<std::uint16_t>(second_of_day % 60);
+    fields.millisecond = static_cast<std::uint16_t>(ticks / 10'000);
+    fields.microsecond = ticks / 10;
+    fields.nanosecond = ticks * 100;
+    fields.picosecond = ticks * 100'000;
+    return fields;
+}
+
+// `value` in decimal, filled with zeros to `width` digits, `width` at most 20. More digits are
+// written where the value has them.
+void append_number(std::string& out, std::uint64_t value, unsigned width) {
+    char digits[20];
+    unsigned count = 0;
+    while (value != 0 || count < width) {
+        digits[sizeof digits - ++count] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    }
+    out.append(digits + sizeof digits - count, count);
+}
+
+// The point and `digits` digits of the fraction, truncated. Only 3 to 9 digits are known; any other
+// number adds nothing.
+void append_fraction(std::string& out, const _windows_systemtime& fields, unsigned digits) {
+    if (digits < 3 || digits > 9) return;
+    std::uint64_t value = digits == 3   ? fields.millisecond
+                          : digits <= 6 ? fields.microsecond
+                                        : fields.nanosecond;
+    const unsigned held = digits == 3 ? 3 : digits <= 6 ? 6 : 9;
+    for (unsigned i = digits; i < held; ++i)
+        value /= 10;
+    out.push_back('.');
+    append_number(out, value, digits);
+}
+
+void append_month(std::string& out, const _windows_systemtime& fields, bool by_name) {
+    if (by_name)
+        out += month_abbrev(fields.month);
+    else
+        append_number(out, fields.month, 2);
+}
+
+// The date in the order of the style; nothing for an order that the style doesn't know. A style
+// without a separator has a NUL byte between the fields.
+void append_styled_date(std::string& out, const _windows_systemtime& fields, date_style style) {
+    const auto separator = static_cast<char>(style.separator);
+    const unsigned order =
+        style.date_flags &
+        (date_flag::day_month_year | date_flag::month_day_year | date_flag::year_month_day);
+    const bool by_number = (style.date_flags & date_flag::month_number) != 0;
+    const bool by_name = !by_number && (style.date_flags & date_flag::month_name) != 0;
+    const unsigned year_width = (style.date_flags & date_flag::year_4) != 0 ? 4 : 2;
+    if (!by_number && !by_name) return;
+
+    if (order == date_flag::month_day_year) {
+        append_month(out, fields, by_name);
+        out.push_back(separator);
+        append_number(out, fields.day, 2);
+        out.push_back(separator);
+        append_number(out, fields.year, year_width);
+    } else if (order == date_flag::day_month_year) {
+        append_number(out, fields.day, 2);
+        out.push_back(separator);
+        append_month(out, fields, by_name);
+        out.push_back(separator);
+        append_number(out, fields.year, year_width);
+    } else if (order == date_flag::year_month_day && by_number) {
+        append_number(out, fields.year, year_width);
+        out.push_back(separator);
+        append_number(out, fields.month, 2);
+        out.push_back(separator);
+        append_number(out, fields.day, 2);
+    }
+}
+
+void append_clock(std::string& out, const _windows_systemtime& fields) {
+    append_number(out, fields.hour, 2);
+    out.push_back(':');
+    append_number(out, fields.minute, 2);
+}
+
+bool holds(const std::string& format, const char* part) {
+    return format.find(part) != std::string::npos;
+}
+
+// The separator of a date format: "/", "-" or a blank, in this order of preference; 0 without any.
+char separator_of(const std::string& date_format) {
+    for (const char separator : {'/', '-', ' '})
+        if (date_format.find(separator) != std::string::npos) return separator;
+    return '\0';
+}
+
+// How many fraction digits a time format asks for: from its first "xxx" to its last "x". 0 when it
+// has no "xxx".
+std::size_t fraction_width(const std::string& time_format) {
+    const std::size_t first = time_format.find("xxx");
+    return first == std::string::npos ? 0 : time_format.rfind('x') - first + 1;
+}
+
+// The date as the format text itself asks for it.
+void append_formatted_date(std::string& out, const _windows_systemtime& fields,
+                           const std::string& format) {
+    const std::size_t year_at = format.find("yy");
+    const std::size_t month_at = format.find("mm");
+    const std::size_t day_at = format.find("dd");
+    const bool by_name = holds(format, "mmm");
+    const bool short_year = year_at != std::string::npos && !holds(format, "yyyy");
+    const char separator = separator_of(format);
+    const auto separate = [&] {
+        if (separator != '\0') out.push_back(separator);
+    };
+    const auto add_year = [&] {
+        if (short_year)
+            append_number(out, fields.year % 100u, 2);
+        else
+            append_number(out, fields.year, 4);
+    };
+
+    if (std::max({year_at, month_at, day_at}) == std::string::npos) {
+        append_month(out, fields, by_name);
+        out.push_back('/');
+        append_number(out, fields.day, 2);
+        out.push_back('/');
+        add_year();
+        return;
+    }
+    if (year_at == 0) {
+        add_year();
+        separate();
+    }
+    if (day_at < month_at) {
+        append_number(out, fields.day, 2);
+        separate();
+        append_month(out, fields, by_name);
+    } else {
+        append_month(out, fields, by_name);
+        separate();
+        append_number(out, fields.day, 2);
+        if (separator == ' ' && format.find(',', day_at) != std::string::npos) out.push_back(',');
+    }
+    if (year_at != 0) {
+        separate();
+        add_year();
+    }
+}
+
+void append_formatted_time(std::string& out, const _windows_systemtime& fields,
+                           const std::string& format) {
+    if (holds(format, "hh:mm")) append_clock(out, fields);
+    if (holds(format, "ss")) {
+        out.push_back(':');
+        append_number(out, fields.second, 2);
+    }
+    const std::size_t digits = fraction_width(format);
+    if (digits <= 9) append_fraction(out, fields, static_cast<unsigned>(digits));
+}
+
+std::uint8_t order_flag(std::size_t year_at, std::size_t month_at, std::size_t day_at) {
+    if (day_at < month_at && month_at < year_at) return date_flag::day_month_year;
+    if (month_at < day_at && day_at < year_at) return date_flag::month_day_year;
+    if (year_at < month_at && month_at < day_at) return date_flag::year_month_day;
+    return 0;
+}
+
+// Compiles a date format. False at the first of month, year and day that it doesn't name; what was
+// found before that stays in `style`.
+bool compile_date(date_style& style, const std::string& format) {
+    style.separator = static_cast<std::uint8_t>(separator_of(format));
+
+    std::size_t month_at = format.find("mmm");
+    const bool by_name = month_at != std::string::npos;
+    if (!by_name) month_at = format.find("mm");
+    if (month_at == std::string::npos) return false;
+    style.date_flags |= by_name ? date_flag::month_name : date_flag::month_number;
+
+    std::size_t year_at = format.find("yyyy");
+    const bool long_year = year_at != std::string::npos;
+    if (!long_year) year_at = format.find("yy");
+    if (year_at == std::string::npos) return false;
+    style.date_flags |= long_year ? date_flag::year_4 : date_flag::year_2;
+
+    if (holds(format, ",")) style.date_flags |= date_flag::comma;
+    const std::size_t day_at = format.find("dd");
+    if (day_at == std::string::npos) return false;
+    style.date_flags |= order_flag(year_at, month_at, day_at);
+    return true;
+}
+
+}  // namespace
+
+time::time(std::uint64_t value, type_time type) {
+    if (type == type_time::filetime) {
+        fill_from_filetime(value);
+        return;
+    }
+    if (value < 1) return;
+    unix_seconds = value;
+    filetime = value * ticks_a_second + ticks_1601_to_1970;
+    if (to_local_fields(unix_seconds, local_fields)) fill_from_filetime(filetime);
+}
+
+time time::now() {
+    timeval clock{};
+    gettimeofday(&clock, nullptr);
+    return {static_cast<std::uint64_t>(clock.tv_usec) * 10 +
+                static_cast<std::uint64_t>(clock.tv_sec) * ticks_a_second + ticks_1601_to_1970,
+            type_time::filetime};
+}
+
+void time::fill_from_filetime(std::uint64_t ticks) {
+    filetime = ticks;
+    if (ticks == 0 || !filetime_to_unix(ticks, unix_seconds) || unix_seconds == 0) return;
+    if (!to_local_fields(unix_seconds, local_fields)) return;
+
+    system_time = to_system_time(ticks);
+    filetime_checked = ticks;
+    if (system_time.year >= 1980 && system_time.year < 2038) {
+        dos_date = static_cast<std::uint16_t>((system_time.year - 1980) << 9 |
+                                              system_time.month << 5 | system_time.day);
+        dos_time = static_cast<std::uint16_t>(system_time.hour << 11 | system_time.minute << 5 |
+                                              ((system_time.second + 1) / 2 & 31));
+    }
+    valid = 1;
+}
+
+std::uint32_t date_time_strings(std::string& date_out, std::string& time_out, const time& t,
+                                date_style style) {
+    date_out.clear();
+    time_out.clear();
+    if (t.valid == 0) return 0;
+    if (style.is_zero()) {
+        format_date_time(date_out, time_out, t, "yyyy-mm-dd", "hh:mm:ss.xxx");
+        return 0;
+    }
+    append_styled_date(date_out, t.system_time, style);
+    append_clock(time_out, t.system_time);
+    time_out.push_back(':');
+    append_number(time_out, t.system_time.second, 2);
+    append_fraction(time_out, t.system_time, style.fraction_digits());
+    return t.valid;
+}
+
+std::uint8_t format_date_time(std::string& date_out, std::string& time_out, const time& t,
+                              const std::string& date_format, const std::string& time_format) {
+    date_out.clear();
+    time_out.clear();
+    if (t.valid == 0) return 0;
+    if (!date_format.empty()) append_formatted_date(date_out, t.system_time, date_format);
+    if (!time_format.empty()) append_formatted_time(time_out, t.system_time, time_format);
+    return 1;
+}
+
+void parse_date_style(date_style& style_out, const std::string& date_format,
+                      const std::string& time_format, bool pair_datetime) {
+    style_out = date_style{};
+    style_out.time_bits = pair_datetime ? 1 : 0;
+    if (!date_format.empty() && !compile_date(style_out, date_format)) return;
+    const std::size_t digits = std::min<std::size_t>(fraction_width(time_format), 9);
+    style_out.time_bits = static_cast<std::uint8_t>(style_out.time_bits | digits << 1);
+}
+
+std::string month_abbrev(std::int32_t month) {
+    static constexpr const char* names[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                            "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    return month < 1 || month > 12 ? "" : names[month - 1];
+}
+
+bool filetime_to_unix(std::uint64_t filetime, std::uint64_t& out) {
+    if (filetime >> 63 != 0) return false;
+    out = (filetime - ticks_1601_to_1970) / ticks_a_second;
+    return true;
+}
+
+}  // namespace ql
