@@ -1,6 +1,7 @@
 // The rows of a listing.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <set>
@@ -33,24 +34,30 @@ constexpr std::uint16_t record_flag_directory = 0x0002;
 
 // One listed thing: a file, a directory, an alternate data stream or an index allocation stream.
 struct dir_entry {
-    std::vector<fn_entry> fn_list;   // names under this parent, in name-key order
-    std::wstring parent_path;        // the directory's path
-    std::uint32_t type = 0;          // one of entry_type
+    std::vector<fn_entry> fn_list;             // names under this parent, in name-key order
+    std::wstring parent_path;                  // the directory's path
+    std::uint32_t type = 0;                    // one of entry_type
     std::array<std::uint8_t, 16> object_id{};  // all zero when there is none
-    std::uint64_t size = 0;          // bytes: allocated size, or the length of a resident value
-    std::wstring link_target;        // always empty
+    std::uint64_t size = 0;    // bytes: allocated size, or the length of a resident value
+    std::wstring link_target;  // always empty
     std::uint64_t mft_entry = 0;
     std::uint16_t seq_num = 0;
-    std::uint16_t flags = 0;         // of the FILE record
+    std::uint16_t flags = 0;  // of the FILE record
     std::uint64_t parent_entry = 0;
-    std::wstring name;               // display name
-    std::wstring full_path;          // lower-cased; the sort key
-    std::uint64_t si_created = 0;    // FILETIMEs of $STANDARD_INFORMATION
+    std::wstring name;             // display name
+    std::wstring full_path;        // lower-cased; the sort key
+    std::uint64_t si_created = 0;  // FILETIMEs of $STANDARD_INFORMATION
     std::uint64_t si_modified = 0;
     std::uint64_t si_mft_changed = 0;
     std::uint64_t si_accessed = 0;
-    std::uint32_t attributes = 0;    // file attribute flags
+    std::uint32_t attributes = 0;  // file attribute flags
 };
+
+// True unless the object id is all zero.
+inline bool has_object_id(const dir_entry& entry) {
+    return std::any_of(entry.object_id.begin(), entry.object_id.end(),
+                       [](std::uint8_t byte) { return byte != 0; });
+}
 
 // Orders rows by code point of their sort key, a prefix first.
 struct by_full_path {

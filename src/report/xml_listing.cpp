@@ -1,1 +1,200 @@
 #include "report/xml_listing.h"
+
+#include <string_view>
+#include <utility>
+
+#include "foundation/ql_string.h"
+#include "report/listing_paths.h"
+#include "report/name_stamps.h"
+#include "report/row_text.h"
+#include "report/stamp_text.h"
+#include "run/quorvel_opts.h"
+
+namespace {
+
+constexpr std::size_t size_width = 8;  // hexadecimal digits
+
+// Names of the elements of one stamp.
+struct stamp_elements {
+    const char* date;
+    const char* time;
+};
+struct stamp_set_elements {
+    stamp_elements created;
+    stamp_elements modified;
+    stamp_elements mft_changed;
+    stamp_elements accessed;
+};
+constexpr stamp_set_elements file_elements = {{"file_create_date", "file_create_time"},
+                                              {"file_altered_date", "file_altered_time"},
+                                              {"file_mft_changed_date", "file_mft_changed_time"},
+                                              {"file_accessed_date", "file_accessed_time"}};
+constexpr stamp_set_elements name_elements = {{"name_create_date", "name_create_time"},
+                                              {"name_altered_date", "name_altered_time"},
+                                              {"name_mft_changed_date", "name_mft_changed_time"},
+                                              {"name_accessed_date", "name_accessed_time"}};
+constexpr stamp_set_elements short_name_elements = {
+    {"shortname_create_date", "shortname_create_time"},
+    {"shortname_altered_date", "shortname_altered_time"},
+    {"shortname_mft_changed_date", "shortname_mft_changed_time"},
+    {"shortname_accessed_date", "shortname_accessed_time"}};
+
+// The one blank inside is part of the format.
+constexpr std::string_view no_short_name =
+    "<shortname_create_date/><shortname_create_time/>"
+    "<shortname_altered_date/> <shortname_altered_time/>"
+    "<shortname_mft_changed_date/><shortname_mft_changed_time/>"
+    "<shortname_accessed_date/><shortname_accessed_time/>";
+
+// Escapes `text` in place, whatever was escaped in it before: "&lt;" becomes "&amp;lt;".
+void escape(std::string& text) {
+    std::string escaped;
+    ql::xml_escape(escaped, text);
+    text = std::move(escaped);
+}
+
+// Writes the elements of one listing.
+class xml_rows {
+public:
+    xml_rows(std::ostream& out, const quorvel_opts& settings, listing_paths& paths)
+        : m_out(out), m_settings(settings), m_paths(paths), m_stamp(settings.date_style) {}
+
+    void write(const dir_entry& entry) {
+        m_name.clear();
+        ql::append_utf8(m_name, entry.name);
+        if (!m_paths.take(entry, m_name)) return;
+        m_row += "<data_entry>";
+        if ((entry.flags & record_flag_directory) != 0) {
+            append_directory_head();
+        } else {
+            append_file_head(entry.size);
+        }
+        append_link(entry);
+        append_stamps(file_elements, standard_stamps(entry));
+        append_names_and_discrepancy(entry);
+        append_object_id(entry);
+        m_row += "</data_entry>";
+        write_row(m_out, m_row);
+    }
+
+private:
+    // Streams of a directory have this form, too.
+    void append_directory_head() {
+        escape(m_paths.row_path);
+        append_element("directory", m_paths.row_path);
+        m_row += "\n<filename>.</filename><dir>true</dir><size/>";
+    }
+
+    // The path of the listing is escaped anew for each file and stays so: "a&b" shows as
+    // "a&amp;b" with the first file, as "a&amp;amp;b" with the second, and a subdirectory's path
+    // starts from what the files before it left.
+    void append_file_head(std::uint64_t size) {
+        escape(m_name);
+        escape(m_paths.dir_path);
+        append_element("directory", m_paths.dir_path);
+        m_row += '\n';
+        append_element("filename", m_name);
+        m_row += "<dir/><size>";
+        if (m_settings.hex_numbers != 0) {
+            append_hex(m_row, size, size_width);
+        } else {
+            append_decimal(m_row, size);
+        }
+        m_row += "</size>";
+    }
+
+    void append_link(const dir_entry& entry) {
+        if (entry.link_target.empty()) {
+            m_row += "<sym_link/>";
+            return;
+        }
+        m_row += "<sym_link>";
+        ql::append_utf8(m_row, entry.link_target);
+        m_row += "</sym_link>";
+    }
+
+    void append_stamps(const stamp_set_elements& elements, const stamp_set& stamps) {
+        append_stamp(elements.created, stamps.created);
+        append_stamp(elements.modified, stamps.modified);
+        append_stamp(elements.mft_changed, stamps.mft_changed);
+        append_stamp(elements.accessed, stamps.accessed);
+    }
+
+    void append_stamp(const stamp_elements& elements, std::uint64_t filetime) {
+        m_stamp.render(filetime);
+        append_element(elements.date, m_stamp.date);
+        append_element(elements.time, m_stamp.time);
+    }
+
+    void append_names_and_discrepancy(const dir_entry& entry) {
+        bool discrepancy = false;
+        if (m_settings.alldates != 0 && !entry.fn_list.empty()) {
+            const name_stamps names = pick_name_stamps(entry.fn_list);
+            append_stamps(name_elements, names.long_name);
+            if (names.short_name.created != 0) {
+                append_stamps(short_name_elements, names.short_name);
+            } else {
+                m_row += no_short_name;
+            }
+            discrepancy = has_time_discrepancy(entry, names.long_name);
+        }
+        append_element("time_discrepancy", discrepancy ? "true" : "false");
+    }
+
+    void append_object_id(const dir_entry& entry) {
+        if (!has_object_id(entry)) {
+            m_row += "<object_id/>";
+            return;
+        }
+        std::string text;
+        ql::format_guid(text, entry.object_id.data());
+        append_element("object_id", text);
+    }
+
+    void append_element(std::string_view element, std::string_view content) {
+        m_row += '<';
+        m_row += element;
+        m_row += '>';
+        m_row += content;
+        m_row += "</";
+        m_row += element;
+        m_row += '>';
+    }
+
+    std::ostream& m_out;
+    const quorvel_opts& m_settings;
+    listing_paths& m_paths;
+    stamp_text m_stamp;
+    std::string m_row;
+    std::string m_name;
+};
+
+}  // namespace
+
+void write_xml_opening(std::ostream& out, const quorvel_opts& opts) {
+    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<logdata ";
+    if (!opts.image_path.empty()) {
+        text += " umounted_image=\"" + ql::to_utf8(opts.image_path) + "\"\n";
+    }
+    text += " starting_path=\"" + ql::to_utf8(opts.entries.begin()->parent_path) + '"';
+    std::string date;
+    std::string time;
+    ql::date_time_strings(date, time, ql::time::now(), opts.date_style);
+    text += " date=\"" + date + "\" time=\"" + time + "\">";
+    write_row(out, text);
+}
+
+void write_xml_closing(std::ostream& out) {
+    std::string text = "</logdata>";
+    write_row(out, text);
+}
+
+void write_xml_listing(std::ostream& out, dir_entry_set& recurse_list, quorvel_opts& settings,
+                       const std::wstring& parent_path, std::uint64_t dir_entry_num) {
+    if (!start_listing(out, recurse_list, settings.entries)) return;
+    listing_paths paths(ql::to_utf8(parent_path), dir_entry_num, settings.last_level != 0,
+                        recurse_list);
+    xml_rows rows(out, settings, paths);
+    for (const dir_entry& entry : settings.entries)
+        rows.write(entry);
+}

@@ -1,0 +1,27 @@
+// The pieces that rows are composed of. A row is built in one string, which the next row reuses,
+// and goes to the stream in one write: a listing can have millions of them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+// Appends `value` in decimal.
+void append_decimal(std::string& row, std::uint64_t value);
+
+// Appends `value` in lower-case hexadecimal, zero-filled to `width` digits; a larger value has
+// more.
+void append_hex(std::string& row, std::uint64_t value, std::size_t width);
+
+// Appends `text` filled up with blanks to `width` bytes, at the end or at the front. Longer text is
+// not cut.
+void append_left(std::string& row, std::string_view text, std::size_t width);
+void append_right(std::string& row, std::string_view text, std::size_t width);
+
+// Appends `value` in decimal, filled up with blanks at the front to `width`.
+void append_right(std::string& row, std::uint64_t value, std::size_t width);
+
+// Writes `row` and a line end to `out`, flushes, and empties `row` for the next one.
+void write_row(std::ostream& out, std::string& row);
