@@ -1,1 +1,150 @@
 #include "storage/raw_disk.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "foundation/posix_file.h"
+#include "foundation/ql_string.h"
+#include "storage/vmdk_chain.h"
+
+namespace {
+
+constexpr std::uint32_t assumed_sector_size = 512;
+constexpr std::uint32_t drive_number_limit = 25;  // above it there is no drive at all
+constexpr std::uint32_t named_drive_limit = 20;   // "/dev/sda" to "/dev/sdt"
+
+int open_flags(bool write_access) { return write_access ? O_RDWR : O_RDONLY; }
+
+// Zeroes what a read of `wanted` bytes did not bring; `brought` is the result of read.
+void zero_rest(std::uint8_t* buffer, std::size_t wanted, ssize_t brought) {
+    const std::size_t fresh = brought > 0 ? static_cast<std::size_t>(brought) : 0;
+    if (fresh < wanted) std::memset(buffer + fresh, 0, wanted - fresh);
+}
+
+}  // namespace
+
+CRawDisk::CRawDisk(const std::wstring& path, bool write, bool no_open, std::uint32_t path_kind)
+    : write_access(write), path_utf8(ql::to_utf8(path)), path_wide(path) {
+    const bool is_name = path_kind == 0 || path_kind == 2;
+    if (!is_name || no_open) return;
+    kind = disk_kind::file;
+    ok = open_path();
+    if (ok) size_bytes = ql::seek_size(fd);  // -1 for a source that can't seek: all reads fail
+}
+
+CRawDisk::CRawDisk(std::uint32_t drive, bool write, bool no_open, bool /*reserved_1*/,
+                   std::uint32_t drive_kind, bool /*reserved_2*/)
+    : write_access(write) {
+    if (drive >= drive_number_limit || no_open) return;
+    kind = static_cast<disk_kind>(drive_kind);
+    if (drive >= named_drive_limit) return;
+    drive_number = static_cast<std::int32_t>(drive);
+    path_utf8 = std::string("/dev/sd") + static_cast<char>('a' + drive);
+    path_wide = ql::to_wide(path_utf8);
+    if (!open_path()) {
+        const int error = errno;
+        std::fprintf(stderr, "prob opening %s, error %d\n", path_utf8.c_str(), error);
+        return;
+    }
+    const std::int64_t size = ql::seek_size(fd);
+    if (size == -1) return;
+    size_bytes = size;
+    ok = true;
+}
+
+CRawDisk::CRawDisk(const std::vector<std::wstring>& files, bool write, bool no_open)
+    : write_access(write) {
+    if (no_open) return;
+    kind = disk_kind::vmdk;
+    vmdk = std::make_unique<vmdk_chain>();
+    vmdk->write_access = write;
+    if (!vmdk->add_files(files) || !vmdk->link() || !vmdk->ready) return;
+    const vmdk_extent& base = *vmdk->base;
+    fd = base.fd;
+    path_utf8 = base.path_utf8;
+    path_wide = base.path_wide;
+    sector_size = assumed_sector_size;
+    size_bytes = static_cast<std::int64_t>(base.capacity() * assumed_sector_size);
+    ok = true;
+}
+
+CRawDisk::~CRawDisk() {
+    if (vmdk == nullptr && fd != -1) ::close(fd);
+}
+
+// Opens path_utf8; the sector size is never asked of a device.
+bool CRawDisk::open_path() {
+    fd = ql::open_file(path_utf8, open_flags(write_access));
+    if (fd == -1) return false;
+    sector_size = assumed_sector_size;
+    return true;
+}
+
+bool CRawDisk::read_bytes(void* buffer, std::uint32_t& count, std::uint64_t offset) {
+    if (buffer == nullptr || !ok || count == 0) return false;
+    if (native_handle == -1 && fd == -1) return false;
+    // Signed: an offset with the top bit set is below every size and fails later, in the seek.
+    if (size_bytes <= static_cast<std::int64_t>(offset)) return false;
+    switch (kind) {
+        case disk_kind::file:
+            return read_file(buffer, count, offset);
+        case disk_kind::physical_drive:
+            return read_sector_aligned(buffer, count, offset);
+        case disk_kind::vmdk:
+            return vmdk != nullptr && vmdk->read(static_cast<std::uint8_t*>(buffer), offset, count);
+        case disk_kind::none:
+            break;
+    }
+    return false;
+}
+
+bool CRawDisk::read_file(void* buffer, std::uint32_t& count, std::uint64_t offset) {
+    if (fd == -1) return false;
+    const std::uint64_t left = static_cast<std::uint64_t>(size_bytes) - offset;
+    const std::uint32_t wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, left));
+    // Seek and read in one call, which fails where the seek would.
+    const ssize_t brought = ::pread(fd, buffer, wanted, static_cast<off_t>(offset));
+    if (brought == -1) return false;
+    count = wanted;
+    zero_rest(static_cast<std::uint8_t*>(buffer), wanted, brought);
+    return true;
+}
+
+// A raw drive delivers whole sectors. An error of the system counts as a read that brought nothing
+// and is success, so that an examiner gets zeros for a bad spot; only the end of the device fails.
+bool CRawDisk::read_sector_aligned(void* buffer, std::uint32_t count, std::uint64_t offset) {
+    if (read_locked || sector_size == 0) return false;
+    const std::uint32_t lead = static_cast<std::uint32_t>(offset) % sector_size;
+    const std::uint32_t span = count + lead;  // wraps near 4 GiB; the copy below is bounded
+    const std::uint32_t tail = span % sector_size;
+    const std::uint32_t length = tail == 0 ? span : span + sector_size - tail;
+    std::uint8_t* const caller = static_cast<std::uint8_t*>(buffer);
+
+    std::unique_ptr<std::uint8_t[]> bounce;
+    if (tail != 0 || lead != 0) {
+        bounce.reset(new (std::nothrow) std::uint8_t[length]);
+        if (bounce == nullptr) return false;
+    }
+    std::uint8_t* const target = bounce != nullptr ? bounce.get() : caller;
+
+    if (::lseek(fd, static_cast<off_t>(offset - lead), SEEK_SET) == -1) return false;
+    const ssize_t brought = ::read(fd, target, length);
+    if (static_cast<std::uint32_t>(brought) == 0) return false;
+    zero_rest(target, length, brought);
+    if (bounce == nullptr) return true;
+
+    const std::uint32_t held = length > lead ? std::min(count, length - lead) : 0;
+    std::memcpy(caller, target + lead, held);
+    std::memset(caller + held, 0, count - held);
+    return true;
+}
+
+std::uint64_t CRawDisk::size_in_bytes() const {
+    return ok ? static_cast<std::uint64_t>(size_bytes) : 0;
+}
