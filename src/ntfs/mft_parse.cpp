@@ -1,1 +1,213 @@
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "foundation/ql_string.h"
 #include "ntfs/ntfs.h"
+
+namespace {
+
+constexpr std::uint64_t mft_entry = 0;
+// Less than this behind a list entry is no further one.
+constexpr std::int64_t list_entry_size = 26;
+
+// One pass over the attributes of a metadata file and, when it has a list, of its extension
+// records.
+class mft_parser {
+public:
+    mft_parser(CNtfs& ntfs, NTFS_INODE_INFO& out, std::uint64_t inode)
+        : m_ntfs(ntfs), m_out(out), m_inode(inode) {}
+
+    void parse(ql::bytes record, bool keep);
+
+private:
+    bool walk(record_attrib attribute, bool keep, bool single);
+    bool take(const record_attrib& attribute, bool keep);
+    void take_security(const record_attrib& attribute);
+    void take_file_name(const record_attrib& attribute);
+    bool take_content(const record_attrib& attribute, bool keep, std::vector<NTFS_DATA>& runs,
+                      std::uint64_t& size);
+    bool take_index_allocation(const record_attrib& attribute);
+
+    void expand_list(const record_attrib& attribute);
+    void expand_entries(ql::bytes list, std::int64_t bytes_left);
+    void take_listed(const list_entry& entry);
+    void number_runs();
+
+    CNtfs& m_ntfs;
+    NTFS_INODE_INFO& m_out;
+    std::uint64_t m_inode;
+    std::optional<record_attrib> m_list;  // the last $ATTRIBUTE_LIST of the base record
+};
+
+// True for a non-resident attribute that has something on its run list.
+bool has_runs(const record_attrib& attribute) {
+    return attribute.nonresident() &&
+           (attribute.initialized_size() != 0 || attribute.length() > attribute.run_list_offset());
+}
+
+ql::bytes run_list_of(const record_attrib& attribute) {
+    return attribute.from(attribute.run_list_offset());
+}
+
+void mft_parser::parse(ql::bytes record, bool keep) {
+    if (!walk(first_attrib(record), keep, false)) return;
+    if (m_inode == mft_entry && m_out.data_runs.empty()) return;
+    if (m_list) {
+        // The extension records of $MFT are found through the runs known so far.
+        const bool was_validated = m_ntfs.m_Validated;
+        if (m_inode == mft_entry) m_ntfs.m_Validated = true;
+        expand_list(*m_list);
+        m_ntfs.m_Validated = was_validated;
+    }
+    number_runs();
+}
+
+// Takes attributes from `attribute` on, or that one alone. False when a run list was empty.
+bool mft_parser::walk(record_attrib attribute, bool keep, bool single) {
+    std::int64_t budget = m_ntfs.m_bytes_per_file_record;
+    for (;;) {
+        const std::uint32_t length = attribute.length();
+        if (attribute.type() == attrib_type::end || budget < 1 || length > budget) return true;
+        if (!take(attribute, keep)) return false;
+        if (single || length == 0) return true;
+        budget -= length;
+        attribute.at += length;
+    }
+}
+
+bool mft_parser::take(const record_attrib& attribute, bool keep) {
+    switch (attribute.type()) {
+        case attrib_type::standard_information:
+            take_security(attribute);
+            return true;
+        case attrib_type::attribute_list:
+            m_list = attribute;
+            return true;
+        case attrib_type::file_name:
+            take_file_name(attribute);
+            return true;
+        case attrib_type::data:
+            return take_content(attribute, keep, m_out.data_runs, m_out.data_size);
+        case attrib_type::index_allocation:
+            return take_index_allocation(attribute);
+        case attrib_type::bitmap:
+            return take_content(attribute, keep, m_out.bitmap_runs, m_out.bitmap_size);
+        default:
+            return true;
+    }
+}
+
+void mft_parser::take_security(const record_attrib& attribute) {
+    constexpr std::size_t security_id_offset = 52;
+    const std::uint32_t id = ql::le32(attribute.value_to_record_end(), security_id_offset);
+    if (id == 0 || m_ntfs.m_mft_info.data_size == 0 || !m_ntfs.m_Validated) return;
+    if (!m_ntfs.load_security_table()) return;
+    const NTFS_SECURITY_ITEM* item = m_ntfs.security_item(id);
+    if (item != nullptr) m_out.security_text = item->owner_text;
+}
+
+void mft_parser::take_file_name(const record_attrib& attribute) {
+    constexpr std::size_t real_size_offset = 48;
+    const ql::bytes value = attribute.value_to_record_end();
+    for (std::size_t i = 0; i < m_out.file_name_body.size(); ++i) {
+        m_out.file_name_body[i] = ql::le8(value, i);
+    }
+    m_out.data_size = ql::le64(value, real_size_offset);
+}
+
+// $DATA and $BITMAP. In a base record the runs of a later attribute replace those of an earlier
+// one, whatever their names.
+bool mft_parser::take_content(const record_attrib& attribute, bool keep,
+                              std::vector<NTFS_DATA>& runs, std::uint64_t& size) {
+    if (attribute.nonresident()) {
+        if (!has_runs(attribute)) return true;
+        if (!decode_mft_runs(run_list_of(attribute), runs, attribute.type(), !keep)) return false;
+        if (size == 0) size = attribute.real_size();
+    } else if (attribute.value_length() != 0) {
+        const ql::bytes value = attribute.value();
+        NTFS_DATA& data = runs.emplace_back();
+        data.resident = 1;
+        data.resident_data.assign(value.begin(), value.end());
+        data.resident_size = attribute.value_length();
+        data.attrib_type = attribute.type();
+        if (size == 0) size = attribute.value_length();
+    }
+    return true;
+}
+
+bool mft_parser::take_index_allocation(const record_attrib& attribute) {
+    if (!has_runs(attribute)) return true;
+    std::vector<NTFS_DATA> runs;
+    if (!decode_mft_runs(run_list_of(attribute), runs, attribute.type(), true)) return false;
+    m_out.index_alloc_runs.push_back(std::move(runs));
+
+    std::string& name = m_out.index_alloc_names.emplace_back();
+    const std::uint32_t name_bytes = attribute.name_length() * 2u;
+    if (name_bytes != 0 && attribute.name_offset() + name_bytes <= attribute.length()) {
+        ql::utf16_to_utf8(attribute.from(attribute.name_offset()), name_bytes, name, false);
+    }
+    return true;
+}
+
+void mft_parser::expand_list(const record_attrib& attribute) {
+    if (!attribute.nonresident()) {
+        // An entry that passes the end of the value is read on in the record.
+        expand_entries(attribute.value_to_record_end(), attribute.value_length());
+        return;
+    }
+    std::vector<std::uint8_t> list;
+    m_ntfs.read_attribute_list(attribute, list);
+    const std::uint64_t largest = INT64_MAX;
+    expand_entries(list, static_cast<std::int64_t>(std::min(attribute.real_size(), largest)));
+}
+
+void mft_parser::expand_entries(ql::bytes list, std::int64_t bytes_left) {
+    for (list_entry entry{list, 0}; bytes_left != 0;) {
+        const std::uint16_t length = entry.length();
+        if (length == 0 || length > bytes_left) return;
+        if (entry.entry_number() != m_inode) take_listed(entry);
+        bytes_left -= length;
+        if (bytes_left < list_entry_size) return;
+        entry.at += length;
+    }
+}
+
+// Takes the attribute that a list entry names from its extension record, provided that the record
+// is the one that was meant: its sequence number must be that of the entry.
+void mft_parser::take_listed(const list_entry& entry) {
+    std::vector<std::uint8_t> record;
+    std::uint64_t position = 0;
+    std::uint32_t kind = record_kind::none;
+    if (!m_ntfs.read_record_vector(entry.entry_number(), record, position, kind)) return;
+    const file_record header{record};
+    if (!header.has_file_keyword() || header.first_attrib_offset() == 0) return;
+    if (header.sequence_number() != entry.sequence()) return;
+
+    for (record_attrib attribute = first_attrib(record); attribute.type() != attrib_type::end;) {
+        if (attribute.type() == entry.type() && attribute.id() == entry.id()) {
+            (void)walk(attribute, true, true);  // a bad one leaves out its own runs only
+        }
+        if (attribute.length() == 0) return;
+        attribute.at += attribute.length();
+    }
+}
+
+// Gives each run its first VCN: what all runs ahead of it hold.
+void mft_parser::number_runs() {
+    std::uint64_t vcn = 0;
+    m_out.data_run_index.clear();
+    for (std::size_t i = 0; i < m_out.data_runs.size(); ++i) {
+        m_out.data_runs[i].vcn = vcn;
+        m_out.data_run_index.insert_or_assign(vcn, i);  // an empty run gives way to the next
+        vcn += m_out.data_runs[i].num_clusters;
+    }
+}
+
+}  // namespace
+
+bool CNtfs::parse_inode(ql::bytes record, NTFS_INODE_INFO& out, std::uint64_t inode, bool keep) {
+    if (!keep) out = NTFS_INODE_INFO{};
+    mft_parser(*this, out, inode).parse(record, keep);
+    return true;
+}

@@ -1,1 +1,131 @@
 #include "ntfs/ntfs.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+std::uint64_t divided(std::uint64_t dividend, std::uint64_t divisor) {
+    return divisor == 0 ? 0 : dividend / divisor;
+}
+
+}  // namespace
+
+CNtfs::CNtfs(std::unique_ptr<CRawDisk> disk, std::uint64_t volume_offset, std::uint32_t kind)
+    : m_disk(std::move(disk)), m_source_kind(kind), m_volume_offset(volume_offset) {}
+
+CNtfs::~CNtfs() = default;
+
+CRawDisk* CNtfs::disk() const { return m_disk != nullptr && m_disk->ok ? m_disk.get() : nullptr; }
+
+std::uint32_t CNtfs::clusters_per_4k() const {
+    if (cluster_size() > 4096) return 1;
+    return static_cast<std::uint32_t>(divided(4096, cluster_size()));
+}
+
+std::uint32_t CNtfs::blocks_per_cluster() const {
+    return cluster_size() >= 4096 ? cluster_size() >> 12 : 0;
+}
+
+bool CNtfs::read_at(CRawDisk* source, std::uint64_t position, std::uint64_t volume_offset,
+                    void* buffer, std::uint32_t& count) {
+    if (source == nullptr || buffer == nullptr || count == 0) return false;
+    std::uint32_t bytes_read = count;
+    if (!source->read_bytes(buffer, bytes_read, position + volume_offset) || bytes_read == 0) {
+        return false;
+    }
+    count = bytes_read;
+    return true;
+}
+
+bool CNtfs::read_clusters(std::uint64_t lcn, void* buffer, std::uint32_t& count) {
+    if (!m_Validated || disk() == nullptr) return false;
+    if (cluster_size() == 0 || count % cluster_size() != 0) return false;
+    return read_at(m_disk.get(), lcn * cluster_size(), m_volume_offset, buffer, count);
+}
+
+bool CNtfs::fits_source(std::uint64_t size) const {
+    if (disk() == nullptr) return false;
+    const std::uint64_t source_size = m_disk->size_in_bytes();
+    // A source without an end has all ones: nothing can be read from it.
+    return source_size != ~std::uint64_t{0} && size <= source_size;
+}
+
+bool CNtfs::validate(std::uint64_t& mft_file_pos) {
+    if (m_disk == nullptr) {
+        m_Validated = false;
+        return false;
+    }
+    if (m_Validated) {
+        mft_file_pos = m_mft_file_pos;
+        return true;
+    }
+    if (!read_boot_sector()) return false;
+    compute_geometry();
+    mft_file_pos = m_mft_file_pos;
+    if (!open_mft()) return false;
+    read_bitmap_runs();
+    return m_Validated;
+}
+
+// Volumes with another signature, encrypted ones ("-FVE-FS-") among them, are refused.
+bool CNtfs::read_boot_sector() {
+    m_boot.raw.fill(0);
+    auto count = static_cast<std::uint32_t>(m_boot.raw.size());
+    return read_at(m_disk.get(), 0, m_volume_offset, m_boot.raw.data(), count) &&
+           m_boot.has_ntfs_signature();
+}
+
+void CNtfs::compute_geometry() {
+    m_cluster_size = m_boot.bytes_per_sector() * m_boot.sectors_per_cluster();
+    const std::int8_t record_field = m_boot.num_clusters_one_mft_record();
+    if (record_field < 0) {
+        m_mft_record_size = std::uint32_t{1} << static_cast<unsigned>(-record_field) % 32;
+        m_mft_cluster_per_record_fixed =
+            static_cast<std::uint32_t>(divided(m_mft_record_size, cluster_size()));
+    } else {
+        m_mft_cluster_per_record_fixed = static_cast<std::uint32_t>(record_field);
+        m_mft_record_size = cluster_size() * m_mft_cluster_per_record_fixed;
+    }
+    m_sectors_per_cluster = m_boot.sectors_per_cluster();
+    m_total_clusters = divided(m_boot.total_sectors(), m_sectors_per_cluster);
+    m_mft_file_pos = cluster_size() * m_boot.mft_start_lcn();
+}
+
+// Reads and parses record 0. False when it is no record, or when its update sequence covers more
+// than the boot sector announces as record size.
+bool CNtfs::open_mft() {
+    std::uint64_t position = 0;
+    std::int64_t size = 0;
+    if (!read_file_record(0, m_mft_record, position, size, true)) return false;
+    const file_record record{m_mft_record};
+    if (m_mft_record_size < record.record_size_from_usa()) return false;
+
+    m_bytes_per_file_record = record.bytes_allocated();
+    parse_inode(m_mft_record, m_mft_info, 0, false);
+    m_Validated = true;
+    m_total_mft_entries = divided(cluster_size() * count_mft_clusters(), m_bytes_per_file_record);
+    return true;
+}
+
+std::uint64_t CNtfs::count_mft_clusters() const {
+    const std::vector<NTFS_DATA>& runs = m_mft_info.data_runs;
+    if (!runs.empty() && runs.front().resident != 0) return 1;
+    std::uint64_t clusters = 0;
+    for (const NTFS_DATA& run : runs)
+        clusters += run.num_clusters;
+    return clusters;
+}
+
+// Takes the runs of $Bitmap. Its record is as a rule the one that has the security table loaded.
+// A bad one costs nothing.
+void CNtfs::read_bitmap_runs() {
+    constexpr std::uint64_t bitmap_entry = 6;
+    std::vector<std::uint8_t> record;
+    std::uint64_t position = 0;
+    std::int64_t size = 0;
+    if (!read_file_record(bitmap_entry, record, position, size, true)) return;
+    NTFS_INODE_INFO info;
+    parse_inode(record, info, bitmap_entry, false);
+    m_bitmap_runs = std::move(info.data_runs);
+}

@@ -61,12 +61,12 @@ public:
     // 4096-byte blocks in a cluster; 0 for smaller clusters.
     std::uint32_t blocks_per_cluster() const;
 
-    // Reads at `position` + `volume_offset`; `count` comes back as the bytes read. False for a null
-    // disk or buffer, a count of 0, and when nothing was read.
+    // Reads at `position` + `volume_offset`; `count` comes back as the bytes read. False, with
+    // `count` as it was, for a null disk or buffer, a count of 0, and when nothing was read.
     static bool read_at(CRawDisk* source, std::uint64_t position, std::uint64_t volume_offset,
                         void* buffer, std::uint32_t& count);
-    // Reads whole clusters from `lcn` on. False unless validated, and for a `count` that is no whole
-    // number of clusters.
+    // Reads whole clusters from `lcn` on. False unless validated, and for a `count` that is no
+    // whole number of clusters.
     bool read_clusters(std::uint64_t lcn, void* buffer, std::uint32_t& count);
     // True when the source is large enough to hold `size` bytes. Sizes that come from the disk are
     // tested by this before memory is taken for them.
@@ -82,7 +82,8 @@ public:
     //
     // buffer    with `allocate`: replaced by one of the record's length; else used as it is
     // position  out: byte position in the volume
-    // size      in: bytes of `buffer` that may be used (not with `allocate`); out: bytes read, fewer
+    // size      in: bytes of `buffer` that may be used (not with `allocate`); out: bytes read,
+    // fewer
     //           than the record where the source ends. What was not read is zero.
     //
     // False when the record can't be read or is no record, when `size` is smaller than a record,
@@ -95,7 +96,8 @@ public:
                             std::uint64_t& position, std::uint32_t& kind);
     // True when the record can be read and is a directory.
     bool is_directory(std::uint64_t inode);
-    // The parser for $MFT and $Bitmap. `keep` adds to `out` instead of starting anew.
+    // The parser for $MFT and $Bitmap, attribute list included. `keep` adds to `out` instead of
+    // starting anew. Always true: what is bad is missing in `out`.
     bool parse_inode(ql::bytes record, NTFS_INODE_INFO& out, std::uint64_t inode, bool keep);
 
     // --- attributes (attrib_categorize.cpp, attrib_rows.cpp, file_names.cpp) ---
@@ -119,8 +121,8 @@ public:
 
     // --- attribute data (attrib_data.cpp) ---
 
-    // Reads `size` bytes at `offset` of the runs; `size` comes back as delivered. False for an empty
-    // target or list, or when nothing was read.
+    // Reads `size` bytes at `offset` of the runs; `size` comes back as delivered. False for an
+    // empty target or list, or when nothing was read.
     bool read_attrib_bytes(const data_run_list& runs, std::uint64_t offset,
                            std::span<std::uint8_t> target, std::int64_t& size, bool skip_sparse);
     bool read_runs_raw(const data_run_list& runs, std::uint64_t offset,
@@ -161,9 +163,9 @@ public:
     std::unique_ptr<CRawDisk> m_disk;
     std::uint32_t m_source_kind;
     bool m_Validated = false;
-    std::vector<std::uint8_t> m_mft_record;   // record 0, update sequence applied
-    NTFS_INODE_INFO m_mft_info;               // its runs map MFT entries to clusters
-    std::vector<NTFS_DATA> m_bitmap_runs;     // of entry 6; kept for reference
+    std::vector<std::uint8_t> m_mft_record;     // record 0, update sequence applied
+    NTFS_INODE_INFO m_mft_info;                 // its runs map MFT entries to clusters
+    std::vector<NTFS_DATA> m_bitmap_runs;       // of entry 6; kept for reference
     std::uint32_t m_bytes_per_file_record = 0;  // stride of MFT entries, as record 0 states it
     std::uint64_t m_total_mft_entries = 0;
     std::int32_t m_cluster_size = 0;  // bytes
@@ -171,15 +173,19 @@ public:
     std::uint32_t m_mft_cluster_per_record_fixed = 0;
     std::uint64_t m_mft_file_pos = 0;  // bytes from the start of the volume
     std::uint32_t m_sectors_per_cluster = 0;
-    std::uint64_t m_volume_offset = 0;   // bytes from the start of the source
+    std::uint64_t m_volume_offset = 0;    // bytes from the start of the source
     std::uint32_t m_mft_record_size = 0;  // bytes, as the boot sector states it
     std::map<std::uint64_t, NTFS_DIR_CACHE_ENTRY> m_children_cache;
 
 private:
-    struct parse_state;
-    void parse_attributes(ql::bytes record, record_attrib attribute, NTFS_INODE_INFO& out,
-                          bool keep, bool single, parse_state& state);
-    void expand_mft_list(const record_attrib& attribute, NTFS_INODE_INFO& out, std::uint64_t inode);
+    bool read_boot_sector();
+    void compute_geometry();
+    bool open_mft();
+    std::uint64_t count_mft_clusters() const;
+    void read_bitmap_runs();
+    const NTFS_DATA* find_mft_run(std::uint64_t vcn, std::uint64_t& first_vcn) const;
+    bool read_and_fix_record(std::uint64_t position, std::uint32_t length,
+                             std::vector<std::uint8_t>& buffer, std::int64_t& size);
     bool collect_allocation(const record_attrib& attribute, std::set<std::uint64_t>& children,
                             bool include_slack);
 };
