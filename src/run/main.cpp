@@ -1,3 +1,9 @@
+#include <iostream>
+
 #include "run/run_driver.h"
 
-int main(int argc, char** argv) { return run(argc, argv); }
+// No locale is set: what is printed does not depend on the user's.
+int main(int argc, char** argv) {
+    std::ios::sync_with_stdio(false);
+    return run(argc, argv);
+}

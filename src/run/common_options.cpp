@@ -1,0 +1,69 @@
+#include "run/common_options.h"
+
+#include <iostream>
+#include <sstream>
+
+#include "foundation/ql_number.h"
+#include "foundation/ql_string.h"
+#include "run/arguments.h"
+#include "run/cmd_params.h"
+#include "run/option_scan.h"
+#include "storage/source_check.h"
+#include "storage/vmdk_chain.h"
+
+namespace {
+
+// Reads the files of the chain: the first word is a list, each further word is one path. False
+// when there is no such option.
+bool read_vmdk_files(cmd_params& params, std::vector<std::string>& args, const char* vmdk_option) {
+    std::string value;
+    if (!option_value(vmdk_option, value, args)) return false;
+    split_any(ql::to_wide(value), params.vmdk_files, true, false, L"|,;");
+    while (option_value(vmdk_option, value, args))
+        params.vmdk_files.push_back(ql::to_wide(value));
+    return true;
+}
+
+void print_suggestion(const std::vector<std::wstring>& files, const char* vmdk_option) {
+    if (files.empty()) return;
+    std::string list;
+    for (const std::wstring& file : files) {
+        if (&file != &files.front()) list += " | ";
+        ql::append_utf8(list, file);
+    }
+    std::cerr << "suggested array: " << vmdk_option << " \"" << list << "\"\n";
+}
+
+bool check_chain(const cmd_params& params, const char* vmdk_option) {
+    std::ostringstream messages;
+    std::vector<std::wstring> suggested;
+    if (check_vmdk_chain(params.vmdk_files, messages, suggested)) return true;
+    std::cerr << messages.str() << "\n";
+    print_suggestion(suggested, vmdk_option);
+    return false;
+}
+
+// Settles the volume of the chain. One that was found counts even where the check refuses it.
+bool check_volume(cmd_params& params, std::vector<std::string>& args) {
+    const bool ignore_image_size =
+        params.vmdk_offset != 0 && has_option("-ignore_image_size", args);
+    std::ostringstream messages;
+    bool found_ntfs = false;
+    const bool settled = check_vmdk_list(messages, params.vmdk_files, params.vmdk_offset,
+                                         found_ntfs, ignore_image_size);
+    if (settled || found_ntfs) return true;
+    std::cerr << messages.str() << "\n";
+    return false;
+}
+
+}  // namespace
+
+bool parse_common_options(cmd_params& params, std::vector<std::string>& args,
+                          const char* vmdk_option) {
+    if (!scan_options(params, args)) return false;
+    if (!read_vmdk_files(params, args, vmdk_option)) return true;
+
+    std::string offset;
+    if (option_value("-offset", offset, args)) ql::parse_number(offset, params.vmdk_offset);
+    return check_chain(params, vmdk_option) && check_volume(params, args);
+}
