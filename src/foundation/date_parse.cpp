@@ -1,1 +1,134 @@
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <string_view>
+#include <vector>
+
+#include "foundation/ql_calendar.h"
+#include "foundation/ql_string.h"
 #include "foundation/ql_time.h"
+
+namespace ql {
+
+namespace {
+
+constexpr std::size_t max_minute_text = 31;
+constexpr long max_field = 65535;
+
+std::vector<std::string> split_at(std::string_view text, char separator, bool keep_empty) {
+    std::vector<std::string> pieces;
+    for (std::size_t from = 0; from <= text.size();) {
+        const std::size_t end = std::min(text.find(separator, from), text.size());
+        if (keep_empty || end > from) pieces.emplace_back(text.substr(from, end - from));
+        from = end + 1;
+    }
+    return pieces;
+}
+
+// A number of the date. What doesn't fit into a field becomes its largest value, which no month and
+// no day may have; a text that is no number is 0.
+std::uint16_t date_number(const std::string& text) {
+    const long value = std::strtol(text.c_str(), nullptr, 10);
+    return static_cast<std::uint16_t>(value < 0 || value > max_field ? max_field : value);
+}
+
+// The month whose English name starts with these three letters; 0 when there is none.
+std::uint16_t named_month(std::string text) {
+    lower(text);
+    for (std::int32_t month = 1; month <= 12; ++month) {
+        std::string name = month_abbrev(month);
+        if (equal_nocase(name, text)) return static_cast<std::uint16_t>(month);
+    }
+    return 0;
+}
+
+std::uint16_t with_century(std::uint16_t year) {
+    if (year >= 100) return year;
+    return static_cast<std::uint16_t>(year + (year >= 31 ? 1900 : 2000));
+}
+
+// Reads the date's fields in the order of the letters. False for an unknown month name.
+bool read_date(const std::string& date_text, std::string order, char separator,
+               _windows_systemtime& out) {
+    upper(order);
+    const bool month_by_name = order.find("MON") != std::string::npos;
+    replace_all(order, order, "MON", "M");
+
+    const std::vector<std::string> pieces = split_at(date_text, separator, false);
+    const std::size_t count = std::min(pieces.size(), order.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        if (order[i] == 'Y') {
+            out.year = date_number(pieces[i]);
+        } else if (order[i] == 'D') {
+            out.day = date_number(pieces[i]);
+        } else if (order[i] == 'M' && month_by_name) {
+            out.month = named_month(pieces[i]);
+            if (out.month == 0) return false;
+        } else if (order[i] == 'M') {
+            out.month = date_number(pieces[i]);
+        }
+    }
+    out.year = with_century(out.year);
+    return out.month < 13 && out.day < 32;
+}
+
+// A decimal number of the time with its fraction, between 0 and the largest value of a field; 0 for
+// a text that is none.
+double time_number(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t+"), text.size()));
+    double value = 0;
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    return value > 0 ? std::min(value, static_cast<double>(max_field)) : 0;  // not a number is 0
+}
+
+// True when "pm" stands anywhere behind the first colon.
+bool is_afternoon(const std::string& time_text) {
+    const std::size_t colon = time_text.find(':');
+    return time_text.find("pm", colon) != std::string::npos;
+}
+
+bool read_time(std::string time_text, _windows_systemtime& out) {
+    trim(time_text);
+    lower(time_text);
+    const std::vector<std::string> pieces = split_at(time_text, ':', true);
+    if (pieces.size() < 2 || pieces[1].empty() || pieces[1].size() > max_minute_text) return false;
+
+    const unsigned added_hours = is_afternoon(time_text) ? 12 : 0;
+    out.hour = static_cast<std::uint16_t>(
+        std::min(time_number(pieces[0]) + added_hours, static_cast<double>(max_field)));
+    out.minute = static_cast<std::uint16_t>(time_number(pieces[1]));
+    const double seconds = pieces.size() > 2 ? time_number(pieces[2]) : 0;
+    out.second = static_cast<std::uint16_t>(seconds);
+    out.millisecond = static_cast<std::uint16_t>((seconds - out.second) * 1000 + 0.5);
+    return true;
+}
+
+// The test that adds a leap day to the months behind February. It looks at the years since 1900, so
+// that a stamp of March to December 2000 lies one day early.
+bool adds_leap_day(std::int64_t year) {
+    const std::int64_t since_1900 = year - 1900;
+    return since_1900 > 0 && is_leap_year(since_1900);
+}
+
+}  // namespace
+
+bool parse_date_time(const std::string& date_text, const std::string& time_text,
+                     const std::string& order, char separator, _windows_systemtime& out_fields) {
+    out_fields = _windows_systemtime{};
+    if (date_text.empty() || !read_date(date_text, order, separator, out_fields)) return false;
+    return time_text.empty() || read_time(time_text, out_fields);
+}
+
+bool fields_to_filetime(std::uint64_t& out, const _windows_systemtime& fields) {
+    if (fields.month > 12) return false;
+    const int month = std::max<int>(fields.month, 1);
+    const std::int64_t days = days_before_year(fields.year) +
+                              days_before_month(month, adds_leap_day(fields.year)) + fields.day - 1;
+    const std::int64_t seconds =
+        days * seconds_a_day + fields.hour * 3600 + fields.minute * 60 + fields.second;
+    out = static_cast<std::uint64_t>(seconds) * ticks_a_second +
+          static_cast<std::uint64_t>(fields.millisecond) * 10'000;
+    return true;
+}
+
+}  // namespace ql
