@@ -148,11 +148,12 @@ public:
     record_builder& flags(std::uint16_t value);  // 1 in use, 2 directory
     record_builder& sequence(std::uint16_t value);
     record_builder& base(std::uint64_t reference);    // see file_reference; makes it an extension
-    record_builder& link_count(std::uint16_t value);  // else the number of names but DOS ones
+    record_builder& link_count(std::uint16_t value);  // else the number of names here
     record_builder& keyword(std::string_view four_characters);
-    record_builder& first_attribute(std::uint16_t offset);  // where attributes are laid out as well
-    record_builder& usa_offset(std::uint16_t value);        // as stored; the array moves there too
-    record_builder& usa_count(std::uint16_t value);  // as stored; fixups cover that many sectors
+    // Where attributes are laid out as well, if that is behind the update sequence's usual place.
+    record_builder& first_attribute(std::uint16_t offset);
+    record_builder& usa_offset(std::uint16_t value);  // as stored; the array moves there too
+    record_builder& usa_count(std::uint16_t value);   // as stored; fixups cover that many sectors
     record_builder& check_value(
         std::uint16_t value);  // first word of the update sequence; 1 if not set
     record_builder& bytes_in_use(std::uint32_t value);
@@ -233,10 +234,10 @@ public:
 private:
     struct attribute {
         std::uint32_t type_code = 0;
-        std::u16string name;
+        std::u16string name = {};
         std::uint16_t id = 0;
         std::uint64_t start_vcn = 0;
-        bytes content;  // header and value, padded; the id is in it
+        bytes content = {};  // header and value, padded; the id is in it
         bool raw = false;
     };
     struct change {
@@ -247,6 +248,8 @@ private:
 
     record_builder& add(attribute made, std::optional<std::uint16_t> id);
     std::vector<const attribute*> in_order() const;
+    std::size_t end_of_attributes() const;
+    bytes lay_out() const;
     std::size_t first_offset() const;
     std::size_t array_offset() const;
     std::size_t array_words() const;

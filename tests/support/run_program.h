@@ -14,12 +14,12 @@ struct program_result {
 };
 
 struct program_options {
-    std::string working_directory;  // empty: that of the caller
+    std::string working_directory = {};  // empty: that of the caller
     // Set on top of the caller's environment; `clear_environment` starts from nothing instead.
-    std::map<std::string, std::string> environment;
+    std::map<std::string, std::string> environment = {};
     bool clear_environment = false;
-    std::string argument_zero;   // empty: the path of the program
-    std::string standard_input;  // given through a file
+    std::string argument_zero = {};   // empty: the path of the program
+    std::string standard_input = {};  // given through a file
 };
 
 // Runs `program` (a path) with `arguments`, waits for its end. Both outputs are read whole, however

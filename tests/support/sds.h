@@ -27,10 +27,10 @@ bytes acl(const std::vector<bytes>& entries);
 // A self-relative descriptor: header of 20 bytes (revision 1, zero, control, then the offsets of
 // owner, group, SACL, DACL; 0 for what is missing), then SACL, DACL, owner, group in that order.
 struct security_descriptor {
-    bytes owner;
-    bytes group;
-    bytes sacl;
-    bytes dacl;
+    bytes owner = {};
+    bytes group = {};
+    bytes sacl = {};
+    bytes dacl = {};
     std::uint16_t control = 0x8004;  // self-relative, DACL present
     bytes build() const;
 };
