@@ -1,1 +1,143 @@
+#include <algorithm>
+#include <array>
+#include <utility>
+#include <vector>
+
+#include "foundation/ql_string.h"
+#include "storage/partition_table.h"
 #include "storage/ql_disk_structs.h"
+#include "storage/raw_disk.h"
+
+namespace {
+
+constexpr std::uint32_t start_size = 32768;  // bytes of the disk in which the sector size shows
+constexpr std::uint32_t largest_sector_size = 16384;
+constexpr std::uint32_t header_size = 512;
+constexpr std::uint32_t read_entry_size = 128;  // bytes of an entry that are looked at
+constexpr std::uint32_t least_first_sector = 512;
+constexpr std::uint64_t volume_start_size = 2048;  // read of a partition, for ext and HFS+
+constexpr std::uint16_t type_gpt = 238;
+
+// Header of a GUID partition table, in the second sector. Its signature is not looked at.
+//
+//   24  u64  sector of this header
+//   72  u64  sector of the first entry
+//   80  u32  number of entries
+//   84  u32  bytes in an entry
+struct gpt_header {
+    std::uint64_t own_lba = 0;
+    std::uint64_t entries_lba = 0;
+    std::uint32_t num_entries = 0;
+    std::uint32_t entry_size = 0;
+};
+
+// One entry, 128 bytes as a rule. The type is all zero in an unused one.
+//
+//    0  16   type GUID
+//   16  16   GUID of this partition
+//   32  u64  first sector
+//   40  u64  last sector, inclusive
+//   56  72   name, UTF-16LE
+using gpt_entry = std::array<std::uint8_t, read_entry_size>;
+
+std::uint64_t first_lba(const gpt_entry& entry) { return ql::le64(entry, 32); }
+std::uint64_t last_lba(const gpt_entry& entry) { return ql::le64(entry, 40); }
+
+// Modulo 2^64: 0 for a last sector just below the first, huge for one further below.
+std::uint64_t num_sectors(const gpt_entry& entry) { return last_lba(entry) - first_lba(entry) + 1; }
+
+bool is_unused(const gpt_entry& entry) {
+    return ql::le64(entry, 0) == 0 && ql::le64(entry, 8) == 0;
+}
+
+// The sector size is that at whose end the first signature stands. 0 for none.
+std::uint32_t find_sector_size(CRawDisk& disk) {
+    std::vector<std::uint8_t> start(start_size);
+    std::uint32_t count = start_size;
+    if (!disk.read_bytes(start.data(), count, 0)) return 0;
+    for (std::uint32_t size = 512; size <= largest_sector_size; size *= 2) {
+        if (ql::le16(start, size - 2) == boot_signature) return size;
+    }
+    return 0;
+}
+
+bool read_header(CRawDisk& disk, std::uint32_t sector_size, gpt_header& header,
+                 gpt_entry& first_bytes) {
+    std::array<std::uint8_t, header_size> raw{};
+    std::uint32_t count = header_size;
+    if (!disk.read_bytes(raw.data(), count, sector_size)) return false;
+    header = {ql::le64(raw, 24), ql::le64(raw, 72), ql::le32(raw, 80), ql::le32(raw, 84)};
+    std::copy_n(raw.begin(), first_bytes.size(), first_bytes.begin());
+    return header.own_lba == 1;
+}
+
+// True when the table runs past the end of the source, so that one of its reads must fail. Known
+// before any entry is read, it saves the walk through a table that claims billions of them.
+bool ends_behind_source(const gpt_header& header, std::uint64_t position, std::uint64_t size) {
+    if (header.num_entries == 0) return false;
+    if (header.entry_size == 0) return true;  // a read of nothing fails
+    if (static_cast<std::int64_t>(position) < 0) return false;
+    if (position >= size) return true;
+    return (size - position - 1) / header.entry_size < header.num_entries - 1;
+}
+
+// Looks into the first sectors of a partition, for which the table gives only a GUID. A partition
+// that has fewer than 512 bytes before the end of the source keeps type 0. False when it can't be
+// read.
+bool detect_volume(CRawDisk& disk, partition_record& record, const gpt_entry& entry,
+                   std::uint32_t sector_size) {
+    // Unsigned and with wrap: a partition without sectors is read as one sector.
+    const bool is_small = num_sectors(entry) * sector_size <= volume_start_size;
+    std::array<std::uint8_t, largest_sector_size> start{};
+    std::uint32_t count = is_small ? sector_size : volume_start_size;
+    if (!disk.read_bytes(start.data(), count, first_lba(entry) * sector_size)) return false;
+    if (count < least_first_sector) return true;
+    record.m_partition_type = type_gpt;
+    detect_file_system(record, ql::clip(start, 0, count));
+    return true;
+}
+
+partition_record record_of(const gpt_entry& entry, std::uint32_t sector_size) {
+    partition_record record;
+    std::copy_n(entry.begin(), record.type_guid.size(), record.type_guid.begin());
+    std::copy_n(entry.begin() + 16, record.unique_guid.size(), record.unique_guid.begin());
+    record.is_gpt = true;
+    record.m_sector_size = sector_size;
+    record.m_LBA_first_sector = first_lba(entry);
+    if (last_lba(entry) != 0) record.m_num_sectors = num_sectors(entry);
+    ql::utf16_to_utf8(ql::clip(entry, 56), 72, record.description, false);
+    return record;
+}
+
+// Reads an entry over the bytes of the one before it; an entry that is shorter than its fields
+// leaves the rest of them as they were.
+bool read_entry(CRawDisk& disk, std::uint64_t position, std::uint32_t entry_size,
+                gpt_entry& entry) {
+    const std::uint32_t wanted = std::min(entry_size, read_entry_size);
+    std::uint32_t count = wanted;
+    if (!disk.read_bytes(entry.data(), count, position)) return false;
+    std::fill(entry.begin() + count, entry.begin() + wanted, std::uint8_t{0});
+    return true;
+}
+
+}  // namespace
+
+bool scan_gpt(CRawDisk& disk, partition_list& list, bool /*list_all*/) {
+    list.clear();
+    if (!disk.ok) return false;
+    const std::uint32_t sector_size = find_sector_size(disk);
+    gpt_header header;
+    gpt_entry entry{};
+    if (sector_size == 0 || !read_header(disk, sector_size, header, entry)) return false;
+
+    std::uint64_t position = header.entries_lba * sector_size;
+    if (ends_behind_source(header, position, disk.size_in_bytes())) return false;
+    for (std::uint32_t i = 0; i < header.num_entries; ++i, position += header.entry_size) {
+        if (!read_entry(disk, position, header.entry_size, entry)) return false;
+        if (is_unused(entry)) continue;
+        partition_record record = record_of(entry, sector_size);
+        if (!detect_volume(disk, record, entry, sector_size)) return false;
+        list.push_back(std::move(record));
+    }
+    return !list.empty();
+}
