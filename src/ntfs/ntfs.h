@@ -186,6 +186,9 @@ private:
     const NTFS_DATA* find_mft_run(std::uint64_t vcn, std::uint64_t& first_vcn) const;
     bool read_and_fix_record(std::uint64_t position, std::uint32_t length,
                              std::vector<std::uint8_t>& buffer, std::int64_t& size);
+    bool stream_value(const NTFS_ATTRIB_ROW& row, std::ostream& out, mft_entries_ctx& ctx);
+    bool stream_runs(const NTFS_ATTRIB_ROW& row, std::ostream& out, mft_entries_ctx& ctx);
+    bool make_unit_buffer(std::uint64_t limit, std::vector<std::uint8_t>& buffer) const;
     bool collect_allocation(const record_attrib& attribute, std::set<std::uint64_t>& children,
                             bool include_slack);
 };
