@@ -1,1 +1,160 @@
+#include <array>
+#include <string>
+
+#include "foundation/ql_string.h"
+#include "ntfs/attrib_pass.h"
 #include "ntfs/ntfs.h"
+#include "ntfs/reparse_point.h"
+
+namespace {
+
+// True when one of the four stamps from `at` on is 0.
+bool has_null_time(ql::bytes value, std::size_t at) {
+    for (std::size_t i = 0; i < 4; ++i) {
+        if (ql::le64(value, at + i * 8) == 0) return true;
+    }
+    return false;
+}
+
+NTFS_STD_INFO_ITEM std_info_item(const record_attrib& attribute) {
+    NTFS_STD_INFO_ITEM item;
+    copy_start(attribute.value(), item.value);
+    item.time_warning = has_null_time(item.value, 0);
+    if (item.time_warning) item.warning = "null";
+    return item;
+}
+
+NTFS_FILE_NAME_ITEM file_name_item(const record_attrib& attribute, std::uint64_t inode) {
+    NTFS_FILE_NAME_ITEM item;
+    copy_start(attribute.value_to_record_end(), item.value);
+    item.name = file_name_of(attribute);
+    item.is_dos_name = item.value[65] == 2;
+    item.time_warning = has_null_time(item.value, 8);
+    if (item.time_warning) item.warning = "null";
+    item.attrib_id = attribute.id();
+    item.inode = inode;
+    return item;
+}
+
+const char* label_of(const record_attrib& attribute) {
+    switch (attribute.type()) {
+        case attrib_type::object_id:
+            return "obj id";
+        case attrib_type::security_descriptor:
+            return "security descr";
+        case attrib_type::volume_name:
+            return "vol name";
+        case attrib_type::volume_information:
+            return "vol info";
+        case attrib_type::data:
+            return has_name(attribute) ? "ads" : "unnamed data";
+        case attrib_type::index_root:
+            return "indx root";
+        case attrib_type::index_allocation:
+            return "indx alloc";
+        case attrib_type::bitmap:
+            return "bitmap";
+        case attrib_type::reparse_point:
+            return "reparse point";
+        case attrib_type::ea_information:
+            return "extended attribs info";
+        case attrib_type::ea:
+            return "extended attribs";
+        case attrib_type::property_set:
+            return "property set";
+        case attrib_type::logged_utility_stream:
+            return "logged stream";
+        default:
+            return "unk";
+    }
+}
+
+std::string volume_version_text(ql::bytes value) {
+    const unsigned major = ql::le8(value, 8);
+    const unsigned minor = ql::le8(value, 9);
+    const char* system = "(Unk version)";
+    if (major == 1 && minor == 2) {
+        system = " (WinNT)";
+    } else if (major == 3) {
+        system = minor == 0 ? " (Win2k)" : minor == 1 ? " (WinXP)" : " (Windows)";
+    }
+    return "ver: " + std::to_string(major) + ":" + std::to_string(minor) + system;
+}
+
+std::string object_id_text(ql::bytes value) {
+    std::array<std::uint8_t, 16> id{};
+    copy_start(value, id);
+    std::string text;
+    ql::format_guid(text, id.data());
+    return text;
+}
+
+// The value as words, for the types that have such a form. A security descriptor has none here: no
+// listing shows it.
+std::string value_text_of(const record_attrib& attribute, const std::wstring& name) {
+    switch (attribute.type()) {
+        case attrib_type::object_id:
+            return object_id_text(attribute.value_to_record_end());
+        case attrib_type::volume_name:
+            return name.empty() ? volume_name_value(attribute) : ql::to_utf8(name);
+        case attrib_type::volume_information:
+            return volume_version_text(attribute.value_to_record_end());
+        case attrib_type::reparse_point:
+            return ql::to_utf8(reparse_target({attribute.value_to_record_end()}));
+        default:
+            return {};
+    }
+}
+
+NTFS_ATTRIB_ITEM attrib_item(const kept_attrib& kept, bool keep_values) {
+    const record_attrib& attribute = kept.attribute;
+    NTFS_ATTRIB_ITEM item;
+    item.attrib_name = attribute_name(attribute);
+    item.label = label_of(attribute);
+    const ql::bytes raw = ql::clip(attribute.record, attribute.at, attribute.length());
+    item.raw.assign(raw.begin(), raw.end());
+    item.value_text = value_text_of(attribute, item.attrib_name);
+    item.is_data = attribute.type() == attrib_type::data;
+    item.is_ads = item.is_data && !item.attrib_name.empty();
+    item.runs = kept.runs;
+    if (keep_values && !attribute.nonresident()) {
+        const ql::bytes value = attribute.value();
+        item.resident_value.assign(value.begin(), value.end());
+    }
+    return item;
+}
+
+}  // namespace
+
+bool CNtfs::categorize_entry(NTFS_ENTRY_STORE& store, mft_entries_ctx& ctx, std::uint64_t inode,
+                             bool keep_values) {
+    store = {};
+    if (!is_open()) return false;
+    ctx.ntfs = this;
+    if (ctx.record_size == 0) ctx.record_size = get_mft_record_size();
+    ctx.bytes_per_sector = get_bytes_per_sector();
+
+    attrib_pass pass(*this, ctx.record_size, {keep_values, true, &ctx});
+    if (!pass.run(inode)) return false;
+
+    const file_record head{pass.base_record()};
+    store.inode = inode;
+    store.sequence = head.sequence_number();
+    copy_start(head.record, store.header);
+    store.base_ref = head.base_ref();
+    store.has_base = store.base_ref != 0;
+    for (const auto& [id, attribute] : pass.std_infos()) {
+        store.std_infos.emplace(id, std_info_item(attribute));
+    }
+    pass.file_names().for_each([&](const record_attrib& attribute) {
+        NTFS_FILE_NAME_ITEM item = file_name_item(attribute, inode);
+        const std::string key = name_key(entry_of(ql::le64(item.value, 0)), item.name, inode);
+        store.file_names.emplace(key, std::move(item));
+    });
+    for (const auto& [key, kept] : pass.attributes()) {
+        store.attributes.emplace(key, attrib_item(kept, keep_values));
+    }
+    store.seen_unnamed_data = pass.seen_unnamed_data();
+    store.record_bytes = pass.take_base_record();
+    return true;
+}

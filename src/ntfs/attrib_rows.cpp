@@ -1,1 +1,151 @@
+#include <algorithm>
+
+#include "foundation/ql_string.h"
+#include "ntfs/attrib_pass.h"
 #include "ntfs/ntfs.h"
+
+namespace {
+
+// Puts the low `width` bytes of `value` into the body of a row, lowest first.
+void put(NTFS_ATTRIB_ROW& row, std::size_t at, std::uint64_t value, std::size_t width) {
+    for (std::size_t i = 0; i < width; ++i) {
+        row.body[at + i] = static_cast<std::uint8_t>(value >> (i * 8));
+    }
+}
+
+// Makes the rows of one entry.
+class row_writer {
+public:
+    row_writer(std::vector<NTFS_ATTRIB_ROW>& rows, const attrib_pass& pass, std::uint64_t inode,
+               std::uint32_t record_size, bool with_contents)
+        : m_rows(rows),
+          m_head{pass.base_record()},
+          m_inode(inode),
+          m_file_ref(entry_of(inode) | std::uint64_t{m_head.sequence_number()} << 48),
+          m_record_size(record_size),
+          m_with_contents(with_contents) {}
+
+    void add_head();
+    void add_std_info(const record_attrib& attribute);
+    void add_file_name(const record_attrib& attribute);
+    void add_attribute(const kept_attrib& kept);
+
+private:
+    NTFS_ATTRIB_ROW& add(std::uint32_t type, std::uint16_t id);
+    void fill_nonresident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept) const;
+    void fill_resident(NTFS_ATTRIB_ROW& row, const record_attrib& attribute) const;
+
+    std::vector<NTFS_ATTRIB_ROW>& m_rows;
+    const file_record m_head;
+    const std::uint64_t m_inode;
+    const std::uint64_t m_file_ref;
+    const std::uint32_t m_record_size;
+    const bool m_with_contents;
+};
+
+NTFS_ATTRIB_ROW& row_writer::add(std::uint32_t type, std::uint16_t id) {
+    NTFS_ATTRIB_ROW& row = m_rows.emplace_back();
+    row.type = type;
+    row.attrib_id = id;
+    row.file_ref = m_file_ref;
+    row.record_size = m_record_size;
+    return row;
+}
+
+void row_writer::add_head() {
+    NTFS_ATTRIB_ROW& row = add(row_type_record_head, 0);
+    row.file_ref = m_inode;
+    const unsigned flags = (m_head.in_use() ? 0u : 1u) | (m_head.is_directory() ? 2u : 0u) | 4u |
+                           (m_head.hard_link_count() & 15u) << 3 |
+                           (m_head.base_ref() != 0 ? 0x80u : 0u);
+    put(row, 0, m_inode, 8);
+    put(row, 8, flags, 1);
+    put(row, 9, m_head.base_ref(), 8);
+}
+
+void row_writer::add_std_info(const record_attrib& attribute) {
+    NTFS_ATTRIB_ROW& row = add(attrib_type::standard_information, 0);
+    const ql::bytes value = attribute.value();
+    put(row, 0, ql::le64(value, 0), 8);
+    put(row, 8, ql::le64(value, 8), 8);
+    put(row, 16, ql::le64(value, 24), 8);  // accessed: the row has it in front of mft changed
+    put(row, 24, ql::le64(value, 16), 8);
+    put(row, 32, ql::le32(value, 32), 4);
+}
+
+void row_writer::add_file_name(const record_attrib& attribute) {
+    NTFS_ATTRIB_ROW& row = add(attrib_type::file_name, attribute.id());
+    const ql::bytes value = attribute.value_to_record_end();
+    put(row, 0, ql::le64(value, 0), 8);
+    put(row, 8, ql::le64(value, 8), 8);
+    put(row, 16, ql::le64(value, 16), 8);
+    put(row, 24, ql::le64(value, 32), 8);
+    put(row, 32, ql::le64(value, 24), 8);
+    put(row, 40, ql::le64(value, 48), 8);
+    put(row, 48, ql::le8(value, 65), 1);
+    put(row, 49, ql::le8(value, 56), 1);
+    ql::append_utf8(row.file_name, file_name_of(attribute));
+}
+
+void row_writer::add_attribute(const kept_attrib& kept) {
+    const record_attrib& attribute = kept.attribute;
+    NTFS_ATTRIB_ROW& row = add(attribute.type(), attribute.id());
+    row.attrib_flags = attribute.flags();
+    row.nonresident = attribute.nonresident() ? 1 : 0;
+    if (attribute.nonresident()) {
+        fill_nonresident(row, kept);
+    } else {
+        fill_resident(row, attribute);
+    }
+    if (has_name(attribute)) row.name = ql::to_utf8(attribute_name(attribute));
+}
+
+void row_writer::fill_nonresident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept) const {
+    const record_attrib& attribute = kept.attribute;
+    const bool compressed = (attribute.flags() & 1u) != 0;
+    put(row, 0, m_head.base_ref() != 0 ? m_head.base_ref() : m_inode, 8);
+    put(row, 8, attribute.allocated_size(), 8);
+    put(row, 16, attribute.real_size(), 8);
+    put(row, 24, attribute.initialized_size(), 8);
+    put(row, 32, compressed ? attribute.compressed_size() : 0, 8);
+    put(row, 44, attribute.compression_unit(), 1);
+    row.runs = kept.runs;
+}
+
+void row_writer::fill_resident(NTFS_ATTRIB_ROW& row, const record_attrib& attribute) const {
+    const std::uint32_t length = attribute.value_length();
+    const ql::bytes value = attribute.value();
+    if (attribute.type() == attrib_type::object_id && length == 16) {
+        std::copy(value.begin(), value.end(), row.body.begin());
+    } else {
+        put(row, 0, length, 4);
+    }
+    if (m_with_contents && length < m_record_size) {
+        row.value.reserve(length);
+        row.value.assign(value.begin(), value.end());
+        row.value.resize(length);  // what lies behind the record is zero
+    }
+    if (attribute.type() == attrib_type::volume_name) row.name = volume_name_value(attribute);
+}
+
+}  // namespace
+
+bool CNtfs::get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows,
+                            bool with_contents) {
+    rows.clear();
+    if (!is_open()) return false;
+    const std::uint32_t record_size = get_mft_record_size();
+    attrib_pass pass(*this, record_size, {true, with_contents, nullptr});
+    if (!pass.run(inode)) return false;
+
+    rows.reserve(8);
+    row_writer writer(rows, pass, inode, record_size, with_contents);
+    writer.add_head();
+    for (const auto& info : pass.std_infos())
+        writer.add_std_info(info.second);
+    pass.file_names().for_each(
+        [&writer](const record_attrib& attribute) { writer.add_file_name(attribute); });
+    for (const auto& kept : pass.attributes())
+        writer.add_attribute(kept.second);
+    return true;
+}

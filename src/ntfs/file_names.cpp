@@ -1,1 +1,144 @@
+#include <array>
+#include <charconv>
+
+#include "foundation/ql_string.h"
+#include "ntfs/attrib_pass.h"
+#include "ntfs/attribute_list.h"
 #include "ntfs/ntfs.h"
+
+namespace {
+
+// How far the walk over the names of a record looks at attributes, whatever the record size is.
+constexpr std::uint32_t name_walk_limit = 1024;
+
+// Lower-case hexadecimal with at least 8 digits.
+void append_hex(std::string& out, std::uint64_t value) {
+    std::array<char, 16> digits;
+    char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), value, 16).ptr;
+    const auto length = static_cast<std::size_t>(end - digits.data());
+    if (length < 8) out.append(8 - length, '0');
+    out.append(digits.data(), length);
+}
+
+// Which names of a record are wanted.
+struct name_filter {
+    bool all_namespaces = false;
+    std::uint64_t parent = no_parent_filter;
+
+    bool wants(ql::bytes value) const {
+        if (parent != no_parent_filter && entry_of(ql::le64(value, 0)) != parent) return false;
+        const std::uint8_t name_space = ql::le8(value, 65);
+        return all_namespaces || name_space == 0 || name_space % 2 != 0;
+    }
+};
+
+void add_name(name_entry_map& names, const record_attrib& attribute, const name_filter& filter) {
+    const ql::bytes value = attribute.value_to_record_end();
+    if (attribute.value_length() == 0 || ql::le8(value, 64) == 0) return;
+    if (!filter.wants(value)) return;
+
+    std::wstring name = file_name_of(attribute);
+    const std::uint64_t parent_ref = ql::le64(value, 0);
+    const std::uint32_t number = file_record{attribute.record}.own_number();
+    const auto [place, is_new] = names.try_emplace(name_key(entry_of(parent_ref), name, number));
+    if (!is_new) return;
+    NTFS_NAME_ENTRY& entry = place->second;
+    entry.key = place->first;
+    entry.name = std::move(name);
+    entry.parent_ref = parent_ref;
+    entry.is_dos_name = ql::le8(value, 65) == 2 ? 1 : 0;
+    copy_start(value, entry.file_name_body);
+    copy_start(attribute.from(0), entry.attrib_head);
+    entry.record_number = number;
+}
+
+void collect_names(name_entry_map& names, ql::bytes record, const name_filter& filter) {
+    record_attrib attribute;
+    bool found = find_attrib(record, attrib_type::file_name, attribute, name_walk_limit);
+    while (found) {
+        add_name(names, attribute, filter);
+        const std::uint32_t length = attribute.length();
+        if (length == 0) return;
+        attribute.at += length;
+        if (attribute.length() >= name_walk_limit) return;
+        found = find_next_attrib(attribute, attrib_type::file_name, name_walk_limit);
+    }
+}
+
+// True when `record` has an attribute of the type and id of `entry`. A length that reaches the
+// record size ends the search.
+bool holds_listed(ql::bytes record, const list_entry& entry, std::uint32_t record_size) {
+    record_attrib attribute = first_attrib(record);
+    while (attribute.length() < record_size) {
+        if (attribute.type() == entry.type() && attribute.id() == entry.id()) return true;
+        if (attribute.length() == 0) return false;
+        attribute.at += attribute.length();
+        if (attribute.type() == attrib_type::end) return false;
+    }
+    return false;
+}
+
+// The names in the extension records of one entry.
+class extension_names {
+public:
+    extension_names(CNtfs& ntfs, name_entry_map& names, const name_filter& filter)
+        : m_ntfs(ntfs), m_names(names), m_filter(filter) {}
+
+    // Collects the names of the record that a list entry names, whatever the entry's own type is,
+    // when the record holds the attribute.
+    void collect(const list_entry& entry) {
+        if (!load(entry.entry_number())) return;
+        if (!holds_listed(m_record, entry, m_ntfs.get_mft_record_size())) return;
+        collect_names(m_names, m_record, m_filter);
+    }
+
+private:
+    // Entries of one record mostly follow each other: it stays until another one is asked for.
+    bool load(std::uint64_t number) {
+        if (m_usable && number == m_number) return true;
+        std::uint64_t position = 0;
+        std::uint32_t kind = record_kind::none;
+        m_number = number;
+        m_usable = m_ntfs.read_record_vector(number, m_record, position, kind) &&
+                   file_record{m_record}.has_file_keyword() &&
+                   file_record{m_record}.first_attrib_offset() != 0;
+        return m_usable;
+    }
+
+    CNtfs& m_ntfs;
+    name_entry_map& m_names;
+    const name_filter& m_filter;
+    std::vector<std::uint8_t> m_record;
+    std::uint64_t m_number = 0;
+    bool m_usable = false;
+};
+
+}  // namespace
+
+std::string name_key(std::uint64_t parent, const std::wstring& name, std::uint64_t number) {
+    std::string key;
+    key.reserve(name.size() + 26);
+    append_hex(key, parent);
+    key += '_';
+    ql::append_utf8(key, name);
+    key += '_';
+    append_hex(key, number);
+    return key;
+}
+
+bool CNtfs::get_file_names(name_entry_map& names, std::uint64_t inode, ql::bytes record,
+                           bool all_namespaces, std::uint64_t parent_filter) {
+    names.clear();
+    const name_filter filter{all_namespaces, parent_filter};
+    record_attrib list;
+    attribute_list_body body;
+    if (find_attrib(record, attrib_type::attribute_list, list, get_mft_record_size()) &&
+        load_attribute_list(*this, list, body)) {
+        extension_names extensions(*this, names, filter);
+        for_each_list_entry(body, [&extensions, inode](const list_entry& entry) {
+            if (entry.entry_number() != inode) extensions.collect(entry);
+        });
+    }
+    collect_names(names, record, filter);
+    return !names.empty();
+}

@@ -1,1 +1,70 @@
 #include "ntfs/inode_to_path.h"
+
+#include <iterator>
+#include <memory>
+#include <utility>
+
+#include "ntfs/ntfs.h"
+#include "storage/source_opening.h"
+
+namespace {
+
+constexpr std::uint64_t root_entry = 5;
+
+// The segments, deepest first, from the root down, each followed by a backslash. The root's own
+// name "." is left out.
+std::wstring join_from_root(const std::vector<std::wstring>& segments) {
+    std::wstring path;
+    for (auto segment = segments.rbegin(); segment != segments.rend(); ++segment) {
+        if (*segment == L".") continue;
+        path += *segment;
+        path += L'\\';
+    }
+    return path;
+}
+
+}  // namespace
+
+bool CNtfs::get_paths_of_inode(std::uint64_t inode, std::vector<std::wstring> partial,
+                               std::vector<std::wstring>& paths) {
+    name_entry_map names;
+    {
+        std::vector<std::uint8_t> record;
+        std::uint64_t position = 0;
+        std::int64_t size = 0;
+        if (!read_file_record(inode, record, position, size, true)) return false;
+        if (!get_file_names(names, inode, record)) return false;
+    }
+    for (auto name = names.begin(); name != names.end(); ++name) {
+        const NTFS_NAME_ENTRY& entry = name->second;
+        std::vector<std::wstring> segments =
+            std::next(name) == names.end() ? std::move(partial) : partial;
+        if (segments.size() != 1 || segments.front() != entry.name) segments.push_back(entry.name);
+        const std::uint64_t parent = entry_of(entry.parent_ref);
+        if (parent == root_entry) {
+            paths.push_back(join_from_root(segments));
+        } else {
+            // A parent that can't be read gives no path by this name.
+            static_cast<void>(get_paths_of_inode(parent, std::move(segments), paths));
+        }
+    }
+    return true;
+}
+
+bool paths_for_entry(const volume_source& source, std::uint64_t inode, const std::wstring& prefix,
+                     std::vector<std::wstring>& paths) {
+    std::unique_ptr<CNtfs> ntfs;
+    if (!attach_image(ntfs, source.image_path, source.volume_offset)) return false;
+    std::vector<std::wstring> found;
+    if (!ntfs->get_paths_of_inode(inode, {}, found)) return false;
+    for (std::wstring& path : found) {
+        path.erase(path.find_last_not_of(L'\\') + 1);
+        paths.push_back((prefix.empty() ? L"\\" : prefix) + path);
+    }
+    return true;
+}
+
+bool entry_is_directory(const volume_source& source, std::uint64_t inode) {
+    std::unique_ptr<CNtfs> ntfs;
+    return attach_image(ntfs, source.image_path, source.volume_offset) && ntfs->is_directory(inode);
+}

@@ -107,8 +107,10 @@ public:
     bool categorize_entry(NTFS_ENTRY_STORE& store, mft_entries_ctx& ctx, std::uint64_t inode,
                           bool keep_values);
     // The entry as flat rows: record head, 0x10 rows, 0x30 rows, then all other attributes by id.
-    // False, with no rows, when the record can't be used.
-    bool get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows);
+    // Without `with_contents` the rows have neither runs nor values, which a listing that only
+    // shows sizes saves itself. False, with no rows, when the record can't be used.
+    bool get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows,
+                         bool with_contents = true);
     // The $FILE_NAME attributes of `record` and of its extension records. DOS names are left out
     // unless `all_namespaces`; names under another parent than `parent_filter` are left out unless
     // that is no_parent_filter. True when the map is not empty.
@@ -191,4 +193,6 @@ private:
     bool make_unit_buffer(std::uint64_t limit, std::vector<std::uint8_t>& buffer) const;
     bool collect_allocation(const record_attrib& attribute, std::set<std::uint64_t>& children,
                             bool include_slack);
+    bool collect_listed(const record_attrib& attribute, bool root_missing, std::uint64_t inode,
+                        std::set<std::uint64_t>& children, bool include_slack);
 };

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "foundation/ql_bytes.h"
+#include "ntfs/file_record.h"
 
 struct reparse_point {
     ql::bytes value;  // from the start of the value to the end of the record
@@ -30,3 +31,14 @@ struct reparse_names {
 // Both names, moved on together word by word while the word at the substitute name is zero. So the
 // flags of a symbolic link are skipped only when they are zero and the substitute name comes first.
 reparse_names locate_reparse_names(const reparse_point& point);
+
+// True when a $REPARSE_POINT attribute has a target to show: a value of at least 17 bytes inside
+// its record, a data length, and one name that is not empty; both names must end in front of the
+// data length.
+bool has_reparse_target(const record_attrib& attribute);
+
+// The print name, or the substitute name when there is none, up to a zero unit.
+std::wstring reparse_target(const reparse_point& point);
+
+// The print name, as path look-up follows it; may be empty.
+std::wstring reparse_print_name(const reparse_point& point);

@@ -1,0 +1,139 @@
+// One pass over an MFT entry: the base record, then the extension records that its lists name.
+//
+// The pass keeps no copies: what it finds stays where it lies in the records, which the pass holds
+// for as long as it lives. Stores and rows are built from it.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory_resource>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ntfs/data_run_list.h"
+#include "ntfs/file_record.h"
+#include "run/cmd_params.h"
+
+class CNtfs;
+
+// What a pass does with the bodies of attributes.
+struct attrib_pass_options {
+    // Resident attributes with a value are never joined with another one of their key.
+    bool keep_values = true;
+    // Run lists are decoded, and those of joined attributes merged.
+    bool with_runs = true;
+    // Where reasons are traced; null for nowhere.
+    cmd_params* trace = nullptr;
+};
+
+// One attribute of the entry, with the runs of all attributes that were joined to it.
+struct kept_attrib {
+    record_attrib attribute;
+    data_run_list runs;  // when non-resident
+};
+
+// The $FILE_NAME attributes of an entry in the order of their keys. Of two with one key the first
+// stays. The only name of an entry, which is the usual case, has no use for a key and gets none.
+class kept_names {
+public:
+    explicit kept_names(std::pmr::memory_resource* memory) : m_by_key(memory) {}
+
+    void add(const record_attrib& attribute, std::uint64_t inode);
+
+    // Calls `visit` with each attribute in the order of their keys.
+    template <class Visitor>
+    void for_each(Visitor visit) const {
+        if (m_only.has_value()) visit(*m_only);
+        for (const auto& name : m_by_key)
+            visit(name.second);
+    }
+
+private:
+    std::optional<record_attrib> m_only;
+    std::pmr::map<std::string, record_attrib> m_by_key;
+};
+
+class attrib_pass {
+public:
+    // `record_size`: bytes in a file record.
+    attrib_pass(CNtfs& ntfs, std::uint32_t record_size, const attrib_pass_options& options)
+        : m_ntfs(ntfs), m_record_size(record_size), m_options(options) {}
+    attrib_pass(const attrib_pass&) = delete;
+    attrib_pass& operator=(const attrib_pass&) = delete;
+
+    // Reads the entry and sorts its attributes. False when its record can't be used; the trace
+    // tells why. An extension record that can't be used is left out, and a damaged attribute ends
+    // the walk of its record; neither is a failure.
+    bool run(std::uint64_t inode);
+
+    // The base record, update sequence applied.
+    ql::bytes base_record() const { return m_base; }
+    // Hands the bytes of the base record over. What was found stays usable while they live.
+    std::vector<std::uint8_t> take_base_record() { return std::move(m_base); }
+
+    // $STANDARD_INFORMATION attributes by attribute id.
+    const std::pmr::map<std::uint16_t, record_attrib>& std_infos() const { return m_std_infos; }
+    const kept_names& file_names() const { return m_file_names; }
+    // All other attributes by id << 48 | type; types without a meaning stand under 0xFFFFFFFF.
+    const std::pmr::map<std::uint64_t, kept_attrib>& attributes() const { return m_attributes; }
+    bool seen_unnamed_data() const { return m_seen_unnamed_data; }
+
+private:
+    enum class fetched { failed, bad, usable };
+
+    fetched fetch(std::uint64_t inode, std::vector<std::uint8_t>& record) const;
+    const std::vector<std::uint8_t>* extension(std::uint64_t entry);
+    void walk_base();
+    bool take(const record_attrib& attribute);
+    void take_std_info(const record_attrib& attribute);
+    void take_file_name(const record_attrib& attribute);
+    void take_data(const record_attrib& attribute);
+    void insert_or_join(const record_attrib& attribute);
+    void insert(std::uint64_t key, const record_attrib& attribute);
+    void join(kept_attrib& kept, const record_attrib& attribute) const;
+    void expand(const record_attrib& list);
+    void take_listed(const list_entry& entry, ql::bytes record);
+
+    CNtfs& m_ntfs;
+    const std::uint32_t m_record_size;
+    const attrib_pass_options m_options;
+    std::uint64_t m_inode = 0;
+    bool m_seen_unnamed_data = false;
+    std::vector<std::uint8_t> m_base;
+    std::map<std::uint64_t, std::vector<std::uint8_t>> m_extensions;  // by entry number
+    std::vector<record_attrib> m_lists;                               // of the base record
+
+    // The maps of an ordinary entry fit into this; those of others go on in the heap.
+    std::array<std::byte, 2048> m_arena_bytes;
+    std::pmr::monotonic_buffer_resource m_arena{m_arena_bytes.data(), m_arena_bytes.size()};
+    std::pmr::map<std::uint16_t, record_attrib> m_std_infos{&m_arena};
+    kept_names m_file_names{&m_arena};
+    std::pmr::map<std::uint64_t, kept_attrib> m_attributes{&m_arena};
+};
+
+// The name of an attribute; empty when it has none, or when its offset and its number of 16-bit
+// units together pass the end of the record.
+std::wstring attribute_name(const record_attrib& attribute);
+
+// The value of an unnamed $VOLUME_NAME attribute in UTF-8; empty when it is not resident.
+std::string volume_name_value(const record_attrib& attribute);
+
+// The first bytes of `from`, as many as `out` holds; what `from` lacks stays as it is.
+template <std::size_t size>
+void copy_start(ql::bytes from, std::array<std::uint8_t, size>& out) {
+    const ql::bytes start = ql::clip(from, 0, size);
+    std::copy(start.begin(), start.end(), out.begin());
+}
+
+// True when attribute_name is not empty.
+bool has_name(const record_attrib& attribute);
+
+// The name in a $FILE_NAME attribute. Its length in 16-bit units is the u8 at value offset 64.
+std::wstring file_name_of(const record_attrib& attribute);
+
+// Key of an attribute in the order of an entry's attributes: the id, then the type.
+std::uint64_t attribute_key(const record_attrib& attribute);
