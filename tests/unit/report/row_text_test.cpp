@@ -1,0 +1,61 @@
+#include "report/row_text.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace {
+
+TEST(RowText, NumbersAreFilledAndNeverCut) {
+    std::string row;
+    append_decimal(row, 0);
+    row += '|';
+    append_decimal(row, 18446744073709551615u);
+    row += '|';
+    append_hex(row, 0, 4);
+    row += '|';
+    append_hex(row, 0x1ABCDEF, 8);
+    row += '|';
+    append_hex(row, 0xFFFFFFFFFFFFFFFFu, 8);
+    EXPECT_EQ(row, "0|18446744073709551615|0000|01abcdef|ffffffffffffffff");
+}
+
+TEST(RowText, FieldsAreFilledWithBlanksAndNeverCut) {
+    std::string row;
+    append_left(row, "ab", 4);
+    row += '|';
+    append_left(row, "abcd", 3);
+    row += '|';
+    append_right(row, "ab", 4);
+    row += '|';
+    append_right(row, std::uint64_t{12345}, 4);
+    row += '|';
+    append_right(row, std::uint64_t{7}, 4);
+    EXPECT_EQ(row, "ab  |abcd|  ab|12345|   7");
+}
+
+// Counts the flushes that reach the buffer.
+class flush_counter : public std::stringbuf {
+public:
+    int flushes = 0;
+
+protected:
+    int sync() override {
+        ++flushes;
+        return 0;
+    }
+};
+
+TEST(RowText, RowEndsWithALineEndAndAFlushAndIsEmptiedForTheNext) {
+    flush_counter buffer;
+    std::ostream out(&buffer);
+    std::string row = "first";
+    write_row(out, row);
+    EXPECT_EQ(row, "");
+    row = "second";
+    write_row(out, row);
+    EXPECT_EQ(buffer.str(), "first\nsecond\n");
+    EXPECT_EQ(buffer.flushes, 2);
+}
+
+}  // namespace
