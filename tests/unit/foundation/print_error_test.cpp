@@ -1,1 +1,115 @@
 #include "foundation/print_error.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+
+namespace {
+
+const std::string clearing = "\x1b[2K\r    \r";
+
+// Standard error of this process from here to the end of its life, by way of a temporary file.
+class captured_stderr {
+public:
+    captured_stderr() : m_file(std::tmpfile()), m_saved(::dup(2)) {
+        std::fflush(stderr);
+        ::dup2(::fileno(m_file), 2);
+    }
+    ~captured_stderr() {
+        ::dup2(m_saved, 2);
+        ::close(m_saved);
+        std::fclose(m_file);
+    }
+    captured_stderr(const captured_stderr&) = delete;
+    captured_stderr& operator=(const captured_stderr&) = delete;
+
+    // What has reached the descriptor. Bytes that still wait in a stream's buffer aren't there.
+    std::string text() const {
+        std::string content;
+        char block[4096];
+        off_t at = 0;
+        for (ssize_t got; (got = ::pread(::fileno(m_file), block, sizeof block, at)) > 0; at += got)
+            content.append(block, static_cast<std::size_t>(got));
+        return content;
+    }
+
+private:
+    std::FILE* m_file;
+    int m_saved;
+};
+
+TEST(ClearLine, WritesItsTenBytes) {
+    EXPECT_EQ(clear_line_bytes, clearing);
+    EXPECT_EQ(clearing.size(), 10u);
+    const captured_stderr screen;
+    clear_line();
+    EXPECT_EQ(screen.text(), clearing);
+}
+
+TEST(PrintError, LosesTheLastCharacterOfEachMessage) {
+    const captured_stderr screen;
+    print_error("prob opening results file: %s for writing\n", "a b.txt");
+    EXPECT_EQ(screen.text(), clearing + "prob opening results file: a b.txt for writing");
+}
+
+TEST(PrintError, LosesALetterWhereThereIsNoLineEnd) {
+    const captured_stderr screen;
+    print_error("%s%d", "ab", 12);
+    EXPECT_EQ(screen.text(), clearing + "ab1");
+}
+
+TEST(PrintError, KeepsTheLineEndOfTheTextInFrontOfItsOwn) {
+    const captured_stderr screen;
+    print_error("%s\n", "first\nsecond\n");
+    EXPECT_EQ(screen.text(), clearing + "first\nsecond\n");
+}
+
+TEST(PrintError, ShowsNothingOfMessagesWithNoneOrOneCharacter) {
+    const captured_stderr screen;
+    print_error("%s", "");
+    EXPECT_EQ(screen.text(), clearing);
+    print_error("\n");
+    EXPECT_EQ(screen.text(), clearing + clearing);
+}
+
+TEST(PrintError, NullFormatOnlyClearsTheLine) {
+    const captured_stderr screen;
+    const char* const no_format = nullptr;
+    print_error(no_format);
+    EXPECT_EQ(screen.text(), clearing);
+}
+
+TEST(PrintError, DropsAMessageOfMoreThan4096Characters) {
+    const std::string longest(4096, 'x');
+    {
+        const captured_stderr screen;
+        print_error("%s", longest.c_str());
+        EXPECT_EQ(screen.text(), clearing + longest.substr(1));
+    }
+    {
+        const captured_stderr screen;
+        print_error("%s\n", longest.c_str());
+        EXPECT_EQ(screen.text(), clearing);
+    }
+    {
+        const captured_stderr screen;
+        print_error("%s", (longest + "x").c_str());
+        EXPECT_EQ(screen.text(), clearing);
+    }
+}
+
+TEST(PrintError, DropsAMessageThatCannotBeFormatted) {
+    const captured_stderr screen;
+    print_error("before %ls after\n", L"\x4E00");  // no such character in the C locale
+    EXPECT_EQ(screen.text(), clearing);
+}
+
+TEST(PrintError, PassesBytesOutsideAsciiThrough) {
+    const captured_stderr screen;
+    print_error("invalid image: %s\n", "\xC3\xA9\xFF");
+    EXPECT_EQ(screen.text(), clearing + "invalid image: \xC3\xA9\xFF");
+}
+
+}  // namespace
