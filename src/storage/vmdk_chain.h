@@ -17,6 +17,8 @@ public:
     // Opens one file and adds it under its CID. False when it is no readable sparse extent. A file
     // whose CID is there already is opened and not used.
     bool add_file(const std::wstring& path);
+    // Adds an open extent under its CID; the second one of a CID is kept and not used.
+    void add_extent(std::unique_ptr<vmdk_extent> extent);
     // Adds each file in order; false at the first that fails.
     bool add_files(const std::vector<std::wstring>& paths);
 
@@ -24,8 +26,9 @@ public:
     // `ready` stays clear when the links make a ring.
     bool link();
 
-    // Reads at byte `offset` of the disk. False when the chain is not ready, `buffer` is null or
-    // `count` is 0; else true with all of `count` delivered, zeros where nothing can be read.
+    // Reads at byte `offset` of the disk. False when the chain is not ready, `buffer` is null,
+    // `count` is 0 or grains have no size; else true with all of `count` delivered, zeros where
+    // nothing can be read.
     bool read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count);
 
     // By CID, in plain byte order.
@@ -36,6 +39,9 @@ public:
     bool ready = false;
     std::vector<vmdk_extent*> order;  // base first, then each child
 
+    // Makes `extent` the base if it has no parent, else links it with its parent, which keeps the
+    // last child that it is given. False when the parent is not there.
+    bool join_to_parent(vmdk_extent& extent);
     // Walks from `base` through `child` and sets `newest`, `order` and `ready`.
     void walk_children();
 

@@ -8,6 +8,20 @@
 
 #include "foundation/ql_bytes.h"
 
+class vmdk_metadata_reader;
+
+// The file, in sectors of 512 bytes: header; descriptor (text); grain directory, whose entries are
+// the sectors of grain tables; grain tables, whose entries are the sectors of grains; grains. The
+// extent stands for the whole capacity of its disk. Header:
+//
+//    0  "KDMV"                       44  u32  entries in a grain table
+//   12  u64  capacity                56  u64  grain directory
+//   20  u64  size of a grain         64  u64  overhead: size of all that precedes the grains
+//   28  u64  descriptor
+//   36  u64  size of the descriptor
+//
+// Flags and compression are not looked at: grains are taken as they are. All metadata is kept in
+// memory, and none of it may be larger than the file.
 class vmdk_extent {
 public:
     vmdk_extent() = default;
@@ -15,7 +29,9 @@ public:
     vmdk_extent(const vmdk_extent&) = delete;
     vmdk_extent& operator=(const vmdk_extent&) = delete;
 
-    // Opens the file and reads all of its metadata. True exactly when `ready`.
+    // Opens the file and reads all of its metadata; called once. True exactly when `ready`. False
+    // for another magic number, metadata that the file can't hold, an empty grain directory, and a
+    // failed read; a cut file gives zeros where it ends.
     bool open(const std::wstring& path, bool write_access);
 
     // Fields of the sparse extent header; sector counts are in units of 512 bytes.
@@ -45,10 +61,13 @@ public:
     std::string parent_file_hint;
     vmdk_extent* child = nullptr;  // links in the chain, not owned
     vmdk_extent* parent = nullptr;
-    std::vector<std::uint32_t> grain_directory;            // sector numbers
-    std::uint64_t first_table_offset = 0;                  // bytes in the file
-    std::vector<std::vector<std::uint32_t>> grain_tables;  // one a directory entry
-    std::uint64_t first_sector_offset = 0;                 // bytes in the file
+    std::vector<std::uint32_t> grain_directory;  // sector numbers of the tables
+    std::uint64_t first_table_offset = 0;        // bytes in the file
+    // Sector numbers of grains, 0 for a grain that the file does not hold. Each table is kept once,
+    // however many directory entries lead to it, and without the zeros at its end.
+    std::vector<std::vector<std::uint32_t>> grain_tables;
+    std::vector<std::uint32_t> table_of_entry;  // directory entry to index in grain_tables
+    std::uint64_t first_sector_offset = 0;      // bytes in the file
     std::vector<std::uint8_t> first_sector;
     std::vector<std::uint64_t> partition_offsets;  // bytes
     std::vector<std::uint32_t> partition_sector_sizes;
@@ -61,4 +80,13 @@ public:
     bool write_access = false;
     std::string path_utf8;
     std::wstring path_wide;
+
+private:
+    bool read_metadata();
+    bool read_header(vmdk_metadata_reader& reader);
+    bool read_descriptor(vmdk_metadata_reader& reader);
+    void take_descriptor_line(const std::string& line);
+    bool read_directory(vmdk_metadata_reader& reader);
+    bool read_tables(vmdk_metadata_reader& reader);
+    bool read_first_sector(vmdk_metadata_reader& reader);
 };

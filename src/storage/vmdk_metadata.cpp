@@ -1,0 +1,210 @@
+#include "storage/vmdk_metadata.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+#include <unordered_map>
+#include <utility>
+
+#include "foundation/ql_string.h"
+#include "storage/ql_disk_structs.h"
+#include "storage/vmdk_extent.h"
+
+namespace {
+
+constexpr char magic[] = "KDMV";
+constexpr std::size_t magic_size = 4;
+constexpr std::uint64_t entry_size = 4;  // bytes, of a directory and of a table
+
+// Far more than a disk needs: tables of the usual size for 128 TiB.
+constexpr std::uint64_t most_directory_entries = 0x400000;
+
+// Tables that do not overlap are no larger than the file, and tables for the 2^32 sectors that an
+// entry can name are small beside 4 GiB. Tables that claim more than the file, and a little, are
+// not read.
+std::uint64_t table_budget(std::uint64_t file_size) {
+    constexpr std::uint64_t spare = 0x1000000;
+    constexpr std::uint64_t most = 0x100000000;
+    return std::min(file_size, most) + spare;
+}
+
+// Entries in `part` up to the last one that is not 0; the end of the file may cut that one.
+std::size_t entries_used(ql::bytes part) {
+    std::size_t used = part.size();
+    while (used > 0 && part[used - 1] == 0)
+        --used;
+    return (used + entry_size - 1) / entry_size;
+}
+
+bool starts_with(const std::string& text, const char* start) { return text.rfind(start, 0) == 0; }
+
+}  // namespace
+
+bool vmdk_metadata_reader::is_in_window(std::uint64_t position, std::size_t count) const {
+    if (position < m_window_position) return false;
+    const std::uint64_t skipped = position - m_window_position;
+    return skipped <= m_window_held && count <= m_window_held - skipped;
+}
+
+bool vmdk_metadata_reader::read(std::uint64_t position, std::size_t count, ql::bytes& out) {
+    if (!is_in_window(position, count)) {
+        m_window_held = 0;
+        if (::lseek(m_fd, static_cast<off_t>(position), SEEK_SET) == -1) return false;
+        const ssize_t brought = ::read(m_fd, m_window.data(), m_window.size());
+        if (brought == -1) return false;
+        m_window_position = position;
+        m_window_held = static_cast<std::size_t>(brought);
+    }
+    const ql::bytes held(m_window.data(), m_window_held);
+    out = ql::clip(held, static_cast<std::size_t>(position - m_window_position), count);
+    return true;
+}
+
+bool vmdk_metadata_reader::read_entries(std::uint64_t position, std::uint64_t count,
+                                        std::vector<std::uint32_t>& out) {
+    out.clear();
+    for (std::uint64_t done = 0; done < count;) {
+        const std::uint64_t step = std::min<std::uint64_t>(count - done, window_size / entry_size);
+        ql::bytes part;
+        if (!read(position + done * entry_size, step * entry_size, part)) return false;
+        const std::size_t used = entries_used(part);
+        if (used != 0) out.resize(done + used);
+        for (std::size_t i = 0; i < used; ++i)
+            out[done + i] = ql::le32(part, i * entry_size);
+        if (part.size() < step * entry_size) break;  // the end of the file
+        done += step;
+    }
+    return true;
+}
+
+bool vmdk_extent::read_metadata() {
+    vmdk_metadata_reader reader(fd);
+    return read_header(reader) && read_descriptor(reader) && read_directory(reader) &&
+           read_tables(reader) && read_first_sector(reader);
+}
+
+bool vmdk_extent::read_header(vmdk_metadata_reader& reader) {
+    ql::bytes start;
+    if (!reader.read(0, header.size(), start)) return false;
+    std::copy(start.begin(), start.end(), header.begin());
+    grain_bytes = sector_size * grain_size();
+    table_span = entries_per_table() * grain_bytes;
+    return ql::has_text(header, 0, magic);
+}
+
+// The descriptor is a text that its first zero byte or its size ends.
+bool vmdk_extent::read_descriptor(vmdk_metadata_reader& reader) {
+    const std::uint64_t position = sector_size * descriptor_offset();
+    const std::uint64_t size = sector_size * descriptor_size();
+    if (size > file_size) return false;
+    std::string line;
+    std::uint64_t done = 0;
+    do {  // at least once: a place that can't be sought fails even for a text of no size
+        const std::size_t step = std::min<std::uint64_t>(size - done, reader.window_size);
+        ql::bytes part;
+        if (!reader.read(position + done, step, part)) return false;
+        for (const std::uint8_t byte : part) {
+            if (byte == 0) {
+                take_descriptor_line(line);
+                return true;
+            }
+            if (byte == '\n') {
+                take_descriptor_line(line);
+                line.clear();
+            } else {
+                line += static_cast<char>(byte);
+            }
+        }
+        if (part.size() < step) break;  // the end of the file
+        done += step;
+    } while (done < size);
+    take_descriptor_line(line);
+    return true;
+}
+
+// Keys stand at the start of their line, in any case; values are kept to the end of the line.
+void vmdk_extent::take_descriptor_line(const std::string& line) {
+    if (line.empty()) return;
+    descriptor_lines.push_back(ql::to_wide(line));
+    std::string lowered = line;
+    ql::lower(lowered);
+    const std::pair<const char*, std::string*> values[] = {
+        {"cid=", &cid},
+        {"parentcid=", &parent_cid},
+        {"encoding=", &encoding},
+        {"parentfilenamehint=", &parent_file_hint}};
+    for (const auto& [key, value] : values) {
+        if (starts_with(lowered, key)) *value = line.substr(std::char_traits<char>::length(key));
+    }
+}
+
+// The directory reaches from its own start to the first table, whatever the capacity is. Entries
+// that only pad it are kept: being 0, they lead to a table at the start of the file. False when
+// nothing lies between the two.
+bool vmdk_extent::read_directory(vmdk_metadata_reader& reader) {
+    const std::uint64_t metadata_size = sector_size * overhead();
+    const std::uint64_t start = sector_size * grain_dir_offset();
+    if (metadata_size > file_size || metadata_size < magic_size || start >= metadata_size) {
+        return false;
+    }
+    ql::bytes first;
+    if (!reader.read(start, entry_size, first)) return false;
+    first_table_offset = std::uint64_t{sector_size} * ql::le32(first, 0);
+    if (first_table_offset > metadata_size || first_table_offset <= start) return false;
+    const std::uint64_t num_entries = (first_table_offset - start) / entry_size;
+    if (num_entries > most_directory_entries) return false;
+    if (!reader.read_entries(start, num_entries, grain_directory)) return false;
+    grain_directory.resize(num_entries);
+    return true;
+}
+
+// Reads tables until one can't be read; the directory entries behind it lead nowhere. False when
+// there is no first table, or tables have no entries.
+bool vmdk_extent::read_tables(vmdk_metadata_reader& reader) {
+    if (entries_per_table() == 0) return false;
+    const std::uint64_t table_size = entries_per_table() * entry_size;
+    std::uint64_t budget = table_budget(file_size);
+    std::unordered_map<std::uint32_t, std::uint32_t> known;  // sector to index in grain_tables
+    table_of_entry.reserve(grain_directory.size());
+    for (const std::uint32_t sector : grain_directory) {
+        const std::uint64_t position = std::uint64_t{sector} * sector_size;
+        const std::uint64_t held = position < file_size ? file_size - position : 0;
+        // Tables behind the end of the file are one and the same empty one.
+        const std::uint32_t key = held != 0 ? sector : UINT32_MAX;
+        const auto [place, is_new] =
+            known.try_emplace(key, static_cast<std::uint32_t>(grain_tables.size()));
+        if (is_new) {
+            const std::uint64_t cost = std::min(table_size, held);
+            if (cost > budget) break;
+            budget -= cost;
+            std::vector<std::uint32_t> table;
+            if (!reader.read_entries(position, entries_per_table(), table)) break;
+            grain_tables.push_back(std::move(table));
+        }
+        table_of_entry.push_back(place->second);
+    }
+    return !table_of_entry.empty();
+}
+
+// The first sector of the disk tells where the partitions are. A delta file, whose first grain is
+// hardly ever there, shows its own header in its place and has no partitions.
+bool vmdk_extent::read_first_sector(vmdk_metadata_reader& reader) {
+    const std::vector<std::uint32_t>& table = grain_tables[table_of_entry.front()];
+    const std::uint32_t sector = table.empty() ? 0 : table.front();
+    first_sector_offset = std::uint64_t{sector} * sector_size;
+    ql::bytes stored;
+    if (!reader.read(first_sector_offset, sector_size, stored)) return false;
+    first_sector.assign(sector_size, 0);
+    std::copy(stored.begin(), stored.end(), first_sector.begin());
+
+    partition_list list;
+    if (!scan_partitions_in_buffer(first_sector, list, false, false)) {
+        scan_partitions_in_buffer(first_sector, list, true, false);
+    }
+    for (const partition_record& record : list) {
+        partition_offsets.push_back(record.byte_offset());
+        partition_sector_sizes.push_back(record.m_sector_size);
+    }
+    return true;
+}
