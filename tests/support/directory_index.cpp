@@ -100,7 +100,12 @@ bytes index_block(const bytes& entries, const index_block_options& options) {
 
 directory_index& directory_index::add(const index_entry& entry) {
     m_entries.push_back(entry);
+    m_live.push_back(false);
     return *this;
+}
+void directory_index::add_live(std::uint64_t number, const bytes& file_name) {
+    m_entries.push_back({.reference = number, .key = file_name});
+    m_live.push_back(true);
 }
 directory_index& directory_index::add(std::uint64_t reference, const bytes& file_name) {
     return add({.reference = reference, .key = file_name});
@@ -112,6 +117,7 @@ directory_index& directory_index::add_stale(const index_entry& entry,
 }
 directory_index& directory_index::clear() {
     m_entries.clear();
+    m_live.clear();
     m_stale.clear();
     return *this;
 }

@@ -109,6 +109,7 @@ public:
 
 private:
     friend class directory_writer;
+    friend class ntfs_image;
 
     struct change {
         std::size_t block, at;
@@ -120,7 +121,11 @@ private:
         std::optional<std::size_t> block;
     };
 
+    // Adds an entry whose reference gets the sequence number that entry `number` has in the end.
+    void add_live(std::uint64_t number, const bytes& file_name);
+
     std::vector<index_entry> m_entries;
+    std::vector<bool> m_live;  // beside m_entries
     std::vector<stale_entry> m_stale;
     std::vector<change> m_before_fixup, m_after_fixup, m_in_root;
     std::vector<std::size_t> m_zeroed;

@@ -10,6 +10,9 @@
 // ".", its index naming itself); $Bitmap; $Boot; $BadClus; $Secure; $UpCase; $Extend. The root's
 // index names only itself and what file() and directory() add, unless `list_system_files` is set.
 // Entries that nobody asked for are formatted and not in use.
+//
+// What a system file holds is added when the volume is built, unless the test has given its entry
+// an attribute of that type and name: entry(0).data_runs(...) replaces the $DATA of $MFT.
 #pragma once
 
 #include <cstdint>
@@ -59,8 +62,10 @@ public:
     std::uint64_t reference(std::uint64_t number) const;
 
     // A file / a directory with $STANDARD_INFORMATION and $FILE_NAME, named in the index of
-    // `parent`. A directory gets an index of its own. `number` must be free; 0 takes the next free
-    // one from 24 on. The name's options serve the attribute and the index entry alike.
+    // `parent`. `number` must be free; 0 takes the one behind the highest, from 24 on. The name's
+    // options serve the attribute and the index entry alike; the parent's sequence number is the
+    // one that it has now. A directory gets an index of its own, the directory flag in its name,
+    // and no archive attribute. The index entry follows a later sequence() of the record.
     record_builder& file(std::uint64_t parent, std::u16string_view name, std::uint64_t number = 0,
                          const file_name_options& options = {},
                          const standard_information_options& information = {});
@@ -97,12 +102,14 @@ public:
                                   std::span<const std::uint8_t> content, std::uint8_t unit = 4);
 
     // --- $MFT ---
-    // Where $MFT lies, in VCN order. Call it before anything that asks for positions of records.
-    // The first run's LCN goes into the boot sector. Entries behind the runs are refused.
+    // Where $MFT lies, in VCN order. Call it before anything that asks for positions of records,
+    // and before alloc(). The first run's LCN goes into the boot sector. entry() throws
+    // std::out_of_range for entries behind the runs; records in holes are not written.
     ntfs_image& mft_runs(const cluster_runs& runs);
     const cluster_runs& mft_runs() const { return m_mft_runs; }
     // Byte position of a record, from the start of the volume. For a record that lies in several
-    // runs: of its first byte.
+    // runs: of its first byte. Throws std::out_of_range for an entry behind the end of $MFT, which
+    // grows with entry(), and std::logic_error for one in a hole.
     std::uint64_t record_pos(std::uint64_t number) const;
 
     // --- security ---
@@ -110,7 +117,7 @@ public:
     sds_stream& security();
 
     // --- damage ---
-    // Overwrites bytes of the finished volume.
+    // Overwrites bytes of the finished volume, which grows when they lie behind its end.
     ntfs_image& put(std::uint64_t at, std::uint64_t value, std::size_t width);
     ntfs_image& put_bytes(std::uint64_t at, std::span<const std::uint8_t> content);
     // Cuts the finished image off at `size` bytes.

@@ -332,6 +332,12 @@ std::size_t record_builder::attribute_offset(std::uint32_t type_code, std::u16st
     throw std::out_of_range("support: no such attribute in record " + std::to_string(m_number));
 }
 
+bool record_builder::has_attribute(std::uint32_t type_code, std::u16string_view name) const {
+    return std::any_of(m_attributes.begin(), m_attributes.end(), [&](const attribute& a) {
+        return !a.raw && a.type_code == type_code && a.name == name;
+    });
+}
+
 std::vector<list_entry> record_builder::list_entries() const {
     std::vector<list_entry> result;
     for (const attribute* a : in_order()) {

@@ -216,11 +216,15 @@ public:
     std::uint64_t number() const { return m_number; }
     std::uint64_t reference() const { return file_reference(m_number, m_sequence); }
     std::uint16_t sequence() const { return m_sequence; }
+    bool is_in_use() const { return (m_flags & 1) != 0; }
+    std::uint64_t base_reference() const { return m_base; }  // 0 in a base record
     // Byte offset in the record of the `index`-th attribute of that type and name; throws
     // std::out_of_range when there is none. As laid out by the calls so far; directory indexes
     // (ntfs_image.h) join only when the volume is built.
     std::size_t attribute_offset(std::uint32_t type_code, std::u16string_view name = u"",
                                  std::size_t index = 0) const;
+    // Whether a call has added an attribute of that type and name.
+    bool has_attribute(std::uint32_t type_code, std::u16string_view name = u"") const;
     // The record. Throws std::length_error when the attributes don't fit.
     bytes build() const;
     // The same as it looks in memory, after the sectors' last words were put back.

@@ -1,0 +1,259 @@
+#include "support/directory_writer.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "support/byte_writer.h"
+
+namespace support {
+
+namespace {
+
+constexpr std::u16string_view index_name = u"$I30";
+constexpr std::size_t end_entry_size = 16, sub_node_size = 8;
+// An $INDEX_ROOT with its attribute header, name and two value headers.
+constexpr std::size_t root_overhead = 24 + 8 + 32;
+
+// The name in a file name key, folded as far as ASCII goes.
+std::u16string folded_name(const bytes& key) {
+    std::u16string name;
+    for (std::size_t at = 66; at + 1 < key.size(); at += 2) {
+        auto unit = static_cast<char16_t>(key[at] | key[at + 1] << 8);
+        if (unit >= u'a' && unit <= u'z') {
+            unit = static_cast<char16_t>(unit - 32);
+        }
+        name.push_back(unit);
+    }
+    return name;
+}
+
+std::size_t size_of(const std::vector<index_entry>& entries) {
+    return index_entries(entries).size();
+}
+
+}  // namespace
+
+directory_writer::directory_writer(ntfs_image& volume, std::uint64_t number)
+    : m_volume(volume), m_number(number), m_index(volume.m_indexes.at(number)) {}
+
+std::vector<index_entry> directory_writer::settled_entries() const {
+    std::vector<index_entry> entries = m_index.m_entries;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        if (m_index.m_live[i]) {
+            entries[i].reference = m_volume.reference(entries[i].reference);
+        }
+    }
+    if (!m_index.m_keep_order) {
+        std::stable_sort(entries.begin(), entries.end(),
+                         [](const index_entry& a, const index_entry& b) {
+                             return folded_name(a.key) < folded_name(b.key);
+                         });
+    }
+    return entries;
+}
+
+bytes directory_writer::stale_entries(std::optional<std::size_t> block) const {
+    bytes result;
+    for (const auto& stale : m_index.m_stale) {
+        if (stale.block == block) {
+            append(result, stale.entry.build());
+        }
+    }
+    return result;
+}
+
+std::uint64_t directory_writer::vcn_of(std::size_t block) const {
+    const ntfs_geometry& g = m_volume.m_geometry;
+    return block * (g.index_block >= g.cluster ? g.index_block / g.cluster : g.index_block / 512);
+}
+
+// Bytes for entries ahead of the end entry.
+std::size_t directory_writer::capacity(std::size_t block, bool is_leaf) const {
+    const ntfs_geometry& g = m_volume.m_geometry;
+    const std::size_t words = 1 + std::max<std::size_t>(1, g.index_block / g.sector);
+    const std::size_t header = round_up(40 + 2 * words, 8);
+    const std::size_t taken =
+        header + end_entry_size + (is_leaf ? 0 : sub_node_size) + stale_entries(block).size();
+    return taken > g.index_block ? 0 : g.index_block - taken;
+}
+
+// Fills blocks with a level's entries; the entry that finds no room any more goes up, as what
+// separates its block from the next. Gives the level above.
+directory_writer::node directory_writer::split_level(const node& level) {
+    const bool is_leaf = !level.end_sub_node;
+    node above, current;
+    std::size_t left = capacity(m_blocks.size(), is_leaf);
+    const auto close_block = [&](index_entry separator) {
+        current.end_sub_node = separator.sub_node;
+        separator.sub_node = vcn_of(m_blocks.size());
+        above.entries.push_back(std::move(separator));
+        m_blocks.push_back(std::move(current));
+        current = {};
+        left = capacity(m_blocks.size(), is_leaf);
+    };
+    for (std::size_t i = 0; i < level.entries.size(); ++i) {
+        const index_entry& entry = level.entries[i];
+        const std::size_t size = entry.build().size();
+        const bool full = is_leaf && m_index.m_entries_per_block != 0 &&
+                          current.entries.size() >= m_index.m_entries_per_block;
+        if (size <= left && !full) {
+            current.entries.push_back(entry);
+            left -= size;
+        } else if (i + 1 < level.entries.size() || current.entries.size() < 2) {
+            close_block(entry);
+        } else {  // the last entry would leave an empty block behind itself
+            index_entry separator = current.entries.back();
+            current.entries.pop_back();
+            close_block(std::move(separator));
+            current.entries.push_back(entry);
+        }
+    }
+    current.end_sub_node = level.end_sub_node;
+    above.end_sub_node = vcn_of(m_blocks.size());
+    m_blocks.push_back(std::move(current));
+    return above;
+}
+
+std::size_t directory_writer::root_room(std::size_t blocks) const {
+    const auto& extension = m_index.m_root_extension;
+    const auto record = m_volume.m_entries.find(extension.value_or(m_number));
+    std::size_t taken = root_overhead + stale_entries({}).size();
+    if (blocks != 0 && extension == m_index.m_blocks_extension) {
+        const std::size_t runs = m_index.m_fragmented ? 5 * blocks : 16;
+        taken += 64 + 8 + runs + 32 + round_up(blocks, 64) / 8;
+    }
+    if (!extension && m_index.m_blocks_extension) {  // the list stands in the base
+        taken += 24 + 40 * (record->second.list_entries().size() + 4);
+    }
+    const std::size_t room = record->second.room();
+    return room > taken ? room - taken : 0;
+}
+
+bool directory_writer::all_fit_in_root(const node& top) const {
+    const std::size_t end = end_entry_size + (top.end_sub_node ? sub_node_size : 0);
+    return size_of(top.entries) + end <= root_room(m_blocks.size() + m_index.m_spare_blocks);
+}
+
+void directory_writer::raise_tree(node top) {
+    const bool stale_in_blocks = std::any_of(m_index.m_stale.begin(), m_index.m_stale.end(),
+                                             [](const auto& stale) { return !!stale.block; });
+    bool wants_blocks = m_index.m_in_blocks || m_index.m_blocks_extension || stale_in_blocks ||
+                        m_index.m_spare_blocks != 0 || m_index.m_entries_per_block != 0;
+    while (wants_blocks || !all_fit_in_root(top)) {
+        if (m_blocks.size() > 1 && top.entries.empty()) {
+            throw std::length_error("support: no room for the index root of entry " +
+                                    std::to_string(m_number));
+        }
+        top = split_level(top);
+        wants_blocks = false;
+    }
+    m_root = std::move(top);
+}
+
+record_builder& directory_writer::record_for(const std::optional<std::uint64_t>& extension) {
+    if (!extension) {
+        return m_volume.entry(m_number);
+    }
+    return m_volume.entry(*extension).base(m_volume.reference(m_number));
+}
+
+void directory_writer::add_root() {
+    const ntfs_geometry& g = m_volume.m_geometry;
+    bytes entries = index_entries(m_root.entries);
+    append(entries, index_end_entry(m_root.end_sub_node));
+    const auto used = static_cast<std::uint32_t>(16 + entries.size());
+    append(entries, stale_entries({}));
+    bytes value =
+        index_root_value(entries, {.block_size = g.index_block,
+                                   .clusters_per_block = static_cast<std::uint8_t>(vcn_of(1)),
+                                   .header_flags = m_root.end_sub_node ? 1u : 0u,
+                                   .used = used});
+    for (const auto& change : m_index.m_in_root) {
+        put_le(value, change.at, change.value, change.width);
+    }
+    record_for(m_index.m_root_extension).resident(type::index_root, index_name, value);
+}
+
+bytes directory_writer::finished_block(std::size_t block) const {
+    const ntfs_geometry& g = m_volume.m_geometry;
+    bytes result(g.index_block);
+    if (block < m_blocks.size()) {
+        bytes entries = index_entries(m_blocks[block].entries);
+        append(entries, index_end_entry(m_blocks[block].end_sub_node));
+        result = index_block(entries, {.block_size = g.index_block,
+                                       .sector_size = g.sector,
+                                       .vcn = vcn_of(block),
+                                       .header_flags = m_blocks[block].end_sub_node ? 1u : 0u,
+                                       .fixups = false,
+                                       .slack = stale_entries(block)});
+    }
+    const auto apply = [&](const auto& changes) {
+        for (const auto& change : changes) {
+            if (change.block == block) {
+                put_le(result, change.at, change.value, change.width);
+            }
+        }
+    };
+    apply(m_index.m_before_fixup);
+    if (block < m_blocks.size()) {
+        const std::size_t words = 1 + std::max<std::size_t>(1, g.index_block / g.sector);
+        apply_fixups(result, g.sector, 40, words, 1);
+    }
+    if (std::count(m_index.m_zeroed.begin(), m_index.m_zeroed.end(), block) != 0) {
+        std::fill(result.begin(), result.end(), std::uint8_t{0});
+    }
+    apply(m_index.m_after_fixup);
+    return result;
+}
+
+cluster_runs directory_writer::allocate(std::size_t blocks) {
+    const ntfs_geometry& g = m_volume.m_geometry;
+    const std::uint64_t total = m_volume.clusters_for(std::uint64_t{blocks} * g.index_block);
+    const std::uint64_t piece =
+        !m_index.m_fragmented ? total : std::max<std::uint64_t>(1, g.index_block / g.cluster);
+    cluster_runs runs;
+    for (std::uint64_t left = total; left > 0; left -= std::min(left, piece)) {
+        const std::uint64_t count = std::min(left, piece);
+        if (!runs.empty()) {
+            m_volume.leave_gap(1);
+        }
+        runs.push_back({m_volume.alloc(count), count});
+    }
+    return runs;
+}
+
+void directory_writer::add_blocks() {
+    const std::size_t count = m_blocks.size() + m_index.m_spare_blocks;
+    bytes content;
+    for (std::size_t block = 0; block < count; ++block) {
+        append(content, finished_block(block));
+    }
+    const cluster_runs runs = allocate(count);
+    m_volume.write_runs(runs, content);
+    record_builder& record = record_for(m_index.m_blocks_extension);
+    record.nonresident(type::index_allocation, index_name, runs, {.real = content.size()});
+    if (m_index.m_without_bitmap) {
+        return;
+    }
+    bytes bitmap(round_up(count, 64) / 8);
+    for (std::size_t block = 0; block < m_blocks.size(); ++block) {
+        bitmap[block / 8] = static_cast<std::uint8_t>(bitmap[block / 8] | 1u << block % 8);
+    }
+    record.resident(type::bitmap, index_name, m_index.m_bitmap.value_or(bitmap));
+}
+
+void directory_writer::write() {
+    record_for(m_index.m_root_extension);
+    record_for(m_index.m_blocks_extension);
+    raise_tree({settled_entries(), {}});
+    add_root();
+    if (!m_blocks.empty()) {
+        add_blocks();
+    }
+    const bool in_extension = m_index.m_root_extension || m_index.m_blocks_extension;
+    if (in_extension && !m_volume.entry(m_number).has_attribute(type::attribute_list)) {
+        m_volume.make_attribute_list(m_number);
+    }
+}
+
+}  // namespace support
