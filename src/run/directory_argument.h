@@ -3,12 +3,12 @@
 
 #include <string>
 
-// The directory argument as a path inside the volume: the first ":\" goes with the character before
-// it ("c:\windows" is "\windows") and with as many behind it as stand before it, less one; slashes
-// become backslashes; one closing backslash goes if more than three characters are left.
+// The directory argument as a path inside the volume. The first ":\", at position p, costs p + 1
+// characters from the one before it on, which is the drive of "c:\windows"; slashes become
+// backslashes; one closing backslash goes from a path of more than three characters.
 //
-// A path that begins with ":\" has no character to remove before it: std::string refuses that by an
-// exception that nobody catches.
+// A path that begins with ":\" has no character before it: std::string refuses that by an exception
+// that nobody catches.
 std::string normalise_directory(std::string path);
 
 // What stands before the paths of an MFT entry: `directory` up to the character behind its first

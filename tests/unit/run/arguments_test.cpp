@@ -1,1 +1,213 @@
 #include "run/arguments.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using words = std::vector<std::string>;
+
+TEST(CollectArgs, NullEntryBecomesEmptyString) {
+    const char* argv[] = {"quorvel", nullptr, "-csv"};
+    words args = {"old"};
+    collect_args(args, 3, argv);
+    EXPECT_EQ(args, (words{"quorvel", "", "-csv"}));
+}
+
+TEST(CollectArgs, NoEntriesGiveAnEmptyVector) {
+    words args = {"old"};
+    collect_args(args, 0, nullptr);
+    EXPECT_TRUE(args.empty());
+}
+
+TEST(HasOption, RemovesOnlyTheFirstHit) {
+    words args = {"q", "-csv", "a", "-CSV"};
+    EXPECT_TRUE(has_option("-csv", args));
+    EXPECT_EQ(args, (words{"q", "a", "-CSV"}));
+    EXPECT_TRUE(has_option("-csv", args));
+    EXPECT_FALSE(has_option("-csv", args));
+    EXPECT_EQ(args, (words{"q", "a"}));
+}
+
+TEST(HasOption, MatchesWholeWordsWithoutCase) {
+    const struct {
+        const char* word;
+        bool hit;
+    } cases[] = {{"-image", true},   {"-IMAGE", true}, {"-iMaGe", true},   {"-imag", false},
+                 {"-imagex", false}, {"image", false}, {" -image", false}, {"", false}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.word);
+        words args = {"q", c.word};
+        EXPECT_EQ(has_option("-Image", args), c.hit);
+        EXPECT_EQ(args.size(), c.hit ? 1u : 2u);
+    }
+}
+
+TEST(HasOption, FoldsAsciiLettersOnly) {
+    words args = {"q", "-\xC3\x84"};  // capital A umlaut
+    EXPECT_FALSE(has_option("-\xC3\xA4", args));
+    EXPECT_TRUE(has_option("-\xC3\x84", args));
+}
+
+TEST(HasOption, KeepsTheWordOnRequest) {
+    words args = {"q", "-csv"};
+    EXPECT_TRUE(has_option("-csv", args, true));
+    EXPECT_EQ(args, (words{"q", "-csv"}));
+}
+
+TEST(HasOption, LooksAtTheProgramPathToo) {
+    words args = {"-csv", "x"};
+    EXPECT_TRUE(has_option("-csv", args));
+    EXPECT_EQ(args, (words{"x"}));
+}
+
+TEST(OptionValue, TakesWhateverFollows) {
+    words args = {"q", "-Filter", "-CSV", "dir"};
+    std::string value;
+    EXPECT_TRUE(option_value("-filter", value, args));
+    EXPECT_EQ(value, "-CSV");
+    EXPECT_EQ(args, (words{"q", "dir"}));
+}
+
+TEST(OptionValue, LastWordStaysAndIsNoHit) {
+    words args = {"q", "dir", "-offset"};
+    std::string value = "untouched";
+    EXPECT_FALSE(option_value("-offset", value, args));
+    EXPECT_EQ(value, "untouched");
+    EXPECT_EQ(args, (words{"q", "dir", "-offset"}));
+}
+
+TEST(OptionValue, FirstHitDecidesBesideADuplicate) {
+    words args = {"q", "-out", "-out", "x"};
+    std::string value;
+    EXPECT_TRUE(option_value("-out", value, args));
+    EXPECT_EQ(value, "-out");
+    EXPECT_EQ(args, (words{"q", "x"}));
+    EXPECT_FALSE(option_value("-out", value, args));
+}
+
+TEST(PeekOption, LooksFromTheIndexAndRemovesNothing) {
+    const words args = {"-pipe", "a", "-Pipe"};
+    EXPECT_TRUE(peek_option("-pipe", args, 0));
+    EXPECT_TRUE(peek_option("-pipe", args, 2));
+    EXPECT_FALSE(peek_option("-pipe", args, 3));
+    EXPECT_FALSE(peek_option("-pipe", args, 99));
+    EXPECT_FALSE(peek_option("-pipe", {"-pipe", "a"}, 1));
+}
+
+TEST(PeekOptionValue, TakesTheFollowingWord) {
+    const words args = {"-f", "zero", "-F", "one", "-f"};
+    std::string value;
+    EXPECT_TRUE(peek_option_value("-f", value, args, 1));
+    EXPECT_EQ(value, "one");
+    EXPECT_TRUE(peek_option_value("-f", value, args, 0));
+    EXPECT_EQ(value, "zero");
+    EXPECT_FALSE(peek_option_value("-f", value, args, 4));
+    EXPECT_EQ(value, "zero");
+}
+
+TEST(RemoveArg, IgnoresAnIndexPastTheEnd) {
+    words args = {"a", "b"};
+    remove_arg(2, args);
+    EXPECT_EQ(args, (words{"a", "b"}));
+    remove_arg(0, args);
+    EXPECT_EQ(args, (words{"b"}));
+}
+
+TEST(JoinArgs, QuotesWordsWithABlankOnly) {
+    const struct {
+        const char* name;
+        words args;
+        const char* text;
+    } cases[] = {
+        {"nothing", {}, ""},
+        {"one", {"q"}, "q"},
+        {"plain", {"q", "-csv", "\\docs"}, "q -csv \\docs"},
+        {"blank", {"q", "a b", " "}, "q 'a b' ' '"},
+        {"tab is no blank", {"q", "a\tb"}, "q a\tb"},
+        {"empty words leave two blanks", {"q", "", "x"}, "q  x"},
+        {"quotes inside stay", {"it's me"}, "'it's me'"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::string text = "old";
+        join_args(text, c.args, '\'');
+        EXPECT_EQ(text, c.text);
+    }
+}
+
+TEST(JoinArgs, UsesTheQuoteGiven) {
+    std::string text;
+    join_args(text, {"a b", "c"}, '"');
+    EXPECT_EQ(text, "\"a b\" c");
+}
+
+TEST(SplitList, CutsTrimsAndDropsEmptyPieces) {
+    const struct {
+        const char* name;
+        const char* text;
+        bool trim;
+        bool keep_empty;
+        words pieces;
+        bool result;
+    } cases[] = {
+        {"empty text", "", true, false, {}, false},
+        {"one piece", "abc", true, false, {"abc"}, true},
+        {"two pieces", "a|b", true, false, {"a", "b"}, true},
+        {"trimmed", " a \t|\r\n b", true, false, {"a", "b"}, true},
+        {"not trimmed", " a | b", false, false, {" a ", " b"}, true},
+        {"empty dropped", "|a||b|", true, false, {"a", "b"}, true},
+        {"blank piece dropped when trimmed", "a| |b", true, false, {"a", "b"}, true},
+        {"blank piece kept untrimmed", "a| |b", false, false, {"a", " ", "b"}, true},
+        {"empty kept", "|a||b|", true, true, {"", "a", "", "b", ""}, true},
+        {"delimiter alone is cut", "|", true, false, {}, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        words out = {"old"};
+        EXPECT_EQ(split_list(c.text, '|', out, c.trim, c.keep_empty, false), c.result);
+        EXPECT_EQ(out, c.pieces);
+    }
+}
+
+TEST(SplitList, AppendsOnRequest) {
+    words out = {"old"};
+    EXPECT_TRUE(split_list("a,b", ',', out, true, false, true));
+    EXPECT_EQ(out, (words{"old", "a", "b"}));
+    EXPECT_FALSE(split_list("", ',', out, true, false, true));
+    EXPECT_EQ(out.size(), 3u);
+}
+
+TEST(SplitAny, CutsAtEachDelimiterOfTheSet) {
+    const struct {
+        const char* name;
+        const wchar_t* text;
+        std::vector<std::wstring> pieces;
+        bool result;
+    } cases[] = {
+        {"empty text", L"", {}, false},
+        {"one", L"a.vmdk", {L"a.vmdk"}, true},
+        {"all three", L"a|b,c;d", {L"a", L"b", L"c", L"d"}, true},
+        {"trimmed", L" a.vmdk | b c.vmdk\t", {L"a.vmdk", L"b c.vmdk"}, true},
+        {"mixed white space is trimmed", L"\t \r\na\n \t", {L"a"}, true},
+        {"delimiters only", L"|,;", {}, true},
+        {"white space only", L" \t ", {}, true},
+        {"non-ASCII", L"\u00e4;\U0001F600", {L"\u00e4", L"\U0001F600"}, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::vector<std::wstring> out = {L"old"};
+        EXPECT_EQ(split_any(c.text, out, true, false, L"|,;"), c.result);
+        EXPECT_EQ(out, c.pieces);
+    }
+}
+
+TEST(SplitAny, KeepsEmptyPiecesOnRequest) {
+    std::vector<std::wstring> out;
+    EXPECT_TRUE(split_any(L"a;; b", out, false, true, L";"));
+    EXPECT_EQ(out, (std::vector<std::wstring>{L"a", L"", L" b"}));
+}
+
+}  // namespace

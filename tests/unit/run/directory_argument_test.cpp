@@ -1,0 +1,61 @@
+#include "run/directory_argument.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace {
+
+TEST(NormaliseDirectory, GivesAPathInsideTheVolume) {
+    const struct {
+        const char* typed;
+        const char* path;
+    } cases[] = {
+        {"\\windows", "\\windows"},
+        {"c:\\windows", "\\windows"},
+        {"c:\\windows\\", "\\windows"},
+        {"windows", "windows"},
+        {"c:\\", "\\"},
+        {"\\", "\\"},
+        {"/", "\\"},
+        {".", "."},
+        {"", ""},
+        {"c:", "c:"},
+        {"/docs/sub/", "\\docs\\sub"},
+        {"c:/x", "c:\\x"},  // slashes are turned after the drive letter was looked for
+        {"c:/", "c:\\"},    // three characters stay whole
+        {"ab\\", "ab\\"},   // likewise
+        {"abc\\", "abc"},
+        {"abc\\\\", "abc\\"},  // one backslash goes
+        {"abc//", "abc\\"},
+        {"\\docs:\\sub", "\\doc"},         // p = 5: six characters from 4 on
+        {"ab:\\cd", "acd"},                // p = 2: three characters from 1 on
+        {"c:\\a:\\b", "\\a:\\b"},          // only the first one counts
+        {"\\a.txt:zone", "\\a.txt:zone"},  // a stream is no drive
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.typed);
+        EXPECT_EQ(normalise_directory(c.typed), c.path);
+    }
+}
+
+TEST(NormaliseDirectory, NothingBeforeTheColonIsRefusedByTheLibrary) {
+    EXPECT_THROW(normalise_directory(":\\"), std::out_of_range);
+    EXPECT_THROW(normalise_directory(":\\docs"), std::out_of_range);
+}
+
+TEST(EntryPathPrefix, IsTheDriveOrTheWholeArgument) {
+    const struct {
+        const wchar_t* directory;
+        const wchar_t* prefix;
+    } cases[] = {
+        {L"", L""},         {L"\\", L"\\"},         {L"\\docs", L"\\docs"},
+        {L"c:\\", L"c:\\"}, {L"c:", L"c:"},         {L"c:\\docs", L"c:\\"},
+        {L"x:y", L"x:y"},   {L"\\a:b:c", L"\\a:b"}, {L"docs:", L"docs:"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(entry_path_prefix(c.directory), c.prefix);
+    }
+}
+
+}  // namespace

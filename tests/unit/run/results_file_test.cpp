@@ -1,0 +1,47 @@
+#include "run/results_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "support/temp_dir.h"
+
+namespace {
+
+TEST(ResultsFileName, ExpandsAndTurnsBackslashes) {
+    setenv("QL_RESULTS", "c:\\out", 1);
+    EXPECT_EQ(results_file_name("%QL_RESULTS%\\a.txt"), "c:/out/a.txt");
+    EXPECT_EQ(results_file_name("a/b.txt"), "a/b.txt");
+    EXPECT_EQ(results_file_name("%vss%1"), "%vss%1");
+    unsetenv("QL_RESULTS");
+}
+
+TEST(TestResultsFile, LeavesNothingBehind) {
+    const support::temp_dir dir;
+    for (const bool append : {false, true}) {
+        EXPECT_TRUE(test_results_file(dir.file("new"), append));
+        EXPECT_FALSE(support::file_exists(dir.file("new")));
+        const std::string old = dir.write("old", "content");
+        EXPECT_TRUE(test_results_file(old, append));
+        EXPECT_FALSE(support::file_exists(old));
+    }
+}
+
+TEST(TestResultsFile, TellsWhatCantBeOpened) {
+    const support::temp_dir dir;
+    const std::string fifo = dir.file("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const std::string& name : {dir.file("missing/a"), std::string(), dir.path(), fifo}) {
+        for (const bool append : {false, true}) {
+            testing::internal::CaptureStderr();
+            EXPECT_FALSE(test_results_file(name, append));
+            EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                      "prob opening file " + name + " for output, aborting\n");
+        }
+    }
+    EXPECT_TRUE(support::file_exists(fifo));
+}
+
+}  // namespace

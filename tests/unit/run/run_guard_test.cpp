@@ -1,0 +1,110 @@
+#include "run/run_guard.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "run/cmd_params.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+const std::string clearing = "\x1b[2K\r    \r";
+
+int exits = 0;
+void count_exit() { ++exits; }
+
+// What a guard writes to standard error when it ends, armed by `arm`.
+std::string output_of(const std::function<void(run_guard&)>& arm) {
+    testing::internal::CaptureStderr();
+    {
+        run_guard guard;
+        arm(guard);
+    }
+    return testing::internal::GetCapturedStderr();
+}
+
+// True for "->", a decimal number and " secs", without a line end.
+bool is_elapsed_time(const std::string& text) {
+    if (!text.starts_with("->") || !text.ends_with(" secs")) return false;
+    const std::string number = text.substr(2, text.size() - 7);
+    char* end = nullptr;
+    const double seconds = std::strtod(number.c_str(), &end);
+    return !number.empty() && *end == '\0' && seconds >= 0 && seconds < 60;
+}
+
+TEST(RunGuard, IsSilentUnlessArmed) {
+    EXPECT_EQ(output_of([](run_guard&) {}), "");
+}
+
+TEST(RunGuard, ClearsTheTerminalLineAtTheEnd) {
+    const cmd_params params;
+    testing::internal::CaptureStderr();
+    {
+        run_guard guard;
+        guard.arm(params, count_exit);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        testing::internal::CaptureStderr();
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), clearing);
+}
+
+TEST(RunGuard, QuietDropsTheClearing) {
+    cmd_params params;
+    params.progress_line = 0;
+    EXPECT_EQ(output_of([&](run_guard& guard) { guard.arm(params, count_exit); }), "");
+}
+
+TEST(RunGuard, TellsTheElapsedTimeBehindTheClearing) {
+    cmd_params params;
+    params.profile = 1;
+    const std::string output = output_of([&](run_guard& guard) { guard.arm(params, count_exit); });
+    ASSERT_TRUE(output.starts_with(clearing)) << output;
+    EXPECT_TRUE(is_elapsed_time(output.substr(clearing.size()))) << output;
+}
+
+TEST(RunGuard, AppendsTheElapsedTimeToTheTrace) {
+    const support::temp_dir dir;
+    const std::string file = dir.file("trace");
+    const std::string output = output_of([&](run_guard& guard) {
+        cmd_params params;  // ends, and closes its trace, before the guard
+        params.diags_stream = std::make_unique<std::ofstream>(file);
+        params.diags_on = 1;
+        params.diags_file = file;
+        params.profile = 1;
+        params.progress_line = 0;
+        *params.diags_stream << "->first\n";
+        guard.arm(params, count_exit);
+    });
+    const std::string trace = support::read_file(file);
+    ASSERT_TRUE(trace.starts_with("->first\n")) << trace;
+    EXPECT_TRUE(is_elapsed_time(trace.substr(8))) << trace;
+    EXPECT_EQ(trace.substr(8), output);
+}
+
+TEST(RunGuard, TraceIsLeftAloneWithoutProfile) {
+    const support::temp_dir dir;
+    const std::string file = dir.write("trace", "->first\n");
+    cmd_params params;
+    params.diags_on = 1;
+    params.diags_file = file;
+    output_of([&](run_guard& guard) { guard.arm(params, count_exit); });
+    EXPECT_EQ(support::read_file(file), "->first\n");
+}
+
+TEST(RunGuard, CallsTheHookWithASignalText) {
+    cmd_params params;
+    exits = 0;
+    output_of([&](run_guard& guard) { guard.arm(params, count_exit); });
+    EXPECT_EQ(exits, 0);
+    params.signal_text = "HUP";
+    output_of([&](run_guard& guard) { guard.arm(params, count_exit); });
+    EXPECT_EQ(exits, 1);
+    output_of([&](run_guard& guard) { guard.arm(params, nullptr); });
+    EXPECT_EQ(exits, 1);
+}
+
+}  // namespace

@@ -1,0 +1,76 @@
+#include "run/run_path.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+#include "run/quorvel_opts.h"
+#include "support/ntfs_image.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+// Settings for the paths of a saved volume with the file "\a.txt".
+class RunPath : public testing::Test {
+protected:
+    RunPath() {
+        support::ntfs_image volume;
+        volume.file(5, u"a.txt", 64).data("abc");
+        const std::string path = volume.save(m_dir.file("volume.dd"));
+        m_image.assign(path.begin(), path.end());
+        m_opts.out = &m_out;
+        m_opts.filepath_only = 1;
+    }
+
+    support::temp_dir m_dir;
+    std::wstring m_image;
+    std::ostringstream m_out;
+    quorvel_opts m_opts;
+};
+
+TEST_F(RunPath, ListsThePathInTheImage) {
+    m_opts.image_path = m_image;
+    m_opts.directory = L"\\";
+    EXPECT_TRUE(run_path(m_opts));
+    EXPECT_EQ(m_out.str(), "\\\n\\a.txt\n");
+    EXPECT_EQ(m_opts.dir_entry_num, 5u);
+}
+
+TEST_F(RunPath, PathThatIsNotThereIsSilent) {
+    m_opts.image_path = m_image;
+    m_opts.directory = L"\\nothing";
+    EXPECT_FALSE(run_path(m_opts));
+    EXPECT_EQ(m_out.str(), "");
+}
+
+TEST_F(RunPath, SourceThatIsNotThereIsSilent) {
+    m_opts.image_path = m_image + L".missing";
+    m_opts.directory = L"\\";
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(run_path(m_opts));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(m_out.str(), "");
+}
+
+TEST_F(RunPath, ChainGoesBeforeTheImage) {
+    m_opts.image_path = m_image;
+    m_opts.vmdk_files = {m_image};  // no chain at all
+    m_opts.directory = L"\\";
+    EXPECT_FALSE(run_path(m_opts));
+}
+
+TEST_F(RunPath, DriveGoesBeforeTheImage) {
+    m_opts.image_path = m_image;
+    m_opts.drive_number = 20;  // never opened
+    m_opts.directory = L"\\";
+    EXPECT_FALSE(run_path(m_opts));
+}
+
+TEST_F(RunPath, DirectoryIsTheSourceWhenNothingElseIs) {
+    m_opts.directory = m_image;  // opened as a volume, and looked up in it in vain
+    EXPECT_FALSE(run_path(m_opts));
+    EXPECT_EQ(m_out.str(), "");
+}
+
+}  // namespace
