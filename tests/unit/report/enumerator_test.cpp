@@ -1,1 +1,409 @@
 #include "report/enumerator.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <functional>
+
+#include "volume_fixture.h"
+
+namespace {
+
+constexpr std::uint64_t root = 5;
+
+class Enumerator : public listing::volume_test {
+protected:
+    // Everything that listing `path`, which is the entry `number`, writes.
+    std::string report(const std::wstring& path, std::uint64_t number) {
+        const std::unique_ptr<CNtfs> ntfs = open();
+        opts.entries.clear();
+        opts.directory = path;
+        opts.dir_entry_num = number;
+        result = report_directory(opts, *ntfs);
+        return written();
+    }
+
+    bool result = false;
+};
+
+TEST_F(Enumerator, DirectoryComesFirstThenItsChildrenWithoutRegardToCase) {
+    volume.directory(root, u"dir", 40);
+    volume.file(40, u"b", 64).data("");
+    volume.file(40, u"A", 65).data("");
+    volume.file(40, u"C", 66).data("");
+    volume.directory(40, u"aa", 67);
+    EXPECT_EQ(report(L"\\dir", 40), "\\dir\\\n\\dir\\A\n\\dir\\aa\\\n\\dir\\b\n\\dir\\C\n");
+    EXPECT_TRUE(result);
+}
+
+TEST_F(Enumerator, ChildrenOfTheRootSortBehindItsOwnRow) {
+    volume.file(root, u"!", 64).data("");
+    volume.directory(root, u"dir", 40);
+    EXPECT_EQ(report(L"\\", root), "\\\n\\!\n\\dir\\\n");
+}
+
+TEST_F(Enumerator, EmptyDirectoryHasItsOwnRow) {
+    volume.directory(root, u"dir", 40);
+    EXPECT_EQ(report(L"\\dir", 40), "\\dir\\\n");
+}
+
+TEST_F(Enumerator, DirectoryWithoutAnIndexHasItsOwnRow) {
+    volume.file(root, u"dir", 40).flags(3);
+    EXPECT_EQ(report(L"\\dir", 40), "\\dir\\\n");
+    EXPECT_TRUE(result);
+}
+
+TEST_F(Enumerator, EqualKeysStayInTheOrderOfTheEntries) {
+    volume.file(root, u"a", 66).data("");
+    volume.file(root, u"A", 64).data("");
+    EXPECT_EQ(report(L"\\", root), "\\\n\\A\n\\a\n");
+}
+
+TEST_F(Enumerator, DirectoryListedInItselfIsNotRepeated) {
+    volume.directory(root, u"dir", 40);
+    volume.link(40, 40, u"self");
+    EXPECT_EQ(report(L"\\dir", 40), "\\dir\\\n");
+}
+
+TEST_F(Enumerator, ChildThatCannotBeReadIsLeftOut) {
+    volume.file(root, u"a", 64).data("");
+    volume.file(root, u"b", 65).data("").keyword("BAAD");
+    volume.file(root, u"c", 66).data("");
+    volume.index(root).add(70000, support::file_name_value(root, u"beyond the table"));
+    EXPECT_EQ(report(L"\\", root), "\\\n\\a\n\\c\n");
+}
+
+TEST_F(Enumerator, ChildWithoutANameUnderThisDirectoryIsLeftOut) {
+    volume.directory(root, u"dir", 40);
+    volume.file(40, u"moved", 64).data("");
+    volume.index(root).add(64, support::file_name_value(root, u"stale"));
+    EXPECT_EQ(report(L"\\", root), "\\\n\\dir\\\n");
+}
+
+TEST_F(Enumerator, FileIsListedUnderItsDirectory) {
+    volume.directory(root, u"dir", 40);
+    volume.file(40, u"f.txt", 64).data("").stream(u"zone", "1");
+    EXPECT_EQ(report(L"\\dir\\F.TXT", 64), "\\dir\\f.txt\n:zone\n");
+    EXPECT_EQ(opts.directory, L"\\dir");
+}
+
+TEST_F(Enumerator, FileInTheRootIsListedUnderADot) {
+    volume.file(root, u"notepad.exe", 64).data("");
+    EXPECT_EQ(report(L"\\notepad.exe", 64), ".\\notepad.exe\n");
+}
+
+TEST_F(Enumerator, HardLinkShowsTheFirstNameUnderTheFirstParent) {
+    volume.directory(root, u"a", 40);
+    volume.directory(root, u"b", 41);
+    volume.file(41, u"x", 64).data("");
+    volume.link(64, 40, u"z");
+    volume.link(64, 40, u"y");
+    EXPECT_EQ(report(L"\\b\\x", 64), "\\b\\y\n");
+}
+
+TEST_F(Enumerator, StreamOfAFileIsListedAlone) {
+    volume.directory(root, u"dir", 40);
+    volume.file(40, u"f.txt", 64).data("").stream(u"one", "1").stream(u"Two", "1");
+    EXPECT_EQ(report(L"\\dir\\f.txt:tWO", 64), ":Two\n");
+    EXPECT_EQ(opts.directory, L"\\dir");
+    EXPECT_EQ(opts.entries.size(), 1u);
+}
+
+TEST_F(Enumerator, StreamThatIsNotThereGivesAllRows) {
+    volume.directory(root, u"dir", 40);
+    volume.file(40, u"f.txt", 64).data("").stream(u"one", "1");
+    EXPECT_EQ(report(L"\\dir\\f.txt:none", 64), "\\dir\\f.txt\n:one\n");
+}
+
+TEST_F(Enumerator, StreamOfADirectoryCutsOneLetterOfItsName) {
+    volume.directory(root, u"dir", 40).stream(u"zone", "1");
+    volume.file(40, u"child", 64);
+    opts.filepath_only = 0;
+    text_header_pending = false;
+    const std::string fields = "2021-03-05 06:07:08.234          40    1            1   ads  ";
+    EXPECT_EQ(report(L"\\dir:zone", 40), fields + "\\di:zone\n");
+    EXPECT_EQ(opts.directory, L"\\di");
+}
+
+TEST_F(Enumerator, StreamThatADirectoryLacksGivesItsRowsWithoutChildren) {
+    volume.directory(root, u"dir", 40);
+    volume.file(40, u"child", 64);
+    EXPECT_EQ(report(L"\\dir:none", 40), "\\dir:none\\\n");
+    EXPECT_EQ(opts.directory, L"\\dir:none");
+}
+
+TEST_F(Enumerator, ColonNearTheStartOrAtTheEndIsNoStream) {
+    volume.directory(root, u"d", 40);
+    volume.file(40, u"child", 64);
+    for (const wchar_t* path : {L"\\d:x", L"c:\\d", L"c:/x", L"\\dir1:"}) {
+        SCOPED_TRACE(ql::to_utf8(path));
+        const std::string shown = ql::to_utf8(path) + "\\";
+        EXPECT_EQ(report(path, 40), shown + "\n" + shown + "child\n");
+        EXPECT_EQ(opts.show_indx, 0);
+    }
+    EXPECT_EQ(report(L"\\dir:x", 40), "\\dir:x\\\n");  // position 4 is one
+}
+
+TEST_F(Enumerator, IndexStreamsStayOnOnceAStreamWasAskedFor) {
+    volume.directory(root, u"dir", 40);
+    volume.index(40).in_blocks();
+    volume.file(40, u"f", 64).stream(u"zone", "1");
+    EXPECT_EQ(report(L"\\dir", 40), "\\dir\\\n\\dir\\f\n\\dir\\f:zone\n");
+    EXPECT_EQ(report(L"\\dir:$i30", 40), "\n");  // an index stream leaves its line empty
+    EXPECT_EQ(opts.show_indx, 1);
+    EXPECT_EQ(report(L"\\dir", 40), "\\dir\\\n\n\\dir\\f\n\\dir\\f:zone\n");
+}
+
+TEST_F(Enumerator, UnreadableEntryGivesNoOutputAtAll) {
+    volume.file(root, u"f", 64).keyword("XXXX");
+    EXPECT_EQ(report(L"\\f", 64), "");
+    EXPECT_FALSE(result);
+}
+
+TEST_F(Enumerator, EntryWithoutANameHasNoItems) {
+    volume.directory(root, u"dir", 40).remove(support::type::file_name);
+    volume.file(40, u"child", 64);
+    EXPECT_EQ(report(L"\\dir", 40), "no items\n\n");
+    EXPECT_FALSE(result);
+}
+
+TEST_F(Enumerator, EntryWithoutStandardInformationHasNoItems) {
+    volume.file(root, u"f", 64).remove(support::type::standard_information);
+    EXPECT_EQ(report(L"\\f", 64), "no items\n\n");
+    EXPECT_TRUE(result);
+}
+
+TEST_F(Enumerator, NoItemsIsWrittenOnlyWhereThereIsAnOutput) {
+    volume.file(root, u"f", 64).remove(support::type::standard_information);
+    opts.out = nullptr;
+    EXPECT_EQ(report(L"\\f", 64), "");
+    EXPECT_TRUE(result);
+}
+
+TEST_F(Enumerator, NoItemsHasNoXmlFrame) {
+    volume.file(root, u"f", 64).remove(support::type::standard_information);
+    opts.filepath_only = 0;
+    opts.xml = 1;
+    EXPECT_EQ(report(L"\\f", 64), "no items\n\n");
+}
+
+TEST_F(Enumerator, FilteredFileHasNoItems) {
+    volume.file(root, u"f.txt", 64).data("");
+    ASSERT_TRUE(parse_filter_list(opts.filters, "*.exe"));
+    EXPECT_EQ(report(L"\\f.txt", 64), "no items\n\n");
+}
+
+class Walk : public Enumerator {
+protected:
+    // \a (40): \a\1 (64), \a\sub (41): \a\sub\2 (65), \a\sub\deep (42): 3 (66);
+    // \b (43): 4 (67); and \z (68) in the root.
+    Walk() {
+        volume.directory(root, u"a", 40);
+        volume.file(40, u"1", 64).data("");
+        volume.directory(40, u"sub", 41);
+        volume.file(41, u"2", 65).data("");
+        volume.directory(41, u"deep", 42);
+        volume.file(42, u"3", 66).data("");
+        volume.directory(root, u"b", 43);
+        volume.file(43, u"4", 67).data("");
+        volume.file(root, u"z", 68).data("");
+    }
+};
+
+TEST_F(Walk, DirectoryAloneShowsItsSubdirectoriesAsRows) {
+    EXPECT_EQ(report(L"\\", root), "\\\n\\a\\\n\\b\\\n\\z\n");
+    EXPECT_EQ(opts.last_level, 1);
+}
+
+TEST_F(Walk, SubdirectoriesFollowTheWholeListingDepthFirst) {
+    opts.levels = 2;
+    EXPECT_EQ(report(L"\\", root),
+              "\\\n\\z\n"
+              "\\a\\\n\\a\\1\n\\a\\sub\\\n"
+              "\\b\\\n\\b\\4\n");
+    opts.levels = 3;
+    EXPECT_EQ(report(L"\\", root),
+              "\\\n\\z\n"
+              "\\a\\\n\\a\\1\n"
+              "\\a\\sub\\\n\\a\\sub\\2\n\\a\\sub\\deep\\\n"
+              "\\b\\\n\\b\\4\n");
+    for (const std::uint32_t levels : {4u, 5u, 100u, 0xFFFFFFFFu}) {
+        opts.levels = levels;
+        EXPECT_EQ(report(L"\\", root),
+                  "\\\n\\z\n"
+                  "\\a\\\n\\a\\1\n"
+                  "\\a\\sub\\\n\\a\\sub\\2\n"
+                  "\\a\\sub\\deep\\\n\\a\\sub\\deep\\3\n"
+                  "\\b\\\n\\b\\4\n");
+    }
+}
+
+TEST_F(Walk, NoLevelsGiveNoRows) {
+    opts.levels = 0;
+    EXPECT_EQ(report(L"\\", root), "");
+    EXPECT_TRUE(result);
+}
+
+TEST_F(Walk, StreamsOfASubdirectoryShowInItsOwnListing) {
+    volume.entry(40).stream(u"zone", "1");
+    EXPECT_EQ(report(L"\\", root), "\\\n\\a\\\n\\a:zone\n\\b\\\n\\z\n");
+    opts.levels = 2;
+    EXPECT_EQ(report(L"\\", root),
+              "\\\n\\z\n"
+              "\\a\\\n\\a:zone\n\\a\\1\n\\a\\sub\\\n"
+              "\\b\\\n\\b\\4\n");
+}
+
+TEST_F(Walk, DirectoryWithAnUnnamedStreamIsWalkedTwice) {
+    volume.entry(43).data("12345");
+    opts.levels = 2;
+    EXPECT_EQ(report(L"\\", root),
+              "\\\n\\z\n"
+              "\\a\\\n\\a\\1\n\\a\\sub\\\n"
+              "\\b\\\n\\b\\\n\\b\\4\n"
+              "\\b<dir data entry>\\\n\\b<dir data entry>\\\n\\b<dir data entry>\\4\n");
+}
+
+TEST_F(Walk, SubdirectoryWithTwoNamesHasARowForEach) {
+    volume.link(43, 40, u"b again");
+    opts.levels = 2;
+    EXPECT_EQ(report(L"\\", root),
+              "\\\n\\z\n"
+              "\\a\\\n\\a\\1\n\\a\\b again\\\n\\a\\sub\\\n"
+              "\\b\\\n\\b\\\n\\b\\4\n");
+    opts.levels = 1;
+    EXPECT_EQ(report(L"\\b", 43), "\\b\\\n\\b\\4\n");  // listed itself, it has one
+}
+
+TEST_F(Walk, TreeWithALoopIsWalkedAsDeepAsTheLevelsGo) {
+    volume.link(40, 41, u"loop");  // \a\sub\loop is \a
+    opts.levels = 5;
+    EXPECT_EQ(report(L"\\a", 40),
+              "\\a\\\n\\a\\1\n"
+              "\\a\\sub\\\n\\a\\sub\\2\n"
+              "\\a\\sub\\deep\\\n\\a\\sub\\deep\\3\n"
+              "\\a\\sub\\loop\\\n\\a\\sub\\loop\\\n\\a\\sub\\loop\\1\n"
+              "\\a\\sub\\loop\\sub\\\n\\a\\sub\\loop\\sub\\2\n"
+              "\\a\\sub\\loop\\sub\\deep\\\n\\a\\sub\\loop\\sub\\deep\\3\n"
+              "\\a\\sub\\loop\\sub\\loop\\\n\\a\\sub\\loop\\sub\\loop\\\n"
+              "\\a\\sub\\loop\\sub\\loop\\1\n\\a\\sub\\loop\\sub\\loop\\sub\\\n");
+}
+
+TEST_F(Walk, SubdirectoryThatCannotBeListedCostsNothingElse) {
+    // The record of \a is read as a child and lost to the walk only through its index.
+    volume.index(40).put_in_root(0, 0x77, 4);
+    opts.levels = 3;
+    EXPECT_EQ(report(L"\\", root), "\\\n\\z\n\\a\\\n\\b\\\n\\b\\4\n");
+}
+
+TEST_F(Walk, WriterIsChosenInOrder) {
+    const struct {
+        const char* name;
+        void (*set)(quorvel_opts&);
+        const char* start;
+    } cases[] = {
+        {"text", [](quorvel_opts&) {}, "  last modified [UTC]  "},
+        {"csv", [](quorvel_opts& o) { o.csv = o.list_csvl2t = o.list_bodyfile = 1; },
+         "type | filename"},
+        {"csvl2t", [](quorvel_opts& o) { o.list_csvl2t = o.filepath_only = 1; }, ""},
+        {"bodyfile", [](quorvel_opts& o) { o.list_bodyfile = o.filepath_only = 1; }, ""},
+        {"paths", [](quorvel_opts& o) { o.filepath_only = 1; }, "\\\n\\a\\\n"},
+        {"csvgen", [](quorvel_opts& o) { o.list_csvgen = 1; }, "  last modified [UTC]  "},
+        {"multiline", [](quorvel_opts& o) { o.list_multiline = 1; }, "  last modified [UTC]  "},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        text_header_pending = csv_header_pending = true;
+        opts.csv = opts.xml = opts.list_csvl2t = opts.list_bodyfile = opts.filepath_only = 0;
+        opts.list_csvgen = opts.list_multiline = 0;
+        opts.levels = 2;
+        c.set(opts);
+        const std::string text = report(L"\\", root);
+        const std::string start = c.start;
+        if (start.empty()) {
+            EXPECT_EQ(text, "");
+        } else if (opts.filepath_only != 0) {
+            EXPECT_EQ(text.substr(0, 5), "\\\n\\z\n");
+        } else {
+            EXPECT_EQ(text.substr(0, start.size()), start);
+        }
+    }
+}
+
+TEST_F(Walk, BarePathsClearThePendingHeader) {
+    EXPECT_EQ(opts.header_pending, 1);
+    report(L"\\", root);
+    EXPECT_EQ(opts.header_pending, 0);
+    EXPECT_TRUE(text_header_pending);
+}
+
+TEST_F(Walk, XmlFrameStandsAroundTheWholeWalk) {
+    opts.filepath_only = 0;
+    opts.xml = 1;
+    opts.levels = 2;
+    const std::string text = report(L"\\b", 43);
+    const std::string start =
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<logdata  starting_path=\"\\b\" date=\"";
+    EXPECT_EQ(text.substr(0, start.size()), start);
+    EXPECT_EQ(text.find("<?xml"), text.rfind("<?xml"));
+    EXPECT_EQ(text.substr(text.size() - 11), "</logdata>\n");
+    opts.levels = 0;
+    const std::string frame = report(L"\\b", 43);
+    EXPECT_EQ(frame.find("<data_entry>"), std::string::npos);
+    EXPECT_EQ(frame.substr(frame.size() - 13), ">\n</logdata>\n");
+}
+
+TEST_F(Walk, WalkOfNothingChangesNothing) {
+    const std::unique_ptr<CNtfs> ntfs = open();
+    opts.last_level = 7;
+    walk_directory(opts, *ntfs, L"\\", root, 3);
+    EXPECT_EQ(written(), "");
+    EXPECT_EQ(opts.last_level, 7);
+}
+
+TEST_F(Walk, ReadingADirectoryNeedsAValidVolume) {
+    CNtfs closed(nullptr, 0, 0);
+    dir_entry_set entries;
+    EXPECT_FALSE(read_directory_entries(closed, L"\\", root, entries, false, opts));
+    EXPECT_TRUE(entries.empty());
+}
+
+TEST_F(Walk, ReadingSaysWhetherThereWasARecordOrAnIndex) {
+    volume.directory(root, u"lost", 50).keyword("XXXX");
+    volume.file(root, u"file", 51);
+    const std::unique_ptr<CNtfs> ntfs = open();
+    dir_entry_set entries;
+    EXPECT_FALSE(read_directory_entries(*ntfs, L"\\lost", 50, entries, false, opts));
+    EXPECT_TRUE(entries.empty());
+    EXPECT_TRUE(read_directory_entries(*ntfs, L"\\file", 51, entries, false, opts));
+    EXPECT_EQ(entries.size(), 1u);
+}
+
+// Runs `work` on a thread with a stack of `size` bytes.
+void run_on_small_stack(std::size_t size, std::function<void()> work) {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, size), 0);
+    pthread_t thread;
+    const auto start = [](void* argument) -> void* {
+        (*static_cast<std::function<void()>*>(argument))();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, start, &work), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+}
+
+TEST_F(Walk, DepthIsNotLimitedByTheCallStack) {
+    volume.directory(43, u"x", 80);
+    volume.link(43, 80, u"y");  // \b\x\y is \b
+    opts.levels = 2000;
+    std::string text;
+    run_on_small_stack(512 * 1024, [&] { text = report(L"\\b", 43); });
+    // The 2000 listings take turns: \b, then x, then y ... x at the end. \b itself has its row and
+    // "4"; x has its row; y, which is \b with a name in two directories, two and "4". In the last
+    // listing the y below is a row.
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2 + 1000 * 1 + 999 * 3 + 1);
+}
+
+}  // namespace

@@ -1,0 +1,55 @@
+// A volume that a test builds, opened, with the settings of a run.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "foundation/ql_string.h"
+#include "foundation/ql_time.h"
+#include "ntfs/ntfs.h"
+#include "report/csv_listing.h"
+#include "report/enumerator.h"
+#include "report/text_listing.h"
+#include "run/quorvel_opts.h"
+#include "storage/source_opening.h"
+#include "support/ntfs_image.h"
+#include "support/temp_dir.h"
+
+namespace listing {
+
+class volume_test : public testing::Test {
+protected:
+    volume_test() {
+        text_header_pending = true;
+        csv_header_pending = true;
+        ql::parse_date_style(opts.date_style, opts.date_format, opts.time_format, false);
+        opts.out = &out;
+        opts.filepath_only = 1;  // most tests look at the paths alone
+    }
+
+    // The volume as built so far, opened.
+    std::unique_ptr<CNtfs> open() {
+        const std::string path = dir.file("volume.dd");
+        volume.save(path);
+        std::unique_ptr<CNtfs> ntfs;
+        EXPECT_TRUE(attach_image(ntfs, std::wstring(path.begin(), path.end()), 0));
+        return ntfs;
+    }
+
+    std::string written() {
+        std::string text = out.str();
+        out.str("");
+        return text;
+    }
+
+    support::ntfs_image volume;
+    support::temp_dir dir;
+    quorvel_opts opts;
+    std::ostringstream out;
+};
+
+}  // namespace listing
