@@ -1,0 +1,43 @@
+// An image of the builder, saved and opened as the program opens it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "foundation/ql_string.h"
+#include "ntfs/ntfs.h"
+#include "storage/raw_disk.h"
+#include "storage/source_opening.h"
+#include "support/ntfs_image.h"
+#include "support/temp_dir.h"
+
+// A saved volume with a reader on it. `opened` tells whether the reader took it.
+class open_volume {
+public:
+    explicit open_volume(const support::ntfs_image& image)
+        : path(image.save(m_dir.file("volume.dd"))),
+          ntfs(std::make_unique<CRawDisk>(ql::to_wide(path), false, false, 0), 0,
+               source_kind::file) {
+        std::uint64_t mft_file_pos = 0;
+        opened = ntfs.validate(mft_file_pos);
+    }
+
+private:
+    support::temp_dir m_dir;
+
+public:
+    const std::string path;
+    CNtfs ntfs;
+    bool opened = false;
+
+    // The record of an entry as the callers of the reader hold it; empty when it can't be read.
+    std::vector<std::uint8_t> record(std::uint64_t inode) {
+        std::vector<std::uint8_t> bytes(ntfs.get_mft_record_size());
+        std::uint64_t position = 0;
+        auto size = static_cast<std::int64_t>(bytes.size());
+        if (!ntfs.read_file_record(inode, bytes, position, size, false)) bytes.clear();
+        return bytes;
+    }
+};
