@@ -149,20 +149,27 @@ template <typename Char, typename Traits>
 typename Traits::int_type streambuf_generic_output<Char, Traits>::overflow(
     typename Traits::int_type c) {
     if (!active) return Traits::eof();
+    Char* const first = buffer.data();
+    Char* const last = first + buffer.size();
     const bool has_char = !Traits::eq_int_type(c, Traits::eof());
     if (has_char) {
-        // The kept byte is taken already when an earlier write failed.
-        if (this->pptr() == buffer.data() + buffer.size()) return Traits::eof();
+        if (this->pptr() == last) return Traits::eof();  // full since a write that failed
         *this->pptr() = Traits::to_char_type(c);
         this->pbump(1);
     }
-    const auto held = static_cast<std::uint32_t>(this->pptr() - this->pbase());
+    const auto held = static_cast<std::uint32_t>(this->pptr() - first);
     for (std::uint32_t written = 0; written < held;) {
-        const std::int64_t taken = write_block(buffer.data() + written, held - written);
-        if (taken <= 0) return Traits::eof();
+        const std::int64_t taken = write_block(first + written, held - written);
+        if (taken <= 0) {
+            if (this->pptr() == last) {  // the kept byte is taken: nothing goes behind it
+                this->setp(first, last);
+                this->pbump(static_cast<int>(held));
+            }
+            return Traits::eof();
+        }
         written += static_cast<std::uint32_t>(taken);
     }
-    this->setp(buffer.data(), buffer.data() + buffer.size() - 1);
+    this->setp(first, last - 1);
     return has_char ? c : 0;
 }
 

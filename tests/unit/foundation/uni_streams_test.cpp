@@ -1,1 +1,381 @@
 #include "foundation/uni_streams.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/temp_dir.h"
+
+namespace {
+
+constexpr std::uint32_t capacity = 0x40000;
+
+std::vector<std::uint8_t> bytes_of(const std::string& text) { return {text.begin(), text.end()}; }
+
+std::wstring wide(const std::string& ascii) { return {ascii.begin(), ascii.end()}; }
+
+bool append(uni::file_object& file, const std::string& text) {
+    const auto bytes = bytes_of(text);
+    return file.append(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+}
+
+class FileObject : public testing::Test {
+protected:
+    support::temp_dir m_dir;
+    uni::file_object m_file;
+};
+
+TEST_F(FileObject, IsClosedAtFirst) {
+    EXPECT_EQ(m_file.fd, -1);
+    EXPECT_FALSE(m_file.is_open);
+    EXPECT_EQ(m_file.get_size(), 0u);
+    EXPECT_FALSE(append(m_file, "x"));
+    std::vector<std::uint8_t> out;
+    EXPECT_FALSE(m_file.read_at(out, 1, 0));
+    EXPECT_FALSE(m_file.read_at(out, 0, 0));
+    EXPECT_EQ(m_file.attach_stream(), nullptr);
+    EXPECT_EQ(m_file.stream, nullptr);
+    m_file.close();
+}
+
+TEST_F(FileObject, OpensForReading) {
+    const std::string path = m_dir.write("file", "hello");
+    ASSERT_TRUE(m_file.open(wide(path), false, true, false));
+    EXPECT_TRUE(m_file.is_open);
+    EXPECT_FALSE(m_file.write_mode);
+    EXPECT_TRUE(m_file.shared);
+    EXPECT_EQ(m_file.size, 5u);
+    EXPECT_EQ(m_file.get_size(), 5u);
+    EXPECT_EQ(m_file.path, wide(path));
+    EXPECT_FALSE(append(m_file, "x"));
+    m_file.close();
+    EXPECT_FALSE(m_file.is_open);
+    EXPECT_EQ(m_file.fd, -1);
+    EXPECT_EQ(support::read_file(path), "hello");
+}
+
+TEST_F(FileObject, WritingWithoutTruncationNeedsTheFile) {
+    EXPECT_FALSE(m_file.open_for_write(m_dir.file("missing"), true, false, false));
+    EXPECT_FALSE(support::file_exists(m_dir.file("missing")));
+    const std::string path = m_dir.write("file", "hello");
+    ASSERT_TRUE(m_file.open_for_write(path, true, false, false));
+    EXPECT_TRUE(m_file.write_mode);
+    EXPECT_EQ(m_file.size, 5u);
+    EXPECT_TRUE(append(m_file, " world"));
+    EXPECT_EQ(m_file.size, 11u);
+    EXPECT_EQ(support::read_file(path), "hello world");
+}
+
+TEST_F(FileObject, TruncationCreatesOrEmptiesTheFile) {
+    const mode_t old_mask = ::umask(0);
+    EXPECT_TRUE(m_file.open_for_write(m_dir.file("new"), true, false, true));
+    ::umask(old_mask);
+    struct stat status {};
+    ASSERT_EQ(::fstat(m_file.fd, &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0606u);
+
+    const std::string path = m_dir.write("old", "hello");
+    EXPECT_TRUE(m_file.open_for_write(path, true, false, true));
+    EXPECT_EQ(m_file.size, 0u);
+    EXPECT_EQ(support::read_file(path), "");
+}
+
+TEST_F(FileObject, ClosingSeparatorsAreNoPartOfTheName) {
+    const std::string path = m_dir.write("file", "hello");
+    EXPECT_TRUE(m_file.open(wide(path) + L"/\\//", false, false, false));
+    EXPECT_EQ(m_file.path, wide(path));
+    EXPECT_FALSE(m_file.open(L"/", false, false, false));
+    EXPECT_FALSE(m_file.open(L"\\/", false, false, false));
+}
+
+TEST_F(FileObject, RefusesEmptyNamesMissingFilesAndFifosAndIsClosedThen) {
+    const std::string path = m_dir.write("file", "hello");
+    ASSERT_EQ(::mkfifo(m_dir.file("fifo").c_str(), 0600), 0);
+    const std::string refused[] = {"", m_dir.file("missing"), m_dir.file("fifo"), path + "\xFF"};
+    for (const auto& name : refused) {
+        SCOPED_TRACE(testing::PrintToString(name));
+        ASSERT_TRUE(m_file.open_for_write(path, false, true, false));
+        EXPECT_FALSE(m_file.open_for_write(name, false, true, false));
+        EXPECT_FALSE(m_file.is_open);
+        EXPECT_EQ(m_file.fd, -1);
+        EXPECT_EQ(m_file.size, 0u);
+    }
+    EXPECT_FALSE(m_file.open_for_write("", true, false, true));
+    EXPECT_FALSE(m_file.open(L"", true, false, true));
+}
+
+TEST_F(FileObject, NamesOutsideAsciiAndOverlongFormsOpenTheNameThatTheyStandFor) {
+    m_dir.write("\xC3\xA9", "accent");
+    EXPECT_TRUE(m_file.open_for_write(m_dir.file("\xC3\xA9"), false, false, false));
+    m_dir.write("a", "plain");
+    EXPECT_TRUE(m_file.open_for_write(m_dir.file("\xE0\x81\xA1"), false, false, false));
+    EXPECT_EQ(m_file.size, 5u);
+}
+
+TEST_F(FileObject, OpeningAnotherFileClosesTheFirst) {
+    ASSERT_TRUE(m_file.open_for_write(m_dir.file("one"), true, false, true));
+    *m_file.attach_stream() << "first";
+    const int fd = m_file.fd;
+    ASSERT_TRUE(m_file.open_for_write(m_dir.file("two"), true, false, true));
+    EXPECT_EQ(m_file.fd, fd);  // free again
+    EXPECT_EQ(m_file.stream, nullptr);
+    EXPECT_EQ(support::read_file(m_dir.file("one")), "first");
+    EXPECT_TRUE(m_file.open(m_file.path, false, false, false));
+    EXPECT_EQ(m_file.path, wide(m_dir.file("two")));
+}
+
+TEST_F(FileObject, AppendsAtTheEndWhereverThePositionIs) {
+    ASSERT_TRUE(m_file.open_for_write(m_dir.file("file"), true, false, true));
+    EXPECT_TRUE(append(m_file, "abc"));
+    ::lseek(m_file.fd, 0, SEEK_SET);
+    EXPECT_TRUE(append(m_file, "def"));
+    EXPECT_EQ(support::read_file(m_dir.file("file")), "abcdef");
+    EXPECT_EQ(m_file.size, 6u);
+}
+
+TEST_F(FileObject, AppendsNothingFromNullAndZeroBytesWithSuccess) {
+    ASSERT_TRUE(m_file.open_for_write(m_dir.file("file"), true, false, true));
+    EXPECT_FALSE(m_file.append(nullptr, 0));
+    EXPECT_FALSE(m_file.append(nullptr, 5));
+    const std::uint8_t byte = 'x';
+    EXPECT_TRUE(m_file.append(&byte, 0));
+    EXPECT_EQ(m_file.get_size(), 0u);
+}
+
+TEST_F(FileObject, SizeLeavesThePositionAlone) {
+    ASSERT_TRUE(m_file.open_for_write(m_dir.write("file", "hello"), false, false, false));
+    ::lseek(m_file.fd, 3, SEEK_SET);
+    EXPECT_EQ(m_file.get_size(), 5u);
+    EXPECT_EQ(::lseek(m_file.fd, 0, SEEK_CUR), 3);
+    EXPECT_EQ(m_file.get_size(), 5u);
+}
+
+TEST_F(FileObject, PseudoFileThatCannotSeekHas256KiB) {
+    const std::string path = "/proc/version";
+    ASSERT_TRUE(m_file.open_for_write(path, false, false, false));
+    errno = 0;
+    if (::lseek(m_file.fd, 0, SEEK_END) != -1 || errno != EINVAL)
+        GTEST_SKIP() << path << " can seek on this kernel";
+    EXPECT_EQ(m_file.size, 262144u);
+    EXPECT_EQ(m_file.get_size(), 262144u);
+    std::vector<std::uint8_t> out;
+    EXPECT_TRUE(m_file.read_whole(out, path, 6));
+    EXPECT_EQ(out.size(), 6u);
+}
+
+TEST_F(FileObject, EmptyFileHasNoSizeEvenAfterAFailureElsewhere) {
+    ASSERT_TRUE(m_file.open_for_write(m_dir.write("file", ""), false, false, false));
+    errno = EINVAL;
+    EXPECT_EQ(m_file.get_size(), 0u);
+    m_file.path = L"/proc/somewhere";
+    errno = EINVAL;
+    EXPECT_EQ(m_file.get_size(), 0u);
+}
+
+TEST_F(FileObject, ReadsWhatLiesInsideTheFile) {
+    ASSERT_TRUE(m_file.open_for_write(m_dir.write("file", "hello"), false, false, false));
+    const struct {
+        std::int64_t count;
+        std::uint64_t offset;
+        bool result;
+        std::string text;
+    } cases[] = {
+        {5, 0, true, "hello"},      {2, 1, true, "el"},
+        {0, 1, true, ""},           {9, 3, true, "lo"},
+        {1, 4, true, "o"},          {1, 5, false, ""},
+        {0, 5, false, ""},          {1, 99, false, ""},
+        {-1, 0, false, ""},         {INT64_MAX, 0, true, "hello"},
+        {1, UINT64_MAX, false, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.count) + " at " + std::to_string(c.offset));
+        std::vector<std::uint8_t> out;
+        EXPECT_EQ(m_file.read_at(out, c.count, c.offset), c.result);
+        EXPECT_EQ(out, bytes_of(c.text));
+    }
+}
+
+TEST_F(FileObject, FolderOpensAndFailsToRead) {
+    ASSERT_TRUE(m_file.open_for_write(m_dir.path(), false, false, false));
+    m_file.size = 10;  // what a seek gives for a folder differs between file systems
+    std::vector<std::uint8_t> out;
+    EXPECT_FALSE(m_file.read_at(out, 5, 0));
+    EXPECT_TRUE(out.empty());
+}
+
+TEST_F(FileObject, ReadsAWholeFileUpToTheLimit) {
+    const std::string path = m_dir.write("file", "hello");
+    std::vector<std::uint8_t> out;
+    EXPECT_TRUE(m_file.read_whole(out, path, 100));
+    EXPECT_EQ(out, bytes_of("hello"));
+    EXPECT_TRUE(m_file.read_whole(out, path, 2));
+    EXPECT_EQ(out, bytes_of("he"));
+    EXPECT_TRUE(m_file.read_whole(out, path, 0));
+    EXPECT_TRUE(out.empty());
+    EXPECT_FALSE(m_file.read_whole(out, m_dir.file("missing"), 100));
+}
+
+TEST_F(FileObject, ClosingFlushesTheStream) {
+    const std::string path = m_dir.file("file");
+    ASSERT_TRUE(m_file.open_for_write(path, true, false, true));
+    *m_file.attach_stream() << "row " << 1 << '\n';
+    EXPECT_EQ(support::read_file(path), "");
+    m_file.close();
+    EXPECT_EQ(support::read_file(path), "row 1\n");
+    EXPECT_EQ(m_file.stream, nullptr);
+}
+
+TEST_F(FileObject, DestroyingFlushesTheStream) {
+    const std::string path = m_dir.file("file");
+    {
+        uni::file_object file;
+        ASSERT_TRUE(file.open_for_write(path, true, false, true));
+        *file.attach_stream() << "kept";
+    }
+    EXPECT_EQ(support::read_file(path), "kept");
+}
+
+TEST_F(FileObject, LineEndWithFlushReachesTheFileAtOnce) {
+    const std::string path = m_dir.file("file");
+    ASSERT_TRUE(m_file.open_for_write(path, true, false, true));
+    *m_file.attach_stream() << "row" << std::endl;
+    EXPECT_EQ(support::read_file(path), "row\n");
+}
+
+TEST_F(FileObject, StreamKeeps262143BytesAndWrites262144) {
+    const std::string path = m_dir.file("file");
+    ASSERT_TRUE(m_file.open_for_write(path, true, false, true));
+    uni::fileio_output* stream = m_file.attach_stream();
+    ASSERT_NE(stream, nullptr);
+    EXPECT_TRUE(stream->attached);
+    EXPECT_TRUE(stream->streambuf.connected);
+    EXPECT_EQ(stream->streambuf.file, &m_file);
+    *stream << std::string(262143, 'x');
+    EXPECT_EQ(m_file.get_size(), 0u);
+    *stream << 'y';
+    EXPECT_EQ(m_file.get_size(), 262144u);
+    *stream << 'z';
+    EXPECT_EQ(m_file.get_size(), 262144u);
+    m_file.close();
+    EXPECT_EQ(support::read_file(path), std::string(262143, 'x') + "yz");
+}
+
+TEST_F(FileObject, FailedWriteTurnsTheStreamBadAndTheRunGoesOn) {
+    ASSERT_TRUE(m_file.open_for_write(m_dir.write("file", "hello"), false, false, false));
+    uni::fileio_output* stream = m_file.attach_stream();  // the file is open for reading only
+    ASSERT_NE(stream, nullptr);
+    *stream << "row";
+    EXPECT_TRUE(stream->good());
+    stream->flush();
+    EXPECT_TRUE(stream->bad());
+    *stream << "another";
+    m_file.close();
+    EXPECT_EQ(support::read_file(m_dir.file("file")), "hello");
+}
+
+// Keeps the blocks that it is given, or refuses them.
+class recording_buffer : public uni::streambuf_generic_output<char> {
+public:
+    explicit recording_buffer(std::uint32_t bytes) : streambuf_generic_output<char>(bytes) {}
+    std::int64_t write_block(const char* data, std::uint32_t length) override {
+        if (refuses) return -1;
+        blocks.emplace_back(data, length);
+        return length;
+    }
+    using streambuf_generic_output<char>::overflow;
+
+    std::vector<std::string> blocks;
+    bool refuses = false;
+};
+
+using blocks = std::vector<std::string>;
+
+TEST(OutputBuffer, WritesOneBlockForEachFullBuffer) {
+    recording_buffer buffer(capacity);
+    std::ostream stream(&buffer);
+    stream << std::string(262143, 'a');
+    EXPECT_EQ(buffer.blocks.size(), 0u);
+    stream << 'b';
+    ASSERT_EQ(buffer.blocks.size(), 1u);
+    EXPECT_EQ(buffer.blocks[0], std::string(262143, 'a') + 'b');
+    stream << std::string(3 * capacity, 'c') << std::flush;
+    ASSERT_EQ(buffer.blocks.size(), 4u);
+    for (std::size_t i = 1; i < 4; ++i)
+        EXPECT_EQ(buffer.blocks[i], std::string(capacity, 'c'));
+}
+
+TEST(OutputBuffer, KeepsItsLastByteForTheCharacterThatOverflows) {
+    recording_buffer buffer(4);
+    std::ostream stream(&buffer);
+    stream << "abc";
+    EXPECT_EQ(buffer.blocks, blocks{});
+    stream << "d";
+    EXPECT_EQ(buffer.blocks, (blocks{"abcd"}));
+    stream << "efghij" << std::flush;
+    EXPECT_EQ(buffer.blocks, (blocks{"abcd", "efgh", "ij"}));
+    stream << std::flush;
+    EXPECT_EQ(buffer.blocks.size(), 3u);
+}
+
+TEST(OutputBuffer, OverflowGivesItsCharacterOrZero) {
+    recording_buffer buffer(4);
+    const int end = std::char_traits<char>::eof();
+    EXPECT_EQ(buffer.overflow('x'), 'x');
+    EXPECT_EQ(buffer.overflow(end), 0);
+    EXPECT_EQ(buffer.overflow(0xFF), 0xFF);
+    EXPECT_EQ(buffer.blocks, (blocks{"x", "\xFF"}));
+    EXPECT_EQ(buffer.flush_buffer(), 0);
+}
+
+TEST(OutputBuffer, OfOneByteWritesEachByteAlone) {
+    recording_buffer buffer(1);
+    std::ostream stream(&buffer);
+    stream << "ab";
+    EXPECT_EQ(buffer.blocks, (blocks{"a", "b"}));
+}
+
+TEST(OutputBuffer, InactiveBufferTakesNothing) {
+    recording_buffer buffer(4);
+    buffer.active = false;
+    EXPECT_EQ(buffer.overflow('x'), std::char_traits<char>::eof());
+    EXPECT_EQ(buffer.flush_buffer(), 0);
+    EXPECT_EQ(buffer.blocks, blocks{});
+}
+
+TEST(OutputBuffer, RefusedBlockIsAFailureAndWritesNothingOutsideTheBuffer) {
+    recording_buffer buffer(4);
+    buffer.refuses = true;
+    std::ostream stream(&buffer);
+    stream << "abcd";
+    EXPECT_TRUE(stream.bad());
+    EXPECT_EQ(buffer.flush_buffer(), -1);
+    stream.clear();
+    stream << "efgh";
+    EXPECT_TRUE(stream.bad());
+    EXPECT_EQ(buffer.overflow('x'), std::char_traits<char>::eof());
+    buffer.refuses = false;
+    EXPECT_EQ(buffer.flush_buffer(), 0);
+    EXPECT_EQ(buffer.blocks, (blocks{"abcd"}));
+}
+
+TEST(OutputBuffer, WithoutAFileFails) {
+    uni::fileio_output stream(nullptr, 16);
+    EXPECT_FALSE(stream.attached);
+    EXPECT_FALSE(stream.streambuf.connected);
+    stream << "text" << std::flush;
+    EXPECT_TRUE(stream.bad());
+}
+
+TEST(NullOut, SwallowsEverythingAndStaysGood) {
+    uni::null_out << "text" << 1 << 2.5 << std::string(100000, 'x') << std::endl;
+    EXPECT_TRUE(uni::null_out.good());
+}
+
+}  // namespace
