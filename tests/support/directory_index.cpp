@@ -69,7 +69,7 @@ bytes index_root_value(const bytes& entries, const index_root_options& options) 
 
 bytes index_block(const bytes& entries, const index_block_options& options) {
     const std::size_t words =
-        1 + std::max<std::size_t>(1, options.block_size / options.sector_size);
+        1 + std::max<std::size_t>(1, options.block_size / options.fixup_stride);
     const std::uint64_t entries_at = round_up(block_array_at + 2 * words, 8);
     const auto from_header = static_cast<std::uint32_t>(entries_at - node_header_at);
     if (entries_at + entries.size() + options.slack.size() > options.block_size) {
@@ -93,7 +93,7 @@ bytes index_block(const bytes& entries, const index_block_options& options) {
     append(block, options.slack);
     block.resize(options.block_size);
     if (options.fixups) {
-        apply_fixups(block, options.sector_size, array_at, count, options.check_value);
+        apply_fixups(block, options.fixup_stride, array_at, count, options.check_value);
     }
     return block;
 }

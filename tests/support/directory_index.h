@@ -54,7 +54,7 @@ bytes index_root_value(const bytes& entries, const index_root_options& options =
 
 struct index_block_options {
     std::uint32_t block_size = 4096;
-    std::uint32_t sector_size = 512;
+    std::uint32_t fixup_stride = 512;
     std::uint64_t vcn = 0;
     std::uint32_t header_flags = 0;
     std::uint16_t check_value = 1;

@@ -70,7 +70,7 @@ std::uint64_t directory_writer::vcn_of(std::size_t block) const {
 // Bytes for entries ahead of the end entry.
 std::size_t directory_writer::capacity(std::size_t block, bool is_leaf) const {
     const ntfs_geometry& g = m_volume.m_geometry;
-    const std::size_t words = 1 + std::max<std::size_t>(1, g.index_block / g.sector);
+    const std::size_t words = 1 + std::max<std::size_t>(1, g.index_block / g.fixup_stride);
     const std::size_t header = round_up(40 + 2 * words, 8);
     const std::size_t taken =
         header + end_entry_size + (is_leaf ? 0 : sub_node_size) + stale_entries(block).size();
@@ -181,7 +181,7 @@ bytes directory_writer::finished_block(std::size_t block) const {
         bytes entries = index_entries(m_blocks[block].entries);
         append(entries, index_end_entry(m_blocks[block].end_sub_node));
         result = index_block(entries, {.block_size = g.index_block,
-                                       .sector_size = g.sector,
+                                       .fixup_stride = g.fixup_stride,
                                        .vcn = vcn_of(block),
                                        .header_flags = m_blocks[block].end_sub_node ? 1u : 0u,
                                        .fixups = false,
@@ -196,8 +196,8 @@ bytes directory_writer::finished_block(std::size_t block) const {
     };
     apply(m_index.m_before_fixup);
     if (block < m_blocks.size()) {
-        const std::size_t words = 1 + std::max<std::size_t>(1, g.index_block / g.sector);
-        apply_fixups(result, g.sector, 40, words, 1);
+        const std::size_t words = 1 + std::max<std::size_t>(1, g.index_block / g.fixup_stride);
+        apply_fixups(result, g.fixup_stride, 40, words, 1);
     }
     if (std::count(m_index.m_zeroed.begin(), m_index.m_zeroed.end(), block) != 0) {
         std::fill(result.begin(), result.end(), std::uint8_t{0});

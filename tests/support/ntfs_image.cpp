@@ -74,7 +74,7 @@ record_builder& ntfs_image::entry(std::uint64_t number) {
     }
     cover_record(number);
     return m_entries
-        .try_emplace(number, number, m_geometry.record, m_geometry.sector, m_geometry.cluster)
+        .try_emplace(number, number, m_geometry.record, m_geometry.fixup_stride, m_geometry.cluster)
         .first->second;
 }
 

@@ -37,6 +37,8 @@ struct ntfs_geometry {
     std::uint32_t cluster = 4096;      // bytes
     std::uint32_t record = 1024;       // bytes of a file record
     std::uint32_t index_block = 4096;  // bytes
+    std::uint32_t fixup_stride = 512;  // bytes that a word of an update sequence guards; NTFS keeps
+                                       // to 512 on media with larger sectors, too
     std::uint64_t mft_lcn = 0;         // 0: cluster 4, or the first one behind $Boot
     std::uint64_t mirror_lcn = 0;      // 0: wherever there is room
     std::uint64_t clusters = 0;        // of the volume; 0: as many as are used, 1 MiB at least

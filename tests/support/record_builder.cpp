@@ -12,8 +12,8 @@ namespace {
 constexpr std::size_t array_at = 48;  // where the update sequence stands, unless it is moved
 constexpr std::size_t id_at = 14;     // the attribute id, in each attribute header
 
-std::size_t words_for(std::size_t record_size, std::size_t sector_size) {
-    return 1 + std::max<std::size_t>(1, sector_size == 0 ? 1 : record_size / sector_size);
+std::size_t words_for(std::size_t record_size, std::size_t stride) {
+    return 1 + std::max<std::size_t>(1, stride == 0 ? 1 : record_size / stride);
 }
 
 // The first 16 bytes that resident and non-resident attributes share; the length comes last.
@@ -86,10 +86,10 @@ std::uint64_t clusters_taken(const cluster_runs& runs) {
 }  // namespace
 
 record_builder::record_builder(std::uint64_t number, std::size_t record_size,
-                               std::size_t sector_size, std::size_t cluster_size)
+                               std::size_t fixup_stride, std::size_t cluster_size)
     : m_number(number),
       m_record_size(record_size),
-      m_sector_size(sector_size),
+      m_fixup_stride(fixup_stride),
       m_cluster_size(cluster_size),
       m_sequence(default_sequence(number)) {}
 
@@ -291,14 +291,14 @@ std::vector<const record_builder::attribute*> record_builder::in_order() const {
 }
 
 std::size_t record_builder::first_offset() const {
-    const std::size_t sound = round_up(array_at + 2 * words_for(m_record_size, m_sector_size), 8);
+    const std::size_t sound = round_up(array_at + 2 * words_for(m_record_size, m_fixup_stride), 8);
     return m_first_attribute && *m_first_attribute >= sound ? *m_first_attribute : sound;
 }
 
 std::size_t record_builder::array_offset() const { return m_usa_offset.value_or(array_at); }
 
 std::size_t record_builder::array_words() const {
-    return m_usa_count ? *m_usa_count : words_for(m_record_size, m_sector_size);
+    return m_usa_count ? *m_usa_count : words_for(m_record_size, m_fixup_stride);
 }
 
 std::uint16_t record_builder::counted_links() const {
@@ -390,7 +390,7 @@ bytes record_builder::lay_out() const {
 
 void record_builder::fix_up(bytes& record) const {
     if (m_fixups) {
-        apply_fixups(record, m_sector_size, array_offset(), array_words(), m_check_value);
+        apply_fixups(record, m_fixup_stride, array_offset(), array_words(), m_check_value);
     }
 }
 
@@ -414,14 +414,14 @@ bytes record_builder::build_before_fixup() const {
     return record;
 }
 
-void apply_fixups(std::span<std::uint8_t> block, std::size_t sector_size, std::size_t array_offset,
+void apply_fixups(std::span<std::uint8_t> block, std::size_t stride, std::size_t array_offset,
                   std::size_t words, std::uint16_t check_value) {
-    if (words == 0 || sector_size < 2 || array_offset + 2 > block.size()) {
+    if (words == 0 || stride < 2 || array_offset + 2 > block.size()) {
         return;
     }
     put_le(block, array_offset, check_value, 2);
     for (std::size_t i = 1; i < words; ++i) {
-        const std::size_t tail = i * sector_size - 2;
+        const std::size_t tail = i * stride - 2;
         const std::size_t kept_at = array_offset + 2 * i;
         if (tail + 2 > block.size() || kept_at + 2 > block.size()) {
             return;

@@ -138,11 +138,11 @@ bytes reparse_value(std::uint32_t tag, std::u16string_view substitute,
 
 class record_builder {
 public:
-    // `record_size` and `sector_size` in bytes. The update sequence has a word for each sector; a
-    // record smaller than a sector has one. `cluster_size` serves the sizes of non-resident
-    // headers.
+    // Sizes in bytes. The update sequence guards the last two bytes of each `fixup_stride`, which
+    // NTFS keeps at 512 whatever the sector size is; a record smaller than a stride has one word
+    // beside the check value. `cluster_size` serves the sizes of non-resident headers.
     explicit record_builder(std::uint64_t number, std::size_t record_size = 1024,
-                            std::size_t sector_size = 512, std::size_t cluster_size = 4096);
+                            std::size_t fixup_stride = 512, std::size_t cluster_size = 4096);
 
     // --- header ---
     record_builder& flags(std::uint16_t value);  // 1 in use, 2 directory
@@ -153,7 +153,7 @@ public:
     // Where attributes are laid out as well, if that is behind the update sequence's usual place.
     record_builder& first_attribute(std::uint16_t offset);
     record_builder& usa_offset(std::uint16_t value);  // as stored; the array moves there too
-    record_builder& usa_count(std::uint16_t value);   // as stored; fixups cover that many sectors
+    record_builder& usa_count(std::uint16_t value);   // as stored; fixups cover that many strides
     record_builder& check_value(
         std::uint16_t value);  // first word of the update sequence; 1 if not set
     record_builder& bytes_in_use(std::uint32_t value);
@@ -262,7 +262,7 @@ private:
     void fix_up(bytes& record) const;
 
     std::uint64_t m_number;
-    std::size_t m_record_size, m_sector_size, m_cluster_size;
+    std::size_t m_record_size, m_fixup_stride, m_cluster_size;
     std::uint16_t m_sequence;
     std::uint16_t m_flags = 1;
     std::uint64_t m_base = 0;
@@ -276,10 +276,10 @@ private:
     std::vector<change> m_before_fixup, m_after_fixup;
 };
 
-// Replaces the last two bytes of each sector of `block` by `check_value` and keeps what stood there
-// in the array at `array_offset`. `words` counts the check value; sectors behind the block's end
-// are left out.
-void apply_fixups(std::span<std::uint8_t> block, std::size_t sector_size, std::size_t array_offset,
+// Replaces the last two bytes of each `stride` of `block` by `check_value` and keeps what stood
+// there in the array at `array_offset`. `words` counts the check value; those behind the block's
+// end are left out.
+void apply_fixups(std::span<std::uint8_t> block, std::size_t stride, std::size_t array_offset,
                   std::size_t words, std::uint16_t check_value);
 
 }  // namespace support

@@ -212,15 +212,21 @@ void volume_writer::write_record(byte_image& image, std::uint64_t number,
     }
 }
 
-void volume_writer::write_mft(byte_image& image) const {
+bytes volume_writer::record_bytes(std::uint64_t number) const {
     const ntfs_geometry& g = m_volume.m_geometry;
+    const auto found = m_volume.m_entries.find(number);
+    if (found != m_volume.m_entries.end()) {
+        return found->second.build();
+    }
+    return g.format_unused
+               ? record_builder(number, g.record, g.fixup_stride, g.cluster).flags(0).build()
+               : bytes(g.record);
+}
+
+void volume_writer::write_mft(byte_image& image) const {
     for (std::uint64_t number = 0; number < mft_capacity(); ++number) {
-        const auto found = m_volume.m_entries.find(number);
-        if (found != m_volume.m_entries.end()) {
-            write_record(image, number, found->second.build());
-        } else if (g.format_unused) {
-            record_builder unused(number, g.record, g.sector, g.cluster);
-            write_record(image, number, unused.flags(0).build());
+        if (m_volume.m_geometry.format_unused || m_volume.has_entry(number)) {
+            write_record(image, number, record_bytes(number));
         }
     }
 }
@@ -229,11 +235,7 @@ void volume_writer::write_mirror(byte_image& image) const {
     const ntfs_geometry& g = m_volume.m_geometry;
     const std::uint64_t count = std::max<std::uint64_t>(4, g.cluster / g.record);
     for (std::uint64_t number = 0; number < std::min(count, mft_capacity()); ++number) {
-        const auto found = m_volume.m_entries.find(number);
-        if (found != m_volume.m_entries.end()) {
-            image.put_bytes(m_mirror_runs[0].lcn * g.cluster + number * g.record,
-                            found->second.build());
-        }
+        image.put_bytes(m_mirror_runs[0].lcn * g.cluster + number * g.record, record_bytes(number));
     }
 }
 

@@ -26,6 +26,7 @@ private:
     void add_mft();
     void settle_size();
     void add_bitmap();
+    bytes record_bytes(std::uint64_t number) const;
     void write_mft(byte_image& image) const;
     void write_record(byte_image& image, std::uint64_t number, const bytes& record) const;
     void write_mirror(byte_image& image) const;
