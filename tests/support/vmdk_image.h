@@ -81,6 +81,8 @@ public:
 private:
     struct layout;
     layout lay_out() const;
+    void put_header(byte_image& file, const layout& where) const;
+    void put_tables(byte_image& file, const layout& where, std::uint64_t at) const;
 
     vmdk_options m_options;
     std::map<std::uint64_t, bytes> m_grains;
@@ -94,8 +96,9 @@ private:
     std::vector<std::pair<std::uint64_t, bytes>> m_patches;
 };
 
-// Writes a base and its deltas to `directory` as "<stem>.vmdk", "<stem>-000001.vmdk" and so on,
-// each with the CID of its parent and its name as the hint. Returns the paths, base first.
+// Writes a base and its deltas to `directory` as "<stem>.vmdk", "<stem>-000001.vmdk" and so on. The
+// i-th file gets the CID 0x10000000 + i, and each delta the CID and the file name of the one before
+// it. Give all of them the same capacity. Returns the paths, base first.
 std::vector<std::string> save_vmdk_chain(const std::string& directory, const std::string& stem,
                                          std::vector<vmdk_image> base_and_deltas);
 
