@@ -5,6 +5,7 @@
 // structure gives zeros and never a neighbour's bytes.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -25,26 +26,37 @@ constexpr std::uint64_t le_uint(bytes b, std::size_t at, std::size_t width) {
     return value;
 }
 
+// The number that fills a `Number` at offset `at`, as le_uint gives it. One that lies inside `b`
+// is one load: both machines that this program runs on store the lowest byte first.
+template <typename Number>
+inline Number le_number(bytes b, std::size_t at) {
+    static_assert(std::endian::native == std::endian::little);
+    constexpr std::size_t width = sizeof(Number);
+    if (b.size() < width || at > b.size() - width) [[unlikely]]
+        return static_cast<Number>(le_uint(b, at, width));
+    Number value;
+    std::memcpy(&value, b.data() + at, width);
+    return value;
+}
+
 // One byte; 0 behind the end.
 constexpr std::uint8_t le8(bytes b, std::size_t at) {
     return at < b.size() ? b[at] : std::uint8_t{0};
 }
 
 // Two bytes, lowest first.
-constexpr std::uint16_t le16(bytes b, std::size_t at) {
-    return static_cast<std::uint16_t>(le_uint(b, at, 2));
-}
+inline std::uint16_t le16(bytes b, std::size_t at) { return le_number<std::uint16_t>(b, at); }
 
 // Four bytes, lowest first.
-constexpr std::uint32_t le32(bytes b, std::size_t at) {
-    return static_cast<std::uint32_t>(le_uint(b, at, 4));
-}
+inline std::uint32_t le32(bytes b, std::size_t at) { return le_number<std::uint32_t>(b, at); }
 
 // The six bytes of an MFT entry number in a file reference.
-constexpr std::uint64_t le48(bytes b, std::size_t at) { return le_uint(b, at, 6); }
+inline std::uint64_t le48(bytes b, std::size_t at) {
+    return le_number<std::uint64_t>(b, at) & 0xFFFFFFFFFFFF;
+}
 
 // Eight bytes, lowest first.
-constexpr std::uint64_t le64(bytes b, std::size_t at) { return le_uint(b, at, 8); }
+inline std::uint64_t le64(bytes b, std::size_t at) { return le_number<std::uint64_t>(b, at); }
 
 // What stands from `at` on, at most `count` bytes; shorter or empty where `b` ends first.
 constexpr bytes clip(bytes b, std::size_t at, std::size_t count = SIZE_MAX) {

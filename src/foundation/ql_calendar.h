@@ -16,13 +16,7 @@ struct calendar_day {
     int month = 0;        // 1 to 12
     int day = 0;          // 1 to 31
     int day_of_week = 0;  // 0 is Sunday
-    int day_of_year = 0;  // 0 is 1 January
 };
-
-// The quotient rounded down, so that a time before day 0 belongs to the day that it lies in.
-constexpr std::int64_t floor_div(std::int64_t value, std::int64_t divisor) {
-    return value / divisor - (value % divisor < 0 ? 1 : 0);
-}
 
 constexpr bool is_leap_year(std::int64_t year) {
     return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
@@ -41,33 +35,29 @@ constexpr std::int64_t days_before_month(int month, bool leap) {
     return common[month - 1] + (leap && month > 2 ? 1 : 0);
 }
 
-// Days from 1601-01-01 to a date of the calendar; `year` from 1 on, `month` from 1 to 12.
-constexpr std::int64_t calendar_to_day(std::int64_t year, int month, int day) {
-    return days_before_year(year) + days_before_month(month, is_leap_year(year)) + day - 1;
-}
-
-// The date of a day counted from 1601-01-01. `days` may be negative down to year 1.
-constexpr calendar_day day_to_calendar(std::int64_t days) {
-    constexpr std::int64_t days_in_400_years = 146'097;
-    // 365.2425 days make a year: the estimate is right or one too high or too low.
-    std::int64_t year = 1601 + floor_div(days * 400, days_in_400_years);
-    if (days < days_before_year(year)) --year;
-    if (days >= days_before_year(year + 1)) ++year;
+// The date of a day counted from 1601-01-01.
+//
+// Years are counted from March here, so that the leap day is the last of its year and the lengths
+// of the months before it follow one formula. They are grouped by 400, which all have 146,097 days.
+constexpr calendar_day day_to_calendar(std::uint32_t days) {
+    constexpr std::uint32_t from_march_of_year_0 = 584'694;  // to 1601-01-01
+    const std::uint32_t all = days + from_march_of_year_0;
+    const std::uint32_t group = all / 146'097;
+    const std::uint32_t left = all % 146'097;
+    const std::uint32_t year = (left - left / 1'460 + left / 36'524 - left / 146'096) / 365;
+    const std::uint32_t day_of_year = left - (365 * year + year / 4 - year / 100);
+    const std::uint32_t month = (5 * day_of_year + 2) / 153;  // 0 is March
 
     calendar_day date;
-    const bool leap = is_leap_year(year);
-    const std::int64_t day_of_year = days - days_before_year(year);
-    int month = static_cast<int>(day_of_year / 31) + 1;  // right or one too low
-    if (month < 12 && day_of_year >= days_before_month(month + 1, leap)) ++month;
-    date.year = static_cast<int>(year);
-    date.month = month;
-    date.day = static_cast<int>(day_of_year - days_before_month(month, leap)) + 1;
-    date.day_of_week = static_cast<int>(days + 1 - floor_div(days + 1, 7) * 7);
-    date.day_of_year = static_cast<int>(day_of_year);
+    date.day = static_cast<int>(day_of_year - (153 * month + 2) / 5) + 1;
+    date.month = static_cast<int>(month < 10 ? month + 3 : month - 9);
+    date.year = static_cast<int>(group * 400 + year + (month < 10 ? 0 : 1));
+    date.day_of_week = static_cast<int>((days + 1) % 7);
     return date;
 }
 
-static_assert(calendar_to_day(1970, 1, 1) == days_1601_to_1970);
-static_assert(calendar_to_day(2000, 3, 1) - calendar_to_day(2000, 2, 28) == 2);
+static_assert(days_before_year(1970) == days_1601_to_1970);
+static_assert(days_1601_to_1970 * seconds_a_day * std::int64_t{ticks_a_second} ==
+              std::int64_t{ticks_1601_to_1970});
 
 }  // namespace ql

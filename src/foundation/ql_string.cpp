@@ -98,11 +98,16 @@ int following_bytes(std::uint8_t lead) {
     return -1;
 }
 
+// The unit with this index. Where the buffer ends in its middle, its high byte is zero.
+wchar_t unit_at(bytes units, std::size_t index) {
+    return static_cast<wchar_t>(le16(units, index * 2));
+}
+
 // How many units a text has before its zero unit, at most `limit`.
 std::size_t count_units(bytes units, std::size_t limit) {
     const std::size_t held = std::min(limit, units.size() / 2 + units.size() % 2);
     std::size_t count = 0;
-    while (count < held && le16(units, count * 2) != 0)
+    while (count < held && unit_at(units, count) != 0)
         ++count;
     return count;
 }
@@ -113,28 +118,24 @@ std::size_t unit_limit(std::int64_t byte_length) {
     return byte_length < 0 ? 0 : static_cast<std::size_t>(byte_length / 2);
 }
 
-constexpr bool is_high_surrogate(std::uint32_t unit) { return (unit & 0xFC00) == 0xD800; }
-constexpr bool is_low_surrogate(std::uint32_t unit) { return (unit & 0xFC00) == 0xDC00; }
+constexpr bool is_high_surrogate(wchar_t unit) { return (unit & 0xFC00) == 0xD800; }
+constexpr bool is_low_surrogate(wchar_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
-// Joins surrogate pairs. False, with `out` cut short, at a high surrogate without its low one.
-bool decode_pairs(bytes units, std::size_t count, std::wstring& out) {
-    for (std::size_t i = 0; i < count; ++i) {
-        std::uint32_t code = le16(units, i * 2);
-        if (is_high_surrogate(code)) {
-            const std::uint32_t low = i + 1 < count ? le16(units, (i + 1) * 2) : 0u;
-            if (!is_low_surrogate(low)) return false;
-            code = 0x10000 + ((code & 0x3FF) << 10 | (low & 0x3FF));
-            ++i;
+// Joins the surrogate pairs of a text that has an element for each unit. A high surrogate without
+// its low one leaves the whole text as it is.
+void join_pairs(std::wstring& text) {
+    std::wstring joined;
+    joined.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (!is_high_surrogate(text[i])) {
+            joined.push_back(text[i]);
+            continue;
         }
-        out.push_back(static_cast<wchar_t>(code));
+        const wchar_t high = text[i++];
+        if (i == text.size() || !is_low_surrogate(text[i])) return;
+        joined.push_back(0x10000 + ((high & 0x3FF) << 10 | (text[i] & 0x3FF)));
     }
-    return true;
-}
-
-void widen_units(bytes units, std::size_t count, std::wstring& out) {
-    out.resize(count);
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] = static_cast<wchar_t>(le16(units, i * 2));
+    text = std::move(joined);
 }
 
 void append_hex(std::string& out, std::uint64_t value, unsigned digits) {
@@ -184,10 +185,14 @@ std::wstring to_wide(std::string_view utf8) {
 }
 
 std::uint32_t utf16_to_wide(bytes units, std::int64_t byte_length, std::wstring& out_wide) {
-    out_wide.clear();
     const std::size_t count = count_units(units, unit_limit(byte_length));
-    out_wide.reserve(count);
-    if (!decode_pairs(units, count, out_wide)) widen_units(units, count, out_wide);
+    out_wide.resize(count);
+    bool has_pairs = false;
+    for (std::size_t i = 0; i < count; ++i) {
+        out_wide[i] = unit_at(units, i);
+        has_pairs |= is_high_surrogate(out_wide[i]);
+    }
+    if (has_pairs) join_pairs(out_wide);
     return static_cast<std::uint32_t>(count * 2);
 }
 

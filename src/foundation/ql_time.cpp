@@ -3,6 +3,7 @@
 #include <sys/time.h>
 
 #include <algorithm>
+#include <array>
 
 #include "foundation/ql_calendar.h"
 
@@ -24,11 +25,11 @@ std::int64_t host_utc_offset() {
     return static_cast<std::int64_t>(hours * 3600.0f);
 }
 
-// Seconds in the host's local time as broken-down fields, without a summer-time flag.
-std::tm local_time_fields(std::int64_t local_seconds) {
-    const std::int64_t days = floor_div(local_seconds, seconds_a_day);
-    const auto second_of_day = static_cast<int>(local_seconds - days * seconds_a_day);
-    const calendar_day date = day_to_calendar(days + days_1601_to_1970);
+// Seconds since 1601 in the host's local time as broken-down fields, without a summer-time flag.
+std::tm local_time_fields(std::uint64_t local_seconds) {
+    const auto days = static_cast<std::uint32_t>(local_seconds / seconds_a_day);
+    const auto second_of_day = static_cast<int>(local_seconds % seconds_a_day);
+    const calendar_day date = day_to_calendar(days);
     std::tm fields{};
     fields.tm_sec = second_of_day % 60;
     fields.tm_min = second_of_day / 60 % 60;
@@ -37,7 +38,8 @@ std::tm local_time_fields(std::int64_t local_seconds) {
     fields.tm_mon = date.month - 1;
     fields.tm_year = date.year - 1900;
     fields.tm_wday = date.day_of_week;
-    fields.tm_yday = date.day_of_year;
+    fields.tm_yday =
+        static_cast<int>(days_before_month(date.month, is_leap_year(date.year))) + date.day - 1;
     return fields;
 }
 
@@ -45,21 +47,23 @@ std::tm local_time_fields(std::int64_t local_seconds) {
 // The host's offset is taken once, so that all stamps of a run are measured alike.
 bool to_local_fields(std::uint64_t unix_seconds, std::tm& out) {
     static const std::int64_t offset = host_utc_offset();
-    static const std::int64_t limit =
-        (calendar_to_day(first_year_not_shown, 1, 1) - days_1601_to_1970) * seconds_a_day;
+    constexpr std::int64_t seconds_to_1970 = days_1601_to_1970 * seconds_a_day;
+    constexpr std::int64_t limit = days_before_year(first_year_not_shown) * seconds_a_day;
     constexpr std::uint64_t far_future = std::uint64_t{1} << 48;  // keeps the sum in 64 bits
     if (unix_seconds > far_future) return false;
-    const std::int64_t local_seconds = static_cast<std::int64_t>(unix_seconds) + offset;
+    const std::int64_t local_seconds =
+        static_cast<std::int64_t>(unix_seconds) + seconds_to_1970 + offset;
     if (local_seconds >= limit) return false;
-    out = local_time_fields(local_seconds);
+    out = local_time_fields(static_cast<std::uint64_t>(local_seconds));
     return true;
 }
 
+// The calendar fields of a stamp before the year 3002.
 _windows_systemtime to_system_time(std::uint64_t filetime) {
     const std::uint64_t seconds = filetime / ticks_a_second;
-    const std::uint64_t ticks = filetime % ticks_a_second;
+    const auto ticks = static_cast<std::uint32_t>(filetime % ticks_a_second);
     const auto second_of_day = static_cast<std::uint32_t>(seconds % seconds_a_day);
-    const calendar_day date = day_to_calendar(static_cast<std::int64_t>(seconds / seconds_a_day));
+    const calendar_day date = day_to_calendar(static_cast<std::uint32_t>(seconds / seconds_a_day));
     _windows_systemtime fields;
     fields.year = static_cast<std::uint16_t>(date.year);
     fields.month = static_cast<std::uint16_t>(date.month);
@@ -70,81 +74,88 @@ _windows_systemtime to_system_time(std::uint64_t filetime) {
     fields.second = static_cast<std::uint16_t>(second_of_day % 60);
     fields.millisecond = static_cast<std::uint16_t>(ticks / 10'000);
     fields.microsecond = ticks / 10;
-    fields.nanosecond = ticks * 100;
-    fields.picosecond = ticks * 100'000;
+    fields.nanosecond = std::uint64_t{ticks} * 100;
+    fields.picosecond = std::uint64_t{ticks} * 100'000;
     return fields;
 }
 
-// `value` in decimal, filled with zeros to `width` digits, `width` at most 20. More digits are
-// written where the value has them.
-void append_number(std::string& out, std::uint64_t value, unsigned width) {
-    char digits[20];
-    unsigned count = 0;
-    while (value != 0 || count < width) {
-        digits[sizeof digits - ++count] = static_cast<char>('0' + value % 10);
-        value /= 10;
+// A date or a time while it is composed. The longest is a date of two numbers, a month and the
+// year.
+class short_text {
+public:
+    void put(char c) { m_text[m_size++] = c; }
+
+    // `value` in decimal, filled with zeros to `digits` digits; higher digits are cut off.
+    void put_number(std::uint32_t value, unsigned digits) {
+        for (unsigned i = digits; i-- > 0; value /= 10)
+            m_text[m_size + i] = static_cast<char>('0' + value % 10);
+        m_size += digits;
     }
-    out.append(digits + sizeof digits - count, count);
-}
+
+    void put_two(std::uint32_t value) { put_number(value, 2); }
+    void put_year(const _windows_systemtime& fields) { put_number(fields.year, 4); }
+
+    void put_month(const _windows_systemtime& fields, bool by_name) {
+        if (!by_name) return put_two(fields.month);
+        for (const char c : month_abbrev(fields.month))
+            put(c);
+    }
+
+    void copy_to(std::string& out) const { out.assign(m_text.data(), m_size); }
+
+private:
+    std::array<char, 32> m_text;
+    unsigned m_size = 0;
+};
 
 // The point and `digits` digits of the fraction, truncated. Only 3 to 9 digits are known; any other
 // number adds nothing.
-void append_fraction(std::string& out, const _windows_systemtime& fields, unsigned digits) {
+void put_fraction(short_text& out, const _windows_systemtime& fields, std::size_t digits) {
     if (digits < 3 || digits > 9) return;
-    std::uint64_t value = digits == 3   ? fields.millisecond
-                          : digits <= 6 ? fields.microsecond
-                                        : fields.nanosecond;
-    const unsigned held = digits == 3 ? 3 : digits <= 6 ? 6 : 9;
-    for (unsigned i = digits; i < held; ++i)
+    // All digits of the fraction are those of its nanoseconds: fewer are its leading ones.
+    auto value = static_cast<std::uint32_t>(fields.nanosecond);
+    for (std::size_t i = digits; i < 9; ++i)
         value /= 10;
-    out.push_back('.');
-    append_number(out, value, digits);
+    out.put('.');
+    out.put_number(value, static_cast<unsigned>(digits));
 }
 
-void append_month(std::string& out, const _windows_systemtime& fields, bool by_name) {
-    if (by_name)
-        out += month_abbrev(fields.month);
-    else
-        append_number(out, fields.month, 2);
+void put_clock(short_text& out, const _windows_systemtime& fields) {
+    out.put_two(fields.hour);
+    out.put(':');
+    out.put_two(fields.minute);
 }
 
-// The date in the order of the style; nothing for an order that the style doesn't know. A style
-// without a separator has a NUL byte between the fields.
-void append_styled_date(std::string& out, const _windows_systemtime& fields, date_style style) {
+// The date in the order of the style; nothing for an order that the style doesn't know. A year has
+// four digits under any style, and a style without a separator has a NUL byte between the fields.
+void put_styled_date(short_text& out, const _windows_systemtime& fields, date_style style) {
     const auto separator = static_cast<char>(style.separator);
     const unsigned order =
         style.date_flags &
         (date_flag::day_month_year | date_flag::month_day_year | date_flag::year_month_day);
     const bool by_number = (style.date_flags & date_flag::month_number) != 0;
     const bool by_name = !by_number && (style.date_flags & date_flag::month_name) != 0;
-    const unsigned year_width = (style.date_flags & date_flag::year_4) != 0 ? 4 : 2;
     if (!by_number && !by_name) return;
 
     if (order == date_flag::month_day_year) {
-        append_month(out, fields, by_name);
-        out.push_back(separator);
-        append_number(out, fields.day, 2);
-        out.push_back(separator);
-        append_number(out, fields.year, year_width);
+        out.put_month(fields, by_name);
+        out.put(separator);
+        out.put_two(fields.day);
+        out.put(separator);
+        out.put_year(fields);
     } else if (order == date_flag::day_month_year) {
-        append_number(out, fields.day, 2);
-        out.push_back(separator);
-        append_month(out, fields, by_name);
-        out.push_back(separator);
-        append_number(out, fields.year, year_width);
+        out.put_two(fields.day);
+        out.put(separator);
+        out.put_month(fields, by_name);
+        out.put(separator);
+        out.put_year(fields);
     } else if (order == date_flag::year_month_day && by_number) {
-        append_number(out, fields.year, year_width);
-        out.push_back(separator);
-        append_number(out, fields.month, 2);
-        out.push_back(separator);
-        append_number(out, fields.day, 2);
+        out.put_year(fields);
+        out.put(separator);
+        out.put_two(fields.month);
+        out.put(separator);
+        out.put_two(fields.day);
     }
-}
-
-void append_clock(std::string& out, const _windows_systemtime& fields) {
-    append_number(out, fields.hour, 2);
-    out.push_back(':');
-    append_number(out, fields.minute, 2);
 }
 
 bool holds(const std::string& format, const char* part) {
@@ -166,61 +177,49 @@ std::size_t fraction_width(const std::string& time_format) {
 }
 
 // The date as the format text itself asks for it.
-void append_formatted_date(std::string& out, const _windows_systemtime& fields,
-                           const std::string& format) {
+void put_formatted_date(short_text& out, const _windows_systemtime& fields,
+                        const std::string& format) {
     const std::size_t year_at = format.find("yy");
     const std::size_t month_at = format.find("mm");
     const std::size_t day_at = format.find("dd");
     const bool by_name = holds(format, "mmm");
     const bool short_year = year_at != std::string::npos && !holds(format, "yyyy");
-    const char separator = separator_of(format);
+    const bool is_whole = std::max({year_at, month_at, day_at}) != std::string::npos;
+    const char separator = is_whole ? separator_of(format) : '/';
     const auto separate = [&] {
-        if (separator != '\0') out.push_back(separator);
+        if (separator != '\0') out.put(separator);
     };
-    const auto add_year = [&] {
-        if (short_year)
-            append_number(out, fields.year % 100u, 2);
-        else
-            append_number(out, fields.year, 4);
-    };
+    const auto put_year = [&] { short_year ? out.put_two(fields.year) : out.put_year(fields); };
 
-    if (std::max({year_at, month_at, day_at}) == std::string::npos) {
-        append_month(out, fields, by_name);
-        out.push_back('/');
-        append_number(out, fields.day, 2);
-        out.push_back('/');
-        add_year();
-        return;
-    }
-    if (year_at == 0) {
-        add_year();
+    if (is_whole && year_at == 0) {
+        put_year();
         separate();
     }
-    if (day_at < month_at) {
-        append_number(out, fields.day, 2);
+    if (is_whole && day_at < month_at) {
+        out.put_two(fields.day);
         separate();
-        append_month(out, fields, by_name);
+        out.put_month(fields, by_name);
     } else {
-        append_month(out, fields, by_name);
+        out.put_month(fields, by_name);
         separate();
-        append_number(out, fields.day, 2);
-        if (separator == ' ' && format.find(',', day_at) != std::string::npos) out.push_back(',');
+        out.put_two(fields.day);
+        const bool comma = is_whole && format.find(',', day_at) != std::string::npos;
+        if (comma && separator == ' ') out.put(',');
     }
-    if (year_at != 0) {
+    if (!is_whole || year_at != 0) {
         separate();
-        add_year();
+        put_year();
     }
 }
 
-void append_formatted_time(std::string& out, const _windows_systemtime& fields,
-                           const std::string& format) {
-    if (holds(format, "hh:mm")) append_clock(out, fields);
+void put_formatted_time(short_text& out, const _windows_systemtime& fields,
+                        const std::string& format) {
+    if (holds(format, "hh:mm")) put_clock(out, fields);
     if (holds(format, "ss")) {
-        out.push_back(':');
-        append_number(out, fields.second, 2);
+        out.put(':');
+        out.put_two(fields.second);
     }
-    const std::size_t digits = fraction_width(format);
-    if (digits <= 9) append_fraction(out, fields, static_cast<unsigned>(digits));
+    put_fraction(out, fields, fraction_width(format));
 }
 
 std::uint8_t order_flag(std::size_t year_at, std::size_t month_at, std::size_t day_at) {
@@ -300,11 +299,14 @@ std::uint32_t date_time_strings(std::string& date_out, std::string& time_out, co
         format_date_time(date_out, time_out, t, "yyyy-mm-dd", "hh:mm:ss.xxx");
         return 0;
     }
-    append_styled_date(date_out, t.system_time, style);
-    append_clock(time_out, t.system_time);
-    time_out.push_back(':');
-    append_number(time_out, t.system_time.second, 2);
-    append_fraction(time_out, t.system_time, style.fraction_digits());
+    short_text date_text, time_text;
+    put_styled_date(date_text, t.system_time, style);
+    date_text.copy_to(date_out);
+    put_clock(time_text, t.system_time);
+    time_text.put(':');
+    time_text.put_two(t.system_time.second);
+    put_fraction(time_text, t.system_time, style.fraction_digits());
+    time_text.copy_to(time_out);
     return t.valid;
 }
 
@@ -313,8 +315,11 @@ std::uint8_t format_date_time(std::string& date_out, std::string& time_out, cons
     date_out.clear();
     time_out.clear();
     if (t.valid == 0) return 0;
-    if (!date_format.empty()) append_formatted_date(date_out, t.system_time, date_format);
-    if (!time_format.empty()) append_formatted_time(time_out, t.system_time, time_format);
+    short_text date_text, time_text;
+    if (!date_format.empty()) put_formatted_date(date_text, t.system_time, date_format);
+    if (!time_format.empty()) put_formatted_time(time_text, t.system_time, time_format);
+    date_text.copy_to(date_out);
+    time_text.copy_to(time_out);
     return 1;
 }
 
