@@ -1,1 +1,292 @@
+#include <unistd.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "disk_file.h"
 #include "storage/ql_disk_structs.h"
+#include "support/byte_image.h"
+#include "support/partition_image.h"
+
+namespace {
+
+using support::byte_image;
+using support::gpt_options;
+using support::gpt_slot;
+using support::ntfs_boot_sector;
+
+constexpr std::uint64_t header_at = 512;  // with sectors of 512 bytes
+constexpr std::uint64_t entries_at = 1024;
+
+constexpr std::uint64_t sector(std::uint64_t lba) { return lba * 512; }
+
+byte_image gpt_disk(const std::vector<gpt_slot>& slots, const gpt_options& options = {},
+                    std::uint64_t size = 0x200000) {
+    byte_image disk(size);
+    support::put_gpt(disk, slots, options);
+    return disk;
+}
+
+struct scan {
+    bool result = false;
+    partition_list list;
+};
+
+scan scan_image(const byte_image& image) {
+    disk_file source(image);
+    scan s;
+    s.list.resize(2);  // a scan starts anew
+    s.result = scan_gpt(source.disk, s.list, false);
+    return s;
+}
+
+std::vector<std::uint64_t> starts_of(const scan& s) {
+    std::vector<std::uint64_t> starts;
+    for (const partition_record& record : s.list)
+        starts.push_back(record.m_LBA_first_sector);
+    return starts;
+}
+
+TEST(GptScan, EntriesBecomeRecords) {
+    byte_image disk = gpt_disk({{.first = 100, .last = 199, .name = u"Größe 😀"},
+                                {support::efi_system_guid, 300, 300, u"EFI system partition"}});
+    disk.put_image(sector(100), ntfs_boot_sector({.total_sectors = 0x55}));
+    const scan s = scan_image(disk);
+    EXPECT_TRUE(s.result);
+    ASSERT_EQ(s.list.size(), 2u);
+
+    const partition_record& ntfs = s.list[0];
+    EXPECT_TRUE(ntfs.is_gpt);
+    EXPECT_EQ(ntfs.type_guid, support::parse_guid(support::basic_data_guid));
+    support::guid unique{};
+    unique.fill(0xA0);
+    unique[15] = 1;
+    EXPECT_EQ(ntfs.unique_guid, unique);
+    EXPECT_EQ(ntfs.m_LBA_first_sector, 100u);
+    EXPECT_EQ(ntfs.m_num_sectors, 100u);
+    EXPECT_EQ(ntfs.m_sector_size, 512u);
+    EXPECT_EQ(ntfs.description,
+              "Gr\xC3\xB6\xC3\x9F"
+              "e \xF0\x9F\x98\x80");
+    EXPECT_EQ(ntfs.m_partition_type, 7);
+    EXPECT_TRUE(ntfs.is_volume);
+    EXPECT_EQ(ntfs.fs_name, "ntfs");
+
+    const partition_record& other = s.list[1];
+    EXPECT_TRUE(other.is_gpt);
+    EXPECT_EQ(other.m_num_sectors, 1u);
+    EXPECT_EQ(other.description, "EFI system partition");
+    EXPECT_EQ(other.m_partition_type, 238);
+    EXPECT_FALSE(other.is_volume);
+    EXPECT_EQ(partition_type_name(other.m_partition_type), "gpt");
+}
+
+TEST(GptScan, UnusedEntriesArePassedOver) {
+    const support::guid zero_type{};
+    byte_image disk = gpt_disk(
+        {{.first = 100, .last = 199}, {.first = 200, .last = 299}, {.first = 300, .last = 399}});
+    disk.put_bytes(entries_at + 128, zero_type);
+    EXPECT_EQ(starts_of(scan_image(disk)), (std::vector<std::uint64_t>{100, 300}));
+    // One byte of the type is enough to be used.
+    disk.put(entries_at + 128 + 15, 1, 1);
+    EXPECT_EQ(starts_of(scan_image(disk)), (std::vector<std::uint64_t>{100, 200, 300}));
+}
+
+TEST(GptScan, SignatureAndCheckSumsAreNotLookedAt) {
+    byte_image disk = gpt_disk({{.first = 100, .last = 199}}, {.signature = "DAMAGED!"});
+    disk.put(header_at + 16, 0, 4).put(header_at + 88, 0, 4);
+    EXPECT_TRUE(scan_image(disk).result);
+}
+
+TEST(GptScan, HeaderMustNameItsOwnSector) {
+    byte_image disk = gpt_disk({{.first = 100, .last = 199}});
+    for (const std::uint64_t lba : {0ull, 2ull, 0x100000001ull}) {
+        SCOPED_TRACE(lba);
+        const scan s = scan_image(disk.put(header_at + 24, lba, 8));
+        EXPECT_FALSE(s.result);
+        EXPECT_TRUE(s.list.empty());
+    }
+}
+
+TEST(GptScan, FirstSignatureTellsTheSectorSize) {
+    for (const std::uint32_t size : {512u, 1024u, 2048u, 4096u, 8192u, 16384u}) {
+        SCOPED_TRACE(size);
+        byte_image disk =
+            gpt_disk({{.first = 40, .last = 79}}, {.sector = size, .protective = false}, 0x400000);
+        disk.put_image(40 * size,
+                       ntfs_boot_sector({.bytes_per_sector = static_cast<std::uint16_t>(size)}));
+        EXPECT_FALSE(scan_image(disk).result);
+        disk.put(size - 2, 0xAA55, 2);
+        const scan s = scan_image(disk);
+        EXPECT_TRUE(s.result);
+        ASSERT_EQ(s.list.size(), 1u);
+        EXPECT_EQ(s.list[0].m_LBA_first_sector, 40u);
+        EXPECT_EQ(s.list[0].m_sector_size, size);
+        EXPECT_EQ(s.list[0].m_partition_type, 7);
+    }
+}
+
+TEST(GptScan, SuperblocksAreSeenInPartitionsOfMoreThanFourSectors) {
+    const struct {
+        const char* name;
+        std::uint64_t last;
+        int type;
+    } cases[] = {{"one sector", 100, 238}, {"four sectors", 103, 238}, {"five sectors", 104, 131}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        byte_image disk = gpt_disk({{support::linux_data_guid, 100, c.last}});
+        disk.put_image(sector(100), support::ext_start());
+        const scan s = scan_image(disk);
+        ASSERT_EQ(s.list.size(), 1u);
+        EXPECT_EQ(s.list[0].m_partition_type, c.type);
+    }
+    byte_image disk = gpt_disk({{.first = 100, .last = 104}});
+    disk.put_image(sector(100), support::hfs_plus_start());
+    EXPECT_EQ(scan_image(disk).list.at(0).fs_name, "hfs+");
+}
+
+TEST(GptScan, ZeroLastSectorLeavesTheCount) {
+    byte_image disk = gpt_disk({{.first = 100, .last = 0}});
+    EXPECT_EQ(scan_image(disk).list.at(0).m_num_sectors, 0u);
+    disk.put_image(sector(100), ntfs_boot_sector({.total_sectors = 0x55}));
+    EXPECT_EQ(scan_image(disk).list.at(0).m_num_sectors, 0x55u);
+}
+
+TEST(GptScan, LastSectorBeforeTheFirstWraps) {
+    // The size of last = first - 1 is 0, of an earlier one huge: one sector, or 2048 bytes, is
+    // read.
+    byte_image disk = gpt_disk({{.first = 100, .last = 99}, {.first = 200, .last = 150}});
+    disk.put_image(sector(100), support::ext_start()).put_image(sector(200), support::ext_start());
+    const scan s = scan_image(disk);
+    ASSERT_EQ(s.list.size(), 2u);
+    EXPECT_EQ(s.list[0].m_num_sectors, 0u);
+    EXPECT_EQ(s.list[0].m_partition_type, 238);
+    EXPECT_EQ(s.list[1].m_num_sectors, 0u - std::uint64_t{49});
+    EXPECT_EQ(s.list[1].m_partition_type, 131);
+}
+
+TEST(GptScan, WholeLargeSectorIsReadOfAPartitionWithoutSectors) {
+    byte_image disk = gpt_disk({{.first = 40, .last = 39}}, {.sector = 16384, .protective = false});
+    disk.put(16382, 0xAA55, 2).put_image(40 * 16384, support::ext_start());
+    EXPECT_EQ(scan_image(disk).list.at(0).m_partition_type, 131);
+}
+
+TEST(GptScan, PartitionAtTheVeryEndOfTheImageIsNamedEmpty) {
+    byte_image disk = gpt_disk({{.first = 1000, .last = 1999}}, {.backup = false});
+    disk.put_image(sector(1000), ntfs_boot_sector());
+    disk.resize(sector(1000) + 511);
+    const scan s = scan_image(disk);
+    EXPECT_TRUE(s.result);
+    EXPECT_EQ(s.list.at(0).m_partition_type, 0);
+    EXPECT_FALSE(s.list.at(0).is_volume);
+    EXPECT_EQ(scan_image(disk.resize(sector(1001))).list.at(0).m_partition_type, 7);
+}
+
+TEST(GptScan, PartitionBehindTheImageFailsTheScan) {
+    byte_image disk = gpt_disk({{.first = 100, .last = 199}, {.first = 5000, .last = 5999}});
+    EXPECT_FALSE(scan_image(disk).result);
+    disk = gpt_disk({{.first = 100, .last = 199}, {.first = 1ull << 54, .last = 1ull << 56}});
+    EXPECT_FALSE(scan_image(disk).result);
+}
+
+TEST(GptScan, EntriesBehindTheImageFailTheScan) {
+    byte_image disk = gpt_disk({{.first = 4, .last = 5}}, {.backup = false});
+    EXPECT_TRUE(scan_image(disk.resize(entries_at + 127 * 128 + 1)).result);
+    EXPECT_FALSE(scan_image(disk.resize(entries_at + 127 * 128)).result);
+    EXPECT_FALSE(scan_image(disk.put(header_at + 72, 1ull << 40, 8)).result);
+    EXPECT_FALSE(scan_image(disk.put(header_at + 72, 1ull << 54, 8)).result);
+}
+
+TEST(GptScan, BillionsOfEntriesEndAtOnce) {
+    byte_image disk = gpt_disk({{.first = 100, .last = 199}});
+    disk.put(header_at + 80, 0xFFFFFFFF, 4).put(header_at + 84, 1, 4);
+    EXPECT_FALSE(scan_image(disk).result);
+}
+
+TEST(GptScan, NoEntriesFail) {
+    byte_image disk = gpt_disk({{.first = 100, .last = 199}});
+    EXPECT_FALSE(scan_image(disk.put(header_at + 80, 0, 4)).result);
+    EXPECT_FALSE(scan_image(gpt_disk({})).result);
+}
+
+TEST(GptScan, EntryOfNoSizeCannotBeRead) {
+    byte_image disk = gpt_disk({{.first = 100, .last = 199}});
+    EXPECT_FALSE(scan_image(disk.put(header_at + 84, 0, 4)).result);
+}
+
+TEST(GptScan, EntriesMayBeLargerThanTheirFields) {
+    byte_image disk = gpt_disk(
+        {{.first = 100, .last = 199, .name = u"one"}, {.first = 200, .last = 299, .name = u"two"}},
+        {.entry_count = 4, .entry_size = 1000});
+    const scan s = scan_image(disk);
+    EXPECT_EQ(starts_of(s), (std::vector<std::uint64_t>{100, 200}));
+    EXPECT_EQ(s.list[1].description, "two");
+}
+
+TEST(GptScan, HugeEntriesAreReadNoFurtherThanTheImage) {
+    for (const std::uint32_t size : {32769u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+        SCOPED_TRACE(size);
+        byte_image disk = gpt_disk({{.first = 100, .last = 199}}, {.entry_count = 1});
+        disk.put(header_at + 84, size, 4);
+        EXPECT_EQ(starts_of(scan_image(disk)), (std::vector<std::uint64_t>{100}));
+    }
+}
+
+TEST(GptScan, ShortEntryShowsWhatStoodBehindIt) {
+    // Entries of 40 bytes hold no last sector. The first one has that of the header: bytes 40 to
+    // 47, the first usable sector. The second one has what the first read left.
+    byte_image disk = gpt_disk({}, {.entry_count = 2, .backup = false});
+    disk.put(header_at + 84, 40, 4).put(header_at + 40, 150, 8);
+    for (const std::uint64_t at : {entries_at, entries_at + 40}) {
+        disk.put_bytes(at, support::parse_guid(support::basic_data_guid));
+    }
+    disk.put(entries_at + 32, 100, 8).put(entries_at + 40 + 32, 120, 8);
+    const scan s = scan_image(disk);
+    ASSERT_EQ(s.list.size(), 2u);
+    EXPECT_EQ(s.list[0].m_LBA_first_sector, 100u);
+    EXPECT_EQ(s.list[0].m_num_sectors, 51u);
+    EXPECT_EQ(s.list[1].m_LBA_first_sector, 120u);
+    EXPECT_EQ(s.list[1].m_num_sectors, 31u);
+}
+
+TEST(GptScan, EntryCutByTheEndOfTheImageEndsInZeros) {
+    byte_image disk = gpt_disk(
+        {{.first = 1, .last = 1, .name = u"before"}, {.first = 2, .last = 2, .name = u"after"}},
+        {.entry_count = 2, .backup = false});
+    disk.resize(entries_at + 128 + 56 + 4);
+    const scan s = scan_image(disk);
+    ASSERT_EQ(s.list.size(), 2u);
+    EXPECT_EQ(s.list[1].description, "af");
+}
+
+TEST(GptScan, NameOf36UnitsIsTakenWhole) {
+    const std::u16string name(36, u'n');
+    const scan s = scan_image(gpt_disk(
+        {{.first = 100, .last = 199, .name = name}, {.first = 200, .last = 299, .name = u"x"}}));
+    EXPECT_EQ(s.list.at(0).description, std::string(36, 'n'));
+}
+
+TEST(GptScan, ClosedEmptyOrTablelessDiskFails) {
+    CRawDisk closed(L"", false, false, 0);
+    partition_list list(2);
+    EXPECT_FALSE(scan_gpt(closed, list, false));
+    EXPECT_TRUE(list.empty());
+    EXPECT_FALSE(scan_image(byte_image()).result);
+    EXPECT_FALSE(scan_image(byte_image(512).put(510, 0xAA55, 2)).result);
+    EXPECT_FALSE(scan_image(byte_image(0x10000)).result);
+}
+
+TEST(GptScan, EveryPrefixIsScannedWithoutHarm) {
+    byte_image disk = gpt_disk({{.first = 6, .last = 7}}, {.entry_count = 8, .backup = false});
+    disk.put_image(sector(6), ntfs_boot_sector()).resize(sector(8));
+    const disk_file whole(disk);
+    for (std::uint64_t size = disk.size(); size-- > 0;) {
+        ASSERT_EQ(::truncate(whole.path.c_str(), static_cast<off_t>(size)), 0);
+        CRawDisk cut(widened(whole.path), false, false, 0);
+        partition_list list;
+        EXPECT_EQ(scan_gpt(cut, list, false), size > sector(6)) << size;
+    }
+}
+
+}  // namespace

@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -258,13 +260,15 @@ TEST(PartitionScan, EveryPrefixOfADiskIsScanned) {
     disk.put_image(sector(4), ntfs_boot_sector());
     put_extended_chain(disk, 8, {{7, 8, 9, 2}, {0x83, 12, 13, 2}});
     disk.resize(sector(20));
-    for (std::uint64_t size = 0; size <= sector(20); size += 13) {
-        byte_image cut = disk;
-        cut.resize(size);
-        const scan s = scan_image(cut);
-        EXPECT_EQ(s.result, size > sector(8)) << size;  // the extended record can't be read before
-        if (s.result) {
-            EXPECT_GE(s.list.size(), 2u) << size;
+    const disk_file whole(disk);
+    for (std::uint64_t size = sector(20); size-- > 0;) {
+        ASSERT_EQ(::truncate(whole.path.c_str(), static_cast<off_t>(size)), 0);
+        CRawDisk cut(widened(whole.path), false, false, 0);
+        partition_list list;
+        const bool result = scan_partitions(cut, list, false, false);
+        EXPECT_EQ(result, size > sector(8)) << size;  // the extended record can't be read before
+        if (result) {
+            EXPECT_GE(list.size(), 2u) << size;
         }
     }
     EXPECT_EQ(scan_image(disk).found,
