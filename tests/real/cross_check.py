@@ -91,7 +91,9 @@ def other_listing(options):
         entry = int(entry)
         directory, _, name = path.rpartition("/")
         base, colon, stream = name.partition(":")
-        base_path = (directory + "\\" if directory else "").replace("/", "\\") + base
+        # A stream of a directory also comes up as one of the "." inside it.
+        base_path = "/".join(part for part in (directory, base) if part not in ("", "."))
+        base_path = base_path.replace("/", "\\")
         if star or realloc:
             deleted.add((base_path, entry))
             continue
@@ -101,12 +103,17 @@ def other_listing(options):
     return entries, streams, deleted
 
 
+# istat counts seconds modulo 2^32, so that a stamp of 0 (the year 1601) shows as this time.
+ZERO_STAMP = "2076-11-29 08:54:34.0000000"
+
+
 def stamp(text):
     """A time as istat prints it in the form of the listing; empty where that shows none."""
     match = re.match(r"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d)\.(\d{7})\d* \(UTC\)", text)
     if not match or match.group(1) < "1970-01-01 00:00:01":
         return ""
-    return f"{match.group(1)}.{match.group(2)}"
+    time = f"{match.group(1)}.{match.group(2)}"
+    return "" if time == ZERO_STAMP else time
 
 
 def details(options, entry):
@@ -116,7 +123,7 @@ def details(options, entry):
     sequence = re.search(r"^Entry: \d+\s+Sequence: (\d+)", text, re.M)
     standard = text.partition("$STANDARD_INFORMATION Attribute Values:")[2]
     modified = re.search(r"^File Modified:\t(.*)$", standard, re.M)
-    types = re.findall(r"^Type: \S+ \((\d+)-(\d+)\)", text, re.M)
+    types = set(re.findall(r"^Type: \S+ \((\d+)-\d+\)", text, re.M))
     return (int(sequence.group(1)), stamp(modified.group(1)) if modified else "", types)
 
 
@@ -160,24 +167,19 @@ def compare(options):
     for path, entry in other_entries:
         links[(path.rpartition("\\")[0], entry)].add(path)
 
-    def lists_in_parts(directory):
-        """True when the directory, or one on the way to it, has its index in extension records."""
+    def on_the_way(directory):
+        """The entries of a directory and of those above it; the root is left out."""
         while directory:
-            numbers_here = {e for p, e in other_entries if p == directory}
-            if any(("32", id_) in facts[e][2] for e in numbers_here for _, id_ in facts[e][2]):
-                return True
+            yield from (e for p, e in other_entries if p == directory)
             directory = directory.rpartition("\\")[0]
-        return False
+
+    def lists_in_parts(directory):
+        return any("32" in facts[entry][2] for entry in on_the_way(directory))
 
     def parent_is_hit(directory):
-        while True:
-            numbers_here = {e for p, e in other_entries if p == directory} if directory else {5}
-            if any(tails.record_is_hit(e) or ("160", id_) in facts.get(e, (0, 0, []))[2]
-                   for e in numbers_here for _, id_ in facts.get(e, (0, 0, [("", "")]))[2]):
-                return True
-            if not directory:
-                return False
-            directory = directory.rpartition("\\")[0]
+        """True when an index on the way to the directory has blocks or a record with such tails."""
+        return any(tails.record_is_hit(entry) or "160" in facts[entry][2]
+                   for entry in [*on_the_way(directory), 5] if entry in facts)
 
     compared = stamps = 0
     for path, entry in sorted(other_entries):
