@@ -10,7 +10,6 @@ namespace support {
 namespace {
 
 constexpr std::u16string_view index_name = u"$I30";
-constexpr std::size_t end_entry_size = 16, sub_node_size = 8;
 // An $INDEX_ROOT with its attribute header, name and two value headers.
 constexpr std::size_t root_overhead = 24 + 8 + 32;
 
@@ -25,10 +24,6 @@ std::u16string folded_name(const bytes& key) {
         name.push_back(unit);
     }
     return name;
-}
-
-std::size_t size_of(const std::vector<index_entry>& entries) {
-    return index_entries(entries).size();
 }
 
 }  // namespace
@@ -62,56 +57,9 @@ bytes directory_writer::stale_entries(std::optional<std::size_t> block) const {
     return result;
 }
 
-std::uint64_t directory_writer::vcn_of(std::size_t block) const {
+std::uint64_t directory_writer::vcn_step() const {
     const ntfs_geometry& g = m_volume.m_geometry;
-    return block * (g.index_block >= g.cluster ? g.index_block / g.cluster : g.index_block / 512);
-}
-
-// Bytes for entries ahead of the end entry.
-std::size_t directory_writer::capacity(std::size_t block, bool is_leaf) const {
-    const ntfs_geometry& g = m_volume.m_geometry;
-    const std::size_t words = 1 + std::max<std::size_t>(1, g.index_block / g.fixup_stride);
-    const std::size_t header = round_up(40 + 2 * words, 8);
-    const std::size_t taken =
-        header + end_entry_size + (is_leaf ? 0 : sub_node_size) + stale_entries(block).size();
-    return taken > g.index_block ? 0 : g.index_block - taken;
-}
-
-// Fills blocks with a level's entries; the entry that finds no room any more goes up, as what
-// separates its block from the next. Gives the level above.
-directory_writer::node directory_writer::split_level(const node& level) {
-    const bool is_leaf = !level.end_sub_node;
-    node above, current;
-    std::size_t left = capacity(m_blocks.size(), is_leaf);
-    const auto close_block = [&](index_entry separator) {
-        current.end_sub_node = separator.sub_node;
-        separator.sub_node = vcn_of(m_blocks.size());
-        above.entries.push_back(std::move(separator));
-        m_blocks.push_back(std::move(current));
-        current = {};
-        left = capacity(m_blocks.size(), is_leaf);
-    };
-    for (std::size_t i = 0; i < level.entries.size(); ++i) {
-        const index_entry& entry = level.entries[i];
-        const std::size_t size = entry.build().size();
-        const bool full = is_leaf && m_index.m_entries_per_block != 0 &&
-                          current.entries.size() >= m_index.m_entries_per_block;
-        if (size <= left && !full) {
-            current.entries.push_back(entry);
-            left -= size;
-        } else if (i + 1 < level.entries.size() || current.entries.size() < 2) {
-            close_block(entry);
-        } else {  // the last entry would leave an empty block behind itself
-            index_entry separator = current.entries.back();
-            current.entries.pop_back();
-            close_block(std::move(separator));
-            current.entries.push_back(entry);
-        }
-    }
-    current.end_sub_node = level.end_sub_node;
-    above.end_sub_node = vcn_of(m_blocks.size());
-    m_blocks.push_back(std::move(current));
-    return above;
+    return g.index_block >= g.cluster ? g.index_block / g.cluster : g.index_block / 512;
 }
 
 std::size_t directory_writer::root_room(std::size_t blocks) const {
@@ -129,25 +77,20 @@ std::size_t directory_writer::root_room(std::size_t blocks) const {
     return room > taken ? room - taken : 0;
 }
 
-bool directory_writer::all_fit_in_root(const node& top) const {
-    const std::size_t end = end_entry_size + (top.end_sub_node ? sub_node_size : 0);
-    return size_of(top.entries) + end <= root_room(m_blocks.size() + m_index.m_spare_blocks);
-}
-
-void directory_writer::raise_tree(node top) {
+index_tree directory_writer::grow_tree() const {
+    const ntfs_geometry& g = m_volume.m_geometry;
     const bool stale_in_blocks = std::any_of(m_index.m_stale.begin(), m_index.m_stale.end(),
                                              [](const auto& stale) { return !!stale.block; });
-    bool wants_blocks = m_index.m_in_blocks || m_index.m_blocks_extension || stale_in_blocks ||
-                        m_index.m_spare_blocks != 0 || m_index.m_entries_per_block != 0;
-    while (wants_blocks || !all_fit_in_root(top)) {
-        if (m_blocks.size() > 1 && top.entries.empty()) {
-            throw std::length_error("support: no room for the index root of entry " +
-                                    std::to_string(m_number));
-        }
-        top = split_level(top);
-        wants_blocks = false;
-    }
-    m_root = std::move(top);
+    return {settled_entries(),
+            {.root_room =
+                 [this](std::size_t blocks) { return root_room(blocks + m_index.m_spare_blocks); },
+             .slack = [this](std::size_t block) { return stale_entries(block).size(); },
+             .block_size = g.index_block,
+             .fixup_stride = g.fixup_stride,
+             .vcn_step = vcn_step(),
+             .entries_per_block = m_index.m_entries_per_block,
+             .in_blocks = m_index.m_in_blocks || m_index.m_blocks_extension || stale_in_blocks ||
+                          m_index.m_spare_blocks != 0 || m_index.m_entries_per_block != 0}};
 }
 
 record_builder& directory_writer::record_for(const std::optional<std::uint64_t>& extension) {
@@ -157,16 +100,15 @@ record_builder& directory_writer::record_for(const std::optional<std::uint64_t>&
     return m_volume.entry(*extension).base(m_volume.reference(m_number));
 }
 
-void directory_writer::add_root() {
+void directory_writer::add_root(const index_tree& tree) {
     const ntfs_geometry& g = m_volume.m_geometry;
-    bytes entries = index_entries(m_root.entries);
-    append(entries, index_end_entry(m_root.end_sub_node));
+    bytes entries = tree.root.build();
     const auto used = static_cast<std::uint32_t>(16 + entries.size());
     append(entries, stale_entries({}));
     bytes value =
         index_root_value(entries, {.block_size = g.index_block,
-                                   .clusters_per_block = static_cast<std::uint8_t>(vcn_of(1)),
-                                   .header_flags = m_root.end_sub_node ? 1u : 0u,
+                                   .clusters_per_block = static_cast<std::uint8_t>(vcn_step()),
+                                   .header_flags = tree.root.end_sub_node ? 1u : 0u,
                                    .used = used});
     for (const auto& change : m_index.m_in_root) {
         put_le(value, change.at, change.value, change.width);
@@ -174,18 +116,17 @@ void directory_writer::add_root() {
     record_for(m_index.m_root_extension).resident(type::index_root, index_name, value);
 }
 
-bytes directory_writer::finished_block(std::size_t block) const {
+bytes directory_writer::finished_block(const index_tree& tree, std::size_t block) const {
     const ntfs_geometry& g = m_volume.m_geometry;
     bytes result(g.index_block);
-    if (block < m_blocks.size()) {
-        bytes entries = index_entries(m_blocks[block].entries);
-        append(entries, index_end_entry(m_blocks[block].end_sub_node));
-        result = index_block(entries, {.block_size = g.index_block,
-                                       .fixup_stride = g.fixup_stride,
-                                       .vcn = vcn_of(block),
-                                       .header_flags = m_blocks[block].end_sub_node ? 1u : 0u,
-                                       .fixups = false,
-                                       .slack = stale_entries(block)});
+    if (block < tree.blocks.size()) {
+        const index_node& node = tree.blocks[block];
+        result = index_block(node.build(), {.block_size = g.index_block,
+                                            .fixup_stride = g.fixup_stride,
+                                            .vcn = block * vcn_step(),
+                                            .header_flags = node.end_sub_node ? 1u : 0u,
+                                            .fixups = false,
+                                            .slack = stale_entries(block)});
     }
     const auto apply = [&](const auto& changes) {
         for (const auto& change : changes) {
@@ -195,7 +136,7 @@ bytes directory_writer::finished_block(std::size_t block) const {
         }
     };
     apply(m_index.m_before_fixup);
-    if (block < m_blocks.size()) {
+    if (block < tree.blocks.size()) {
         const std::size_t words = 1 + std::max<std::size_t>(1, g.index_block / g.fixup_stride);
         apply_fixups(result, g.fixup_stride, 40, words, 1);
     }
@@ -222,11 +163,11 @@ cluster_runs directory_writer::allocate(std::size_t blocks) {
     return runs;
 }
 
-void directory_writer::add_blocks() {
-    const std::size_t count = m_blocks.size() + m_index.m_spare_blocks;
+void directory_writer::add_blocks(const index_tree& tree) {
+    const std::size_t count = tree.blocks.size() + m_index.m_spare_blocks;
     bytes content;
     for (std::size_t block = 0; block < count; ++block) {
-        append(content, finished_block(block));
+        append(content, finished_block(tree, block));
     }
     const cluster_runs runs = allocate(count);
     m_volume.write_runs(runs, content);
@@ -236,7 +177,7 @@ void directory_writer::add_blocks() {
         return;
     }
     bytes bitmap(round_up(count, 64) / 8);
-    for (std::size_t block = 0; block < m_blocks.size(); ++block) {
+    for (std::size_t block = 0; block < tree.blocks.size(); ++block) {
         bitmap[block / 8] = static_cast<std::uint8_t>(bitmap[block / 8] | 1u << block % 8);
     }
     record.resident(type::bitmap, index_name, m_index.m_bitmap.value_or(bitmap));
@@ -245,10 +186,10 @@ void directory_writer::add_blocks() {
 void directory_writer::write() {
     record_for(m_index.m_root_extension);
     record_for(m_index.m_blocks_extension);
-    raise_tree({settled_entries(), {}});
-    add_root();
-    if (!m_blocks.empty()) {
-        add_blocks();
+    const index_tree tree = grow_tree();
+    add_root(tree);
+    if (!tree.blocks.empty()) {
+        add_blocks(tree);
     }
     const bool in_extension = m_index.m_root_extension || m_index.m_blocks_extension;
     if (in_extension && !m_volume.entry(m_number).has_attribute(type::attribute_list)) {

@@ -9,7 +9,8 @@
 
 namespace support {
 
-// Entry numbers of sample_volume(). "@" marks what is special.
+// Entry numbers of sample_volume(), beside 0 to 11, the system files that its root names, too. "@"
+// marks what is special.
 namespace sample {
 inline constexpr std::uint64_t windows = 40,  // \windows
     system32 = 41,                            // \windows\system32
@@ -24,22 +25,24 @@ inline constexpr std::uint64_t windows = 40,  // \windows
     kim = 51,                // \users\kim, with an object id
     report = 52,             // \users\kim\quarterly report.docx, DOS name QUARTE~1.DOC; streams
                              // "Zone.Identifier" (resident) and "big" (non-resident); object id
-    set_back = 53,     // \users\kim\setback.exe: @ $STANDARD_INFORMATION older than $FILE_NAME
-    zero_times = 54,   // \users\kim\zero.dat: @ all stamps 0
-    far_times = 55,    // \users\kim\far.dat: @ stamps outside of any sensible range
-    comma = 56,        // \users\kim\a,b|c&d<e"f.txt: @ separators and markup in the name
-    control = 57,      // \users\kim\tab<U+0009>bell<U+0007>.txt: @ control characters
-    umlaut = 58,       // \users\kim\Größe öäü.txt
-    emoji = 59,        // \users\kim\<U+1F600>.txt: @ a surrogate pair
-    lone = 60,         // \users\kim\<U+D800>x.txt: @ a broken surrogate
-    documents = 61,    // \users\kim\documents
-    junction = 62,     // \users\kim\my documents -> \??\C:\users\kim\documents
-    symlink = 63,      // \users\kim\docs -> documents, relative
-    deleted = 64,      // \users\kim\gone.txt: @ not in use, stale index entry in \users\kim
-    letter = 65,       // \users\kim\documents\letter.txt, read only and hidden
-    empty = 66,        // \users\kim\documents\empty.txt
-    many = 70,         // \many: 300 files in several INDX blocks
-    many_first = 100,  // \many\file 000.txt; 001 is 101, and so on
+    set_back = 53,      // \users\kim\setback.exe: @ $STANDARD_INFORMATION older than $FILE_NAME
+    zero_times = 54,    // \users\kim\zero.dat: @ all stamps 0
+    far_times = 55,     // \users\kim\far.dat: @ stamps outside of any sensible range
+    comma = 56,         // \users\kim\a,b|c&d<e"f.txt: @ separators and markup in the name
+    control = 57,       // \users\kim\tab<U+0009>bell<U+0007>.txt: @ control characters
+    umlaut = 58,        // \users\kim\Größe öäü.txt
+    emoji = 59,         // \users\kim\<U+1F600>.txt: @ a surrogate pair
+    lone = 60,          // \users\kim\<U+D800>x.txt: @ a broken surrogate
+    documents = 61,     // \users\kim\documents
+    junction = 62,      // \users\kim\my documents -> \??\C:\users\kim\documents
+    symlink = 63,       // \users\kim\docs -> documents, relative
+    deleted = 64,       // \users\kim\gone.txt: @ not in use, stale index entry in \users\kim
+    letter = 65,        // \users\kim\documents\letter.txt, read only and hidden
+    empty = 66,         // \users\kim\documents\empty.txt
+    many = 70,          // \many: 300 files in several INDX blocks
+    driver_first = 80,  // \windows\system32\drivers\driver0.sys and on: 5 of them
+    driver_count = 5,
+                               many_first = 100,  // \many\file 000.txt; 001 is 101, and so on
     many_count = 300;
 }  // namespace sample
 
@@ -51,8 +54,8 @@ inline constexpr std::uint64_t sample_volume_offset = 0x100000;
 byte_image sample_disk();
 
 // A volume of `directories` directories of `files_per_directory` files each, written straight to
-// `path` with little memory, whatever the counts are. Directory d is \dir<d> (5 digits), entry
-// 64 + d * (files_per_directory + 1); its files follow it as file<f>.txt (4 digits).
+// `path` with little memory, whatever the counts are. Directory d is \dir<d> (5 digits or more),
+// entry 64 + d * (files_per_directory + 1); its files follow it as file<f>.txt (4 digits or more).
 // Throws std::runtime_error when the file can't be written.
 void save_many_files_volume(const std::string& path, std::uint64_t directories,
                             std::uint64_t files_per_directory);

@@ -1,0 +1,49 @@
+// quorvel-sample: writes images to try the program on.
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "support/sample_volume.h"
+#include "support/vmdk_image.h"
+
+namespace {
+
+constexpr const char* usage =
+    "usage: quorvel-sample demo <file>   an NTFS volume with something of everything\n"
+    "       quorvel-sample mbr <file>    the same in a partitioned disk, at offset 0x100000\n"
+    "       quorvel-sample vmdk <file>   that disk as a virtual disk file\n"
+    "       quorvel-sample many <directories> <files in each> <file>\n"
+    "                                    an NTFS volume with that many files\n";
+
+bool write_image(const std::vector<std::string>& words) {
+    if (words.size() == 2 && words[0] == "demo") {
+        support::sample_volume().save(words[1]);
+    } else if (words.size() == 2 && words[0] == "mbr") {
+        support::sample_disk().save(words[1]);
+    } else if (words.size() == 2 && words[0] == "vmdk") {
+        support::vmdk_image().content(support::sample_disk()).save(words[1]);
+    } else if (words.size() == 4 && words[0] == "many") {
+        support::save_many_files_volume(words[3], std::strtoull(words[1].c_str(), nullptr, 10),
+                                        std::strtoull(words[2].c_str(), nullptr, 10));
+    } else {
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        if (!write_image({argv + 1, argv + argc})) {
+            std::cerr << usage;
+            return 2;
+        }
+    } catch (const std::exception& failure) {
+        std::cerr << "quorvel-sample: " << failure.what() << "\n";
+        return 1;
+    }
+    return 0;
+}
