@@ -103,7 +103,9 @@ std::string month_abbrev(std::int32_t month);
 bool parse_date_time(const std::string& date_text, const std::string& time_text,
                      const std::string& order, char separator, _windows_systemtime& out_fields);
 
-// Calendar fields to FILETIME. From 1 March to 31 December 2000 the result is one day early.
+// Calendar fields to FILETIME, from the date down to the milliseconds; a month of 0 counts as
+// January. The leap day of the year itself goes by the years since 1900: from 1 March to 31
+// December 2000 the result is one day early. False, with `out` untouched, for a month above 12.
 bool fields_to_filetime(std::uint64_t& out, const _windows_systemtime& fields);
 
 // Seconds since 1970 in unsigned 64-bit arithmetic, so that earlier stamps wrap to huge counts.

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/time.h>
 
-#include <clocale>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -143,7 +142,7 @@ TEST(Time, RendersLeapDaysAndYearEndsExactly) {
         EXPECT_EQ(shown(c.ticks), c.expected);
 }
 
-// The constants of a common and a leap year, so that a day is counted on its own here.
+// Counts the days by the lengths of the months, one by one.
 TEST(Time, EveryDayFrom1970To3000FollowsTheDayBefore) {
     constexpr int lengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     int year = 1970, month = 1, day = 2, weekday = 5;  // 1970-01-02 was a Friday

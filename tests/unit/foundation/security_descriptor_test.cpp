@@ -78,7 +78,7 @@ TEST(SidToString, ReadsCountAndValuesAsTheyStand) {
     bytes sid = {1, 255, 0, 0, 0, 0, 0, 5};
     for (unsigned i = 0; i < 255; ++i) {
         sid.insert(sid.end(), {static_cast<std::uint8_t>(i), 1, 0, 0});
-        all += "-" + std::to_string(256 + i);
+        all.append("-").append(std::to_string(256 + i));
     }
     EXPECT_EQ(sid_text(sid), all);
 }
@@ -238,7 +238,7 @@ TEST(AccessMaskText, NamesGenericAndStandardRightsInTheirOrder) {
     std::uint32_t named = 0;
     for (const auto& c : cases) {
         EXPECT_EQ(rights(std::uint32_t{1} << c.bit), c.name);
-        all += (all.empty() ? "" : " | ") + std::string(c.name);
+        all.append(all.empty() ? "" : " | ").append(c.name);
         named |= std::uint32_t{1} << c.bit;
     }
     EXPECT_EQ(rights(named), all);
