@@ -70,15 +70,33 @@ inline std::string report_head(const std::string& output, const std::string& pro
     return first + run_line(now, date_format) + last;
 }
 
+// `lines` with a line end behind each.
+inline std::string joined_lines(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines)
+        text += line + "\n";
+    return text;
+}
+
 // Runs the program and expects status 0, a standard error of nothing but the clearing, and the head
 // ahead of everything else. Gives what follows the head.
-inline std::string list(const std::vector<std::string>& arguments) {
+inline std::string list(const std::vector<std::string>& arguments,
+                        const char* date_format = "%m/%d/%Y") {
     const support::program_result run = support::run_program(QUORVEL_PROGRAM, arguments);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.standard_error, terminal_clearing);
-    const std::string head = report_head(run.standard_output, QUORVEL_PROGRAM, arguments);
+    const std::string head =
+        report_head(run.standard_output, QUORVEL_PROGRAM, arguments, date_format);
     EXPECT_EQ(run.standard_output.substr(0, head.size()), head);
     return run.standard_output.substr(std::min(head.size(), run.standard_output.size()));
+}
+
+// The same for a run that has no head: "-filepath_only".
+inline std::string list_bare(const std::vector<std::string>& arguments) {
+    const support::program_result run = support::run_program(QUORVEL_PROGRAM, arguments);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.standard_error, terminal_clearing);
+    return run.standard_output;
 }
 
 }  // namespace e2e
