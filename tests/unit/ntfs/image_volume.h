@@ -1,0 +1,31 @@
+// A volume reader on an image that need not be a sound volume.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "foundation/ql_string.h"
+#include "ntfs/ntfs.h"
+#include "storage/raw_disk.h"
+#include "storage/source_opening.h"
+#include "support/byte_image.h"
+#include "support/temp_dir.h"
+
+// Not validated yet.
+class image_volume {
+    support::temp_dir m_dir;
+
+public:
+    explicit image_volume(const support::byte_image& image, std::uint64_t volume_offset = 0)
+        : ntfs(std::make_unique<CRawDisk>(ql::to_wide(image.save(m_dir.file("image.dd"))), false,
+                                          false, 0),
+               volume_offset, source_kind::file) {}
+
+    bool validate() {
+        std::uint64_t mft_file_pos = 0;
+        return ntfs.validate(mft_file_pos);
+    }
+
+    CNtfs ntfs;
+};
