@@ -1,0 +1,210 @@
+// Whole runs with a chain of VMDK files: its check, its volume and its messages.
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "e2e/whole_run.h"
+#include "support/ntfs_image.h"
+#include "support/partition_image.h"
+#include "support/temp_dir.h"
+#include "support/vmdk_image.h"
+#include "unit/run/usage_text.h"
+
+namespace {
+
+using e2e::directory_row;
+using e2e::file_row;
+using e2e::status_failed;
+using e2e::terminal_clearing;
+using e2e::text_header;
+using e2e::whole_run;
+using support::byte_image;
+using support::vmdk_image;
+using words = std::vector<std::string>;
+
+constexpr std::uint64_t mib = 1024 * 1024;
+
+// An image with the file \image.txt, and chains of files beside it.
+class Chain : public testing::Test {
+protected:
+    Chain() { m_image = volume(u"image.txt").save(m_dir.file("image.dd")); }
+
+    static byte_image volume(const std::u16string& name) {
+        support::ntfs_image image;
+        image.file(5, name, 64).data("abc");
+        return image.build();
+    }
+    static std::string rows(const std::string& name) {
+        return text_header + directory_row(5, "\\") + file_row(64, 3, "\\" + name);
+    }
+    // A base with a bare volume that holds \base.txt.
+    std::string base() const {
+        return vmdk_image().content(volume(u"base.txt")).save(m_dir.file("base.vmdk"));
+    }
+    // NTFS with \first.txt at 1 MiB and \second.txt at 3 MiB.
+    static byte_image disk() {
+        byte_image disk(5 * mib);
+        support::put_boot_record(disk, 0, {{7, 2048, 2048}, {7, 6144, 2048}});
+        support::embed(disk, mib, volume(u"first.txt"));
+        support::embed(disk, 3 * mib, volume(u"second.txt"));
+        return disk;
+    }
+    whole_run run(const words& options) const {
+        words arguments = {"-image", m_image};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return whole_run(arguments);
+    }
+    void expect_refused(const words& options, const std::string& errors) const {
+        run(options).expect(status_failed, "", errors);
+    }
+    static std::string suggestion(const std::string& list) {
+        return "suggested array: -vmdk \"" + list + "\"\n";
+    }
+
+    support::temp_dir m_dir;
+    std::string m_image;
+};
+
+TEST_F(Chain, GoesBeforeTheImage) {
+    run({"-vmdk", base()}).expect(0, rows("base.txt"), terminal_clearing);
+}
+
+TEST_F(Chain, NeedsAnImageBesideIt) {
+    whole_run({"\\docs", "-vmdk", base()})
+        .expect(status_failed, "", usage_text + terminal_clearing);
+}
+
+TEST_F(Chain, DeltaInAnyOrderHidesTheBase) {
+    const byte_image changed = volume(u"delta.txt");
+    const std::vector<std::string> files = support::save_vmdk_chain(
+        m_dir.path(), "disk",
+        {vmdk_image().cid(1).content(volume(u"base.txt")), vmdk_image().cid(2).content(changed)});
+    for (const std::string& list : {files[0] + " | " + files[1], files[1] + ";" + files[0],
+                                    files[1] + "," + files[0] + ","}) {
+        run({"-vmdk", list}).expect(0, rows("delta.txt"), terminal_clearing);
+    }
+    run({"-vmdk", files[1], "-vmdk", files[0]}).expect(0, rows("delta.txt"), terminal_clearing);
+}
+
+TEST_F(Chain, LastNtfsVolumeIsTakenWithoutAnOffset) {
+    const std::string file = vmdk_image().content(disk()).save(m_dir.file("disk.vmdk"));
+    run({"-vmdk", file}).expect(0, rows("second.txt"), terminal_clearing);
+}
+
+TEST_F(Chain, OffsetGoesToTheChain) {
+    const std::string file = vmdk_image().content(disk()).save(m_dir.file("disk.vmdk"));
+    run({"-vmdk", file, "-offset", "0x100000"}).expect(0, rows("first.txt"), terminal_clearing);
+    // An offset that is no volume becomes that of the last one; the option about the size goes.
+    run({"-ignore_image_size", "-vmdk", file, "-offset", "0x200"})
+        .expect(0, rows("second.txt"), terminal_clearing);
+    // Without an offset for the chain it stays, and is the directory.
+    run({"-ignore_image_size", "-vmdk", file}).expect(0, "", terminal_clearing);
+}
+
+TEST_F(Chain, SecondOffsetIsThatOfTheImage) {
+    const std::string file = vmdk_image().content(disk()).save(m_dir.file("disk.vmdk"));
+    run({"-vmdk", file, "-offset", "0x100000", "-offset", "0x200"})
+        .expect(status_failed, "",
+                e2e::reported("\nvolume offset [ 0x0 ] : ntfs or exfat\n\n"
+                              "prob detecting ntfs partition\n"));
+}
+
+TEST_F(Chain, OffsetBehindTheDiskIsOutOfBounds) {
+    const std::string file = vmdk_image().content(disk()).save(m_dir.file("disk.vmdk"));
+    expect_refused({"-vmdk", file, "-offset", "0x500001"},
+                   "volume offset 0x500001 is not within image bounds\n\n");
+}
+
+TEST_F(Chain, DiskWithoutPartitionsIsTold) {
+    const std::string file =
+        vmdk_image().grain(0, support::bytes(65536)).save(m_dir.file("disk.vmdk"));
+    expect_refused({"-vmdk", file}, "couldn't find any partitions on disk\n\n");
+}
+
+TEST_F(Chain, EntryIsLookedUpInTheImageAndListedInTheChain) {
+    // Entry 64 is \image.txt there, which the chain does not hold.
+    run({"-vmdk", base(), "-mft", "64"}).expect(0, "", terminal_clearing);
+    run({"-vmdk", base(), "-mft", "5"}).expect(0, rows("base.txt"), terminal_clearing);
+}
+
+TEST_F(Chain, FileThatCantBeOpenedIsTold) {
+    const std::string missing = m_dir.file("missing.vmdk");
+    expect_refused({"-vmdk", missing}, missing + " can't be opened\n\n" + suggestion(missing));
+    const std::string present = base();
+    expect_refused({"-vmdk", present + " | " + m_image},
+                   m_image + " can't be opened\n\n" + suggestion(present + " | " + m_image));
+}
+
+TEST_F(Chain, MissingParentIsSuggested) {
+    const std::vector<std::string> files =
+        support::save_vmdk_chain(m_dir.path(), "disk",
+                                 {vmdk_image().cid(1).content(volume(u"base.txt")),
+                                  vmdk_image().cid(2).content(volume(u"delta.txt"))});
+    expect_refused({"-vmdk", files[1]}, "=> vmdk file: " + files[1] +
+                                            "\n depends on parent vmdk \"disk.vmdk\"\n\n" +
+                                            suggestion(files[1] + " | " + files[0]));
+}
+
+TEST_F(Chain, ParentOfAnOtherFolderIsSoughtBesideTheChild) {
+    const std::string child = vmdk_image()
+                                  .cid(2)
+                                  .parent(1, "/no such folder/disk.vmdk")
+                                  .content(volume(u"delta.txt"))
+                                  .save(m_dir.file("child.vmdk"));
+    const std::string parent = m_dir.file("disk.vmdk");
+    const std::string depends =
+        "=> vmdk file: " + child + "\n depends on parent vmdk \"" + parent + "\"\n";
+    expect_refused({"-vmdk", child},
+                   depends + parent + " can't be opened\n\n" + suggestion(child + " | " + parent));
+    vmdk_image().cid(1).content(volume(u"base.txt")).save(parent);
+    expect_refused({"-vmdk", child}, depends + "\n" + suggestion(child + " | " + parent));
+}
+
+TEST_F(Chain, ParentThatDoesNotExistIsTold) {
+    const std::string child =
+        vmdk_image().cid(2).parent(1, "disk.vmdk").save(m_dir.file("child.vmdk"));
+    const std::string filled = vmdk_image()
+                                   .cid(2)
+                                   .parent(1, "disk.vmdk")
+                                   .content(volume(u"delta.txt"))
+                                   .save(m_dir.file("child.vmdk"));
+    EXPECT_EQ(child, filled);
+    expect_refused(
+        {"-vmdk", filled},
+        "Child VMDK points to a parent VMDK that doesn't exist, aborting\n\n" + suggestion(filled));
+}
+
+TEST_F(Chain, FileThatIsItsOwnParentIsRefused) {
+    const std::string file = vmdk_image()
+                                 .cid(7)
+                                 .parent(7, "disk.vmdk")
+                                 .content(volume(u"delta.txt"))
+                                 .save(m_dir.file("ring.vmdk"));
+    expect_refused({"-vmdk", file}, "Child VMDK CID errors, aborting\n\n" + suggestion(file));
+}
+
+TEST_F(Chain, ChainThatOpensButDoesNotLinkIsInvalid) {
+    // The child names no file, so that the check takes any for its parent; its CID has none.
+    const std::string first =
+        vmdk_image().cid(1).content(volume(u"base.txt")).save(m_dir.file("base.vmdk"));
+    const std::string child = vmdk_image()
+                                  .cid(2)
+                                  .parent(9, "")
+                                  .content(volume(u"delta.txt"))
+                                  .save(m_dir.file("child.vmdk"));
+    expect_refused({"-vmdk", first + "|" + child}, "invalid disk collection of snaps \n\n");
+}
+
+TEST_F(Chain, EmptyListIsAnEmptyLine) {
+    for (const char* list : {"|,;", "", "\xFF"})
+        expect_refused({"-vmdk", list}, "\n");
+}
+
+TEST_F(Chain, LastWordStaysAndIsTheDirectory) {
+    run({"-vmdk"}).expect(0, "", terminal_clearing);
+    run({"\\", "-vmdk"}).expect(0, rows("image.txt"), terminal_clearing);
+}
+
+}  // namespace
