@@ -1,1 +1,519 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <random>
+#include <utility>
+#include <vector>
+
+#include "image_volume.h"
 #include "ntfs/ntfs.h"
+#include "support/byte_image.h"
+#include "support/ntfs_image.h"
+#include "support/record_builder.h"
+
+namespace {
+
+using byte_list = std::vector<std::uint8_t>;
+using support::cluster_runs;
+using support::ntfs_image;
+using support::record_builder;
+
+// LCN and clusters of each element.
+using plain_runs = std::vector<std::pair<std::uint64_t, std::uint32_t>>;
+
+plain_runs plain(const std::vector<NTFS_DATA>& runs) {
+    plain_runs out;
+    for (const NTFS_DATA& run : runs)
+        out.emplace_back(run.lcn, run.num_clusters);
+    return out;
+}
+
+std::vector<std::uint64_t> vcns(const std::vector<NTFS_DATA>& runs) {
+    std::vector<std::uint64_t> out;
+    for (const NTFS_DATA& run : runs)
+        out.push_back(run.vcn);
+    return out;
+}
+
+// A reader without a source, for records that stand alone.
+struct record_parser {
+    CNtfs ntfs{nullptr, 0, source_kind::file};
+
+    explicit record_parser(std::uint32_t bytes_per_file_record = 1024) {
+        ntfs.m_bytes_per_file_record = bytes_per_file_record;
+        ntfs.m_cluster_size = 4096;
+    }
+    NTFS_INODE_INFO parse(const byte_list& record, std::uint64_t inode = 6) {
+        NTFS_INODE_INFO info;
+        EXPECT_TRUE(ntfs.parse_inode(record, info, inode, false));
+        return info;
+    }
+};
+
+NTFS_INODE_INFO parsed(const record_builder& record) {
+    return record_parser().parse(record.build_before_fixup());
+}
+
+// --- one record ---
+
+TEST(ParseInode, TakesNamesSizesAndRuns) {
+    const NTFS_INODE_INFO info =
+        parsed(record_builder(6)
+                   .standard_information()
+                   .file_name(5, u"$Bitmap", {.real = 0x1234})
+                   .data_runs({{100, 4}, {50, 2}}, {.real = 0x5678})
+                   .nonresident(support::type::bitmap, u"", cluster_runs{{9, 1}}, {.real = 0x80}));
+    const byte_list name = support::file_name_value(5, u"$Bitmap", {.real = 0x1234});
+    EXPECT_TRUE(std::equal(info.file_name_body.begin(), info.file_name_body.end(), name.begin()));
+    EXPECT_EQ(info.name, "") << "the name itself is not taken";
+    EXPECT_EQ(info.wide_name, L"");
+    EXPECT_EQ(info.data_size, 0x1234u) << "what $FILE_NAME says stays";
+    EXPECT_EQ(plain(info.data_runs), (plain_runs{{100, 4}, {50, 2}}));
+    EXPECT_EQ(vcns(info.data_runs), (std::vector<std::uint64_t>{0, 4}));
+    EXPECT_EQ(info.data_run_index, (std::map<std::uint64_t, std::size_t>{{0, 0}, {4, 1}}));
+    EXPECT_EQ(plain(info.bitmap_runs), (plain_runs{{9, 1}}));
+    EXPECT_EQ(info.bitmap_size, 0x80u);
+    EXPECT_EQ(info.security_text, "");
+}
+
+TEST(ParseInode, DataFillsTheSizeOnlyWhenItIsZero) {
+    EXPECT_EQ(parsed(record_builder(6).data_runs({{100, 4}}, {.real = 0x5678})).data_size, 0x5678u);
+    EXPECT_EQ(parsed(record_builder(6).data("four")).data_size, 4u);
+    EXPECT_EQ(parsed(record_builder(6).keep_order().data("four").file_name(5, u"a", {.real = 9}))
+                  .data_size,
+              9u)
+        << "a later $FILE_NAME sets it all the same";
+    EXPECT_EQ(parsed(record_builder(6).data("four").stream(u"s", "sixsix")).data_size, 4u);
+}
+
+TEST(ParseInode, LastNonResidentDataReplacesTheRuns) {
+    const NTFS_INODE_INFO info = parsed(
+        record_builder(6).data_runs({{100, 4}}, {.real = 0x4000}).stream_runs(u"named", {{7, 1}}));
+    EXPECT_EQ(plain(info.data_runs), (plain_runs{{7, 1}})) << "names are not looked at";
+    EXPECT_EQ(info.data_size, 0x4000u);
+}
+
+TEST(ParseInode, ResidentDataIsAppended) {
+    const NTFS_INODE_INFO info =
+        parsed(record_builder(6).data_runs({{100, 4}}).stream(u"named", "value"));
+    ASSERT_EQ(info.data_runs.size(), 2u);
+    const NTFS_DATA& value = info.data_runs[1];
+    EXPECT_EQ(value.resident, 1);
+    EXPECT_EQ(value.resident_size, 5u);
+    EXPECT_EQ(value.resident_data, support::as_bytes("value"));
+    EXPECT_EQ(value.num_clusters, 0u);
+    EXPECT_EQ(value.attrib_type, 0x80u);
+    EXPECT_EQ(value.vcn, 4u);
+}
+
+TEST(ParseInode, EmptyRunGivesWayToTheNextInTheIndex) {
+    // {100, 0 clusters}, {200, 3}: both begin at VCN 0.
+    const byte_list list{0x10, 0x64, 0x11, 0x03, 0x64, 0x00};
+    const NTFS_INODE_INFO info =
+        parsed(record_builder(6).nonresident(support::type::data, u"", list, {{100, 3}}));
+    EXPECT_EQ(plain(info.data_runs), (plain_runs{{100, 0}, {200, 3}}));
+    EXPECT_EQ(info.data_run_index, (std::map<std::uint64_t, std::size_t>{{0, 1}}));
+}
+
+TEST(ParseInode, EmptyResidentValueIsNoData) {
+    const NTFS_INODE_INFO info = parsed(record_builder(6).data(""));
+    EXPECT_TRUE(info.data_runs.empty());
+    EXPECT_EQ(info.data_size, 0u);
+}
+
+TEST(ParseInode, ResidentValueIsClippedToTheRecord) {
+    record_builder record(6);
+    record.data("four").edit(16, 0xFFFFFFFF, 4);
+    const NTFS_INODE_INFO info = parsed(record);
+    ASSERT_EQ(info.data_runs.size(), 1u);
+    EXPECT_EQ(info.data_runs[0].resident_size, 0xFFFFFFFFu);
+    EXPECT_EQ(info.data_runs[0].resident_data.size(),
+              1024 - record.attribute_offset(support::type::data) - 24);
+    EXPECT_EQ(info.data_size, 0xFFFFFFFFu);
+}
+
+TEST(ParseInode, IndexAllocationsAreKeptApartWithTheirNames) {
+    const NTFS_INODE_INFO info = parsed(
+        record_builder(5)
+            .nonresident(support::type::index_allocation, u"$I30", cluster_runs{{100, 4}, {30, 1}})
+            .nonresident(support::type::index_allocation, u"", cluster_runs{{7, 1}}));
+    ASSERT_EQ(info.index_alloc_runs.size(), 2u);
+    EXPECT_EQ(plain(info.index_alloc_runs[0]), (plain_runs{{100, 4}, {30, 1}}));
+    EXPECT_EQ(plain(info.index_alloc_runs[1]), (plain_runs{{7, 1}}));
+    EXPECT_EQ(info.index_alloc_names, (std::vector<std::string>{"$I30", ""}));
+}
+
+TEST(ParseInode, NameOfAnIndexAllocationMustLieInsideIt) {
+    const auto names_with = [](std::size_t at, std::uint64_t value, std::size_t width) {
+        return parsed(record_builder(5)
+                          .nonresident(support::type::index_allocation, u"$I30",
+                                       cluster_runs{{100, 4}})
+                          .edit(at, value, width))
+            .index_alloc_names;
+    };
+    const std::uint64_t length =
+        ql::le32(record_builder(5)
+                     .nonresident(support::type::index_allocation, u"$I30", cluster_runs{{100, 4}})
+                     .build_before_fixup(),
+                 56 + 4);
+    EXPECT_EQ(names_with(10, length - 8, 2).size(), 1u);
+    EXPECT_EQ(names_with(10, length - 7, 2), std::vector<std::string>{""});
+    EXPECT_EQ(names_with(9, 0xFF, 1), std::vector<std::string>{""});
+}
+
+TEST(ParseInode, NonResidentAttributeWithoutARunListIsPassedOver) {
+    const struct {
+        const char* name;
+        std::uint64_t initialized;
+        std::uint64_t run_offset;
+        bool taken;
+    } cases[] = {
+        {"both", 1, 64, true},
+        {"nothing initialized, but a list", 0, 64, true},
+        {"initialized, list behind the attribute", 1, 72, true},
+        {"neither", 0, 72, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        // An attribute of 72 bytes, with another run list behind it.
+        record_builder record(6);
+        record.keep_order().data_runs({{100, 4}}).edit(4, 72, 4).edit(56, c.initialized, 8);
+        record.edit(32, c.run_offset, 2);
+        const std::size_t behind = record.attribute_offset(support::type::data) + 72;
+        record.put_before_fixup(behind, 0xFFFFFFFF, 4);
+        const NTFS_INODE_INFO info = parsed(record);
+        EXPECT_EQ(!info.data_runs.empty(), c.taken);
+        EXPECT_EQ(info.data_size != 0, c.taken);
+    }
+}
+
+TEST(ParseInode, EmptyRunListEndsTheParse) {
+    const byte_list no_runs{0x00};
+    record_builder record(6);
+    record.keep_order()
+        .data_runs({{100, 4}, {50, 2}})
+        .nonresident(support::type::bitmap, u"", no_runs, {{0, 1}})
+        .file_name(5, u"behind", {.real = 7});
+    const NTFS_INODE_INFO info = parsed(record);
+    EXPECT_EQ(plain(info.data_runs), (plain_runs{{100, 4}, {50, 2}})) << "what was there stays";
+    EXPECT_EQ(vcns(info.data_runs), (std::vector<std::uint64_t>{0, 0})) << "not numbered";
+    EXPECT_TRUE(info.data_run_index.empty());
+    EXPECT_EQ(info.data_size, 4u * 6 * 1024) << "$FILE_NAME was not met";
+    EXPECT_EQ(info.bitmap_size, 0u);
+
+    const NTFS_INODE_INFO no_data =
+        parsed(record_builder(6)
+                   .data_runs({{100, 4}})
+                   .nonresident(support::type::data, u"b", no_runs, {{0, 1}}));
+    EXPECT_TRUE(no_data.data_runs.empty()) << "the empty list has replaced the runs";
+
+    const NTFS_INODE_INFO index =
+        parsed(record_builder(5)
+                   .nonresident(support::type::index_allocation, u"$I30", cluster_runs{{100, 4}})
+                   .nonresident(support::type::index_allocation, u"$I30", no_runs, {{0, 1}}));
+    EXPECT_EQ(index.index_alloc_runs.size(), 1u);
+    EXPECT_EQ(index.index_alloc_names.size(), 1u);
+}
+
+TEST(ParseInode, WalkEndsAtTheFirstBadAttribute) {
+    // A $FILE_NAME, then an attribute of a length that a case sets, then $DATA.
+    record_builder record(6);
+    record.keep_order().file_name(5, u"a", {.real = 7}).object_id(byte_list(16)).data("four");
+    const std::size_t second = record.attribute_offset(support::type::object_id);
+    const byte_list sound = record.build_before_fixup();
+    const struct {
+        const char* name;
+        std::size_t at;
+        std::uint64_t value;
+        std::uint32_t bytes_per_record;
+        bool data_met;
+    } cases[] = {
+        {"sound", 4, 40, 1024, true},
+        {"length 0", 4, 0, 1024, false},
+        {"length above the record", 4, 1025, 1024, false},
+        {"length above what is left", 4, 1024, 1024, false},
+        {"end marker", 0, 0xFFFFFFFF, 1024, false},
+        {"stride that covers all three", 4, 40, 168 + 40, true},
+        {"stride that covers two", 4, 40, 167, false},
+        {"stride of zero", 4, 40, 0, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const byte_list bytes = support::byte_image(sound).put(second + c.at, c.value, 4).bytes();
+        const NTFS_INODE_INFO info = record_parser(c.bytes_per_record).parse(bytes);
+        EXPECT_EQ(!info.data_runs.empty(), c.data_met);
+        EXPECT_EQ(info.data_size, c.bytes_per_record == 0 ? 0u : 7u);
+    }
+}
+
+TEST(ParseInode, ParsingReplacesUnlessToldToKeep) {
+    record_parser parser;
+    const byte_list record = record_builder(6)
+                                 .data_runs({{100, 4}}, {.real = 0x4000})
+                                 .nonresident(support::type::bitmap, u"", cluster_runs{{9, 1}})
+                                 .build_before_fixup();
+    NTFS_INODE_INFO info;
+    EXPECT_TRUE(parser.ntfs.parse_inode(record, info, 6, false));
+    EXPECT_TRUE(parser.ntfs.parse_inode(record, info, 6, false));
+    EXPECT_EQ(info.data_runs.size(), 1u);
+    EXPECT_TRUE(parser.ntfs.parse_inode(record, info, 6, true));
+    EXPECT_EQ(plain(info.data_runs), (plain_runs{{100, 4}, {100, 4}}));
+    EXPECT_EQ(vcns(info.data_runs), (std::vector<std::uint64_t>{0, 4}));
+    EXPECT_EQ(info.bitmap_runs.size(), 2u);
+}
+
+TEST(ParseInode, EveryPrefixAndEveryDamagedByteEnds) {
+    const byte_list whole =
+        record_builder(6)
+            .standard_information({.security_id = 0x100})
+            .file_name(5, u"$Bitmap")
+            .attribute_list({{.type = 0x80, .record = support::file_reference(30, 1)}})
+            .data_runs({{100, 4}, {50, 2}})
+            .nonresident(support::type::index_allocation, u"$I30", cluster_runs{{1, 1}})
+            .nonresident(support::type::bitmap, u"", cluster_runs{{9, 1}})
+            .build_before_fixup();
+    record_parser parser;
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        const byte_list cut(whole.begin(), whole.begin() + static_cast<long>(size));
+        const NTFS_INODE_INFO info = parser.parse(cut, size % 2 == 0 ? 0 : 6);
+        EXPECT_LE(info.data_runs.size(), 2u);
+    }
+    std::mt19937 random(4);
+    for (int round = 0; round < 4000; ++round) {
+        byte_list damaged = whole;
+        for (unsigned hits = 1 + random() % 4; hits > 0; --hits) {
+            damaged[random() % 512] = static_cast<std::uint8_t>(random());
+        }
+        parser.parse(damaged, round % 2 == 0 ? 0 : 6);
+    }
+}
+
+// --- attribute lists ---
+
+// A volume whose $MFT goes on in extension records:
+//   clusters 100 to 107   entries 0 to 31, from the base record
+//   clusters 60 to 63     entries 32 to 47, from record 20
+//   clusters 130 to 133   entries 48 to 63, from record 40, which lies in the part before
+struct split_mft {
+    ntfs_image image;
+    std::vector<support::list_entry> list;
+
+    split_mft() {
+        image.mft_runs({{100, 8}, {60, 4}, {130, 4}});
+        image.entry(0).data_runs({{100, 8}}, {.allocated = 16 * 4096, .real = 64 * 1024});
+        const std::uint64_t base = image.reference(0);
+        image.entry(20).base(base).data_runs({{60, 4}}, {.start_vcn = 8}).id(7);
+        image.entry(40).base(base).data_runs({{130, 4}}, {.start_vcn = 12}).id(9);
+        list = {
+            {.type = 0x10, .record = base},
+            {.type = 0x80, .record = base, .id = 0},
+            {.type = 0x80, .start_vcn = 8, .record = image.reference(20), .id = 7},
+            {.type = 0x80, .start_vcn = 12, .record = image.reference(40), .id = 9},
+        };
+        image.file(5, u"far.txt", 60).data("x");
+    }
+    // The runs of $MFT as the volume's reader sees them.
+    plain_runs runs() {
+        image.entry(0).attribute_list(list);
+        image_volume volume(image.build());
+        EXPECT_TRUE(volume.validate());
+        can_read_far = volume.ntfs.get_file_pos_for_inode(60) == image.record_pos(60);
+        return plain(volume.ntfs.m_mft_info.data_runs);
+    }
+    bool can_read_far = false;
+};
+
+const plain_runs all_three{{100, 8}, {60, 4}, {130, 4}};
+const plain_runs first_two{{100, 8}, {60, 4}};
+const plain_runs base_alone{{100, 8}};
+
+TEST(MftAttributeList, RunsOfExtensionRecordsAreFoundThroughThoseBefore) {
+    split_mft mft;
+    EXPECT_EQ(mft.runs(), all_three);
+    EXPECT_TRUE(mft.can_read_far);
+}
+
+TEST(MftAttributeList, NumbersAndCountsAllRuns) {
+    split_mft mft;
+    mft.image.entry(0).attribute_list(mft.list);
+    image_volume volume(mft.image.build());
+    ASSERT_TRUE(volume.validate());
+    EXPECT_EQ(vcns(volume.ntfs.m_mft_info.data_runs), (std::vector<std::uint64_t>{0, 8, 12}));
+    EXPECT_EQ(volume.ntfs.get_total_mft_entries(), 64u);
+}
+
+TEST(MftAttributeList, RecordThatIsNotReachableYetIsMissing) {
+    split_mft mft;
+    std::swap(mft.list[2], mft.list[3]);  // record 40 comes first
+    EXPECT_EQ(mft.runs(), first_two);
+    EXPECT_FALSE(mft.can_read_far);
+}
+
+TEST(MftAttributeList, ForeignRecordsContributeNothing) {
+    const struct {
+        const char* name;
+        std::size_t at;
+        std::uint64_t value;
+        std::size_t width;
+    } cases[] = {
+        {"another sequence number", 16, 2, 2}, {"keyword BAAD", 0, 0x44414142, 4},
+        {"keyword INDX", 0, 0x58444E49, 4},    {"no record", 0, 0, 4},
+        {"first attribute at 0", 20, 0, 2},    {"sequence array at 42", 4, 42, 2},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        split_mft mft;
+        mft.image.put(mft.image.record_pos(40) + c.at, c.value, c.width);
+        EXPECT_EQ(mft.runs(), first_two);
+    }
+}
+
+TEST(MftAttributeList, TypeAndIdMustMatch) {
+    split_mft other_id;
+    other_id.list[3].id = 8;
+    EXPECT_EQ(other_id.runs(), first_two);
+    split_mft other_type;
+    other_type.list[3].type = 0xB0;
+    EXPECT_EQ(other_type.runs(), first_two);
+}
+
+TEST(MftAttributeList, OnlyTheListedAttributeOfARecordIsTaken) {
+    split_mft mft;
+    mft.image.entry(20).stream_runs(u"other", {{500, 1}});
+    EXPECT_EQ(mft.runs(), all_three);
+}
+
+TEST(MftAttributeList, EmptyRunListOfAnExtensionCostsItsOwnRunsOnly) {
+    split_mft mft;
+    mft.image.entry(20)
+        .clear()
+        .nonresident(support::type::data, u"", byte_list{0}, {{60, 4}}, {.start_vcn = 8})
+        .id(7);
+    mft.image.entry(30).base(mft.image.reference(0)).data_runs({{60, 4}}).id(3);
+    mft.list.insert(mft.list.begin() + 3,
+                    {.type = 0x80, .record = mft.image.reference(30), .id = 3});
+    EXPECT_EQ(mft.runs(), all_three);
+}
+
+TEST(MftAttributeList, WalkOfTheListEnds) {
+    const struct {
+        const char* name;
+        std::size_t entry;
+        std::uint16_t length;
+        plain_runs runs;
+    } cases[] = {
+        {"sound", 0, 32, all_three},
+        {"length 0", 3, 0, first_two},
+        {"length above what is left", 3, 33, first_two},
+        {"length of what is left", 3, 32, all_three},
+        {"length 0 at the start", 0, 0, base_alone},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        split_mft mft;
+        mft.image.entry(0).attribute_list(mft.list);
+        const std::size_t list_at =
+            mft.image.entry(0).attribute_offset(support::type::attribute_list) + 24;
+        mft.image.put(mft.image.record_pos(0) + list_at + c.entry * 32 + 4, c.length, 2);
+        image_volume volume(mft.image.build());
+        EXPECT_TRUE(volume.validate());
+        EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), c.runs);
+    }
+}
+
+TEST(MftAttributeList, FewerThan26BytesBehindAnEntryAreNoEntry) {
+    for (const std::uint32_t behind : {24u, 25u, 26u, 32u}) {
+        SCOPED_TRACE(behind);
+        split_mft mft;
+        mft.list[3].length = static_cast<std::uint16_t>(26);
+        mft.image.entry(0).attribute_list(mft.list);
+        const std::size_t attribute =
+            mft.image.entry(0).attribute_offset(support::type::attribute_list);
+        mft.image.put(mft.image.record_pos(0) + attribute + 16, 3 * 32 + behind, 4);
+        image_volume volume(mft.image.build());
+        EXPECT_TRUE(volume.validate());
+        EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), behind < 26 ? first_two : all_three);
+    }
+}
+
+TEST(MftAttributeList, NonResidentListIsReadFromItsClusters) {
+    for (const std::uint64_t pieces : {1u, 2u}) {
+        SCOPED_TRACE(pieces);
+        split_mft mft;
+        byte_list list = support::attribute_list_value(mft.list);
+        if (pieces == 2) {  // an entry of 4096 bytes ahead of the others fills the first cluster
+            byte_list filler(4096);
+            filler[0] = 0x10;
+            filler[5] = 0x10;
+            list.insert(list.begin(), filler.begin(), filler.end());
+        }
+        const support::cluster_runs runs = mft.image.store(list, pieces);
+        mft.image.entry(0).attribute_list_runs(runs, {.real = list.size()});
+        image_volume volume(mft.image.build());
+        ASSERT_TRUE(volume.validate());
+        EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), all_three);
+    }
+}
+
+TEST(MftAttributeList, NonResidentListEndsAtItsRealSize) {
+    split_mft mft;
+    const byte_list list = support::attribute_list_value(mft.list);
+    mft.image.entry(0).attribute_list_runs(mft.image.store(list), {.real = 3 * 32});
+    image_volume volume(mft.image.build());
+    ASSERT_TRUE(volume.validate());
+    EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), first_two) << "the entry behind is stale";
+}
+
+TEST(MftAttributeList, LastListOfTheRecordCounts) {
+    split_mft mft;
+    mft.image.entry(0).attribute_list({{.type = 0x10, .record = mft.image.reference(0)}});
+    EXPECT_EQ(mft.runs(), all_three);
+    split_mft swapped;
+    swapped.image.entry(0).attribute_list(swapped.list);
+    swapped.list = {{.type = 0x10, .record = swapped.image.reference(0)}};
+    EXPECT_EQ(swapped.runs(), base_alone);
+}
+
+TEST(MftAttributeList, IsNotExpandedBehindAnEmptyRunList) {
+    split_mft mft;
+    mft.image.entry(0).nonresident(support::type::bitmap, u"", byte_list{0}, {{0, 1}});
+    EXPECT_EQ(mft.runs(), base_alone);
+}
+
+TEST(MftAttributeList, IsNotExpandedWithoutRunsInTheBaseRecord) {
+    split_mft mft;
+    mft.image.entry(0).clear().file_name(5, u"$MFT").resident(support::type::data, u"", {});
+    mft.image.entry(0).attribute_list(mft.list);
+    image_volume volume(mft.image.build());
+    ASSERT_TRUE(volume.validate());
+    EXPECT_TRUE(volume.ntfs.m_mft_info.data_runs.empty());
+}
+
+TEST(MftAttributeList, VolumeIsNotValidatedByTheExpansion) {
+    split_mft mft;
+    mft.image.entry(0).attribute_list(mft.list);
+    image_volume volume(mft.image.build());
+    ASSERT_TRUE(volume.validate());
+    volume.ntfs.m_Validated = false;
+    const byte_list record = volume.ntfs.m_mft_record;
+    EXPECT_TRUE(volume.ntfs.parse_inode(record, volume.ntfs.m_mft_info, 0, false));
+    EXPECT_FALSE(volume.ntfs.m_Validated);
+    EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), all_three) << "but it could read";
+}
+
+TEST(MftAttributeList, ServesOtherEntriesOnAValidatedVolume) {
+    ntfs_image image;
+    image.entry(6).data_runs({{200, 2}});
+    image.entry(20).base(image.reference(6)).data_runs({{300, 3}}, {.start_vcn = 2}).id(4);
+    image.entry(6).attribute_list({
+        {.type = 0x80, .record = image.reference(6), .id = 2},
+        {.type = 0x80, .start_vcn = 2, .record = image.reference(20), .id = 4},
+    });
+    image_volume volume(image.build());
+    ASSERT_TRUE(volume.validate());
+    EXPECT_EQ(plain(volume.ntfs.m_bitmap_runs), (plain_runs{{200, 2}, {300, 3}}));
+    EXPECT_EQ(vcns(volume.ntfs.m_bitmap_runs), (std::vector<std::uint64_t>{0, 2}));
+}
+
+}  // namespace
