@@ -249,6 +249,7 @@ TEST_F(CsvReport, HeaderStandsOnceOverAllDirectories) {
 
 TEST_F(CsvReport, IndexStreams) {
     std::vector<csv_row> rows = docs;
+    rows.insert(rows.begin() + 1, {"indx", "\\docs:$I30", 4096, 0, 40, 1, 3, usual, usual, {}});
     rows.push_back({"indx", "\\docs\\sub:$I30", 4096, 0, 43, 1, 3, usual, usual, {}});
     EXPECT_EQ(run({"-csv", "-indx"}), report_text(rows, {}));
 }

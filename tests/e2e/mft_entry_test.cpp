@@ -97,7 +97,7 @@ TEST_F(MftEntry, DirectoryIsListedWithItsChildren) {
 TEST_F(MftEntry, RootIsListed) {
     const std::string rows = header +
                              "2021-03-05 06:07:08.234           5    5                dir  \\\n" +
-                             dir_row(40, "\\docs\\");
+                             dir_row(40, "\\docs\\") + ads_row(40, "5", "\\docs:note");
     EXPECT_EQ(run("5"), rows);
 }
 
@@ -146,7 +146,7 @@ TEST_F(MftEntry, OrphanDirectoryListsTheDirectoryArgument) {
     volume.directory(50, u"orphan", 51);
     EXPECT_EQ(run("51"), header +
                              "2021-03-05 06:07:08.234           5    5                dir  \\\n" +
-                             dir_row(40, "\\docs\\"));
+                             dir_row(40, "\\docs\\") + ads_row(40, "5", "\\docs:note"));
 }
 
 TEST_F(MftEntry, DeletedFileThatItsDirectoryStillNamesIsListed) {

@@ -5,7 +5,7 @@
 //   42 \docs\Long Name.txt      two clusters; DOS name LONGNA~1.TXT; stream "zone" (7 bytes);
 //   object
 //                               id; stamps set back by a year
-//   43 \docs\sub                directory with an index block
+//   43 \docs\sub                directory with an index block, as 40 has
 //   44 \docs\sub\x&<y>".txt     empty; stamps of $STANDARD_INFORMATION all 0
 //   45 \docs\far<TAB>.dat       stamps out of range, but for the last
 //   46 \docs\sub\deep           directory
@@ -38,6 +38,7 @@ inline support::ntfs_image rich_volume() {
     constexpr std::uint64_t root = 5;
     support::ntfs_image volume;
     volume.directory(root, u"docs", 40).object_id(rich_object_id(0x10)).stream(u"note", "12345");
+    volume.index(40).in_blocks();
     volume.file(40, u"a,b|c.txt", 41).data("abc");
 
     const support::file_times set_back{.created = filetime(2020, 3, 4, 5, 6, 7),

@@ -19,6 +19,8 @@ const std::string header = "  last modified [UTC]      MFT & seq num       size 
 // Rows of the rich volume.
 const std::string docs_row =
     R"(2021-03-05 06:07:08.234          40    1                dir  \docs\)";
+const std::string docs_indx_row =
+    R"(2021-03-05 06:07:08.234          40    1         4096  indx  \docs:$I30)";
 const std::string note_row =
     R"(2021-03-05 06:07:08.234          40    1            5   ads  \docs:note)";
 const std::string comma_row =
@@ -82,12 +84,14 @@ TEST_F(TextReport, EnoughLevelsListEverything) {
 }
 
 TEST_F(TextReport, IndexStreamsShowWhenAskedFor) {
-    EXPECT_EQ(docs({"-indx", "-level", "1"}),
-              joined_lines({docs_row, note_row, comma_row, far_row, linked_row, long_row, zone_row,
-                            sub_row, sub_indx_row, deep_row, other_row, zero_row}));
+    EXPECT_EQ(
+        docs({"-indx", "-level", "1"}),
+        joined_lines({docs_row, docs_indx_row, note_row, comma_row, far_row, linked_row, long_row,
+                      zone_row, sub_row, sub_indx_row, deep_row, other_row, zero_row}));
     // As a child, the directory's stream hangs on its name.
-    EXPECT_EQ(docs({"-indx"}), joined_lines({docs_row, note_row, comma_row, far_row, linked_row,
-                                             long_row, zone_row, sub_row, sub_indx_row}));
+    EXPECT_EQ(docs({"-indx"}),
+              joined_lines({docs_row, docs_indx_row, note_row, comma_row, far_row, linked_row,
+                            long_row, zone_row, sub_row, sub_indx_row}));
 }
 
 TEST_F(TextReport, ObjectIdsShowWhenAskedFor) {
@@ -360,7 +364,8 @@ INSTANTIATE_TEST_SUITE_P(
                     geometry_case{4096, 4096, 1024}),
     [](const testing::TestParamInfo<geometry_case>& tested) {
         return "Sector" + std::to_string(tested.param.sector) + "Cluster" +
-               std::to_string(tested.param.cluster) + "Record" + std::to_string(tested.param.record);
+               std::to_string(tested.param.cluster) + "Record" +
+               std::to_string(tested.param.record);
     });
 
 }  // namespace
