@@ -1,1 +1,573 @@
 #include "storage/vmdk_extent.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "disk_file.h"
+#include "support/byte_image.h"
+#include "support/partition_image.h"
+#include "support/temp_dir.h"
+#include "support/vmdk_image.h"
+
+namespace {
+
+using support::byte_image;
+using support::bytes;
+using support::pattern;
+using support::temp_dir;
+using support::vmdk_image;
+using support::vmdk_options;
+
+constexpr std::uint64_t grain_size = 4096;
+constexpr std::uint64_t capacity_at = 12, grain_size_at = 20, descriptor_at = 28,
+                        descriptor_size_at = 36, table_entries_at = 44, directory_at = 56,
+                        overhead_at = 64;
+
+// Grains of 4 KiB, tables of 128 entries: one sector, and 512 KiB of the disk.
+constexpr vmdk_options small = {.grain_size = 8, .table_entries = 128};
+constexpr std::uint64_t table_span = 128 * grain_size;
+
+struct extent_file {
+    explicit extent_file(const byte_image& image) : path(image.save(dir.file("disk.vmdk"))) {
+        result = extent.open(widened(path), false);
+    }
+    explicit extent_file(const vmdk_image& image) : extent_file(image.build()) {}
+
+    temp_dir dir;
+    std::string path;
+    vmdk_extent extent;
+    bool result = false;
+};
+
+// A disk of two tables with a pattern in grains 0, 2 and 130.
+vmdk_image sound() {
+    vmdk_image image(small);
+    image.grain(0, pattern(grain_size, 10)).grain(2, pattern(grain_size, 12));
+    return image.grain(130, pattern(grain_size, 13));
+}
+
+struct outcome {
+    bool result = false;
+    std::uint32_t count = 0;
+    bytes buffer;
+};
+
+outcome read(vmdk_extent& extent, std::uint64_t offset, std::uint32_t count) {
+    outcome got{false, count, bytes(count, 0xEE)};
+    got.result = extent.read(got.buffer.data(), offset, got.count);
+    return got;
+}
+
+bytes part(const bytes& whole, std::size_t at, std::size_t count) {
+    const auto first = whole.begin() + static_cast<std::ptrdiff_t>(at);
+    return {first, first + static_cast<std::ptrdiff_t>(count)};
+}
+
+TEST(VmdkExtent, SoundFileIsReadInFull) {
+    const vmdk_image image = sound().cid(0x1234abcd);
+    const extent_file file(image);
+    const vmdk_extent& extent = file.extent;
+    EXPECT_TRUE(file.result);
+    EXPECT_TRUE(extent.ready);
+    EXPECT_EQ(extent.cid, "1234abcd");
+    EXPECT_EQ(extent.parent_cid, "ffffffff");
+    EXPECT_EQ(extent.parent_file_hint, "");
+    EXPECT_EQ(extent.capacity(), 131u * 8u);
+    EXPECT_EQ(extent.grain_size(), 8u);
+    EXPECT_EQ(extent.descriptor_offset(), 1u);
+    EXPECT_EQ(extent.descriptor_size(), 20u);
+    EXPECT_EQ(extent.entries_per_table(), 128u);
+    EXPECT_EQ(extent.grain_dir_offset(), image.directory_sector());
+    EXPECT_EQ(extent.grain_bytes, grain_size);
+    EXPECT_EQ(extent.table_span, table_span);
+    EXPECT_EQ(extent.file_size, image.build().size());
+    EXPECT_EQ(extent.path_utf8, file.path);
+    EXPECT_EQ(extent.path_wide, widened(file.path));
+    EXPECT_EQ(extent.first_table_offset, image.table_sector(0) * 512);
+    EXPECT_EQ(extent.first_sector_offset, image.grain_sector(0) * 512);
+    EXPECT_EQ(extent.first_sector, part(pattern(grain_size, 10), 0, 512));
+    EXPECT_EQ(extent.sector_size, 512u);
+    EXPECT_EQ(extent.descriptor_lines.front(), L"# Disk DescriptorFile");
+    for (const std::wstring& line : extent.descriptor_lines)
+        EXPECT_FALSE(line.empty());
+}
+
+TEST(VmdkExtent, GrainsAreFoundThroughTheirTables) {
+    const vmdk_image image = sound();
+    const extent_file file(image);
+    std::uint64_t position = 0;
+    EXPECT_TRUE(file.extent.find_grain(0, position));
+    EXPECT_EQ(position, image.grain_sector(0) * 512);
+    EXPECT_TRUE(file.extent.find_grain(2 * grain_size + 77, position));
+    EXPECT_EQ(position, image.grain_sector(2) * 512 + 77);
+    EXPECT_TRUE(file.extent.find_grain(130 * grain_size + 4095, position));
+    EXPECT_EQ(position, image.grain_sector(130) * 512 + 4095);
+    for (const std::uint64_t hole :
+         {1 * grain_size, 3 * grain_size, 127 * grain_size, 128 * grain_size, 131 * grain_size}) {
+        EXPECT_FALSE(file.extent.find_grain(hole, position)) << hole;
+    }
+}
+
+TEST(VmdkExtent, DirectoryIndexIsTakenModulo32Bits) {
+    const vmdk_image image = sound();
+    const extent_file file(image);
+    std::uint64_t position = 0;
+    EXPECT_TRUE(file.extent.find_grain((table_span << 32) + 5, position));
+    EXPECT_EQ(position, image.grain_sector(0) * 512 + 5);
+}
+
+TEST(VmdkExtent, GrainLeftReachesToTheEndOfTheGrain) {
+    const extent_file file(sound());
+    EXPECT_EQ(file.extent.grain_left(0), grain_size);
+    EXPECT_EQ(file.extent.grain_left(1), grain_size - 1);
+    EXPECT_EQ(file.extent.grain_left(grain_size - 1), 1u);
+    EXPECT_EQ(file.extent.grain_left(7 * grain_size), grain_size);
+}
+
+TEST(VmdkExtent, ReadDeliversPartsOfAGrain) {
+    extent_file file(sound());
+    const outcome got = read(file.extent, 2 * grain_size + 100, 1000);
+    EXPECT_TRUE(got.result);
+    EXPECT_EQ(got.count, 1000u);
+    EXPECT_EQ(got.buffer, part(pattern(grain_size, 12), 100, 1000));
+}
+
+TEST(VmdkExtent, HolesAndEmptyReadsFail) {
+    extent_file file(sound());
+    EXPECT_FALSE(read(file.extent, grain_size, 512).result);
+    EXPECT_FALSE(read(file.extent, 1ull << 40, 512).result);
+    std::uint8_t byte = 0;
+    std::uint32_t count = 0;
+    EXPECT_FALSE(file.extent.read(&byte, 0, count));
+    vmdk_extent closed;
+    EXPECT_FALSE(read(closed, 0, 512).result);
+    std::uint64_t position = 0;
+    EXPECT_FALSE(closed.find_grain(0, position));
+}
+
+TEST(VmdkExtent, GrainCutByTheEndOfTheFileComesShort) {
+    vmdk_image image = sound();
+    byte_image content = image.build();
+    const std::uint64_t last_grain = image.grain_sector(130) * 512;
+    content.resize(last_grain + 100);
+    extent_file file(content);
+    const outcome got = read(file.extent, 130 * grain_size, 512);
+    EXPECT_TRUE(got.result);
+    EXPECT_EQ(got.count, 100u);
+    EXPECT_EQ(part(got.buffer, 0, 100), part(pattern(grain_size, 13), 0, 100));
+    EXPECT_FALSE(read(file.extent, 130 * grain_size + 100, 512).result);
+    EXPECT_FALSE(read(file.extent, 130 * grain_size + 4095, 1).result);
+}
+
+TEST(VmdkExtent, FileThatShrinksGivesZeros) {
+    const vmdk_image image = sound();
+    extent_file file(image);
+    const std::uint64_t last_grain = image.grain_sector(130) * 512;
+    ASSERT_EQ(::truncate(file.path.c_str(), static_cast<off_t>(last_grain + 10)), 0);
+    const outcome got = read(file.extent, 130 * grain_size, 512);
+    EXPECT_TRUE(got.result);
+    EXPECT_EQ(got.count, 512u);
+    EXPECT_EQ(part(got.buffer, 0, 10), part(pattern(grain_size, 13), 0, 10));
+    EXPECT_EQ(part(got.buffer, 10, 502), bytes(502, 0));
+    EXPECT_FALSE(read(file.extent, 130 * grain_size + 10, 512).result);
+}
+
+TEST(VmdkExtent, EntryOneIsSectorOne) {
+    extent_file file(sound().grain_entry(1, 1));
+    std::uint64_t position = 0;
+    EXPECT_TRUE(file.extent.find_grain(grain_size + 3, position));
+    EXPECT_EQ(position, 512u + 3u);
+    EXPECT_EQ(read(file.extent, grain_size, 21).buffer,
+              support::as_bytes(std::string_view("# Disk DescriptorFile")));
+}
+
+TEST(VmdkExtent, EntriesCountIn64Bits) {
+    const extent_file file(sound().grain_entry(1, 0xFFFFFFFF));
+    std::uint64_t position = 0;
+    EXPECT_TRUE(file.extent.find_grain(grain_size, position));
+    EXPECT_EQ(position, 0xFFFFFFFFull * 512);
+}
+
+TEST(VmdkExtent, DestructionClosesTheFile) {
+    int fd = -1;
+    {
+        const extent_file file(sound());
+        fd = file.extent.fd;
+        EXPECT_NE(::fcntl(fd, F_GETFD), -1);
+    }
+    EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
+}
+
+// --- the first sector ---
+
+TEST(VmdkExtentPartitions, TableInTheFirstSectorIsListed) {
+    byte_image disk(0x10000);
+    support::put_boot_record(disk, 0, {{7, 63, 100}, {0x0F, 0x800, 100}, {7, 0x900, 5}});
+    const extent_file file(vmdk_image(small).content(disk));
+    EXPECT_EQ(file.extent.partition_offsets, (std::vector<std::uint64_t>{63 * 512, 0x800 * 512}));
+    EXPECT_EQ(file.extent.partition_sector_sizes, (std::vector<std::uint32_t>{512, 512}));
+}
+
+TEST(VmdkExtentPartitions, BareVolumeStartsAtZero) {
+    const byte_image volume = support::ntfs_boot_sector({.bytes_per_sector = 4096});
+    const extent_file file(vmdk_image(small).content(volume));
+    EXPECT_EQ(file.extent.partition_offsets, std::vector<std::uint64_t>{0});
+    EXPECT_EQ(file.extent.partition_sector_sizes, std::vector<std::uint32_t>{4096});
+}
+
+TEST(VmdkExtentPartitions, DeltaReadsItsOwnHeaderAndHasNone) {
+    vmdk_image delta(small);
+    delta.grain(2, pattern(grain_size));
+    const extent_file file(delta);
+    EXPECT_TRUE(file.result);
+    EXPECT_EQ(file.extent.first_sector_offset, 0u);
+    EXPECT_EQ(part(file.extent.first_sector, 0, 4), support::as_bytes(std::string_view("KDMV")));
+    EXPECT_TRUE(file.extent.partition_offsets.empty());
+}
+
+TEST(VmdkExtentPartitions, FirstSectorBehindTheFileIsZero) {
+    const extent_file file(sound().grain_entry(0, 0x7FFFFFFF));
+    EXPECT_TRUE(file.result);
+    EXPECT_EQ(file.extent.first_sector, bytes(512, 0));
+    EXPECT_TRUE(file.extent.partition_offsets.empty());
+}
+
+// --- the descriptor ---
+
+struct descriptor_values {
+    std::string cid, parent_cid, encoding, hint;
+    bool operator==(const descriptor_values&) const = default;
+};
+
+descriptor_values values_of(std::string_view text) {
+    const extent_file file(sound().descriptor(text));
+    EXPECT_TRUE(file.result);
+    return {file.extent.cid, file.extent.parent_cid, file.extent.encoding,
+            file.extent.parent_file_hint};
+}
+
+TEST(VmdkDescriptor, KeysAndValues) {
+    const struct {
+        const char* name;
+        std::string_view text;
+        descriptor_values expected;
+    } cases[] = {
+        {"all keys",
+         "CID=1a\nparentCID=2b\nencoding=\"UTF-8\"\nparentFileNameHint=\"Base 1.vmdk\"\n",
+         {"1a", "2b", "\"UTF-8\"", "\"Base 1.vmdk\""}},
+        {"any case of the key, the value as it is",
+         "cId=AbC\nPARENTCID=FFFFFFFF\nEnCoding=Windows-1252\nPARENTFILENAMEHINT=A b\n",
+         {"AbC", "FFFFFFFF", "Windows-1252", "A b"}},
+        {"column 0 only", " CID=1\n\tparentCID=2\nxencoding=3\n", {"", "", "", ""}},
+        {"no blanks around the sign", "CID =1\nparentCID= 2\n", {"", " 2", "", ""}},
+        {"a carriage return stays",
+         "CID=1\r\nparentCID=ffffffff\r\n",
+         {"1\r", "ffffffff\r", "", ""}},
+        {"the last of equal keys", "CID=1\nCID=2\ncid=3\n", {"3", "", "", ""}},
+        {"an empty value", "CID=1\nCID=\n", {"", "", "", ""}},
+        {"no line end", "CID=1\nparentCID=2", {"1", "2", "", ""}},
+        {"nothing", "", {"", "", "", ""}},
+        {"nothing behind a zero byte",
+         std::string_view("CID=1\nparent\0CID=2\nCID=3\n", 24),
+         {"1", "", "", ""}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(values_of(c.text), c.expected);
+    }
+}
+
+TEST(VmdkDescriptor, LinesAreKeptWidenedWithoutTheEmptyOnes) {
+    const extent_file file(
+        sound().descriptor("one\n\n\nGr\xC3\xB6\xC3\x9F"
+                           "e\n\r\nlast"));
+    EXPECT_EQ(file.extent.descriptor_lines,
+              (std::vector<std::wstring>{L"one", L"Größe", L"\r", L"last"}));
+}
+
+TEST(VmdkDescriptor, SizeEndsTheText) {
+    // The text fills its one sector; behind it stands the redundant directory.
+    const vmdk_image image = vmdk_image({.grain_size = 8, .descriptor_sectors = 1})
+                                 .grain(0, pattern(grain_size))
+                                 .descriptor(std::string(506, 'x') + "\nCID=1");
+    const extent_file file(image);
+    EXPECT_TRUE(file.result);
+    EXPECT_EQ(file.extent.cid, "1");
+    EXPECT_EQ(file.extent.descriptor_lines.size(), 2u);
+
+    const char behind = static_cast<char>(image.build().get(1024, 1));
+    ASSERT_NE(behind, 0);
+    const extent_file longer(byte_image(image.build()).put(descriptor_size_at, 2, 8));
+    EXPECT_EQ(longer.extent.cid, std::string("1") + behind);
+
+    const extent_file none(byte_image(image.build()).put(descriptor_size_at, 0, 8));
+    EXPECT_TRUE(none.result);
+    EXPECT_TRUE(none.extent.descriptor_lines.empty());
+}
+
+TEST(VmdkDescriptor, LongTextComesInPieces) {
+    std::string text;
+    while (text.size() < 600000)
+        text += "# a comment that fills the descriptor\n";
+    text += "CID=12345678\n";
+    const vmdk_image image = vmdk_image({.grain_size = 8, .descriptor_sectors = 1500})
+                                 .grain(0, pattern(grain_size))
+                                 .descriptor(text);
+    const extent_file file(image);
+    EXPECT_EQ(file.extent.cid, "12345678");
+}
+
+// --- damage ---
+
+TEST(VmdkDamage, OtherFilesAreRefused) {
+    const temp_dir dir;
+    for (const std::string& path :
+         {dir.file("missing"), std::string(), dir.path(), dir.write("empty", ""),
+          dir.write("short", "KDM"), dir.write("magic", "KDMV"),
+          dir.write("text", "# Disk DescriptorFile\nCID=1\n")}) {
+        SCOPED_TRACE(path);
+        vmdk_extent extent;
+        EXPECT_FALSE(extent.open(widened(path), false));
+        EXPECT_FALSE(extent.ready);
+    }
+    const extent_file file(sound().put_text(0, "VMDK"));
+    EXPECT_FALSE(file.result);
+}
+
+TEST(VmdkDamage, SingleFields) {
+    const vmdk_image image = sound();
+    const std::uint64_t size = image.build().size();
+    const std::uint64_t directory = image.directory_sector();
+    const struct {
+        const char* name;
+        std::uint64_t at;
+        std::uint64_t value;
+        bool ready;
+    } cases[] = {
+        {"version", 4, 99, true},
+        {"flags", 8, 0xFFFFFFFF, true},
+        {"capacity", capacity_at, ~0ull, true},
+        {"grain size 0", grain_size_at, 0, true},
+        {"grain size that wraps", grain_size_at, 1ull << 55, true},
+        {"descriptor behind the file", descriptor_at, size, true},
+        {"descriptor that can't be sought", descriptor_at, 1ull << 54, false},
+        {"descriptor of the file's size", descriptor_size_at, size / 512, true},
+        {"descriptor larger than the file", descriptor_size_at, size / 512 + 1, false},
+        {"descriptor of terabytes", descriptor_size_at, 1ull << 40, false},
+        {"descriptor size that wraps", descriptor_size_at, 1ull << 55, true},
+        {"no table entries", table_entries_at, 0, false},
+        {"overhead of the file's size", overhead_at, size / 512, true},
+        {"overhead larger than the file", overhead_at, size / 512 + 1, false},
+        {"overhead of terabytes", overhead_at, 1ull << 40, false},
+        {"overhead that wraps to 0", overhead_at, 1ull << 55, false},
+        {"no overhead", overhead_at, 0, false},
+        {"overhead up to the directory", overhead_at, directory, false},
+        {"overhead up to the tables", overhead_at, directory + 1, true},
+        {"directory behind the overhead", directory_at, 1ull << 40, false},
+        {"directory offset that wraps to 0", directory_at, 1ull << 55, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        vmdk_image damaged = image;
+        damaged.put(c.at, c.value, c.at == 4 || c.at == 8 || c.at == table_entries_at ? 4 : 8);
+        const extent_file file(damaged);
+        EXPECT_EQ(file.result, c.ready);
+        EXPECT_EQ(file.extent.ready, c.ready);
+        std::uint64_t position = 0;
+        for (const std::uint64_t offset : {0ull, 1ull << 40, ~0ull}) {
+            if (!c.ready) {
+                EXPECT_FALSE(file.extent.find_grain(offset, position));
+            }
+            EXPECT_LE(file.extent.grain_left(offset), file.extent.grain_bytes);
+        }
+    }
+}
+
+TEST(VmdkDamage, FirstDirectoryEntry) {
+    const vmdk_image image = sound();
+    const std::uint64_t at = image.directory_sector() * 512;
+    const std::uint64_t overhead = image.build().get(overhead_at, 8);
+    const struct {
+        const char* name;
+        std::uint64_t value;
+        bool ready;
+    } cases[] = {
+        {"0", 0, false},
+        {"in front of the directory", image.directory_sector() - 1, false},
+        {"at the directory", image.directory_sector(), false},
+        {"at the end of the metadata", overhead, true},
+        {"behind the metadata", overhead + 1, false},
+        {"far behind", 0x800000, false},
+        {"farther than 32 bits of bytes", 0x800000 + image.directory_sector() + 1, false},
+        {"all ones", 0xFFFFFFFF, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        vmdk_image damaged = image;
+        const extent_file file(damaged.put(at, c.value, 4));
+        EXPECT_EQ(file.result, c.ready);
+    }
+}
+
+TEST(VmdkDamage, DirectoryReachesToItsFirstTable) {
+    const vmdk_image image = sound();
+    const extent_file file(image);
+    // One sector between the directory and the first table: 128 entries, of which 2 are tables.
+    ASSERT_EQ(file.extent.grain_directory.size(), 128u);
+    EXPECT_EQ(file.extent.grain_directory[0], image.table_sector(0));
+    EXPECT_EQ(file.extent.grain_directory[1], image.table_sector(1));
+    for (std::size_t i = 2; i < 128; ++i)
+        EXPECT_EQ(file.extent.grain_directory[i], 0u);
+    EXPECT_EQ(file.extent.table_of_entry.size(), 128u);
+    EXPECT_EQ(file.extent.grain_tables.size(), 3u);
+}
+
+TEST(VmdkDamage, DirectoryEntryOfZeroReadsTheStartOfTheFile) {
+    const std::uint64_t third = 2 * table_span;
+    const extent_file padded(sound());
+    std::uint64_t position = 0;
+    EXPECT_TRUE(padded.extent.find_grain(third, position));
+    EXPECT_EQ(position, 0x564D444Bull * 512);  // "KDMV" as a sector
+    EXPECT_TRUE(padded.extent.find_grain(third + grain_size, position));
+    EXPECT_EQ(position, 1u * 512u);  // the version
+    EXPECT_FALSE(padded.extent.find_grain(third + 127 * grain_size, position));
+
+    extent_file missing(sound().without_table(1));
+    EXPECT_TRUE(missing.extent.find_grain(table_span + grain_size, position));
+    EXPECT_EQ(position, 512u);
+    EXPECT_EQ(read(missing.extent, table_span + grain_size, 6).buffer,
+              support::as_bytes(std::string_view("# Disk")));
+}
+
+TEST(VmdkDamage, TableOutsideOfTheMetadataIsReadFromTheFile) {
+    const vmdk_image image = sound();
+    byte_image content = image.build();
+    const std::uint64_t end = content.size();
+    content.put(end + 8, 0x77, 4).resize(end + 512);  // third entry of a table behind all grains
+    content.put(image.directory_sector() * 512 + 4, end / 512, 4);
+    const extent_file file(content);
+    std::uint64_t position = 0;
+    EXPECT_TRUE(file.extent.find_grain(table_span + 2 * grain_size, position));
+    EXPECT_EQ(position, 0x77u * 512u);
+}
+
+TEST(VmdkDamage, TableBehindTheFileIsEmpty) {
+    const vmdk_image image = sound();
+    vmdk_image damaged = image;
+    damaged.put(image.directory_sector() * 512 + 4, 0xFFFFFFFF, 4);
+    damaged.put(image.directory_sector() * 512 + 8, 0x7FFFFFFF, 4);
+    const extent_file file(damaged);
+    EXPECT_TRUE(file.result);
+    EXPECT_EQ(file.extent.table_of_entry.size(), 128u);
+    std::uint64_t position = 0;
+    EXPECT_TRUE(file.extent.find_grain(0, position));
+    EXPECT_FALSE(file.extent.find_grain(table_span, position));
+    EXPECT_FALSE(file.extent.find_grain(2 * table_span, position));
+    EXPECT_TRUE(file.extent.find_grain(3 * table_span, position));
+}
+
+TEST(VmdkDamage, TableCutByTheEndOfTheFileEndsInHoles) {
+    const vmdk_image image = sound();
+    byte_image content = image.build();
+    const std::uint64_t end = content.size();
+    content.put(end, 0x11, 4).put(end + 4, 0x22222222, 4).resize(end + 6);
+    content.put(image.directory_sector() * 512 + 4, end / 512, 4);
+    const extent_file file(content);
+    std::uint64_t position = 0;
+    EXPECT_TRUE(file.extent.find_grain(table_span, position));
+    EXPECT_EQ(position, 0x11u * 512u);
+    EXPECT_TRUE(file.extent.find_grain(table_span + grain_size, position));
+    EXPECT_EQ(position, 0x2222u * 512u);  // the last two bytes are not there
+    EXPECT_FALSE(file.extent.find_grain(table_span + 2 * grain_size, position));
+}
+
+TEST(VmdkDamage, HugeTablesKeepNoMoreThanTheFileHolds) {
+    const vmdk_image image = sound();
+    vmdk_image damaged = image;
+    damaged.put(table_entries_at, 0xFFFFFFFF, 4);
+    const extent_file file(damaged);
+    EXPECT_TRUE(file.result);
+    EXPECT_EQ(file.extent.table_span, 0xFFFFFFFFull * grain_size);
+    std::uint64_t kept = 0;
+    for (const auto& table : file.extent.grain_tables)
+        kept += table.size() * 4;
+    EXPECT_LE(kept, file.extent.grain_tables.size() * file.extent.file_size);
+    std::uint64_t position = 0;
+    EXPECT_TRUE(file.extent.find_grain(2 * grain_size, position));
+    EXPECT_EQ(position, image.grain_sector(2) * 512);
+    EXPECT_FALSE(file.extent.find_grain(1ull << 40, position));
+}
+
+TEST(VmdkDamage, TablesThatOverlapAreBoundedInAll) {
+    // A directory of 64 KiB, whose 16384 entries all lead to other tables, each as long as the
+    // file.
+    constexpr std::uint64_t directory = 64, directory_sectors = 128, entries = 16384;
+    byte_image content(64ull << 20);
+    content.put_text(0, "KDMV").put(capacity_at, 1 << 20, 8).put(grain_size_at, 8, 8);
+    content.put(table_entries_at, 0xFFFFFFFF, 4).put(directory_at, directory, 8);
+    content.put(overhead_at, content.size() / 512, 8);
+    for (std::uint64_t i = 0; i < entries; ++i) {
+        content.put(directory * 512 + 4 * i, directory + directory_sectors + i, 4);
+    }
+    content.put(content.size() - 4, 1, 4);  // the end of the file is used by all of them
+    const extent_file file(content);
+    EXPECT_TRUE(file.result);
+    EXPECT_EQ(file.extent.grain_directory.size(), entries);
+    std::uint64_t kept = 0;
+    for (const auto& table : file.extent.grain_tables)
+        kept += table.size() * 4;
+    EXPECT_LE(kept, content.size() + (16u << 20));
+    EXPECT_GE(file.extent.table_of_entry.size(), 1u);
+    std::uint64_t position = 0;
+    EXPECT_FALSE(file.extent.find_grain((entries - 1) * file.extent.table_span, position));
+}
+
+TEST(VmdkDamage, DirectoryOfAnImpossibleLengthIsRefused) {
+    byte_image content(4ull << 30);  // a hole
+    content.put_text(0, "KDMV").put(capacity_at, 1 << 20, 8).put(grain_size_at, 8, 8);
+    content.put(table_entries_at, 512, 4).put(directory_at, 1, 8);
+    content.put(overhead_at, content.size() / 512, 8);
+    content.put(512, content.size() / 512, 4);
+    EXPECT_FALSE(extent_file(content).result);
+}
+
+TEST(VmdkDamage, SizesOfNothingDivideNothing) {
+    vmdk_image damaged = sound();
+    extent_file file(damaged.put(grain_size_at, 0, 8));
+    ASSERT_TRUE(file.result);
+    EXPECT_EQ(file.extent.grain_bytes, 0u);
+    EXPECT_EQ(file.extent.table_span, 0u);
+    EXPECT_EQ(file.extent.grain_left(12345), 0u);
+    std::uint64_t position = 0;
+    EXPECT_TRUE(file.extent.find_grain(12345, position));  // always the first entry
+    EXPECT_EQ(position, sound().grain_sector(0) * 512);
+}
+
+TEST(VmdkDamage, EveryPrefixOfAFileIsOpenedWithoutHarm) {
+    const vmdk_image image = sound();
+    const byte_image content = image.build();
+    const std::uint64_t overhead = content.get(overhead_at, 8) * 512;
+    const temp_dir dir;
+    const std::string path = content.save(dir.file("cut.vmdk"));
+    for (std::uint64_t size = content.size(); size > 0; size -= size > 600 ? 61 : 1) {
+        ASSERT_EQ(::truncate(path.c_str(), static_cast<off_t>(size)), 0);
+        vmdk_extent extent;
+        EXPECT_EQ(extent.open(widened(path), false), size >= overhead) << size;
+        for (const std::uint64_t grain : {0, 1, 2, 130}) {
+            bytes buffer(grain_size);
+            std::uint32_t count = grain_size;
+            const bool stored = image.grain_sector(grain) != 0;
+            const bool held = image.grain_sector(grain) * 512 < size;
+            EXPECT_EQ(extent.read(buffer.data(), grain * grain_size, count),
+                      size >= overhead && stored && held)
+                << size << " " << grain;
+        }
+    }
+}
+
+}  // namespace
