@@ -1,1 +1,361 @@
+
+#include <cstdint>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "disk_file.h"
 #include "storage/vmdk_chain.h"
+#include "support/byte_image.h"
+#include "support/temp_dir.h"
+#include "support/vmdk_image.h"
+
+namespace {
+
+using support::temp_dir;
+using support::vmdk_image;
+
+constexpr std::uint32_t none = 0xFFFFFFFF;
+
+// A file with one grain; without a `hint` the descriptor has no line for it.
+vmdk_image file(std::uint32_t cid, std::uint32_t parent_cid, const std::string& hint = {}) {
+    vmdk_image image({.grain_size = 8});
+    image.grain(0, support::pattern(4096, cid));
+    return image.cid(cid).parent(parent_cid, hint);
+}
+
+struct check {
+    bool result = false;
+    std::string text;
+    std::vector<std::wstring> list;
+};
+
+check run(const std::vector<std::wstring>& paths) {
+    check c;
+    c.list = {L"is replaced"};
+    std::ostringstream out;
+    c.result = check_vmdk_chain(paths, out, c.list);
+    c.text = out.str();
+    return c;
+}
+
+// Files in a directory of their own; paths are given and expected by name.
+class VmdkCheck : public testing::Test {
+protected:
+    void save(const std::string& name, const vmdk_image& image) { image.save(dir.file(name)); }
+
+    std::string path(const std::string& name) const { return dir.file(name); }
+
+    check run(const std::vector<std::string>& names) const { return ::run(wide_paths(names)); }
+
+    std::vector<std::wstring> wide_paths(const std::vector<std::string>& names) const {
+        std::vector<std::wstring> paths;
+        for (const std::string& name : names)
+            paths.push_back(widened(path(name)));
+        return paths;
+    }
+
+    // The two lines about a file whose parent was not in the list.
+    std::string depends(const std::string& child, const std::string& hint) const {
+        return "=> vmdk file: " + path(child) + "\n depends on parent vmdk \"" + hint + "\"\n";
+    }
+
+    std::string cant_be_opened(const std::string& name) const {
+        return path(name) + " can't be opened\n";
+    }
+
+    temp_dir dir;
+};
+
+constexpr char missing_parent[] =
+    "Child VMDK points to a parent VMDK that doesn't exist, aborting\n";
+constexpr char cid_errors[] = "Child VMDK CID errors, aborting\n";
+
+TEST_F(VmdkCheck, CompleteChainsPassWithoutAWord) {
+    save("a", file(1, none));
+    save("b", file(2, 1, "a"));
+    save("c", file(3, 2, "b"));
+    for (const std::vector<std::string>& names : std::vector<std::vector<std::string>>{
+             {"a"}, {"a", "b"}, {"b", "a"}, {"c", "a", "b"}, {"a", "a"}}) {
+        const check c = run(names);
+        EXPECT_TRUE(c.result);
+        EXPECT_EQ(c.text, "");
+        EXPECT_EQ(c.list, wide_paths(names));
+    }
+}
+
+TEST_F(VmdkCheck, EmptyListFailsWithoutAWord) {
+    const check c = run({});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, "");
+    EXPECT_TRUE(c.list.empty());
+}
+
+TEST_F(VmdkCheck, UnreadableFileIsNamed) {
+    save("a", file(1, none));
+    save("bad magic", file(2, 1).put_text(0, "VMDK"));
+    dir.write("text", "# Disk DescriptorFile\n");
+    for (const std::string name : {"missing", "bad magic", "text"}) {
+        const check c = run({"a", name});
+        EXPECT_FALSE(c.result);
+        EXPECT_EQ(c.text, cant_be_opened(name));
+        EXPECT_EQ(c.list, wide_paths({"a", name}));
+    }
+    EXPECT_EQ(::run({L""}).text, " can't be opened\n");
+}
+
+TEST_F(VmdkCheck, HostileHeaderCannotBeOpened) {
+    save("overhead", file(1, none).put(64, 1ull << 40, 8));
+    save("descriptor", file(1, none).put(36, 1ull << 40, 8));
+    EXPECT_EQ(run({"overhead"}).text, cant_be_opened("overhead"));
+    EXPECT_EQ(run({"descriptor"}).text, cant_be_opened("descriptor"));
+}
+
+TEST_F(VmdkCheck, MissingParentIsFoundByItsHint) {
+    save("base.vmdk", file(1, none));
+    save("delta.vmdk", file(2, 1, "base.vmdk"));
+    const check c = run({"delta.vmdk"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, depends("delta.vmdk", "base.vmdk"));
+    EXPECT_EQ(c.list, wide_paths({"delta.vmdk", "base.vmdk"}));
+    EXPECT_TRUE(::run(c.list).result);
+}
+
+TEST_F(VmdkCheck, EachMissingParentTakesAPass) {
+    save("a", file(1, none));
+    save("b", file(2, 1, "a"));
+    save("c", file(3, 2, "b"));
+    const check c = run({"c"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, depends("c", "b") + depends("b", "a"));
+    EXPECT_EQ(c.list, wide_paths({"c", "b", "a"}));
+}
+
+TEST_F(VmdkCheck, ParentThatDoesNotExistAborts) {
+    save("delta", file(2, 1, "gone.vmdk"));
+    const check c = run({"delta"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, missing_parent);
+    EXPECT_EQ(c.list, wide_paths({"delta"}));
+}
+
+TEST_F(VmdkCheck, FolderOfTheHintThatIsGoneIsReplaced) {
+    save("base.vmdk", file(1, none));
+    save("delta", file(2, 1, "/no such folder/base.vmdk"));
+    const check c = run({"delta"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, depends("delta", path("base.vmdk")));
+    EXPECT_EQ(c.list, wide_paths({"delta", "base.vmdk"}));
+}
+
+TEST_F(VmdkCheck, ReplacedFolderIsNotTriedBeforeTheNextPass) {
+    save("delta", file(2, 1, "/no such folder/base.vmdk"));
+    const check c = run({"delta"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, depends("delta", path("base.vmdk")) + cant_be_opened("base.vmdk"));
+    EXPECT_EQ(c.list, wide_paths({"delta", "base.vmdk"}));
+}
+
+TEST_F(VmdkCheck, HintWithAFolderThatIsThereIsTakenAsItIs) {
+    const temp_dir elsewhere;
+    file(1, none).save(elsewhere.file("base.vmdk"));
+    save("delta", file(2, 1, elsewhere.file("base.vmdk")));
+    const check c = run({"delta"});
+    EXPECT_EQ(c.text, depends("delta", elsewhere.file("base.vmdk")));
+    EXPECT_EQ(c.list.back(), widened(elsewhere.file("base.vmdk")));
+}
+
+TEST_F(VmdkCheck, EncodingTellsTheSeparatorOfTheHint) {
+    save("base.vmdk", file(1, none));
+    const std::string hint = "C:\\vm\\base.vmdk";
+    save("windows", file(2, 1, hint).line("encoding=\"windows-1252\""));
+    check c = run({"windows"});
+    EXPECT_EQ(c.text, depends("windows", path("base.vmdk")));
+    EXPECT_EQ(c.list, wide_paths({"windows", "base.vmdk"}));
+
+    // Otherwise a backslash is part of a name, and that file is not beside the delta.
+    save("capital", file(2, 1, hint).line("encoding=\"Windows-1252\""));
+    EXPECT_EQ(run({"capital"}).text, missing_parent);
+    save("none", file(2, 1, hint));
+    EXPECT_EQ(run({"none"}).text, missing_parent);
+    // And with it, a slash does not make a folder.
+    save("slash", file(2, 1, "vm/base.vmdk").line("encoding=\"windows-1252\""));
+    EXPECT_EQ(run({"slash"}).text, missing_parent);
+}
+
+TEST_F(VmdkCheck, PrefixIsTheFolderOfTheFirstFileThatHasOne) {
+    const temp_dir elsewhere;
+    save("other base", file(9, none));
+    save("base.vmdk", file(1, none));
+    // The child has the lowest CID, so that no base is known when it is met.
+    file(0, 1, "base.vmdk").save(elsewhere.file("delta"));
+    const check c = ::run({widened(path("other base")), widened(elsewhere.file("delta"))});
+    EXPECT_EQ(c.list.back(), widened(path("base.vmdk")));
+    EXPECT_EQ(c.text, "=> vmdk file: " + elsewhere.file("delta") +
+                          "\n depends on parent vmdk \"base.vmdk\"\n");
+}
+
+TEST_F(VmdkCheck, QuotesAreNoPartOfAPath) {
+    save("base.vmdk", file(1, none));
+    save("delta", file(2, 1).line("parentFileNameHint=ba\"se.vm\"dk"));
+    const check c = run({"delta"});
+    EXPECT_EQ(c.list, wide_paths({"delta", "base.vmdk"}));
+    EXPECT_EQ(c.text,
+              "=> vmdk file: " + path("delta") + "\n depends on parent vmdk ba\"se.vm\"dk\n");
+}
+
+TEST_F(VmdkCheck, HintIsUtf8) {
+    const std::string name =
+        "Gr\xC3\xB6\xC3\x9F"
+        "e.vmdk";
+    save(name, file(1, none));
+    save("delta", file(2, 1, name));
+    const check c = run({"delta"});
+    EXPECT_EQ(c.text, depends("delta", name));
+    EXPECT_EQ(c.list.back(), widened(dir.path()) + L"/Größe.vmdk");
+}
+
+TEST_F(VmdkCheck, FileThatIsItsOwnParentAborts) {
+    save("ring", file(5, 5, "ring"));
+    check c = run({"ring"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, cid_errors);
+    EXPECT_EQ(c.list, wide_paths({"ring"}));
+
+    save("base", file(1, none));
+    EXPECT_EQ(run({"base", "ring"}).text, cid_errors);
+}
+
+TEST_F(VmdkCheck, FileWithoutCidsIsItsOwnParent) {
+    save("bare", file(1, none).descriptor("# Disk DescriptorFile\n"));
+    EXPECT_EQ(run({"bare"}).text, cid_errors);
+    save("empty", file(1, none).descriptor("CID=\nparentCID=\n"));
+    EXPECT_EQ(run({"empty"}).text, cid_errors);
+}
+
+TEST_F(VmdkCheck, BaseWhoseCidIsTheMarkIsNoRing) {
+    save("base", file(none, none));
+    EXPECT_TRUE(run({"base"}).result);
+}
+
+TEST_F(VmdkCheck, OrphanBeforeTheRingIsMetFirst) {
+    save("orphan", file(1, 7, "gone"));
+    save("ring", file(5, 5, "ring"));
+    EXPECT_EQ(run({"ring", "orphan"}).text, missing_parent);
+}
+
+TEST_F(VmdkCheck, RingOfTwoHasNoBase) {
+    save("a", file(1, 2, "b"));
+    save("b", file(2, 1, "a"));
+    const check c = run({"a", "b"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, "");
+}
+
+TEST_F(VmdkCheck, CapitalLettersAreNoMarkOfABase) {
+    save("disk", file(1, 1).descriptor("CID=1\nparentCID=FFFFFFFF\nparentFileNameHint=\"gone\"\n"));
+    EXPECT_EQ(run({"disk"}).text, missing_parent);
+}
+
+TEST_F(VmdkCheck, BaseIsTheParentIfItsNameHoldsTheHint) {
+    save("base.vmdk", file(1, none));
+    save("delta", file(2, 7, "base.vmdk"));  // another CID
+    const check c = run({"base.vmdk", "delta"});
+    EXPECT_TRUE(c.result);
+    EXPECT_EQ(c.text, "");
+}
+
+TEST_F(VmdkCheck, OnlyTheBaseIsLookedAtOnceItIsKnown) {
+    save("base", file(1, none));
+    save("middle.vmdk", file(3, 1, "base"));
+    save("delta", file(2, 7, "middle.vmdk"));
+    const check c = run({"base", "middle.vmdk", "delta"});
+    EXPECT_FALSE(c.result);
+    // The parent opens, but it is in the list already.
+    EXPECT_EQ(c.text, depends("delta", "middle.vmdk"));
+    EXPECT_EQ(c.list, wide_paths({"base", "middle.vmdk", "delta"}));
+}
+
+TEST_F(VmdkCheck, AnyNameCountsWhileNoBaseIsKnown) {
+    save("base.vmdk", file(9, none));  // its CID comes last
+    save("delta", file(2, 7, "base.vmdk"));
+    const check c = run({"base.vmdk", "delta"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, "");
+    EXPECT_EQ(c.list, wide_paths({"base.vmdk", "delta"}));
+}
+
+TEST_F(VmdkCheck, EmptyHintIsPartOfEveryName) {
+    save("base", file(1, none));
+    save("delta", file(2, 7));
+    EXPECT_TRUE(run({"base", "delta"}).result);
+
+    save("late base", file(9, none));
+    const check c = run({"late base", "delta"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, "");
+
+    save("malformed", file(2, 7, "\xFF"));
+    EXPECT_TRUE(run({"base", "malformed"}).result);
+}
+
+TEST_F(VmdkCheck, EmptyHintOfALoneFileDependsOnTheFolder) {
+    save("delta", file(2, 7));
+    const check c = run({"delta"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, "=> vmdk file: " + path("delta") + "\n depends on parent vmdk \n" +
+                          cant_be_opened(""));
+    EXPECT_EQ(c.list, wide_paths({"delta", ""}));
+}
+
+TEST_F(VmdkCheck, MalformedHintWithAFolderIsAnEmptyPath) {
+    save("delta", file(2, 7, "folder/\xFF"));
+    const check c = run({"delta"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, depends("delta", "folder/\xFF") + " can't be opened\n");
+    EXPECT_EQ(c.list.back(), L"");
+}
+
+TEST_F(VmdkCheck, ParentWithAnotherCidIsAddedOnce) {
+    save("base", file(1, none));
+    save("parent.vmdk", file(8, none));
+    save("delta", file(2, 7, "parent.vmdk"));
+    const check c = run({"base", "delta"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, depends("delta", "parent.vmdk") + depends("delta", "parent.vmdk"));
+    EXPECT_EQ(c.list, wide_paths({"base", "delta", "parent.vmdk"}));
+}
+
+TEST_F(VmdkCheck, FilesWithoutAFolderHaveNoPrefix) {
+    save("base.vmdk", file(1, none));
+    save("delta", file(2, 1, "base.vmdk"));
+    save("lost", file(2, 1, "/no such folder/base.vmdk"));
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(dir.path());
+    const check found = ::run({L"delta"});
+    const check lost = ::run({L"lost"});
+    std::filesystem::current_path(before);
+    EXPECT_EQ(found.text, "=> vmdk file: delta\n depends on parent vmdk \"base.vmdk\"\n");
+    EXPECT_EQ(found.list, (std::vector<std::wstring>{L"delta", L"base.vmdk"}));
+    EXPECT_EQ(lost.text, missing_parent);
+}
+
+TEST_F(VmdkCheck, AllFilesAreClosedAgain) {
+    const auto open_files = [] {
+        std::size_t count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            count += entry.path().empty() ? 0u : 1u;
+        }
+        return count;
+    };
+    save("a", file(1, none));
+    save("b", file(2, 1, "a"));
+    const std::size_t before = open_files();
+    run({"b"});
+    run({"a", "a", "b"});
+    run({"a", "missing"});
+    EXPECT_EQ(open_files(), before);
+}
+
+}  // namespace
