@@ -25,34 +25,65 @@ struct match {
     std::size_t distance = 0, length = 0;
 };
 
-// The longest earlier occurrence of what stands at `place`; it may overlap its own copy.
-match longest_match(std::span<const std::uint8_t> chunk, std::size_t place) {
-    const unsigned bits = displacement_bits(place);
-    const std::size_t farthest = std::min(place, std::size_t{1} << bits);
-    const std::size_t longest =
-        std::min(chunk.size() - place, (std::size_t{1} << (16 - bits)) - 1 + 3);
-    match best;
-    for (std::size_t distance = 1; distance <= farthest && best.length < longest; ++distance) {
-        std::size_t length = 0;
-        while (length < longest && chunk[place + length] == chunk[place + length - distance]) {
-            ++length;
+// Finds earlier occurrences within a chunk. Places are to be asked for in ascending order.
+class match_finder {
+public:
+    explicit match_finder(std::span<const std::uint8_t> chunk)
+        : m_chunk(chunk), m_latest(65536, nowhere), m_earlier(chunk.size(), nowhere) {}
+
+    // The longest occurrence of what stands at `place`; it may overlap its own copy.
+    match longest(std::size_t place) {
+        learn(place);
+        const unsigned bits = displacement_bits(place);
+        const std::size_t farthest = std::size_t{1} << bits;
+        const std::size_t longest =
+            std::min(m_chunk.size() - place, (std::size_t{1} << (16 - bits)) - 1 + 3);
+        match best;
+        std::size_t at = m_chunk.size() - place < 3 ? nowhere : m_latest[first_two(place)];
+        for (; at != nowhere && place - at <= farthest; at = m_earlier[at]) {
+            const auto there = m_chunk.begin() + static_cast<std::ptrdiff_t>(at);
+            const auto here = m_chunk.begin() + static_cast<std::ptrdiff_t>(place);
+            const auto end = here + static_cast<std::ptrdiff_t>(longest);
+            const auto length =
+                static_cast<std::size_t>(std::mismatch(here, end, there).first - here);
+            if (length > best.length) {
+                best = {place - at, length};
+            }
         }
-        if (length > best.length) {
-            best = {distance, length};
+        return best;
+    }
+
+private:
+    static constexpr std::size_t nowhere = ~std::size_t{0};
+
+    std::size_t first_two(std::size_t place) const {
+        return static_cast<std::size_t>(m_chunk[place] << 8 | m_chunk[place + 1]);
+    }
+
+    // Chains all places ahead of `place` by their first two bytes, the latest one first.
+    void learn(std::size_t place) {
+        for (; m_learnt < place && m_learnt + 1 < m_chunk.size(); ++m_learnt) {
+            std::size_t& latest = m_latest[first_two(m_learnt)];
+            m_earlier[m_learnt] = latest;
+            latest = m_learnt;
         }
     }
-    return best;
-}
+
+    std::span<const std::uint8_t> m_chunk;
+    std::vector<std::size_t> m_latest, m_earlier;
+    std::size_t m_learnt = 0;
+};
 
 // The groups of a chunk: each a flag byte, then eight literals or tokens.
 bytes tokens_of(std::span<const std::uint8_t> chunk, bool with_matches) {
     bytes out;
+    match_finder finder(chunk);
     std::size_t place = 0;
     while (place < chunk.size()) {
         const std::size_t flags_at = out.size();
         out.push_back(0);
         for (unsigned item = 0; item < 8 && place < chunk.size(); ++item) {
-            const match found = with_matches && place > 0 ? longest_match(chunk, place) : match{};
+            const match found = with_matches ? finder.longest(place) : match{};
             if (found.length < 3) {
                 out.push_back(chunk[place++]);
                 continue;

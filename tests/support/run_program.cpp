@@ -8,7 +8,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 
@@ -151,6 +153,18 @@ program_result run_program(const std::string& program, const std::vector<std::st
     }
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     return result;
+}
+
+std::string find_program(const std::string& name) {
+    const char* path = ::getenv("PATH");
+    std::istringstream directories(std::string(path != nullptr ? path : "") + ":/usr/sbin:/sbin");
+    for (std::string directory; std::getline(directories, directory, ':');) {
+        const std::string candidate = directory + "/" + name;
+        if (!directory.empty() && ::access(candidate.c_str(), X_OK) == 0) {
+            return candidate;
+        }
+    }
+    return {};
 }
 
 }  // namespace support

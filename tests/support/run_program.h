@@ -27,4 +27,8 @@ struct program_options {
 program_result run_program(const std::string& program, const std::vector<std::string>& arguments,
                            const program_options& options = {});
 
+// The path of a program by its name, looked for in $PATH, /usr/sbin and /sbin; empty when there is
+// none.
+std::string find_program(const std::string& name);
+
 }  // namespace support
