@@ -11,6 +11,7 @@
 #include "support/byte_image.h"
 #include "support/partition_image.h"
 #include "support/temp_dir.h"
+#include "support/vmdk_image.h"
 
 namespace {
 
@@ -131,6 +132,44 @@ TEST(CheckVmdkList, FilesThatMakeNoChainAreTold) {
     EXPECT_FALSE(c.result);
     EXPECT_FALSE(c.found_ntfs);
     EXPECT_EQ(c.text, "invalid disk collection of snaps \n");
+}
+
+TEST(CheckVmdkList, SelectionLeavesTheOffsetOfTheLastNtfsPartition) {
+    const temp_dir dir;
+    byte_image disk(0x200000);
+    support::put_boot_record(disk, 0, {{7, 0x800, 0x100}, {7, 0xC00, 0x100}, {0x83, 0xF00, 5}});
+    const std::string path = support::vmdk_image().content(disk).save(dir.file("disk.vmdk"));
+    const check c = vmdk({widened(path)});
+    EXPECT_FALSE(c.result);
+    EXPECT_TRUE(c.found_ntfs);
+    EXPECT_EQ(c.offset, 0x180000u);
+    EXPECT_EQ(c.text,
+              "\n"
+              "volume offset [ 0x100000 ] : ntfs or exfat\n"
+              "volume offset [ 0x180000 ] : ntfs or exfat\n"
+              "volume offset [ 0x1e0000 ] : linux\n"
+              "\n"
+              "use option [-offset 0x180000]\n");
+}
+
+TEST(CheckVmdkList, CompressedGrainsShowNoPartitions) {
+    const temp_dir dir;
+    // A stream-optimised file opens; what its grains hold is not decompressed.
+    const std::string path = support::vmdk_image({.flags = 0x30001})
+                                 .grain(0, support::pattern(65536))
+                                 .put(77, 1, 2)
+                                 .save(dir.file("stream.vmdk"));
+    EXPECT_EQ(vmdk({widened(path)}).text, "couldn't find any partitions on disk\n");
+}
+
+TEST(CheckVmdkList, BareVolumeIsAccepted) {
+    const temp_dir dir;
+    const std::string path = support::vmdk_image()
+                                 .content(ntfs_boot_sector({.total_sectors = 8}).resize(0x10000))
+                                 .save(dir.file("bare.vmdk"));
+    const check c = vmdk({widened(path)});
+    EXPECT_TRUE(c.result);
+    EXPECT_EQ(c.text, "");
 }
 
 }  // namespace
