@@ -120,11 +120,9 @@ bool parse_u64(const std::string& text, std::uint64_t& out) {
     std::string copy = lowered_and_trimmed(text);
     if (copy.empty() || copy.size() > max_text || !drop_leading_blanks(copy)) return false;
 
-    const std::size_t hex_at = copy.size() > 2 && copy[1] == 'x' ? 2 : copy[0] == 'x' ? 1 : 0;
-    if (hex_at != 0) {
-        if (copy.size() - hex_at > max_hex) return false;
-        return read_by_stream(copy.substr(hex_at), std::hex, out);
-    }
+    if (copy.size() > 2 && copy[1] == 'x')
+        return copy.size() - 2 <= max_hex && read_by_stream(copy.substr(2), std::hex, out);
+    if (copy[0] == 'x') return read_by_stream(copy.substr(1), std::hex, out);
     if (copy[0] == 'o')
         return copy.size() <= max_octal && read_by_stream(copy.substr(1), std::oct, out);
     return copy.size() <= max_decimal && read_by_stream(copy, std::dec, out);

@@ -26,8 +26,9 @@ bool parse_count(const std::string& text, std::uint32_t& out);
 bool parse_u32_any(const std::string& text, std::uint32_t& out);
 
 // Leading blanks are skipped, a blank behind a digit fails. At most 31 characters; "x" second (of
-// more than two) or first: hexadecimal of at most 16 digits; "o" first: octal, at most 23
-// characters; else decimal, at most 20 characters. False when the text is none of these.
+// more than two): hexadecimal of at most 16 digits; "x" first: hexadecimal; "o" first: octal, at
+// most 23 characters; else decimal, at most 20 characters. False when the text is none of these or
+// doesn't fit.
 bool parse_u64(const std::string& text, std::uint64_t& out);
 
 }  // namespace ql

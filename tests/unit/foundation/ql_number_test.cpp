@@ -60,7 +60,8 @@ TEST(ParseNumber, ReadsHexadecimalBehindTheFirstXAnywhere) {
 
 TEST(ParseNumber, ReadsOctalBehindTheFirstOElse) {
     const number_case<std::uint64_t> cases[] = {
-        {"o17", 15}, {"12o7", 7}, {"0O10", 8}, {"foo", 0}, {"o", 0}, {"o8", 0}, {"o189", 1},
+        {"o17", 15}, {"12o7", 7}, {"0O10", 8}, {"foo", 0},
+        {"o", 0},    {"o8", 0},   {"o189", 1}, {"o7o5", 7},
     };
     expect_numbers(ql::parse_number, cases);
 }
@@ -206,7 +207,7 @@ TEST(ParseU64, RefusesWhatIsTooLongOrBroken) {
         "18446744073709551616",              // does not fit
         "000000000000000000001",             // 21 characters
         "0x00000000000000001",               // 17 digits
-        "x00000000000000001",                //
+        "x10000000000000000",                // does not fit
         "o00000000000000000000001",          // 24 characters
         "00000000000000000000000000000001",  // 32 characters
     };
@@ -220,9 +221,10 @@ TEST(ParseU64, RefusesWhatIsTooLongOrBroken) {
 
 TEST(ParseU64, TakesTheLongestTextsThatFit) {
     const number_case<std::uint64_t> cases[] = {
-        {"00000000000000000001", 1},     // 20 characters
-        {"0x0000000000000001", 1},       // 16 digits
-        {"o0000000000000000000001", 1},  // 23 characters
+        {"00000000000000000001", 1},             // 20 characters
+        {"0x0000000000000001", 1},               // 16 digits
+        {"x000000000000000000000000000001", 1},  // 31 characters
+        {"o0000000000000000000001", 1},          // 23 characters
     };
     expect_numbers(ql::parse_u64, cases);
 }

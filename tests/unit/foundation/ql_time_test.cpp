@@ -267,7 +267,9 @@ TEST(ParseDateStyle, CompilesDateFormats) {
         {"yyyy-mmm-dd", '-', 0x85, true},
         {"yyyy/mm-dd", '/', 0x86, true},
         {"yyyy mm-dd", '-', 0x86, true},
-        {"yy-dd-mm", '-', 0x0A, true},  // an order that nobody knows
+        {"mmddmmm yy", ' ', 0x29, true},  // the month is the "mmm"
+        {"yymmddyyyy", 0, 0x46, true},    // the year is the "yyyy"
+        {"yy-dd-mm", '-', 0x0A, true},    // an order that nobody knows
         {"dd-yy-mm", '-', 0x0A, true},
         {"mm-yy-dd", '-', 0x0A, true},
         {"xx/yy/zz", '/', 0x00, false},  // no month
@@ -423,9 +425,11 @@ TEST(FormatDateTime, ReadsTheDateFormatItself) {
         {"mmm-dd, yyyy", "Mar-04-2021"},  // separator isn't a blank
         {"dd mmm, yyyy", "04 Mar 2021"},  // day first
         {"yyyy mm dd,", "2021 03 04,"},
-        {"mm-dd", "03/04/2021"},    // without a year
-        {"yyyy-mm", "03/04/2021"},  // without a day
-        {"yy dd", "03/04/21"},      // without a month
+        {"mmddmmm yy", "Mar 04 21"},  // the month stands where the first "mm" does
+        {"yymmddyyyy", "20210304"},   // the year stands where the first "yy" does
+        {"mm-dd", "03/04/2021"},      // without a year
+        {"yyyy-mm", "03/04/2021"},    // without a day
+        {"yy dd", "03/04/21"},        // without a month
         {"mmm-yy", "Mar/04/21"},
         {"abc", "03/04/2021"},
         {"", ""},
