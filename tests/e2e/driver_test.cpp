@@ -327,6 +327,42 @@ TEST_F(Driver, FormsOfTheVocabularyAreTextOtherwise) {
     }
 }
 
+TEST_F(Driver, AllDatesMakeCsvWithTheSeparatorThatIsThere) {
+    const struct {
+        words options;
+        std::string separator;
+    } cases[] = {
+        {{}, " | "},
+        {{"-csv"}, ","},
+        {{"-csvgen"}, ","},
+        {{"-bodyfile"}, "|"},
+        {{"-csvl2t"}, ","},
+        {{"-multiline"}, ""},
+        {{"-no_whitespace"}, "|"},
+        {{"-csv_separator", "tab"}, "\t"},
+    };
+    for (const auto& c : cases) {
+        words arguments = {"\\docs", "-image", m_image, "-alldates"};
+        arguments.insert(arguments.end(), c.options.begin(), c.options.end());
+        const whole_run run(arguments);
+        const std::string start = run.head() + "type" + c.separator + "filename" + c.separator;
+        EXPECT_EQ(run.out().substr(0, start.size()), start);
+        EXPECT_NE(run.out().find("\ndir" + c.separator + "\\docs\\" + c.separator),
+                  std::string::npos)
+            << run.out();
+    }
+}
+
+TEST_F(Driver, FormsThatClearXmlMakeNoFile) {
+    const std::string xml = m_dir.file("out.xml");
+    for (const char* form : {"-csvgen", "-csvl2t", "-bodyfile", "-multiline"}) {
+        const bool text = std::string(form) == "-csvgen" || std::string(form) == "-multiline";
+        whole_run({"\\docs", "-xml", xml, form, "-image", m_image})
+            .expect(0, text ? docs_rows() : "", terminal_clearing);
+        EXPECT_FALSE(support::file_exists(xml));
+    }
+}
+
 TEST_F(Driver, CsvGoesBeforeXmlAndMakesNoFile) {
     const std::string xml = m_dir.file("out.xml");
     const whole_run csv({"\\docs", "-xml", xml, "-csv", "-image", m_image});
