@@ -16,7 +16,7 @@ constexpr std::uint64_t round_up(std::uint64_t value, std::uint64_t to) {
 
 inline void append(bytes& out, std::uint64_t value, std::size_t width) {
     for (std::size_t i = 0; i < width; ++i) {
-        out.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+        out.push_back(i < 8 ? static_cast<std::uint8_t>(value >> (8 * i)) : std::uint8_t{0});
     }
 }
 
