@@ -507,7 +507,7 @@ TEST(VmdkDamage, TablesThatOverlapAreBoundedInAll) {
     // A directory of 64 KiB, whose 16384 entries all lead to other tables, each as long as the
     // file.
     constexpr std::uint64_t directory = 64, directory_sectors = 128, entries = 16384;
-    byte_image content(64ull << 20);
+    byte_image content(24ull << 20);
     content.put_text(0, "KDMV").put(capacity_at, 1 << 20, 8).put(grain_size_at, 8, 8);
     content.put(table_entries_at, 0xFFFFFFFF, 4).put(directory_at, directory, 8);
     content.put(overhead_at, content.size() / 512, 8);
@@ -558,7 +558,7 @@ TEST(VmdkDamage, EveryPrefixOfAFileIsOpenedWithoutHarm) {
         ASSERT_EQ(::truncate(path.c_str(), static_cast<off_t>(size)), 0);
         vmdk_extent extent;
         EXPECT_EQ(extent.open(widened(path), false), size >= overhead) << size;
-        for (const std::uint64_t grain : {0, 1, 2, 130}) {
+        for (const std::uint64_t grain : {0u, 1u, 2u, 130u}) {
             bytes buffer(grain_size);
             std::uint32_t count = grain_size;
             const bool stored = image.grain_sector(grain) != 0;
