@@ -24,9 +24,9 @@ struct NTFS_DATA {
     std::uint32_t resident_size = 0;  // bytes
     std::uint32_t attrib_type = 0;
     std::string name;
-    std::uint64_t run_offset = 0;         // bytes from the start of the attribute
-    std::vector<std::uint8_t> raw;        // the element's bytes, header first
-    std::vector<std::uint8_t> raw_next;   // the three bytes behind it, when there are any
+    std::uint64_t run_offset = 0;        // bytes from the start of the attribute
+    std::vector<std::uint8_t> raw;       // the element's bytes, header first
+    std::vector<std::uint8_t> raw_next;  // the three bytes behind it, when there are any
 };
 
 // The compact form of one run.

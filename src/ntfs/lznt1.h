@@ -9,12 +9,12 @@
 
 // Bits of the read status that data reading and decompression share.
 namespace read_status {
-constexpr std::uint64_t skip_sparse = 1u << 0;   // in: leave sparse runs out
-constexpr std::uint64_t sparse_seen = 1u << 1;   // out: a sparse cluster was filled with zeros
-constexpr std::uint64_t always = 1u << 3;        // out
-constexpr std::uint64_t aligned = 1u << 4;       // out: first VCN is a multiple of 65536
-constexpr std::uint64_t whole_unit = 1u << 5;    // out: aligned and exactly 16 clusters
-constexpr std::uint64_t to_stream = 1u << 12;    // set by the compressed reader
+constexpr std::uint64_t skip_sparse = 1u << 0;  // in: leave sparse runs out
+constexpr std::uint64_t sparse_seen = 1u << 1;  // out: a sparse cluster was filled with zeros
+constexpr std::uint64_t always = 1u << 3;       // out
+constexpr std::uint64_t aligned = 1u << 4;      // out: first VCN is a multiple of 65536
+constexpr std::uint64_t whole_unit = 1u << 5;   // out: aligned and exactly 16 clusters
+constexpr std::uint64_t to_stream = 1u << 12;   // set by the compressed reader
 }  // namespace read_status
 
 // Expands one chunk: the `source_size` bytes at the start of `source`, which goes on to the end of
@@ -22,7 +22,9 @@ constexpr std::uint64_t to_stream = 1u << 12;    // set by the compressed reader
 //
 // target_size  in: room in `target`; out: `plain_size`, however many bytes came out, or 0 on a
 //              token that points in front of the chunk
-// False for an empty target, a `plain_size` above 16384 or such a token.
+// False for a null source, an empty target, a `plain_size` above 16384 or such a token. What the
+// chunk does not produce stays in `target` as it was, unless the source has fewer than 9 bytes:
+// then the first `plain_size` bytes are cleared ahead.
 bool lznt1_chunk(ql::bytes source, std::int32_t source_size, std::span<std::uint8_t> target,
                  std::int32_t& target_size, std::int32_t plain_size);
 
