@@ -134,7 +134,7 @@ bool CNtfs::categorize_entry(NTFS_ENTRY_STORE& store, mft_entries_ctx& ctx, std:
     if (ctx.record_size == 0) ctx.record_size = get_mft_record_size();
     ctx.bytes_per_sector = get_bytes_per_sector();
 
-    attrib_pass pass(*this, ctx.record_size, {keep_values, true, &ctx});
+    attrib_pass pass(*this, ctx.record_size, {.keep_values = keep_values, .trace = &ctx});
     if (!pass.run(inode)) return false;
 
     const file_record head{pass.base_record()};
@@ -155,6 +155,6 @@ bool CNtfs::categorize_entry(NTFS_ENTRY_STORE& store, mft_entries_ctx& ctx, std:
         store.attributes.emplace(key, attrib_item(kept, keep_values));
     }
     store.seen_unnamed_data = pass.seen_unnamed_data();
-    store.record_bytes = pass.take_base_record();
+    store.record_bytes.assign(head.record.begin(), head.record.end());
     return true;
 }

@@ -86,10 +86,9 @@ void kept_names::add(const record_attrib& attribute, std::uint64_t inode) {
 }
 
 bool attrib_pass::run(std::uint64_t inode) {
-    m_inode = inode;
-    const fetched result = fetch(inode, m_base);
+    const fetched result = fetch(inode, m_record);
     if (result == fetched::usable) {
-        walk_base();
+        run(inode, m_record);
         return true;
     }
     if (m_options.trace != nullptr) {
@@ -97,6 +96,12 @@ bool attrib_pass::run(std::uint64_t inode) {
                               static_cast<unsigned long long>(inode));
     }
     return false;
+}
+
+void attrib_pass::run(std::uint64_t inode, ql::bytes record) {
+    m_inode = inode;
+    m_base = record;
+    walk_base();
 }
 
 // Reads one record by the runs of $MFT, entry 0 as well, and undoes its update sequence. What the
@@ -144,12 +149,12 @@ bool attrib_pass::take(const record_attrib& attribute) {
 
     switch (attribute.type()) {
         case attrib_type::standard_information:
-            m_std_infos.emplace(attribute.id(), attribute);
+            if (m_options.with_names) m_std_infos.emplace(attribute.id(), attribute);
             break;
         case attrib_type::attribute_list:
             break;
         case attrib_type::file_name:
-            m_file_names.add(attribute, m_inode);
+            if (m_options.with_names) m_file_names.add(attribute, m_inode);
             break;
         case attrib_type::data:
             take_data(attribute);

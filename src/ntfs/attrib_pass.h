@@ -11,7 +11,6 @@
 #include <memory_resource>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "ntfs/data_run_list.h"
@@ -20,12 +19,14 @@
 
 class CNtfs;
 
-// What a pass does with the bodies of attributes.
+// What a pass does with the attributes it finds.
 struct attrib_pass_options {
     // Resident attributes with a value are never joined with another one of their key.
     bool keep_values = true;
     // Run lists are decoded, and those of joined attributes merged.
     bool with_runs = true;
+    // $STANDARD_INFORMATION and $FILE_NAME attributes are kept.
+    bool with_names = true;
     // Where reasons are traced; null for nowhere.
     cmd_params* trace = nullptr;
 };
@@ -69,11 +70,11 @@ public:
     // tells why. An extension record that can't be used is left out, and a damaged attribute ends
     // the walk of its record; neither is a failure.
     bool run(std::uint64_t inode);
+    // The same for an entry whose base record was read already; `record` must outlive the pass.
+    void run(std::uint64_t inode, ql::bytes record);
 
     // The base record, update sequence applied.
     ql::bytes base_record() const { return m_base; }
-    // Hands the bytes of the base record over. What was found stays usable while they live.
-    std::vector<std::uint8_t> take_base_record() { return std::move(m_base); }
 
     // $STANDARD_INFORMATION attributes by attribute id.
     const std::pmr::map<std::uint16_t, record_attrib>& std_infos() const { return m_std_infos; }
@@ -103,7 +104,8 @@ private:
     const attrib_pass_options m_options;
     std::uint64_t m_inode = 0;
     bool m_seen_unnamed_data = false;
-    std::vector<std::uint8_t> m_base;
+    std::vector<std::uint8_t> m_record;  // what run read
+    ql::bytes m_base;
     std::map<std::uint64_t, std::vector<std::uint8_t>> m_extensions;  // by entry number
     std::vector<record_attrib> m_lists;                               // of the base record
 

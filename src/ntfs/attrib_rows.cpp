@@ -17,13 +17,13 @@ void put(NTFS_ATTRIB_ROW& row, std::size_t at, std::uint64_t value, std::size_t 
 class row_writer {
 public:
     row_writer(std::vector<NTFS_ATTRIB_ROW>& rows, const attrib_pass& pass, std::uint64_t inode,
-               std::uint32_t record_size, bool with_contents)
+               std::uint32_t record_size, bool with_values)
         : m_rows(rows),
           m_head{pass.base_record()},
           m_inode(inode),
           m_file_ref(entry_of(inode) | std::uint64_t{m_head.sequence_number()} << 48),
           m_record_size(record_size),
-          m_with_contents(with_contents) {}
+          m_with_values(with_values) {}
 
     void add_head();
     void add_std_info(const record_attrib& attribute);
@@ -40,7 +40,7 @@ private:
     const std::uint64_t m_inode;
     const std::uint64_t m_file_ref;
     const std::uint32_t m_record_size;
-    const bool m_with_contents;
+    const bool m_with_values;
 };
 
 NTFS_ATTRIB_ROW& row_writer::add(std::uint32_t type, std::uint16_t id) {
@@ -120,7 +120,7 @@ void row_writer::fill_resident(NTFS_ATTRIB_ROW& row, const record_attrib& attrib
     } else {
         put(row, 0, length, 4);
     }
-    if (m_with_contents && length < m_record_size) {
+    if (m_with_values && length < m_record_size) {
         row.value.reserve(length);
         row.value.assign(value.begin(), value.end());
         row.value.resize(length);  // what lies behind the record is zero
@@ -130,21 +130,40 @@ void row_writer::fill_resident(NTFS_ATTRIB_ROW& row, const record_attrib& attrib
 
 }  // namespace
 
-bool CNtfs::get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows,
-                            bool with_contents) {
+bool CNtfs::get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows) {
     rows.clear();
     if (!is_open()) return false;
     const std::uint32_t record_size = get_mft_record_size();
-    attrib_pass pass(*this, record_size, {true, with_contents, nullptr});
+    attrib_pass pass(*this, record_size, {});
     if (!pass.run(inode)) return false;
 
-    rows.reserve(8);
-    row_writer writer(rows, pass, inode, record_size, with_contents);
+    row_writer writer(rows, pass, inode, record_size, true);
     writer.add_head();
     for (const auto& info : pass.std_infos())
         writer.add_std_info(info.second);
     pass.file_names().for_each(
         [&writer](const record_attrib& attribute) { writer.add_file_name(attribute); });
+    for (const auto& kept : pass.attributes())
+        writer.add_attribute(kept.second);
+    return true;
+}
+
+bool CNtfs::get_listing_rows(std::uint64_t inode, ql::bytes record, std::uint64_t position,
+                             std::vector<NTFS_ATTRIB_ROW>& rows) {
+    rows.clear();
+    if (!is_open()) return false;
+    const std::uint32_t record_size = get_mft_record_size();
+    attrib_pass pass(*this, record_size, {.with_runs = false, .with_names = false});
+    // A record that was read in part had only that part of its update sequence applied, and entry 0
+    // may have been read in another place.
+    const bool is_same = record.size() == record_size && position == get_file_pos_for_inode(inode);
+    if (is_same) {
+        pass.run(inode, record);
+    } else if (!pass.run(inode)) {
+        return false;
+    }
+
+    row_writer writer(rows, pass, inode, record_size, false);
     for (const auto& kept : pass.attributes())
         writer.add_attribute(kept.second);
     return true;

@@ -107,10 +107,14 @@ public:
     bool categorize_entry(NTFS_ENTRY_STORE& store, mft_entries_ctx& ctx, std::uint64_t inode,
                           bool keep_values);
     // The entry as flat rows: record head, 0x10 rows, 0x30 rows, then all other attributes by id.
-    // Without `with_contents` the rows have neither runs nor values, which a listing that only
-    // shows sizes saves itself. False, with no rows, when the record can't be used.
-    bool get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows,
-                         bool with_contents = true);
+    // False, with no rows, when the record can't be used.
+    bool get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows);
+    // What a listing shows of get_attrib_rows: the rows behind those of types 0x10 and 0x30,
+    // without runs and values. `record` and `position` are what read_file_record read of the entry,
+    // as many bytes as it said, and where: it is not read once more where that would give the same
+    // bytes.
+    bool get_listing_rows(std::uint64_t inode, ql::bytes record, std::uint64_t position,
+                          std::vector<NTFS_ATTRIB_ROW>& rows);
     // The $FILE_NAME attributes of `record` and of its extension records. DOS names are left out
     // unless `all_namespaces`; names under another parent than `parent_filter` are left out unless
     // that is no_parent_filter. True when the map is not empty.
@@ -127,12 +131,17 @@ public:
     // empty target or list, or when nothing was read.
     bool read_attrib_bytes(const data_run_list& runs, std::uint64_t offset,
                            std::span<std::uint8_t> target, std::int64_t& size, bool skip_sparse);
+    // The same with `status`, bits of read_status, in and out. Reads whole clusters, holes as
+    // zeros; ends at the first cluster that no run covers, and at the first that can't be read.
+    // What is missing of a cluster at the end of the source is zero.
     bool read_runs_raw(const data_run_list& runs, std::uint64_t offset,
                        std::span<std::uint8_t> target, std::int64_t& size, std::uint64_t& status);
     // Writes the data of a row to `out`, decompressed when the attribute is compressed. `out2` is
     // only cleared. False without data.
     bool stream_attribute(const NTFS_ATTRIB_ROW& row, std::ostream& out, std::ostream& out2,
                           mft_entries_ctx& ctx);
+    // Writes `size` bytes of a compressed attribute, unit by unit. A unit that gives nothing ends
+    // the data. `allocated` bounds what is read of the last unit. False when nothing was written.
     bool stream_compressed(std::ostream& out, const data_run_list& runs, std::uint64_t size,
                            std::uint64_t allocated);
 

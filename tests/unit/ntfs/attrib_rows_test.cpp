@@ -17,11 +17,11 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 // The rows of entry 64 of a volume.
-std::vector<NTFS_ATTRIB_ROW> rows_of(const support::ntfs_image& image, bool with_contents = true) {
+std::vector<NTFS_ATTRIB_ROW> rows_of(const support::ntfs_image& image) {
     open_volume volume(image);
     EXPECT_TRUE(volume.opened);
     std::vector<NTFS_ATTRIB_ROW> rows;
-    EXPECT_TRUE(volume.ntfs.get_attrib_rows(64, rows, with_contents));
+    EXPECT_TRUE(volume.ntfs.get_attrib_rows(64, rows));
     return rows;
 }
 
@@ -394,37 +394,127 @@ TEST(AttribRows, NamedStreamUnderTheIdOfUnnamedDataHasNoRow) {
     EXPECT_THAT(rows[1].runs, SizeIs(1));
 }
 
-TEST(AttribRows, WithoutContentsOnlyRunsAndValuesAreMissing) {
+// The rows of an entry for a listing, with the record as a lister has it.
+std::vector<NTFS_ATTRIB_ROW> listing_rows_of(open_volume& volume, std::uint64_t inode) {
+    const std::vector<std::uint8_t> record = volume.record(inode);
+    std::vector<NTFS_ATTRIB_ROW> rows(2);
+    EXPECT_TRUE(volume.ntfs.get_listing_rows(inode, record,
+                                             volume.ntfs.get_file_pos_for_inode(inode), rows));
+    return rows;
+}
+
+// `listed` are those of `all` behind the rows of types 0x10 and 0x30, without runs and values.
+void expect_listed(const std::vector<NTFS_ATTRIB_ROW>& all,
+                   const std::vector<NTFS_ATTRIB_ROW>& listed) {
+    const auto is_listed = [](const NTFS_ATTRIB_ROW& row) {
+        return row.type != 272 && row.type != 0x10 && row.type != 0x30;
+    };
+    auto row = listed.begin();
+    for (const NTFS_ATTRIB_ROW& expected : all) {
+        if (!is_listed(expected)) continue;
+        ASSERT_NE(row, listed.end());
+        EXPECT_EQ(row->type, expected.type);
+        EXPECT_EQ(row->attrib_id, expected.attrib_id);
+        EXPECT_EQ(row->attrib_flags, expected.attrib_flags);
+        EXPECT_EQ(row->file_ref, expected.file_ref);
+        EXPECT_EQ(row->nonresident, expected.nonresident);
+        EXPECT_EQ(row->body, expected.body);
+        EXPECT_EQ(row->name, expected.name);
+        EXPECT_EQ(row->record_size, expected.record_size);
+        EXPECT_THAT(row->runs, IsEmpty());
+        EXPECT_THAT(row->value, IsEmpty());
+        ++row;
+    }
+    EXPECT_EQ(row, listed.end());
+}
+
+TEST(ListingRows, AreTheRowsBehindTheNames) {
     support::ntfs_image image;
-    image.entry(65).base(file_reference(64, 1)).data_runs({{100, 4}}, {.real = 3}).id(3);
-    image.entry(65).stream_runs(u"far", {{300, 1}}).id(4);
+    image.entry(65).base(file_reference(64, 1)).data_runs({{100, 4}}, {.real = 3}).id(13);
+    image.entry(65).stream_runs(u"far", {{300, 1}}).id(14);
+    image.entry(65).stream_runs(u"far too", {{301, 1}}).id(13);
     image.entry(64)
         .standard_information()
         .file_name(5, u"name")
-        .attribute_list({{.type = 0x80, .record = file_reference(65, 1), .id = 3},
-                         {.type = 0x80, .record = file_reference(65, 1), .id = 4}})
+        .attribute_list({{.type = 0x80, .record = file_reference(65, 1), .id = 13},
+                         {.type = 0x80, .record = file_reference(65, 1), .id = 14}})
         .data_runs({{200, 2}}, {.start_vcn = 4})
         .stream(u"near", "content")
         .object_id(support::pattern(16));
-    std::vector<NTFS_ATTRIB_ROW> full = rows_of(image, true);
-    const std::vector<NTFS_ATTRIB_ROW> lean = rows_of(image, false);
-    ASSERT_EQ(full.size(), lean.size());
-    bool saved = false;
-    for (std::size_t i = 0; i < full.size(); ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_THAT(lean[i].runs, IsEmpty());
-        EXPECT_THAT(lean[i].value, IsEmpty());
-        saved = saved || !full[i].runs.empty() || !full[i].value.empty();
-        EXPECT_EQ(full[i].type, lean[i].type);
-        EXPECT_EQ(full[i].attrib_id, lean[i].attrib_id);
-        EXPECT_EQ(full[i].attrib_flags, lean[i].attrib_flags);
-        EXPECT_EQ(full[i].file_ref, lean[i].file_ref);
-        EXPECT_EQ(full[i].nonresident, lean[i].nonresident);
-        EXPECT_EQ(full[i].body, lean[i].body);
-        EXPECT_EQ(full[i].name, lean[i].name);
-        EXPECT_EQ(full[i].file_name, lean[i].file_name);
-    }
-    EXPECT_TRUE(saved);
+    open_volume volume(image);
+    std::vector<NTFS_ATTRIB_ROW> all;
+    ASSERT_TRUE(volume.ntfs.get_attrib_rows(64, all));
+    ASSERT_THAT(all, SizeIs(8));
+    expect_listed(all, listing_rows_of(volume, 64));
+}
+
+TEST(ListingRows, RecordAtHandIsNotReadAgain) {
+    support::ntfs_image image;
+    image.entry(64).data("on disk");
+    open_volume volume(image);
+    support::record_builder other(64);
+    other.stream(u"at hand", "x").sequence(9);
+    std::vector<NTFS_ATTRIB_ROW> rows;
+    ASSERT_TRUE(
+        volume.ntfs.get_listing_rows(64, other.build_before_fixup(), image.record_pos(64), rows));
+    ASSERT_THAT(rows, SizeIs(1));
+    EXPECT_EQ(rows[0].name, "at hand");
+    EXPECT_EQ(rows[0].file_ref, file_reference(64, 9));
+}
+
+TEST(ListingRows, RecordIsReadWhereTheOneAtHandMayDiffer) {
+    support::ntfs_image image;
+    image.entry(64).stream(u"on disk", "x");
+    open_volume volume(image);
+    support::record_builder other(64);
+    other.data("at hand");
+    const support::bytes record = other.build_before_fixup();
+    std::vector<NTFS_ATTRIB_ROW> rows;
+    const std::uint64_t position = image.record_pos(64);
+    // A record that was read in part.
+    ASSERT_TRUE(volume.ntfs.get_listing_rows(64, ql::bytes(record).first(1023), position, rows));
+    ASSERT_THAT(rows, SizeIs(1));
+    EXPECT_EQ(rows[0].name, "on disk");
+    // A record from another place.
+    ASSERT_TRUE(volume.ntfs.get_listing_rows(64, record, position + 1024, rows));
+    ASSERT_THAT(rows, SizeIs(1));
+    EXPECT_EQ(rows[0].name, "on disk");
+    // A record of another size than the volume states.
+    volume.ntfs.m_mft_record_size = 512;
+    ASSERT_TRUE(volume.ntfs.get_listing_rows(64, record, position, rows));
+    ASSERT_THAT(rows, SizeIs(1));
+    EXPECT_EQ(rows[0].name, "on disk");
+}
+
+TEST(ListingRows, RecordCutByTheEndOfTheImageIsListedAsByAllRows) {
+    support::ntfs_image image;
+    image.entry(64).data("in front").id(1);
+    image.entry(64).stream(u"far", support::bytes(600, 0x77)).id(2);
+    image.truncate(image.record_pos(64) + 512);
+    open_volume volume(image);
+    ASSERT_TRUE(volume.opened);
+    std::vector<std::uint8_t> record(1024);
+    std::uint64_t position = 0;
+    std::int64_t size = 1024;
+    ASSERT_TRUE(volume.ntfs.read_file_record(64, record, position, size, false));
+    ASSERT_EQ(size, 512);
+    std::vector<NTFS_ATTRIB_ROW> all;
+    ASSERT_TRUE(volume.ntfs.get_attrib_rows(64, all));
+    std::vector<NTFS_ATTRIB_ROW> listed;
+    ASSERT_TRUE(volume.ntfs.get_listing_rows(
+        64, ql::bytes(record).first(static_cast<std::size_t>(size)), position, listed));
+    expect_listed(all, listed);
+}
+
+TEST(ListingRows, UnusableRecordHasNone) {
+    support::ntfs_image image;
+    image.entry(64).keyword("BAAD").data("x");
+    open_volume volume(image);
+    std::vector<NTFS_ATTRIB_ROW> rows(3);
+    EXPECT_FALSE(volume.ntfs.get_listing_rows(64, {}, 0, rows));
+    EXPECT_THAT(rows, IsEmpty());
+    CNtfs closed(nullptr, 0, 33);
+    EXPECT_FALSE(closed.get_listing_rows(64, {}, 0, rows));
 }
 
 TEST(AttribRows, BadRecordHasNoRows) {
