@@ -183,12 +183,13 @@ void walk_directory(quorvel_opts& opts, CNtfs& ntfs, const std::wstring& path,
         const dir_entry& directory = next.value();
         if (!is_directory_row(directory)) continue;
         opts.entries.clear();
-        const std::uint32_t levels_left = levels - static_cast<std::uint32_t>(open_lists.size());
         if (read_directory_entries(ntfs, directory.parent_path, directory.mft_entry, opts.entries,
                                    opts.show_indx != 0, opts) &&
-            !opts.entries.empty() && levels_left != 0) {
+            !opts.entries.empty()) {
+            // A list has subdirectories only while there are levels to go.
+            const auto depth = static_cast<std::uint32_t>(open_lists.size());
             open_lists.push_back(
-                list_level(opts, directory.parent_path, directory.mft_entry, levels_left));
+                list_level(opts, directory.parent_path, directory.mft_entry, levels - depth));
         }
     }
 }
