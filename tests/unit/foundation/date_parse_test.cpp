@@ -144,7 +144,7 @@ TEST(ParseTime, AddsTwelveHoursForAPmBehindTheFirstColon) {
     } cases[] = {
         {"1:30pm", 13, 30}, {"1:30 PM", 13, 30},  {"13:00pm", 25, 0},  {"1:pm", 13, 0},
         {"1pm:30", 1, 30},  {"1:30am", 1, 30},    {"1:30m", 1, 30},    {"1:30p m", 1, 30},
-        {"12:00pm", 24, 0}, {"1:30m:pm", 13, 30}, {"1:30mpm", 13, 30},
+        {"12:00pm", 24, 0}, {"1:30m:pm", 13, 30}, {"1:30mpm", 13, 30}, {"1:30pm:0", 13, 30},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);

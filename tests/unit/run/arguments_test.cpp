@@ -71,6 +71,17 @@ TEST(OptionValue, TakesWhateverFollows) {
     EXPECT_EQ(args, (words{"q", "dir"}));
 }
 
+TEST(OptionValue, ValueMayBeTheLastWord) {
+    words args = {"q", "-IMAGE", "Disk.DD"};
+    std::string value;
+    EXPECT_TRUE(peek_option_value("-image", value, args, 0));
+    EXPECT_EQ(value, "Disk.DD");
+    value.clear();
+    EXPECT_TRUE(option_value("-image", value, args));
+    EXPECT_EQ(value, "Disk.DD");
+    EXPECT_EQ(args, (words{"q"}));
+}
+
 TEST(OptionValue, LastWordStaysAndIsNoHit) {
     words args = {"q", "dir", "-offset"};
     std::string value = "untouched";
