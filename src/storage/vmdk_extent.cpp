@@ -40,7 +40,7 @@ bool vmdk_extent::find_grain(std::uint64_t offset, std::uint64_t& position) cons
     if (directory_index >= table_of_entry.size()) return false;
     const std::vector<std::uint32_t>& table = grain_tables[table_of_entry[directory_index]];
     const std::uint64_t grain_index = quotient(rest(offset, table_span), grain_bytes);
-    if (grain_index >= entries_per_table() || grain_index >= table.size()) return false;
+    if (grain_index >= table.size()) return false;
     const std::uint64_t sector = table[grain_index];
     if (sector == 0) return false;
     position = rest(offset, grain_bytes) + (sector << 9);

@@ -14,7 +14,6 @@
 namespace {
 
 constexpr char magic[] = "KDMV";
-constexpr std::size_t magic_size = 4;
 constexpr std::uint64_t entry_size = 4;  // bytes, of a directory and of a table
 
 // Far more than a disk needs: tables of the usual size for 128 TiB.
@@ -145,9 +144,7 @@ void vmdk_extent::take_descriptor_line(const std::string& line) {
 bool vmdk_extent::read_directory(vmdk_metadata_reader& reader) {
     const std::uint64_t metadata_size = sector_size * overhead();
     const std::uint64_t start = sector_size * grain_dir_offset();
-    if (metadata_size > file_size || metadata_size < magic_size || start >= metadata_size) {
-        return false;
-    }
+    if (metadata_size > file_size || start >= metadata_size) return false;
     ql::bytes first;
     if (!reader.read(start, entry_size, first)) return false;
     first_table_offset = std::uint64_t{sector_size} * ql::le32(first, 0);

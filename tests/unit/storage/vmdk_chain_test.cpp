@@ -180,6 +180,13 @@ TEST(VmdkChain, StepIsThatOfTheHolder) {
     EXPECT_TRUE(c.chain.read(buffer.data(), 0, count));
     EXPECT_EQ(buffer, bytes(4 * grain_size, 'A'));
     EXPECT_EQ(c.grains(4), "ABAA");
+    // One that begins in the child's grain ends with it, and goes on in the parent.
+    buffer.assign(2 * grain_size, 0xEE);
+    count = 2 * grain_size;
+    EXPECT_TRUE(c.chain.read(buffer.data(), grain_size, count));
+    bytes expected(grain_size, 'B');
+    expected.resize(2 * grain_size, 'A');
+    EXPECT_EQ(buffer, expected);
 }
 
 TEST(VmdkChain, GrainsOfNoSizeFailTheRead) {

@@ -166,6 +166,14 @@ TEST_F(VmdkCheck, HintWithAFolderThatIsThereIsTakenAsItIs) {
     EXPECT_EQ(c.list.back(), widened(elsewhere.file("base.vmdk")));
 }
 
+TEST_F(VmdkCheck, ClosingSeparatorOfAHintIsDroppedForTheTestOnly) {
+    save("base.vmdk", file(1, none));
+    save("delta", file(2, 1, path("base.vmdk") + "/"));
+    const check c = run({"delta"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, depends("delta", path("base.vmdk/")) + cant_be_opened("base.vmdk/"));
+}
+
 TEST_F(VmdkCheck, EncodingTellsTheSeparatorOfTheHint) {
     save("base.vmdk", file(1, none));
     const std::string hint = "C:\\vm\\base.vmdk";

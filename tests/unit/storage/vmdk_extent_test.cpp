@@ -464,6 +464,7 @@ TEST(VmdkDamage, TableBehindTheFileIsEmpty) {
     const extent_file file(damaged);
     EXPECT_TRUE(file.result);
     EXPECT_EQ(file.extent.table_of_entry.size(), 128u);
+    EXPECT_EQ(file.extent.grain_tables.size(), 3u);  // one, that at sector 0, and an empty one
     std::uint64_t position = 0;
     EXPECT_TRUE(file.extent.find_grain(0, position));
     EXPECT_FALSE(file.extent.find_grain(table_span, position));

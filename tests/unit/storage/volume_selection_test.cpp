@@ -178,6 +178,23 @@ TEST(VolumeSelection, PartitionBehindTheImageIsToldOnTheWay) {
         (selection{true, true, 0x100000, "volume offset 0x400000 is not within image bounds\n"}));
 }
 
+TEST(VolumeSelection, PartitionThatStartsAtTheEndIsWithinBounds) {
+    byte_image disk(0x100000);
+    put_boot_record(disk, 0, {{7, 0x800, 0x100}});
+    EXPECT_EQ(select(disk).text,
+              "\n"
+              "volume offset [ 0x100000 ] : ntfs or exfat\n"
+              "\n"
+              "use option [-offset 0x100000]\n");
+    put_boot_record(disk, 0, {{7, 0x801, 0x100}});
+    EXPECT_EQ(select(disk).text,
+              "volume offset 0x100200 is not within image bounds\n"
+              "\n"
+              "volume offset [ 0x100200 ] : ntfs or exfat\n"
+              "\n"
+              "use option [-offset 0x100200]\n");
+}
+
 TEST(VolumeSelection, LinuxEntryThatHoldsNtfsIsNamedNtfs) {
     byte_image disk(0x200000);
     put_boot_record(disk, 0, {{0x83, 0x800, 0x100}});

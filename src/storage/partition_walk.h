@@ -1,0 +1,85 @@
+// The parts that the scan of a disk and the scan of bytes in memory share.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <set>
+
+#include "foundation/ql_bytes.h"
+#include "storage/partition_table.h"
+#include "storage/ql_disk_structs.h"
+
+constexpr std::uint32_t default_sector_size = 512;
+constexpr std::uint32_t largest_sector_size = 16384;
+
+enum class start_form {
+    table,           // a partition table
+    volume,          // the first sector of a volume
+    ext_superblock,  // two sectors of anything, then an ext superblock
+    unknown,
+};
+
+struct disk_start {
+    start_form form = start_form::unknown;
+    std::uint32_t sector_size = default_sector_size;
+};
+
+// What stands at the start of a disk: a table, a volume or neither. A table of larger sectors keeps
+// its entries at byte 446 and has the signature at the end of the sector; sizes up to `largest` are
+// tried.
+disk_start classify_start(ql::bytes data, std::uint64_t largest);
+
+struct primary_walk {
+    bool leads_to_gpt = false;
+    std::uint64_t extended_base = 0;  // sector of the first extended boot record; 0 for none
+};
+
+// Appends the primary partitions. Nothing behind an extended one is read, and nothing behind the
+// entry that protects a GUID partition table.
+primary_walk walk_primaries(ql::bytes record, std::uint32_t sector_size, partition_list& list,
+                            bool stop_at_gap);
+
+// Makes the list of a disk that is one volume. `data` is its first sector or superblock.
+void list_only_volume(partition_list& list, ql::bytes data, std::uint64_t first_sector);
+
+using record_bytes = std::array<std::uint8_t, boot_record_size>;
+
+// The extended boot records of a disk. All links count from the first record; volumes count from
+// the record that names them.
+class extended_chain {
+public:
+    extended_chain(partition_list& list, std::uint32_t sector_size, std::uint64_t base)
+        : m_list(list), m_sector_size(sector_size), m_base(base) {}
+
+    // Appends what the records of the chain name. `read_record(lba, record)` fills `record` or
+    // gives false. The chain ends where a record can't be read or is none, and where it comes back
+    // to a sector that it has read. False when its first record can't be read.
+    template <typename ReadRecord>
+    bool follow(ReadRecord read_record) {
+        record_bytes record{};
+        if (!read_record(m_base, record)) return false;
+        std::set<std::uint64_t> visited{m_base};
+        std::optional<std::uint64_t> link = take_first(record);
+        while (link && visited.insert(*link).second && read_record(*link, record) &&
+               is_boot_record(record)) {
+            link = take_next(record, *link);
+        }
+        return true;
+    }
+
+    // Type of the last volume in the first record; 0 for none.
+    std::uint16_t last_type() const { return m_last_type; }
+
+private:
+    // The first record is taken without a look at its signature, and all of its entries count from
+    // the base. The result is the sector of the next record.
+    std::optional<std::uint64_t> take_first(ql::bytes record);
+    // Links count from the base, volumes from the record, which is at sector `record_lba`.
+    std::optional<std::uint64_t> take_next(ql::bytes record, std::uint64_t record_lba);
+
+    partition_list& m_list;
+    std::uint32_t m_sector_size;
+    std::uint64_t m_base;
+    std::uint16_t m_last_type = 0;
+};
