@@ -113,8 +113,8 @@ bool hits_name(const path_filter& item, const std::wstring& path, const std::wst
         return at != std::wstring::npos && at + pattern.size() == name.size();
     }
     if (item.wild_end != 0) return name.starts_with(pattern);
-    if (pattern.empty() || pattern != name) return false;
-    return item.signature.empty() || hits_signature(item, path);
+    if (!pattern.empty() && pattern == name) return true;
+    return !item.signature.empty() && hits_signature(item, path);
 }
 
 // True when the date window is off or the stamps are of a kind that it knows.

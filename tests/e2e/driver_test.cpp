@@ -163,6 +163,56 @@ TEST_F(Driver, RunWithoutAnImageGetsTheHelp) {
     }
 }
 
+// --- both outputs on one terminal ---
+
+// What a terminal shows of a run: both outputs in the order of their writing.
+struct terminal_run {
+    explicit terminal_run(const words& arguments) {
+        words line = {"-c", "exec \"$0\" \"$@\" 2>&1", QUORVEL_PROGRAM};
+        line.insert(line.end(), arguments.begin(), arguments.end());
+        text = support::run_program("/bin/sh", line).standard_output;
+        head = e2e::report_head(text, QUORVEL_PROGRAM, arguments);
+    }
+
+    std::string text;
+    std::string head;
+};
+
+TEST_F(Driver, ListingStandsBetweenTheHeadAndTheClearing) {
+    const terminal_run text({"\\docs", "-image", m_image});
+    EXPECT_EQ(text.text, text.head + docs_rows() + terminal_clearing);
+    const terminal_run bare({"\\docs\\sub", "-filepath_only", "-image", m_image});
+    EXPECT_EQ(bare.text, "\\docs\\sub\\\n\\docs\\sub\\deep\\\n" + terminal_clearing);
+    const terminal_run xml({"\\docs", "-xml", "", "-image", m_image});
+    EXPECT_TRUE(xml.text.starts_with(xml.head)) << xml.text;
+    EXPECT_TRUE(xml.text.ends_with("</logdata>\n" + terminal_clearing)) << xml.text;
+    const terminal_run csv({"\\docs\\sub\\deep", "-csv", "-base10", "-image", m_image});
+    EXPECT_TRUE(csv.text.starts_with(csv.head + "type,")) << csv.text;
+    EXPECT_TRUE(csv.text.ends_with("\n" + terminal_clearing)) << csv.text;
+}
+
+TEST_F(Driver, NoteOfSeveralPathsStandsBetweenTheHeadAndTheListing) {
+    const terminal_run run({"-image", m_image, "-mft", "51"});
+    EXPECT_EQ(run.text, run.head + "\n[Note: this MFT entry has multiple possible paths]\n\n" +
+                            text_header + file_row(51, 1, "\\docs\\two.txt") +
+                            file_row(51, 1, "\\links\\two.txt") + terminal_clearing);
+}
+
+TEST_F(Driver, MessagesOfTheSourceStandBehindTheHead) {
+    const terminal_run missing({"-image", "none.dd"});
+    EXPECT_EQ(missing.text, missing.head + reported("invalid image: none.dd\n"));
+    const terminal_run help({"\\docs"});
+    EXPECT_EQ(help.text, help.head + usage_text + terminal_clearing);
+}
+
+TEST_F(Driver, MessagesOfCommonOptionsStandAheadOfTheHead) {
+    const terminal_run refused({"\\docs", "-sqlite", "x"});
+    EXPECT_EQ(refused.text, "This option is not offered in this build\n" + refused.head);
+    const terminal_run told({"\\docs", "-timeformat", "x", "-image", m_image});
+    EXPECT_EQ(told.text,
+              "invalid x, using default format\n" + told.head + docs_rows() + terminal_clearing);
+}
+
 // --- the directory argument ---
 
 TEST_F(Driver, WithoutADirectoryTheRootIsListed) {

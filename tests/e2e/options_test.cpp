@@ -310,6 +310,14 @@ TEST_F(Options, ProfileEndsStandardErrorAndTheTrace) {
     EXPECT_TRUE(support::read_file(trace).ends_with(": 0x28\n" + elapsed));
 }
 
+TEST_F(Options, ProfileIsToldByRunsThatFail) {
+    const whole_run run({"\\docs", "-profile", "-image", m_dir.file("none")});
+    EXPECT_EQ(run.status(), status_failed);
+    const std::string before = reported("invalid image: " + m_dir.file("none") + "\n");
+    ASSERT_TRUE(run.errors().starts_with(before)) << run.errors();
+    EXPECT_TRUE(is_elapsed_time(run.errors().substr(before.size()))) << run.errors();
+}
+
 TEST_F(Options, QuietDropsTheLastClearingOnly) {
     whole_run(listing_of_docs({"-quiet"})).expect(0, all_rows(), "");
     whole_run({"-image", m_dir.file("none"), "-quiet"})
@@ -371,6 +379,17 @@ TEST_F(Options, FiltersKeepDirectoriesAndWhatTheyHit) {
     for (const auto& c : cases) {
         whole_run(listing_of_docs(c.options)).expect(0, c.rows, terminal_clearing);
     }
+}
+
+// The path inside the volume is opened as a file of the host: only one of this very name counts.
+TEST_F(Options, SignatureIsReadFromAFileOfTheHost) {
+    m_dir.write("\\docs\\b.exe", "xMZ");
+    support::program_options options;
+    options.working_directory = m_dir.path();
+    whole_run(listing_of_docs({"-filter_sig", "4d5a|1"}), options)
+        .expect(0, rows(b_rows()), terminal_clearing);
+    whole_run(listing_of_docs({"-filter_sig", "4d5a"}), options)
+        .expect(0, directories(), terminal_clearing);
 }
 
 TEST_F(Options, DateWindowRemovesAllFiles) {

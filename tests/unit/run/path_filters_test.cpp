@@ -272,7 +272,6 @@ TEST(PathPassesFilters, SignatureIsReadFromTheHostsFile) {
         SCOPED_TRACE(c.name);
         filter_list filters;
         parse_filter_signature(filters, c.text);
-        filters[0].pattern = L"a.bin";
         EXPECT_EQ(path_passes_filters(cmd_params(), wide, filters, file_time_bounds(), false),
                   c.pass);
         EXPECT_FALSE(path_passes_filters(cmd_params(), L"\\no such folder\\a.bin", filters,
@@ -280,13 +279,23 @@ TEST(PathPassesFilters, SignatureIsReadFromTheHostsFile) {
     }
 }
 
-TEST(PathPassesFilters, SignatureWithoutAPatternHitsNothing) {
+TEST(PathPassesFilters, TextWithoutASignatureHitsNothing) {
     const support::temp_dir dir;
     const std::string path = dir.write("a.bin", "MZ");
     filter_list filters;
-    parse_filter_signature(filters, "4d5a");
+    parse_filter_signature(filters, "zz");
     EXPECT_FALSE(path_passes_filters(cmd_params(), std::wstring(path.begin(), path.end()), filters,
                                      file_time_bounds(), false));
+}
+
+TEST(PathPassesFilters, SignatureIsSoughtBesideTheOtherItems) {
+    const support::temp_dir dir;
+    const std::string path = dir.write("a.bin", "MZ");
+    const std::wstring wide(path.begin(), path.end());
+    filter_list filters = parsed("b*|/none");
+    EXPECT_FALSE(path_passes_filters(cmd_params(), wide, filters, file_time_bounds(), false));
+    parse_filter_signature(filters, "4d5a");
+    EXPECT_TRUE(path_passes_filters(cmd_params(), wide, filters, file_time_bounds(), false));
 }
 
 }  // namespace
