@@ -70,7 +70,6 @@ bool CNtfs::validate(std::uint64_t& mft_file_pos) {
 
 // Volumes with another signature, encrypted ones ("-FVE-FS-") among them, are refused.
 bool CNtfs::read_boot_sector() {
-    m_boot.raw.fill(0);
     auto count = static_cast<std::uint32_t>(m_boot.raw.size());
     return read_at(m_disk.get(), 0, m_volume_offset, m_boot.raw.data(), count) &&
            m_boot.has_ntfs_signature();

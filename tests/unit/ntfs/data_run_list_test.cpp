@@ -462,6 +462,19 @@ TEST(CompactRuns, Merging) {
     }
 }
 
+TEST(CompactRuns, StoredRunsStayInLongListsToo) {
+    data_run_list stored;
+    data_run_list added;
+    std::vector<plain_run> expected;
+    for (std::uint32_t vcn = 0; vcn < 500; ++vcn) {
+        stored.push_back({1000 + vcn, vcn, 0, 1});
+        added.push_back({5000 + vcn, 499 - vcn, 0, 1});
+        expected.emplace_back(1000 + vcn, vcn, 1, false);
+    }
+    merge_runs(added, stored);
+    EXPECT_EQ(plain(stored), expected);
+}
+
 TEST(CompactRuns, ExtentsThatArriveOutOfOrderCollideAfterRenumbering) {
     data_run_list stored{{10, 0, 0, 2}};
     merge_runs({{30, 6, 0, 2}}, stored);  // becomes VCN 2

@@ -157,7 +157,9 @@ TEST(ParseInode, NameOfAnIndexAllocationMustLieInsideIt) {
                      .nonresident(support::type::index_allocation, u"$I30", cluster_runs{{100, 4}})
                      .build_before_fixup(),
                  56 + 4);
-    EXPECT_EQ(names_with(10, length - 8, 2).size(), 1u);
+    EXPECT_EQ(names_with(10, length - 8, 2), std::vector<std::string>{"\xD0\x91"
+                                                                      "d"})
+        << "the run list 11 04 64 00, taken for a name";
     EXPECT_EQ(names_with(10, length - 7, 2), std::vector<std::string>{""});
     EXPECT_EQ(names_with(9, 0xFF, 1), std::vector<std::string>{""});
 }
@@ -426,15 +428,29 @@ TEST(MftAttributeList, FewerThan26BytesBehindAnEntryAreNoEntry) {
     for (const std::uint32_t behind : {24u, 25u, 26u, 32u}) {
         SCOPED_TRACE(behind);
         split_mft mft;
-        mft.list[3].length = static_cast<std::uint16_t>(26);
         mft.image.entry(0).attribute_list(mft.list);
-        const std::size_t attribute =
+        const std::uint64_t attribute =
+            mft.image.record_pos(0) +
             mft.image.entry(0).attribute_offset(support::type::attribute_list);
-        mft.image.put(mft.image.record_pos(0) + attribute + 16, 3 * 32 + behind, 4);
+        mft.image.put(attribute + 16, 3 * 32 + behind, 4);  // the list's length
+        mft.image.put(attribute + 24 + 3 * 32 + 4, 24, 2);  // the last entry's
         image_volume volume(mft.image.build());
         EXPECT_TRUE(volume.validate());
         EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), behind < 26 ? first_two : all_three);
     }
+}
+
+TEST(MftAttributeList, OnlyEntryMayBeShort) {
+    // The walk tests what is left behind an entry, so that the first one may pass the list's end.
+    split_mft mft;
+    mft.list = {mft.list[2]};
+    mft.image.entry(0).attribute_list(mft.list);
+    const std::uint64_t attribute = mft.image.record_pos(0) + mft.image.entry(0).attribute_offset(
+                                                                  support::type::attribute_list);
+    mft.image.put(attribute + 16, 24, 4).put(attribute + 24 + 4, 24, 2);
+    image_volume volume(mft.image.build());
+    EXPECT_TRUE(volume.validate());
+    EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), first_two);
 }
 
 TEST(MftAttributeList, NonResidentListIsReadFromItsClusters) {
