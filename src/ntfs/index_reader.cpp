@@ -15,6 +15,7 @@ namespace {
 constexpr std::uint32_t block_size = 4096;
 constexpr std::uint32_t all_blocks = 0xFFFFFFFF;
 constexpr std::uint16_t largest_entry = 768;
+constexpr std::uint64_t bytes_at_once = 65536;
 
 constexpr std::array<std::uint8_t, 8> i30_name = {'$', 0, 'I', 0, '3', 0, '0', 0};
 
@@ -101,21 +102,51 @@ bool load_index_list(CNtfs& ntfs, const record_attrib& attribute, index_list& li
     return true;
 }
 
+// Reads up to `left` clusters from `lcn` on, as many as `buffer` holds. Where they can't all be
+// read in full, it is the first one alone, which the end of the source may cut; empty when that
+// can't be read.
+ql::bytes read_some_clusters(CNtfs& ntfs, std::uint64_t lcn, std::uint64_t left,
+                             std::vector<std::uint8_t>& buffer) {
+    const std::uint32_t size = ntfs.cluster_size();
+    const auto wanted =
+        static_cast<std::uint32_t>(std::min<std::uint64_t>(left, buffer.size() / size) * size);
+    std::uint32_t count = wanted;
+    if (ntfs.read_clusters(lcn, buffer.data(), count) && count == wanted) {
+        return ql::clip(buffer, 0, count);
+    }
+    count = size;
+    if (!ntfs.read_clusters(lcn, buffer.data(), count)) return {};
+    return ql::clip(buffer, 0, count);
+}
+
 // Puts the clusters of an index together to blocks.
 class block_collector {
 public:
-    // `blocks`: zeros, room for whole blocks. `clusters_per_block` is 0 for clusters that hold
-    // whole blocks.
+    // blocks              zeros, room for whole blocks
+    // clusters_per_block  0 for clusters that hold whole blocks
+    // skip                blocks of the first cluster that are left out
     block_collector(std::span<std::uint8_t> blocks, std::uint32_t cluster_size,
-                    std::uint32_t clusters_per_block, std::uint16_t bytes_per_sector)
+                    std::uint32_t clusters_per_block, std::size_t skip,
+                    std::uint16_t bytes_per_sector)
         : m_blocks(blocks),
           m_cluster_size(cluster_size),
           m_clusters_per_block(clusters_per_block),
+          m_skip(skip),
           m_bytes_per_sector(bytes_per_sector) {}
 
     bool is_full() const { return m_done * block_size >= m_blocks.size(); }
 
-    // Adds one small cluster; it takes its full room even if the source ended inside it.
+    // Adds a cluster, as far as it was read.
+    void add(ql::bytes cluster) {
+        if (m_clusters_per_block != 0) {
+            add_part(cluster);
+        } else {
+            add_blocks(cluster);
+        }
+    }
+
+private:
+    // A small cluster takes its full room even if the source ended inside it.
     void add_part(ql::bytes cluster) {
         const std::size_t at = m_done * block_size + m_parts * m_cluster_size;
         std::copy(cluster.begin(), cluster.end(),
@@ -123,18 +154,17 @@ public:
         if (++m_parts == m_clusters_per_block) finish_block();
     }
 
-    // Adds the blocks of one large cluster from block `first` on, as far as it was read.
-    void add_blocks(ql::bytes cluster, std::size_t first) {
-        const std::size_t end = std::min<std::size_t>(
-            cluster.size(), std::size_t{m_cluster_size} / block_size * block_size);
-        for (std::size_t at = first * block_size; at < end && !is_full(); at += block_size) {
-            const ql::bytes part = ql::clip(cluster.first(end), at, block_size);
+    void add_blocks(ql::bytes cluster) {
+        const std::size_t whole = std::size_t{m_cluster_size} / block_size * block_size;
+        const ql::bytes content = ql::clip(cluster, 0, whole);
+        for (std::size_t at = std::exchange(m_skip, 0) * block_size;
+             at < content.size() && !is_full(); at += block_size) {
+            const ql::bytes part = ql::clip(content, at, block_size);
             std::copy(part.begin(), part.end(), current_block().begin());
             finish_block();
         }
     }
 
-private:
     std::span<std::uint8_t> current_block() const {
         return m_blocks.subspan(m_done * block_size, block_size);
     }
@@ -153,10 +183,24 @@ private:
     std::span<std::uint8_t> m_blocks;
     std::uint32_t m_cluster_size;
     std::uint32_t m_clusters_per_block;
+    std::size_t m_skip;
     std::uint16_t m_bytes_per_sector;
     std::size_t m_done = 0;   // blocks
     std::size_t m_parts = 0;  // clusters of the block that is being put together
 };
+
+// Hands the clusters of a run from number `next` of it on over, up to the first that can't be read.
+void collect_run(CNtfs& ntfs, const data_run& run, std::uint64_t next,
+                 std::vector<std::uint8_t>& buffer, block_collector& collector) {
+    const std::uint32_t size = ntfs.cluster_size();
+    while (next < run.num_clusters && !collector.is_full()) {
+        ql::bytes read = read_some_clusters(ntfs, run.lcn + next, run.num_clusters - next, buffer);
+        if (read.empty()) return;
+        for (; !read.empty() && !collector.is_full(); read = ql::clip(read, size), ++next) {
+            collector.add(ql::clip(read, 0, size));
+        }
+    }
+}
 
 }  // namespace
 
@@ -272,25 +316,17 @@ bool CNtfs::read_index_blocks(std::vector<std::uint8_t>& out, std::uint32_t& blo
 
     // Clusters in front of the first block, and blocks in front of it in its cluster.
     std::uint64_t skip = parts != 0 ? std::uint64_t{first_block} * parts : first_block / blocks;
-    std::size_t first_in_cluster = parts != 0 ? 0 : first_block % blocks;
+    const std::size_t skip_blocks = parts != 0 ? 0 : first_block % blocks;
 
-    block_collector collector(out, size, parts, get_bytes_per_sector());
-    std::vector<std::uint8_t> cluster(size);
+    block_collector collector(out, size, parts, skip_blocks, get_bytes_per_sector());
+    const std::uint64_t at_once = std::min(bytes, bytes_at_once) / size * size;
+    std::vector<std::uint8_t> buffer(std::max<std::uint64_t>(size, at_once));
     for (const data_run& run : runs) {
         if (run.sparse != 0) continue;
         if (skip >= run.num_clusters) {
             skip -= run.num_clusters;
-            continue;
-        }
-        for (std::uint64_t i = std::exchange(skip, 0); i < run.num_clusters; ++i) {
-            std::uint32_t count = size;
-            if (collector.is_full() || !read_clusters(run.lcn + i, cluster.data(), count)) break;
-            const ql::bytes part = ql::clip(cluster, 0, count);
-            if (parts != 0) {
-                collector.add_part(part);
-            } else {
-                collector.add_blocks(part, std::exchange(first_in_cluster, 0));
-            }
+        } else {
+            collect_run(*this, run, std::exchange(skip, 0), buffer, collector);
         }
     }
     return true;
