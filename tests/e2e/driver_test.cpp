@@ -308,6 +308,18 @@ TEST_F(Driver, DirectoryThatIsNotUtf8IsTheRoot) {
     whole_run({"\xFF", "-image", m_image}).expect(0, root_rows(), terminal_clearing);
 }
 
+// --- values that look like options ---
+
+TEST_F(Driver, OptionInPlaceOfAValueIsTakenByWhatIsReadFirst) {
+    // "-indx" has gone when the offset is read: the offset is the word behind it.
+    whole_run({"-offset", "-indx", "512", "\\docs", "-image", m_image})
+        .expect(status_failed, "",
+                reported("\nvolume offset [ 0x0 ] : ntfs or exfat\n\n"
+                         "prob detecting ntfs partition\n"));
+    // "-objid" is still there when the entry is read: it is entry 0, and "44" the directory.
+    whole_run({"-mft", "-objid", "44", "-image", m_image}).expect(0, "", terminal_clearing);
+}
+
 // --- levels ---
 
 TEST_F(Driver, LevelsCountBelowTheDirectory) {

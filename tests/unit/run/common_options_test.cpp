@@ -48,12 +48,12 @@ TEST(ParseCommonOptions, ChainAsLastWordStays) {
 TEST(ParseCommonOptions, FirstWordIsAListAndFurtherWordsArePaths) {
     const support::temp_dir dir;
     const std::string a = dir.file("a.vmdk");
-    const reading run({"-vmdk", a + " | b;c , ", "-VMDK", " d|e "});
+    const reading run({"-vmdk", a + " | b;c , ", "-VMDK", " d|e ", "-vmdk", "f"});
     EXPECT_FALSE(run.result);
     const std::wstring wide(a.begin(), a.end());
-    EXPECT_EQ(run.params.vmdk_files, (std::vector<std::wstring>{wide, L"b", L"c", L" d|e "}));
+    EXPECT_EQ(run.params.vmdk_files, (std::vector<std::wstring>{wide, L"b", L"c", L" d|e ", L"f"}));
     EXPECT_EQ(run.messages,
-              a + " can't be opened\n\nsuggested array: -vmdk \"" + a + " | b | c |  d|e \"\n");
+              a + " can't be opened\n\nsuggested array: -vmdk \"" + a + " | b | c |  d|e  | f\"\n");
     EXPECT_TRUE(run.args.empty());
 }
 

@@ -100,6 +100,15 @@ TEST(DateWindow, UnreadableStartClosesTheWindow) {
     }
 }
 
+TEST(DateWindow, StartIsClearedBeforeItIsRead) {
+    cmd_params params;
+    EXPECT_TRUE(set_window_start(params, "2020-01-02"));
+    EXPECT_FALSE(set_window_start(params, "x"));
+    EXPECT_EQ(params.time_from_on, 0);
+    EXPECT_EQ(params.time_from, 0u);
+    EXPECT_EQ(params.time_from_alt, 0u);
+}
+
 TEST(DateWindow, SlashGoesBeforeDash) {
     const window w("2020-01/02", "");  // the fields "2020-01" and "02": year 2020, month 2
     EXPECT_TRUE(w.start_result);
