@@ -206,6 +206,7 @@ TEST(FieldsToFiletime, MarchToDecember2000LiesOneDayEarly) {
 TEST(FieldsToFiletime, LeapDayFollowsTheYearsSince1900) {
     EXPECT_EQ(stamp({1904, 3, 1, 0, 0, 0, 0}), filetime(1904, 3, 1));
     EXPECT_EQ(stamp({1896, 3, 1, 0, 0, 0, 0}), filetime(1896, 2, 29));  // before 1900: none
+    EXPECT_EQ(stamp({1900, 3, 1, 0, 0, 0, 0}), filetime(1900, 3, 1));   // 1900 itself: none
     EXPECT_EQ(stamp({2300, 3, 1, 0, 0, 0, 0}), filetime(2300, 3, 2));   // 400 years: one
     EXPECT_EQ(stamp({2400, 3, 1, 0, 0, 0, 0}), filetime(2400, 2, 29));  // 500 years: none
 }

@@ -116,6 +116,10 @@ TEST(Time, StampsThatCannotBeShownKeepTheirNumberAndRenderEmpty) {
     }
 }
 
+TEST(Time, StampOfZeroHasNoUnixSeconds) {
+    EXPECT_EQ(ql::time(0, ql::type_time::filetime).unix_seconds, 0u);
+}
+
 TEST(Time, SecondSecondOf1970IsTheFirstThatShows) {
     EXPECT_EQ(shown(ticks_to_1970 + second), (texts{"1970-01-01", "00:00:01.000"}));
     EXPECT_EQ(shown(ticks_to_1970 + second + 9999999), (texts{"1970-01-01", "00:00:01.999"}));
@@ -193,6 +197,10 @@ TEST(Time, TakesUnixSeconds) {
     EXPECT_EQ(t.filetime_checked, t.filetime);
     EXPECT_EQ(t.filetime, filetime(2021, 3, 4, 5, 6, 7));
 
+    const ql::time first(1, ql::type_time::unix_seconds);
+    EXPECT_NE(first.valid, 0u);
+    EXPECT_EQ(first.filetime, ticks_to_1970 + second);
+
     const ql::time none(0, ql::type_time::unix_seconds);
     EXPECT_EQ(none.valid, 0u);
     EXPECT_EQ(none.unix_seconds, 0u);
@@ -207,6 +215,12 @@ TEST(Time, UnixSecondsOutOfRangeKeepTheirFiletime) {
     EXPECT_EQ(late.filetime, filetime(3002, 1, 1));
     EXPECT_EQ(late.filetime_checked, 0u);
     EXPECT_EQ(ql::time(0xFFFFFFFFFFFFFFFF, ql::type_time::unix_seconds).valid, 0u);
+    // 2^57 seconds are a multiple of 2^64 ticks: the stamp wraps to one that could be shown.
+    const std::uint64_t wrapping = (std::uint64_t{1} << 57) + 1614834367;
+    const ql::time wrapped(wrapping, ql::type_time::unix_seconds);
+    EXPECT_EQ(wrapped.filetime, filetime(2021, 3, 4, 5, 6, 7));
+    EXPECT_EQ(wrapped.unix_seconds, wrapping);
+    EXPECT_EQ(wrapped.valid, 0u);
     EXPECT_EQ(ql::time(std::uint64_t{1} << 63, ql::type_time::unix_seconds).valid, 0u);
 }
 
@@ -269,7 +283,12 @@ TEST(ParseDateStyle, CompilesDateFormats) {
         {"yyyy mm-dd", '-', 0x86, true},
         {"mmddmmm yy", ' ', 0x29, true},  // the month is the "mmm"
         {"yymmddyyyy", 0, 0x46, true},    // the year is the "yyyy"
-        {"yy-dd-mm", '-', 0x0A, true},    // an order that nobody knows
+        {"ddmmddyy", 0, 0x2A, true},      // of two fields of a kind the first counts
+        {"mmddmmyy", 0, 0x4A, true},
+        {"yymmddyy", 0, 0x8A, true},
+        {"mmmddmmmyy", 0, 0x49, true},
+        {"yyyymmddyyyy", 0, 0x86, true},
+        {"yy-dd-mm", '-', 0x0A, true},  // an order that nobody knows
         {"dd-yy-mm", '-', 0x0A, true},
         {"mm-yy-dd", '-', 0x0A, true},
         {"xx/yy/zz", '/', 0x00, false},  // no month
@@ -427,6 +446,7 @@ TEST(FormatDateTime, ReadsTheDateFormatItself) {
         {"yyyy mm dd,", "2021 03 04,"},
         {"mmddmmm yy", "Mar 04 21"},  // the month stands where the first "mm" does
         {"yymmddyyyy", "20210304"},   // the year stands where the first "yy" does
+        {"ddmmddyyyy", "04032021"},   // and the day where the first "dd" does
         {"mm-dd", "03/04/2021"},      // without a year
         {"yyyy-mm", "03/04/2021"},    // without a day
         {"yy dd", "03/04/21"},        // without a month

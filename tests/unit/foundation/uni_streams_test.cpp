@@ -202,6 +202,15 @@ TEST_F(FileObject, ReadsWhatLiesInsideTheFile) {
     }
 }
 
+TEST_F(FileObject, ReadsWhatIsLeftOfAFileThatShrankAfterItWasOpened) {
+    const std::string path = m_dir.write("file", "hello");
+    ASSERT_TRUE(m_file.open_for_write(path, false, false, false));
+    ASSERT_EQ(::truncate(path.c_str(), 2), 0);
+    std::vector<std::uint8_t> out;
+    EXPECT_TRUE(m_file.read_at(out, 5, 0));
+    EXPECT_EQ(out, bytes_of("he"));
+}
+
 TEST_F(FileObject, FolderOpensAndFailsToRead) {
     ASSERT_TRUE(m_file.open_for_write(m_dir.path(), false, false, false));
     m_file.size = 10;  // what a seek gives for a folder differs between file systems

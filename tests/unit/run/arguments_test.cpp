@@ -82,6 +82,14 @@ TEST(OptionValue, ValueMayBeTheLastWord) {
     EXPECT_EQ(args, (words{"q"}));
 }
 
+TEST(OptionValue, LooksAtTheProgramPathToo) {
+    words args = {"-image", "disk.dd", "x"};
+    std::string value;
+    EXPECT_TRUE(option_value("-image", value, args));
+    EXPECT_EQ(value, "disk.dd");
+    EXPECT_EQ(args, (words{"x"}));
+}
+
 TEST(OptionValue, LastWordStaysAndIsNoHit) {
     words args = {"q", "dir", "-offset"};
     std::string value = "untouched";
