@@ -157,7 +157,7 @@ TEST(EntryPosition, IndexAndWalkAgreeOnAnyRuns) {
         std::uint64_t first_byte = 0;
         for (const support::cluster_run& run : runs) {  // both sides of each boundary
             const std::uint64_t inode = first_byte / mft.ntfs.m_bytes_per_file_record;
-            for (const std::uint64_t step : {0, 1, 2})
+            for (const std::uint64_t step : {0ull, 1ull, 2ull})
                 inodes.push_back(inode + step - 1);
             first_byte += run.count * static_cast<std::uint64_t>(mft.ntfs.m_cluster_size);
         }
