@@ -109,6 +109,16 @@ TEST(DateWindow, StartIsClearedBeforeItIsRead) {
     EXPECT_EQ(params.time_from_alt, 0u);
 }
 
+TEST(DateWindow, UnreadableStartClosesAWindowThatWasOpen) {
+    cmd_params params;
+    EXPECT_TRUE(set_window_start(params, "2020-01-02"));
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(set_window_start(params, "2020-13-02"));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), bad_start);
+    EXPECT_EQ(params.time_to_on, 0);
+    EXPECT_EQ(params.time_to, 0u);
+}
+
 TEST(DateWindow, SlashGoesBeforeDash) {
     const window w("2020-01/02", "");  // the fields "2020-01" and "02": year 2020, month 2
     EXPECT_TRUE(w.start_result);

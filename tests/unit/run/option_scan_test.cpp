@@ -303,6 +303,22 @@ TEST(ScanOptions, FormsOfTheVocabularyClearXml) {
     }
 }
 
+TEST(ScanOptions, CsvAndCsvgenClearTheOtherForms) {
+    for (const char* word : {"-csv", "-csvgen"}) {
+        SCOPED_TRACE(word);
+        cmd_params params;
+        params.list_csvl2t = params.list_bodyfile = params.list_multiline = 1;
+        params.header_pending = 0;
+        words args = {"q", word, "-pair_datetime"};
+        EXPECT_TRUE(scan_options(params, args));
+        EXPECT_EQ(params.list_csvl2t, 0);
+        EXPECT_EQ(params.list_bodyfile, 0);
+        EXPECT_EQ(params.list_multiline, 0);
+        EXPECT_EQ(params.header_pending, 0);
+        EXPECT_EQ(params.no_whitespace, std::string(word) == "-csvgen");
+    }
+}
+
 TEST(ScanOptions, HeaderIsPendingAgainAfterFormsWithoutCsv) {
     for (const char* word : {"-csvl2t", "-bodyfile", "-multiline"}) {
         cmd_params params;

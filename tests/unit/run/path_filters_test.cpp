@@ -170,6 +170,7 @@ TEST(PathPassesFilters, NamesMatchByTheirPatterns) {
     } cases[] = {
         {"a.txt", L"\\dir\\a.txt", true},
         {"A.TXT", L"\\dir\\a.txt", true},
+        {"a.txt", L"\\DIR\\A.TXT", true},
         {"a.txt", L"\\dir\\b.txt", false},
         {"a.txt", L"\\dir\\aa.txt", false},
         {"a.txt", L"\\a.txt\\b", false},
@@ -213,6 +214,7 @@ TEST(PathPassesFilters, DirectoryPatternsMatchWholeComponents) {
         {"/windows", L"\\windows\\a.txt", true},
         {"/windows", L"\\windows\\sub\\a.txt", true},
         {"/windows", L"\\users\\windows\\a.txt", true},
+        {"/windows", L"\\WINDOWS\\a.txt", true},
         {"/windows", L"\\windowsx\\a.txt", false},
         {"/windows", L"\\mywindows\\a.txt", false},
         {"/win", L"\\windows\\win\\a.txt", false},  // the first occurrence decides

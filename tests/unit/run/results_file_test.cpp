@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <string>
@@ -26,6 +27,18 @@ TEST(TestResultsFile, LeavesNothingBehind) {
         const std::string old = dir.write("old", "content");
         EXPECT_TRUE(test_results_file(old, append));
         EXPECT_FALSE(support::file_exists(old));
+    }
+}
+
+// A second link to the file shows what the test left in it.
+TEST(TestResultsFile, TruncatesUnlessAppending) {
+    const support::temp_dir dir;
+    for (const bool append : {false, true}) {
+        const std::string old = dir.write("old", "content");
+        const std::string link = dir.file(append ? "appended" : "truncated");
+        ASSERT_EQ(::link(old.c_str(), link.c_str()), 0);
+        EXPECT_TRUE(test_results_file(old, append));
+        EXPECT_EQ(support::read_file(link), append ? "content" : "");
     }
 }
 
