@@ -1,6 +1,9 @@
 // "-mft": an MFT entry in place of a directory.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <sstream>
+
 #include "e2e/report_head.h"
 #include "e2e/rich_volume.h"
 #include "support/partition_image.h"
@@ -116,6 +119,24 @@ TEST_F(MftEntry, CsvHeaderStandsOnceOverAllPaths) {
     EXPECT_EQ(text.substr(text.find('\n') + 1), "file,\\docs\\linked.txt,,4,32,48,1,1," + stamps +
                                                     "file,\\docs\\sub\\linked.txt,,4,32,48,1,1," +
                                                     stamps);
+}
+
+TEST_F(MftEntry, EachPathHasAnXmlDocumentOfItsOwnBelowOneHead) {
+    const std::string xml = dir.file("out.xml");
+    EXPECT_EQ(run("48", {"-xml", xml}, note), "");
+    const std::string written = support::read_file(xml);
+    EXPECT_EQ(written.rfind("quorvel ver: "), 0u);
+    // Moment and stamps are left out.
+    std::istringstream text(written.substr(written.find("<?xml")));
+    std::string outline;
+    for (std::string line; std::getline(text, line);)
+        outline += line.substr(0, std::min(line.find(" date="), line.find("<dir/>"))) + "\n";
+    const auto document = [this](const std::string& path) {
+        return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<logdata  umounted_image=\"" +
+               dir.file("mft.dd") + "\"\n starting_path=\"" + path + "\"\n<data_entry><directory>" +
+               path + "\\</directory>\n<filename>linked.txt</filename>\n</logdata>\n";
+    };
+    EXPECT_EQ(outline, document("\\docs") + document("\\docs\\sub"));
 }
 
 TEST_F(MftEntry, DirectoryWithSeveralPathsIsListedUnderTheFirst) {

@@ -101,6 +101,21 @@ TEST_F(Enumerator, HardLinkShowsTheFirstNameUnderTheFirstParent) {
     EXPECT_EQ(report(L"\\b\\x", 64), "\\b\\y\n");
 }
 
+TEST_F(Enumerator, DosNameHasNoSayInWhichParentComesFirst) {
+    volume.directory(root, u"a", 40);
+    volume.directory(root, u"b", 41);
+    volume.file(41, u"long name", 64).data("");
+    volume.link(64, 40, u"LONGNA~1", {.space = support::dos});
+    EXPECT_EQ(report(L"\\b\\long name", 64), "\\b\\long name\n");
+}
+
+TEST_F(Enumerator, EntryWithADosNameAloneIsListedAsAChildOnly) {
+    volume.file(root, u"ONLY", 64, {.space = support::dos}).data("");
+    EXPECT_EQ(report(L"\\only", 64), "no items\n\n");
+    EXPECT_FALSE(result);
+    EXPECT_EQ(report(L"\\", root), "\\\n\\ONLY\n");
+}
+
 TEST_F(Enumerator, StreamOfAFileIsListedAlone) {
     volume.directory(root, u"dir", 40);
     volume.file(40, u"f.txt", 64).data("").stream(u"one", "1").stream(u"Two", "1");
@@ -123,6 +138,31 @@ TEST_F(Enumerator, StreamOfADirectoryCutsOneLetterOfItsName) {
     const std::string fields = "2021-03-05 06:07:08.234          40    1            1   ads  ";
     EXPECT_EQ(report(L"\\dir:zone", 40), fields + "\\di:zone\n");
     EXPECT_EQ(opts.directory, L"\\di");
+}
+
+TEST_F(Enumerator, XmlNamesTheStreamOfADirectoryInItsFrameAlone) {
+    volume.directory(root, u"dir", 40).stream(u"zone", "1");
+    opts.filepath_only = 0;
+    opts.xml = 1;
+    const std::string text = report(L"\\dir:zone", 40);
+    EXPECT_NE(text.find(" starting_path=\"\\dir:zone\" date="), std::string::npos) << text;
+    EXPECT_NE(text.find("\n<data_entry><directory>\\di\\</directory>\n"), std::string::npos)
+        << text;
+}
+
+// The colon that is cut at is then the one of the drive, and nothing stays in front of it.
+TEST_F(Enumerator, StreamOfAFileBehindADriveLetterCutsTheWholeDirectory) {
+    volume.directory(root, u"dir", 40);
+    volume.file(40, u"f.txt", 64).data("").stream(u"one", "1");
+    EXPECT_EQ(report(L"c:\\dir\\f.txt:one", 64), ":one\n");
+    EXPECT_EQ(opts.directory, L"");
+    opts.filepath_only = 0;
+    opts.xml = 1;
+    const std::string text = report(L"c:\\dir\\f.txt:one", 64);
+    EXPECT_NE(text.find(" starting_path=\"c:\\dir\" date="), std::string::npos) << text;
+    EXPECT_NE(text.find("<directory>\\</directory>\n<filename>f.txt:one</filename>"),
+              std::string::npos)
+        << text;
 }
 
 TEST_F(Enumerator, StreamThatADirectoryLacksGivesItsRowsWithoutChildren) {
@@ -273,6 +313,25 @@ TEST_F(Walk, SubdirectoryWithTwoNamesHasARowForEach) {
               "\\b\\\n\\b\\\n\\b\\4\n");
     opts.levels = 1;
     EXPECT_EQ(report(L"\\b", 43), "\\b\\\n\\b\\4\n");  // listed itself, it has one
+}
+
+TEST_F(Walk, DosNameOfASubdirectoryGivesNoSecondRow) {
+    volume.link(43, root, u"B~1", {.space = support::dos});
+    opts.levels = 2;
+    EXPECT_EQ(report(L"\\", root),
+              "\\\n\\z\n"
+              "\\a\\\n\\a\\1\n\\a\\sub\\\n"
+              "\\b\\\n\\b\\4\n");
+}
+
+TEST_F(Walk, DirectoryFilterOfTheRootTakesItsOwnFilesAlone) {
+    ASSERT_TRUE(parse_filter_list(opts.filters, "/"));
+    opts.levels = 3;
+    EXPECT_EQ(report(L"\\", root),
+              "\\\n\\z\n"
+              "\\a\\\n\\a\\sub\\\n\\a\\sub\\deep\\\n"
+              "\\b\\\n");
+    EXPECT_EQ(report(L"\\z", 68), "no items\n\n");  // listed itself, it is ".\z"
 }
 
 TEST_F(Walk, TreeWithALoopIsWalkedAsDeepAsTheLevelsGo) {
