@@ -86,9 +86,10 @@ void kept_names::add(const record_attrib& attribute, std::uint64_t inode) {
 }
 
 bool attrib_pass::run(std::uint64_t inode) {
-    const fetched result = fetch(inode, m_record);
+    m_inode = inode;
+    const fetched result = fetch(inode, m_base);
     if (result == fetched::usable) {
-        run(inode, m_record);
+        walk_base();
         return true;
     }
     if (m_options.trace != nullptr) {
@@ -96,12 +97,6 @@ bool attrib_pass::run(std::uint64_t inode) {
                               static_cast<unsigned long long>(inode));
     }
     return false;
-}
-
-void attrib_pass::run(std::uint64_t inode, ql::bytes record) {
-    m_inode = inode;
-    m_base = record;
-    walk_base();
 }
 
 // Reads one record by the runs of $MFT, entry 0 as well, and undoes its update sequence. What the

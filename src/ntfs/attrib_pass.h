@@ -70,8 +70,6 @@ public:
     // tells why. An extension record that can't be used is left out, and a damaged attribute ends
     // the walk of its record; neither is a failure.
     bool run(std::uint64_t inode);
-    // The same for an entry whose base record was read already; `record` must outlive the pass.
-    void run(std::uint64_t inode, ql::bytes record);
 
     // The base record, update sequence applied.
     ql::bytes base_record() const { return m_base; }
@@ -104,8 +102,7 @@ private:
     const attrib_pass_options m_options;
     std::uint64_t m_inode = 0;
     bool m_seen_unnamed_data = false;
-    std::vector<std::uint8_t> m_record;  // what run read
-    ql::bytes m_base;
+    std::vector<std::uint8_t> m_base;
     std::map<std::uint64_t, std::vector<std::uint8_t>> m_extensions;  // by entry number
     std::vector<record_attrib> m_lists;                               // of the base record
 

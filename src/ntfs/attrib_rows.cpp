@@ -148,20 +148,12 @@ bool CNtfs::get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& r
     return true;
 }
 
-bool CNtfs::get_listing_rows(std::uint64_t inode, ql::bytes record, std::uint64_t position,
-                             std::vector<NTFS_ATTRIB_ROW>& rows) {
+bool CNtfs::get_listing_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows) {
     rows.clear();
     if (!is_open()) return false;
     const std::uint32_t record_size = get_mft_record_size();
     attrib_pass pass(*this, record_size, {.with_runs = false, .with_names = false});
-    // A record that was read in part had only that part of its update sequence applied, and entry 0
-    // may have been read in another place.
-    const bool is_same = record.size() == record_size && position == get_file_pos_for_inode(inode);
-    if (is_same) {
-        pass.run(inode, record);
-    } else if (!pass.run(inode)) {
-        return false;
-    }
+    if (!pass.run(inode)) return false;
 
     row_writer writer(rows, pass, inode, record_size, false);
     for (const auto& kept : pass.attributes())

@@ -110,11 +110,8 @@ public:
     // False, with no rows, when the record can't be used.
     bool get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows);
     // What a listing shows of get_attrib_rows: the rows behind those of types 0x10 and 0x30,
-    // without runs and values. `record` and `position` are what read_file_record read of the entry,
-    // as many bytes as it said, and where: it is not read once more where that would give the same
-    // bytes.
-    bool get_listing_rows(std::uint64_t inode, ql::bytes record, std::uint64_t position,
-                          std::vector<NTFS_ATTRIB_ROW>& rows);
+    // without runs and values. False, with no rows, when the record can't be used.
+    bool get_listing_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows);
     // The $FILE_NAME attributes of `record` and of its extension records. DOS names are left out
     // unless `all_namespaces`; names under another parent than `parent_filter` are left out unless
     // that is no_parent_filter. True when the map is not empty.

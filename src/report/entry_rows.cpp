@@ -179,18 +179,18 @@ bool file_passes(const quorvel_opts& opts, const dir_entry& entry, const std::ws
 
 }  // namespace
 
-bool add_entry_rows(CNtfs& ntfs, const entry_record& record, std::uint64_t entry_num,
+bool add_entry_rows(CNtfs& ntfs, ql::bytes record, std::uint64_t entry_num,
                     std::uint64_t parent_num, const std::wstring& path, dir_entry_set& entries,
                     bool show_indx, bool append_name, quorvel_opts& opts) {
     name_entry_map names;
-    if (!ntfs.get_file_names(names, entry_num, record.buffer, true, parent_num)) return true;
+    if (!ntfs.get_file_names(names, entry_num, record, true, parent_num)) return true;
 
     dir_entry entry;
     for (const auto& [key, name] : names)
         entry.fn_list.push_back(make_fn_entry(name));
     entry.name = display_name(names);
-    if (!read_standard_information(entry, record.buffer, ntfs.get_mft_record_size())) return true;
-    const file_record header{record.buffer};
+    if (!read_standard_information(entry, record, ntfs.get_mft_record_size())) return true;
+    const file_record header{record};
     entry.flags = header.flags();
     entry.seq_num = header.sequence_number();
     entry.parent_path = path;
@@ -198,8 +198,7 @@ bool add_entry_rows(CNtfs& ntfs, const entry_record& record, std::uint64_t entry
     entry.mft_entry = entry_num;
 
     std::vector<NTFS_ATTRIB_ROW> rows;
-    const ql::bytes as_read = ql::clip(record.buffer, 0, record.bytes_read);
-    if (!ntfs.get_listing_rows(entry_num, as_read, record.position, rows)) return true;
+    if (!ntfs.get_listing_rows(entry_num, rows)) return true;
 
     const bool is_directory = header.is_directory();
     std::wstring key = make_key(path, entry.name, append_name || !is_directory);

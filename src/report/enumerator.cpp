@@ -28,21 +28,16 @@ public:
     // False when the record can't be read, or when records are too large for memory.
     bool read(std::uint64_t entry_num) {
         if (m_buffer.empty()) return false;
+        std::uint64_t position = 0;
         std::int64_t size = static_cast<std::int64_t>(m_buffer.size());
-        if (!m_ntfs.read_file_record(entry_num, m_buffer, m_record.position, size, false)) {
-            return false;
-        }
-        m_record.buffer = m_buffer;
-        m_record.bytes_read = static_cast<std::size_t>(size);
-        return true;
+        return m_ntfs.read_file_record(entry_num, m_buffer, position, size, false);
     }
 
-    const entry_record& record() const { return m_record; }
+    ql::bytes record() const { return m_buffer; }
 
 private:
     CNtfs& m_ntfs;
     std::vector<std::uint8_t> m_buffer;
-    entry_record m_record;
 };
 
 // The stream that a path asks for, "zone" in "\a\file.txt:zone"; empty for none.
@@ -96,11 +91,11 @@ bool add_children(CNtfs& ntfs, record_reader& reader, const std::wstring& path,
 bool add_asked_rows(quorvel_opts& opts, CNtfs& ntfs, record_reader& reader) {
     const std::wstring stream = stream_of_path(opts.directory);
     name_entry_map names;
-    if (!ntfs.get_file_names(names, opts.dir_entry_num, reader.record().buffer)) return false;
+    if (!ntfs.get_file_names(names, opts.dir_entry_num, reader.record())) return false;
 
     std::wstring parent_path;
     std::wstring name;
-    if (!file_record{reader.record().buffer}.is_directory() &&
+    if (!file_record{reader.record()}.is_directory() &&
         split_path(opts.directory, parent_path, name)) {
         opts.directory = parent_path;
     }
@@ -206,8 +201,7 @@ bool read_directory_entries(CNtfs& ntfs, const std::wstring& path, std::uint64_t
     record_reader reader(ntfs);
     bool added = false;
     name_entry_map names;
-    if (reader.read(dir_entry_num) &&
-        ntfs.get_file_names(names, dir_entry_num, reader.record().buffer)) {
+    if (reader.read(dir_entry_num) && ntfs.get_file_names(names, dir_entry_num, reader.record())) {
         // A directory with two names has a row for each.
         for (const auto& [key, name] : names) {
             added = add_entry_rows(ntfs, reader.record(), dir_entry_num, entry_of(name.parent_ref),

@@ -1,7 +1,6 @@
 // Turns a resolved path into rows and walks subdirectories down to the level limit.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -25,19 +24,12 @@ void walk_directory(quorvel_opts& opts, CNtfs& ntfs, const std::wstring& path,
 bool read_directory_entries(CNtfs& ntfs, const std::wstring& path, std::uint64_t dir_entry_num,
                             dir_entry_set& entries, bool show_indx, quorvel_opts& opts);
 
-// A FILE record as read_file_record read it, update sequence applied.
-struct entry_record {
-    ql::bytes buffer;            // a whole record; what was not read of it is zero
-    std::size_t bytes_read = 0;  // fewer where the source ends
-    std::uint64_t position = 0;  // bytes from the start of the volume
-};
-
 // Adds the rows of one entry: itself and its streams. An entry without a name under this parent,
 // without $STANDARD_INFORMATION or stopped by a filter adds none. Always true.
 //
-// record       the entry's own
+// record       the entry's FILE record, update sequence applied
 // parent_num   MFT entry that the names must have as parent
 // append_name  the sort key of a directory is path and name; otherwise the path alone
-bool add_entry_rows(CNtfs& ntfs, const entry_record& record, std::uint64_t entry_num,
+bool add_entry_rows(CNtfs& ntfs, ql::bytes record, std::uint64_t entry_num,
                     std::uint64_t parent_num, const std::wstring& path, dir_entry_set& entries,
                     bool show_indx, bool append_name, quorvel_opts& opts);

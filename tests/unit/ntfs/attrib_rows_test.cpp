@@ -394,12 +394,10 @@ TEST(AttribRows, NamedStreamUnderTheIdOfUnnamedDataHasNoRow) {
     EXPECT_THAT(rows[1].runs, SizeIs(1));
 }
 
-// The rows of an entry for a listing, with the record as a lister has it.
+// The rows of an entry for a listing.
 std::vector<NTFS_ATTRIB_ROW> listing_rows_of(open_volume& volume, std::uint64_t inode) {
-    const std::vector<std::uint8_t> record = volume.record(inode);
     std::vector<NTFS_ATTRIB_ROW> rows(2);
-    EXPECT_TRUE(volume.ntfs.get_listing_rows(inode, record,
-                                             volume.ntfs.get_file_pos_for_inode(inode), rows));
+    EXPECT_TRUE(volume.ntfs.get_listing_rows(inode, rows));
     return rows;
 }
 
@@ -448,44 +446,6 @@ TEST(ListingRows, AreTheRowsBehindTheNames) {
     expect_listed(all, listing_rows_of(volume, 64));
 }
 
-TEST(ListingRows, RecordAtHandIsNotReadAgain) {
-    support::ntfs_image image;
-    image.entry(64).data("on disk");
-    open_volume volume(image);
-    support::record_builder other(64);
-    other.stream(u"at hand", "x").sequence(9);
-    std::vector<NTFS_ATTRIB_ROW> rows;
-    ASSERT_TRUE(
-        volume.ntfs.get_listing_rows(64, other.build_before_fixup(), image.record_pos(64), rows));
-    ASSERT_THAT(rows, SizeIs(1));
-    EXPECT_EQ(rows[0].name, "at hand");
-    EXPECT_EQ(rows[0].file_ref, file_reference(64, 9));
-}
-
-TEST(ListingRows, RecordIsReadWhereTheOneAtHandMayDiffer) {
-    support::ntfs_image image;
-    image.entry(64).stream(u"on disk", "x");
-    open_volume volume(image);
-    support::record_builder other(64);
-    other.data("at hand");
-    const support::bytes record = other.build_before_fixup();
-    std::vector<NTFS_ATTRIB_ROW> rows;
-    const std::uint64_t position = image.record_pos(64);
-    // A record that was read in part.
-    ASSERT_TRUE(volume.ntfs.get_listing_rows(64, ql::bytes(record).first(1023), position, rows));
-    ASSERT_THAT(rows, SizeIs(1));
-    EXPECT_EQ(rows[0].name, "on disk");
-    // A record from another place.
-    ASSERT_TRUE(volume.ntfs.get_listing_rows(64, record, position + 1024, rows));
-    ASSERT_THAT(rows, SizeIs(1));
-    EXPECT_EQ(rows[0].name, "on disk");
-    // A record of another size than the volume states.
-    volume.ntfs.m_mft_record_size = 512;
-    ASSERT_TRUE(volume.ntfs.get_listing_rows(64, record, position, rows));
-    ASSERT_THAT(rows, SizeIs(1));
-    EXPECT_EQ(rows[0].name, "on disk");
-}
-
 TEST(ListingRows, RecordCutByTheEndOfTheImageIsListedAsByAllRows) {
     support::ntfs_image image;
     image.entry(64).data("in front").id(1);
@@ -493,17 +453,9 @@ TEST(ListingRows, RecordCutByTheEndOfTheImageIsListedAsByAllRows) {
     image.truncate(image.record_pos(64) + 512);
     open_volume volume(image);
     ASSERT_TRUE(volume.opened);
-    std::vector<std::uint8_t> record(1024);
-    std::uint64_t position = 0;
-    std::int64_t size = 1024;
-    ASSERT_TRUE(volume.ntfs.read_file_record(64, record, position, size, false));
-    ASSERT_EQ(size, 512);
     std::vector<NTFS_ATTRIB_ROW> all;
     ASSERT_TRUE(volume.ntfs.get_attrib_rows(64, all));
-    std::vector<NTFS_ATTRIB_ROW> listed;
-    ASSERT_TRUE(volume.ntfs.get_listing_rows(
-        64, ql::bytes(record).first(static_cast<std::size_t>(size)), position, listed));
-    expect_listed(all, listed);
+    expect_listed(all, listing_rows_of(volume, 64));
 }
 
 TEST(ListingRows, UnusableRecordHasNone) {
@@ -511,10 +463,10 @@ TEST(ListingRows, UnusableRecordHasNone) {
     image.entry(64).keyword("BAAD").data("x");
     open_volume volume(image);
     std::vector<NTFS_ATTRIB_ROW> rows(3);
-    EXPECT_FALSE(volume.ntfs.get_listing_rows(64, {}, 0, rows));
+    EXPECT_FALSE(volume.ntfs.get_listing_rows(64, rows));
     EXPECT_THAT(rows, IsEmpty());
     CNtfs closed(nullptr, 0, 33);
-    EXPECT_FALSE(closed.get_listing_rows(64, {}, 0, rows));
+    EXPECT_FALSE(closed.get_listing_rows(64, rows));
 }
 
 TEST(AttribRows, BadRecordHasNoRows) {

@@ -14,13 +14,11 @@ protected:
     std::vector<dir_entry> rows(std::uint64_t entry, std::uint64_t parent = root,
                                 bool append_name = true, std::uint64_t record_of = 0) {
         const std::unique_ptr<CNtfs> ntfs = open();
-        bytes buffer(ntfs->get_mft_record_size());
-        entry_record record;
-        std::int64_t size = static_cast<std::int64_t>(buffer.size());
-        EXPECT_TRUE(ntfs->read_file_record(record_of != 0 ? record_of : entry, buffer,
-                                           record.position, size, false));
-        record.buffer = buffer;
-        record.bytes_read = static_cast<std::size_t>(size);
+        bytes record(ntfs->get_mft_record_size());
+        std::uint64_t position = 0;
+        std::int64_t size = static_cast<std::int64_t>(record.size());
+        EXPECT_TRUE(ntfs->read_file_record(record_of != 0 ? record_of : entry, record, position,
+                                           size, false));
         dir_entry_set entries;
         EXPECT_TRUE(add_entry_rows(*ntfs, record, entry, parent, L"\\Dir", entries, show_indx,
                                    append_name, opts));
