@@ -24,6 +24,11 @@ bool read_vmdk_files(cmd_params& params, std::vector<std::string>& args, const c
     return true;
 }
 
+// As a C string: a NUL in a file's name ends the text.
+void print_messages(const std::ostringstream& messages) {
+    std::cerr << messages.str().c_str() << "\n";
+}
+
 void print_suggestion(const std::vector<std::wstring>& files, const char* vmdk_option) {
     if (files.empty()) return;
     std::string list;
@@ -38,7 +43,7 @@ bool check_chain(const cmd_params& params, const char* vmdk_option) {
     std::ostringstream messages;
     std::vector<std::wstring> suggested;
     if (check_vmdk_chain(params.vmdk_files, messages, suggested)) return true;
-    std::cerr << messages.str() << "\n";
+    print_messages(messages);
     print_suggestion(suggested, vmdk_option);
     return false;
 }
@@ -52,7 +57,7 @@ bool check_volume(cmd_params& params, std::vector<std::string>& args) {
     const bool settled = check_vmdk_list(messages, params.vmdk_files, params.vmdk_offset,
                                          found_ntfs, ignore_image_size);
     if (settled || found_ntfs) return true;
-    std::cerr << messages.str() << "\n";
+    print_messages(messages);
     return false;
 }
 

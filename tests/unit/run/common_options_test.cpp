@@ -83,4 +83,13 @@ TEST(ParseCommonOptions, FurtherWordThatIsNotUtf8IsAnEmptyPath) {
     EXPECT_EQ(run.messages, " can't be opened\n\nsuggested array: -vmdk \"\"\n");
 }
 
+TEST(ParseCommonOptions, MessageEndsAtANulInAName) {
+    // C0 80 is a long form of the code 0, which cuts the name where it is opened, too.
+    const support::temp_dir dir;
+    const std::string name = dir.file("missing");
+    const reading run({"-vmdk", name + "\xC0\x80.vmdk"});
+    EXPECT_FALSE(run.result);
+    EXPECT_TRUE(run.messages.starts_with(name + "\nsuggested array: -vmdk \"")) << run.messages;
+}
+
 }  // namespace
