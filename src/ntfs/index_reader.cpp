@@ -102,19 +102,19 @@ bool load_index_list(CNtfs& ntfs, const record_attrib& attribute, index_list& li
     return true;
 }
 
-// Reads up to `left` clusters from `lcn` on, as many as `buffer` holds. Where they can't all be
-// read in full, it is the first one alone, which the end of the source may cut; empty when that
-// can't be read.
+// Reads up to `left` clusters from `lcn` on, as many as `buffer` holds. Where they can't be read at
+// once, it is the first one alone, which the end of the source may cut; empty when that can't be
+// read.
 ql::bytes read_some_clusters(CNtfs& ntfs, std::uint64_t lcn, std::uint64_t left,
                              std::vector<std::uint8_t>& buffer) {
     const std::uint32_t size = ntfs.cluster_size();
     const auto wanted =
         static_cast<std::uint32_t>(std::min<std::uint64_t>(left, buffer.size() / size) * size);
-    std::uint32_t count = wanted;
-    if (ntfs.read_clusters(lcn, buffer.data(), count) && count == wanted) {
-        return ql::clip(buffer, 0, count);
+    if (wanted > size && ntfs.is_open() &&
+        ntfs.m_disk->read_in_one(buffer.data(), wanted, lcn * size + ntfs.m_volume_offset)) {
+        return ql::clip(buffer, 0, wanted);
     }
-    count = size;
+    std::uint32_t count = size;
     if (!ntfs.read_clusters(lcn, buffer.data(), count)) return {};
     return ql::clip(buffer, 0, count);
 }
