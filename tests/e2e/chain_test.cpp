@@ -103,6 +103,31 @@ TEST_F(Chain, OffsetGoesToTheChain) {
     run({"-ignore_image_size", "-vmdk", file}).expect(0, "", terminal_clearing);
 }
 
+TEST_F(Chain, OtherPartitionInFrontOfTheNtfsOneIsRefused) {
+    byte_image content = disk();
+    support::put_boot_record(content, 0, {{0x82, 64, 16}, {7, 2048, 2048}, {0x82, 6144, 2048}});
+    content.put_bytes(3 * mib, support::bytes(512));  // the third one holds no volume
+    const std::string file = vmdk_image().content(content).save(m_dir.file("disk.vmdk"));
+    const std::string list =
+        "\n"
+        "volume offset [ 0x8000 ] : linux swap\n"
+        "volume offset [ 0x100000 ] : ntfs or exfat\n"
+        "volume offset [ 0x300000 ] : linux swap\n"
+        "\n";
+    expect_refused({"-vmdk", file, "-offset", "0x8000"},
+                   "volume offset selected 0x8000 is not a NTFS partition, but [linux swap]\n" +
+                       list + "prob detecting ntfs partition\n\n");
+    // Behind it, the volume was found before: it is taken instead.
+    run({"-vmdk", file, "-offset", "0x300000"}).expect(0, rows("first.txt"), terminal_clearing);
+}
+
+TEST_F(Chain, VolumeThatEndsBehindTheDiskIsListed) {
+    byte_image content = disk();
+    support::put_boot_record(content, 0, {{7, 2048, 0x100000}});
+    const std::string file = vmdk_image().content(content).save(m_dir.file("disk.vmdk"));
+    run({"-vmdk", file, "-offset", "0x100000"}).expect(0, rows("first.txt"), terminal_clearing);
+}
+
 TEST_F(Chain, SecondOffsetIsThatOfTheImage) {
     const std::string file = vmdk_image().content(disk()).save(m_dir.file("disk.vmdk"));
     run({"-vmdk", file, "-offset", "0x100000", "-offset", "0x200"})
@@ -163,17 +188,14 @@ TEST_F(Chain, ParentOfAnOtherFolderIsSoughtBesideTheChild) {
 }
 
 TEST_F(Chain, ParentThatDoesNotExistIsTold) {
-    const std::string child =
-        vmdk_image().cid(2).parent(1, "disk.vmdk").save(m_dir.file("child.vmdk"));
-    const std::string filled = vmdk_image()
-                                   .cid(2)
-                                   .parent(1, "disk.vmdk")
-                                   .content(volume(u"delta.txt"))
-                                   .save(m_dir.file("child.vmdk"));
-    EXPECT_EQ(child, filled);
+    const std::string child = vmdk_image()
+                                  .cid(2)
+                                  .parent(1, "disk.vmdk")
+                                  .content(volume(u"delta.txt"))
+                                  .save(m_dir.file("child.vmdk"));
     expect_refused(
-        {"-vmdk", filled},
-        "Child VMDK points to a parent VMDK that doesn't exist, aborting\n\n" + suggestion(filled));
+        {"-vmdk", child},
+        "Child VMDK points to a parent VMDK that doesn't exist, aborting\n\n" + suggestion(child));
 }
 
 TEST_F(Chain, FileThatIsItsOwnParentIsRefused) {
