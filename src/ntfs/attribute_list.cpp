@@ -3,7 +3,8 @@
 #include "ntfs/data_run_list.h"
 #include "ntfs/ntfs.h"
 
-bool CNtfs::read_attribute_list(const record_attrib& attribute, std::vector<std::uint8_t>& list) {
+bool CNtfs::read_attribute_list(const record_attrib& attribute, std::vector<std::uint8_t>& list,
+                                bool keep_cluster_size) {
     list.clear();
     const data_run_list runs = attribute_runs(attribute);
     const std::uint64_t total = run_bytes(runs, cluster_size(), false);
@@ -13,12 +14,10 @@ bool CNtfs::read_attribute_list(const record_attrib& attribute, std::vector<std:
     std::size_t done = 0;
     for (const data_run& run : runs) {
         for (std::uint64_t i = 0; i < run.num_clusters; ++i) {
-            // A list that is cut by the end of the source lowers the cluster size to what was left
-            // there, for all reads of this volume that follow.
             std::uint32_t count = cluster_size();
             if (count > list.size() - done) break;
             if (!read_clusters(run.lcn + i, list.data() + done, count)) break;
-            m_cluster_size = static_cast<std::int32_t>(count);
+            if (!keep_cluster_size) m_cluster_size = static_cast<std::int32_t>(count);
             done += count;
         }
     }

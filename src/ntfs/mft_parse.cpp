@@ -157,7 +157,7 @@ void mft_parser::expand_list(const record_attrib& attribute) {
         return;
     }
     std::vector<std::uint8_t> list;
-    m_ntfs.read_attribute_list(attribute, list);
+    m_ntfs.read_attribute_list(attribute, list, true);
     const std::uint64_t largest = INT64_MAX;
     expand_entries(list, static_cast<std::int64_t>(std::min(attribute.real_size(), largest)));
 }

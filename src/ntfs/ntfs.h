@@ -119,8 +119,11 @@ public:
                         bool all_namespaces = false,
                         std::uint64_t parent_filter = no_parent_filter);
     // Reads the body of a non-resident $ATTRIBUTE_LIST cluster by cluster into `list`, which gets
-    // the size of all runs. A failed cluster ends its run, and the next run follows at once.
-    bool read_attribute_list(const record_attrib& attribute, std::vector<std::uint8_t>& list);
+    // the size of all runs. A failed cluster ends its run, and the next run follows at once. A
+    // list that is cut by the end of the source lowers the cluster size to what was left there, for
+    // all reads of this volume that follow, unless `keep_cluster_size`.
+    bool read_attribute_list(const record_attrib& attribute, std::vector<std::uint8_t>& list,
+                             bool keep_cluster_size = false);
 
     // --- attribute data (attrib_data.cpp) ---
 

@@ -481,6 +481,24 @@ TEST(MftAttributeList, NonResidentListEndsAtItsRealSize) {
     EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), first_two) << "the entry behind is stale";
 }
 
+TEST(MftAttributeList, ListCutByTheEndOfTheImageIsReadAsFarAsItGoes) {
+    split_mft mft;
+    const byte_list list = support::attribute_list_value(mft.list);
+    const support::cluster_runs whole = mft.image.store(list);
+    byte_list front(512);
+    front[0] = 0x10;
+    front[5] = 0x02;  // an entry of 512 bytes
+    constexpr std::uint64_t cut = 200;
+    mft.image.reserve(cut, 1).write_clusters(cut, front);
+    // What is there of the cluster at the end is followed by the cluster of the next run.
+    mft.image.entry(0).attribute_list_runs({{cut, 1}, whole[0]}, {.real = 512 + list.size()});
+    mft.image.truncate(cut * 4096 + 512);
+    image_volume volume(mft.image.build());
+    ASSERT_TRUE(volume.validate());
+    EXPECT_EQ(volume.ntfs.cluster_size(), 4096u);
+    EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), all_three);
+}
+
 TEST(MftAttributeList, LastListOfTheRecordCounts) {
     split_mft mft;
     mft.image.entry(0).attribute_list({{.type = 0x10, .record = mft.image.reference(0)}});
