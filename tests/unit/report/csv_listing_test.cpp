@@ -205,6 +205,13 @@ TEST_F(CsvListing, OtherSeparatorsMayStandInNames) {
     EXPECT_EQ(rows().substr(0, 23), "file;c:\\data\\a;b,c|d;;0");
 }
 
+TEST_F(CsvListing, NothingIsReplacedWithoutAReplacement) {
+    set_separator(";", ',', 0);
+    parent = L"c:\\d,a";
+    add(make_file(L"a,b", 0x50a));
+    EXPECT_EQ(rows().substr(0, 16), "file;c:\\d,a\\a,b;");
+}
+
 TEST_F(CsvListing, SeparatorCanBeATabOrNothing) {
     set_separator("\t", 0, 0);
     add(make_report());

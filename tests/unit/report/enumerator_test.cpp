@@ -53,6 +53,12 @@ TEST_F(Enumerator, DirectoryWithoutAnIndexHasItsOwnRow) {
     EXPECT_TRUE(result);
 }
 
+TEST_F(Enumerator, IndexIsFollowedWithoutTheDirectoryBit) {
+    volume.directory(root, u"dir", 40).flags(1);
+    volume.file(40, u"child", 64).data("");
+    EXPECT_EQ(report(L"\\dir", 40), ".\\child\n.\\dir\n");
+}
+
 TEST_F(Enumerator, EqualKeysStayInTheOrderOfTheEntries) {
     volume.file(root, u"a", 66).data("");
     volume.file(root, u"A", 64).data("");
@@ -124,6 +130,18 @@ TEST_F(Enumerator, StreamOfAFileIsListedAlone) {
     EXPECT_EQ(opts.entries.size(), 1u);
 }
 
+TEST_F(Enumerator, StreamIsSoughtBehindTheLastColonAndTheFirstHitCounts) {
+    volume.directory(root, u"dir", 40);
+    volume.file(40, u"f.txt", 64).data("").stream(u"x:one", "1").stream(u"one", "12");
+    opts.filepath_only = 0;
+    text_header_pending = false;
+    const std::string fields = "2021-03-05 06:07:08.234          64    1            ";
+    EXPECT_EQ(report(L"\\dir\\f.txt:one", 64), fields + "2   ads  :one\n");
+    volume.file(40, u"g.txt", 65).data("").stream(u"x:one", "1");
+    EXPECT_EQ(report(L"\\dir\\g.txt:one", 65),
+              "2021-03-05 06:07:08.234          65    1            1   ads  :one\n");
+}
+
 TEST_F(Enumerator, StreamThatIsNotThereGivesAllRows) {
     volume.directory(root, u"dir", 40);
     volume.file(40, u"f.txt", 64).data("").stream(u"one", "1");
@@ -175,7 +193,7 @@ TEST_F(Enumerator, StreamThatADirectoryLacksGivesItsRowsWithoutChildren) {
 TEST_F(Enumerator, ColonNearTheStartOrAtTheEndIsNoStream) {
     volume.directory(root, u"d", 40);
     volume.file(40, u"child", 64);
-    for (const wchar_t* path : {L"\\d:x", L"c:\\d", L"c:/x", L"\\dir1:"}) {
+    for (const wchar_t* path : {L"\\d:x", L"\\di:x", L"c:\\d", L"c:/x", L"\\dir1:"}) {
         SCOPED_TRACE(ql::to_utf8(path));
         const std::string shown = ql::to_utf8(path) + "\\";
         EXPECT_EQ(report(path, 40), shown + "\n" + shown + "child\n");
@@ -369,6 +387,7 @@ TEST_F(Walk, WriterIsChosenInOrder) {
         {"paths", [](quorvel_opts& o) { o.filepath_only = 1; }, "\\\n\\a\\\n"},
         {"csvgen", [](quorvel_opts& o) { o.list_csvgen = 1; }, "  last modified [UTC]  "},
         {"multiline", [](quorvel_opts& o) { o.list_multiline = 1; }, "  last modified [UTC]  "},
+        {"none", [](quorvel_opts& o) { o.no_listing = 1; }, ""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

@@ -244,6 +244,13 @@ TEST_F(TextListing, OwnStreamWithoutAColonShowsItsWholeName) {
                           "        4096  indx  c:\\data$I30\n");
 }
 
+TEST_F(TextListing, OwnStreamShowsWhatFollowsTheLastColonOfItsName) {
+    add(make_own_row());
+    add(make_own_stream(entry_type::data_stream, L"data:a:b"));
+    EXPECT_EQ(rows(), dir_row("40", "c:\\data\\") + fixed_fields("40", "2") +
+                          "        4096   ads  c:\\data:b\n");
+}
+
 TEST_F(TextListing, OwnStreamDropsAllClosingBackslashesUnlessNothingElseIsLeft) {
     const struct {
         const wchar_t* given;
