@@ -7,11 +7,12 @@
 
 #include "foundation/ql_bytes.h"
 
-// Grain tables stand side by side, so that one read of the file serves many of them. The window is
-// all the memory that reading takes, whatever sizes the file claims.
+// Grain tables stand side by side, so that one read of the file serves several of them. The window
+// is all the memory that reading takes, whatever sizes the file claims. It is a page: a directory
+// that leads to places in no order costs a read of the whole window for each of them.
 class vmdk_metadata_reader {
 public:
-    static constexpr std::size_t window_size = 0x40000;
+    static constexpr std::size_t window_size = 0x1000;
 
     // Borrows the open file.
     explicit vmdk_metadata_reader(int fd) : m_fd(fd), m_window(window_size) {}

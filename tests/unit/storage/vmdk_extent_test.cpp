@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -526,6 +527,37 @@ TEST(VmdkDamage, TablesThatOverlapAreBoundedInAll) {
     EXPECT_GE(file.extent.table_of_entry.size(), 1u);
     std::uint64_t position = 0;
     EXPECT_FALSE(file.extent.find_grain((entries - 1) * file.extent.table_span, position));
+}
+
+// Bytes that this process has read by system calls; false where the system does not count them.
+bool count_bytes_read(std::uint64_t& count) {
+    std::ifstream counters("/proc/self/io");
+    std::string name;
+    return counters >> name >> count && name == "rchar:";
+}
+
+TEST(VmdkDamage, ScatteredTablesCostAPageEach) {
+    std::uint64_t before = 0;
+    std::uint64_t after = 0;
+    if (!count_bytes_read(before)) GTEST_SKIP() << "no /proc/self/io to count reads with";
+    // Tables of one entry in each of 8192 sectors, from the last one down.
+    constexpr std::uint64_t directory = 64, directory_sectors = 64, entries = 8192;
+    constexpr std::uint64_t first_table = directory + directory_sectors;
+    byte_image content((first_table + entries) * 512);
+    content.put_text(0, "KDMV").put(capacity_at, 1 << 20, 8).put(grain_size_at, 8, 8);
+    content.put(table_entries_at, 1, 4).put(directory_at, directory, 8);
+    content.put(overhead_at, content.size() / 512, 8);
+    content.put(directory * 512, first_table, 4);
+    for (std::uint64_t i = 1; i < entries; ++i)
+        content.put(directory * 512 + 4 * i, first_table + entries - i, 4);
+    const temp_dir dir;
+    const std::string path = content.save(dir.file("disk.vmdk"));
+    vmdk_extent extent;
+    ASSERT_TRUE(count_bytes_read(before));
+    EXPECT_TRUE(extent.open(widened(path), false));
+    ASSERT_TRUE(count_bytes_read(after));
+    EXPECT_EQ(extent.grain_tables.size(), entries);
+    EXPECT_LE(after - before, entries * 4096 + 0x100000);
 }
 
 TEST(VmdkDamage, DirectoryOfAnImpossibleLengthIsRefused) {
