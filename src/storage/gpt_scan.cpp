@@ -17,6 +17,9 @@ constexpr std::uint32_t read_entry_size = 128;  // bytes of an entry that are lo
 constexpr std::uint32_t least_first_sector = 512;
 constexpr std::uint64_t volume_start_size = 2048;  // read of a partition, for ext and HFS+
 constexpr std::uint16_t type_gpt = 238;
+// Far more partitions than any disk has. Entries shorter than their type repeat what stood in front
+// of them, so that even a hole in the image would give as many partitions as it has bytes.
+constexpr std::size_t most_partitions = 0x10000;
 
 // Header of a GUID partition table, in the second sector. Its signature is not looked at.
 //
@@ -138,6 +141,7 @@ bool scan_gpt(CRawDisk& disk, partition_list& list, bool /*list_all*/) {
         partition_record record = record_of(entry, sector_size);
         if (!detect_volume(disk, record, entry, sector_size)) return false;
         list.push_back(std::move(record));
+        if (list.size() == most_partitions) break;
     }
     return !list.empty();
 }

@@ -250,6 +250,18 @@ TEST(GptScan, ShortEntryShowsWhatStoodBehindIt) {
     EXPECT_EQ(s.list[1].m_num_sectors, 31u);
 }
 
+TEST(GptScan, ShortEntriesInAHoleDoNotFillTheMemory) {
+    // Entries of one byte: all the rest of each is that of the header, whose backup sector is taken
+    // for the first one of a partition.
+    byte_image disk = gpt_disk({}, {.entry_count = 1, .backup = false}, 0x200000);
+    disk.put(header_at + 32, 100, 8).put(header_at + 40, 150, 8);
+    disk.put(header_at + 80, 0x100000, 4).put(header_at + 84, 1, 4);
+    const scan s = scan_image(disk);
+    EXPECT_TRUE(s.result);
+    EXPECT_EQ(s.list.size(), 0x10000u);
+    EXPECT_EQ(s.list.back().m_LBA_first_sector, 100u);
+}
+
 TEST(GptScan, EntryCutByTheEndOfTheImageEndsInZeros) {
     byte_image disk = gpt_disk(
         {{.first = 1, .last = 1, .name = u"before"}, {.first = 2, .last = 2, .name = u"after"}},
