@@ -213,6 +213,13 @@ TEST_F(EntryRows, LaterObjectIdReplacesTheFirst) {
     EXPECT_EQ(rows(64).at(0).object_id, id_array(2));
 }
 
+TEST_F(EntryRows, ObjectIdBehindAReparsePointIsFound) {
+    volume.directory(root, u"j", 64)
+        .reparse(support::mount_point_tag, u"\\??\\C:\\x")
+        .object_id(id_bytes(3));
+    EXPECT_EQ(rows(64).at(0).object_id, id_array(3));
+}
+
 TEST_F(EntryRows, LongObjectIdShowsTheLengthOfItsValue) {
     bytes value = id_bytes(1);
     value.resize(64);

@@ -168,6 +168,12 @@ TEST_F(Enumerator, XmlNamesTheStreamOfADirectoryInItsFrameAlone) {
         << text;
 }
 
+TEST_F(Enumerator, StreamOfADirectoryIsCutAtItsLastColon) {
+    volume.directory(root, u"dir", 40).stream(u"zone", "1");
+    report(L"c:\\dir:zone", 40);
+    EXPECT_EQ(opts.directory, L"c:\\di");
+}
+
 // The colon that is cut at is then the one of the drive, and nothing stays in front of it.
 TEST_F(Enumerator, StreamOfAFileBehindADriveLetterCutsTheWholeDirectory) {
     volume.directory(root, u"dir", 40);
