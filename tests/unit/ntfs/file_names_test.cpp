@@ -275,6 +275,20 @@ TEST(FileNames, ExtensionRecordAddsItsNames) {
     EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name", L"far name"));
 }
 
+TEST(FileNames, ListIsFoundBehindALargeAttribute) {
+    support::ntfs_image image({.record = 4096});
+    image.entry(65).base(image.entry(64).reference()).file_name(5, u"far name").id(7);
+    image.entry(64)
+        .standard_information()
+        .file_name(5, u"base name")
+        .data(support::bytes(2000, 0x55))
+        .attribute_list(
+            {{.type = support::type::file_name, .record = file_reference(65, 1), .id = 7}});
+    open_volume volume(image);
+    ASSERT_TRUE(volume.opened);
+    EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name", L"far name"));
+}
+
 TEST(FileNames, AnyListedAttributeOfAnExtensionBringsItsNames) {
     extended_entry entry;
     entry.list({{.type = support::type::data, .record = file_reference(65, 1), .id = 8}});

@@ -767,6 +767,19 @@ TEST(DirectoryIndex, NameMustLieInsideItsAttribute) {
     }
 }
 
+TEST(DirectoryIndex, AttributeMayClaimTheLengthOfARecordAtMost) {
+    for (const std::uint32_t length : {1024u, 1025u}) {
+        SCOPED_TRACE(length);
+        ntfs_image image;
+        image.entry(65).resident(support::type::index_root, u"$I30",
+                                 index_root_value(with_end({entry_of_file(70)})));
+        const std::size_t at = image.entry(65).attribute_offset(support::type::index_root, u"$I30");
+        image.entry(65).put_before_fixup(at + 4, length, 4);
+        open_volume volume(image);
+        EXPECT_THAT(children_of(volume, 65, length == 1024), SizeIs(length == 1024 ? 1 : 0));
+    }
+}
+
 TEST(DirectoryIndex, LastAttributeOfATypeCounts) {
     ntfs_image image;
     image.entry(65).resident(support::type::index_root, u"$I30",
@@ -902,6 +915,24 @@ TEST(DirectoryIndex, ListedPartsInTheOwnRecordAreNotFollowed) {
         {listed_index::allocation(64), listed_index::root(65)});
     open_volume volume(directory.image);
     EXPECT_THAT(children_of(volume, 64), ElementsAre(70));
+}
+
+TEST(DirectoryIndex, ListedRootInTheOwnRecordIsNotFollowedEvenIfItIsThere) {
+    // The name of the root passes the end of its attribute, so that only a search by list would
+    // find it.
+    ntfs_image image;
+    image.entry(64).flags(3).attribute_list({listed_index::root(64)});
+    image.entry(64).resident(support::type::index_root, u"$I30",
+                             index_root_value(with_end({entry_of_file(70)})));
+    const std::size_t at = image.entry(64).attribute_offset(support::type::index_root, u"$I30");
+    const std::uint32_t length = ql::le32(image.entry(64).build_before_fixup(), at + 4);
+    const support::bytes name = support::as_bytes(u"$I30");
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        image.entry(64).put_before_fixup(at + length - 7 + i, name[i], 1);
+    }
+    image.entry(64).put_before_fixup(at + 10, length - 7, 2);
+    open_volume volume(image);
+    EXPECT_THAT(children_of(volume, 64), IsEmpty());
 }
 
 TEST(DirectoryIndex, UnreadableListedRecordFails) {

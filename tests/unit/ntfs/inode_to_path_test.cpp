@@ -141,11 +141,13 @@ TEST(InodeToPath, EntryNamedAsItsParentLosesItsOwnSegment) {
     image.directory(64, u"deep", 67);
     image.directory(67, u"deep", 68);
     image.file(68, u"file", 69);
+    image.file(67, u"same", 70);
     const saved_volume volume(image);
     EXPECT_THAT(volume.paths(65), ElementsAre(L"\\same"));
     EXPECT_THAT(volume.paths(66), ElementsAre(L"\\same\\Same"));
     EXPECT_THAT(volume.paths(68), ElementsAre(L"\\same\\deep"));
     EXPECT_THAT(volume.paths(69), ElementsAre(L"\\same\\deep\\deep\\file"));
+    EXPECT_THAT(volume.paths(70), ElementsAre(L"\\same\\deep\\same")) << "not its grandparent";
 }
 
 TEST(InodeToPath, SegmentsOfADotAreLeftOut) {

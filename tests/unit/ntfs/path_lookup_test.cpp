@@ -461,7 +461,12 @@ TEST(PathLookup, SnapshotPrefixIsTakenOff) {
     EXPECT_FALSE(look_up(volume, L"\\\\.\\SNAPID_" + std::wstring(36, L'0') + L"\\temp").result);
     EXPECT_EQ(look_up(volume, L"\\\\.\\snapid_" + std::wstring(35, L'\\') + L"0\\temp").resolved,
               L"\\temp");
-    EXPECT_FALSE(look_up(volume, L"\\\\.\\snapid_" + std::wstring(35, L'0') + L"\\").result);
+    EXPECT_EQ(look_up(volume, L"\\\\.\\snapid_" + std::wstring(35, L'0') + L"\\x\\temp").resolved,
+              L"\\temp");
+    // One of 47 characters is a path like any other.
+    EXPECT_THAT(look_up(volume, L"\\\\.\\snapid_" + std::wstring(35, L'0') + L"\\").trace,
+                testing::StartsWith("->anal: \\\\.\\snapid_" + std::string(35, '0') +
+                                    "\\\n->root dir\n->seg: .\n"));
 }
 
 TEST(PathLookup, SourcePrefixAloneLeavesAnEmptyPath) {
@@ -587,6 +592,18 @@ TEST(PathLookup, TargetWithoutSegmentsIsTheLinkItself) {
         EXPECT_EQ(found.parent, 0u);
         EXPECT_THAT(found.trace, testing::EndsWith("->info: restart segments [link]\n"));
     }
+}
+
+TEST(PathLookup, TargetWithoutSegmentsLeavesNoParent) {
+    ntfs_image image = sample();
+    image.directory(65, u"link", 70)
+        .reparse(support::mount_point_tag, u"\\??\\C:\\", {.print = u"C:\\"});
+    open_volume volume(image);
+    const lookup found = look_up(volume, L"\\temp\\sub\\link");
+    EXPECT_TRUE(found.result);
+    EXPECT_EQ(found.inode, 70u);
+    EXPECT_EQ(found.parent, 0u);
+    EXPECT_EQ(found.resolved, L"\\C:");
 }
 
 TEST(PathLookup, LinkInASubdirectoryForgetsTheWayToIt) {
