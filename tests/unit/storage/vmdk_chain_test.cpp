@@ -174,12 +174,12 @@ TEST(VmdkChain, StepIsThatOfTheHolder) {
     // The parent's grains are four times as large as the child's. A request that begins in a hole
     // of the child takes the rest of the parent's grain and overlooks the child behind it.
     const vmdk_image base = layer("A", 1, none, {.capacity = 160, .grain_size = 32});
-    linked_chain c({base, layer(".B..", 2, 1)});
+    linked_chain c({base, layer(".B.C", 2, 1)});  // C stands behind B in the file
     bytes buffer(4 * grain_size, 0xEE);
     auto count = static_cast<std::uint32_t>(buffer.size());
     EXPECT_TRUE(c.chain.read(buffer.data(), 0, count));
     EXPECT_EQ(buffer, bytes(4 * grain_size, 'A'));
-    EXPECT_EQ(c.grains(4), "ABAA");
+    EXPECT_EQ(c.grains(4), "ABAC");
     // One that begins in the child's grain ends with it, and goes on in the parent.
     buffer.assign(2 * grain_size, 0xEE);
     count = 2 * grain_size;
