@@ -640,6 +640,19 @@ TEST(AttribCategorize, UnnamedDataPartJoinsTheFirstItemInKeyOrder) {
                 ElementsAre(run_tuple{100, 0, 4}));
 }
 
+TEST(AttribCategorize, UnnamedDataPartPassesOverAStreamOfALowerId) {
+    const pass_result pass = categorized_entry([](auto& entry) {
+        entry.keep_order().stream_runs(u"s", {{50, 3}}).id(1);
+        entry.data_runs({{100, 4}}).id(5);
+        entry.data_runs({{200, 2}}, {.start_vcn = 4}).id(9);
+    });
+    ASSERT_THAT(pass.store.attributes, SizeIs(2));
+    EXPECT_THAT(runs_of(pass.store.attributes.at(key_of(1, 0x80)).runs),
+                ElementsAre(run_tuple{50, 0, 3}));
+    EXPECT_THAT(runs_of(pass.store.attributes.at(key_of(5, 0x80)).runs),
+                ElementsAre(run_tuple{100, 0, 4}, run_tuple{200, 4, 2}));
+}
+
 TEST(AttribCategorize, StreamsOfOtherIdsStaySeparate) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.stream_runs(u"s", {{100, 4}}).id(1);

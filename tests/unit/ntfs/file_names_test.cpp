@@ -279,6 +279,7 @@ TEST(FileNames, ListIsFoundBehindALargeAttribute) {
     support::ntfs_image image({.record = 4096});
     image.entry(65).base(image.entry(64).reference()).file_name(5, u"far name").id(7);
     image.entry(64)
+        .keep_order()
         .standard_information()
         .file_name(5, u"base name")
         .data(support::bytes(2000, 0x55))
