@@ -70,8 +70,8 @@ void copy_clusters(const support::bytes& from, std::size_t first, std::size_t co
               to.begin() + static_cast<std::ptrdiff_t>(at * cluster_size));
 }
 
-// A medium with a bad spot: the memory of this process, which can be read as a file, with one page
-// taken out of it.
+// A medium with a bad spot: the memory of this process, which can be read as a file. One page of it
+// lies behind the end of an empty file and can't be read.
 class bad_spot_medium {
 public:
     // `bad` is the byte of the image at which the bad page begins.
@@ -79,7 +79,10 @@ public:
         m_start = static_cast<std::uint8_t*>(
             ::mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
         std::copy(image.begin(), image.end(), m_start);
-        ::munmap(m_start + bad, page_size());
+        const int empty = ::memfd_create("bad spot", 0);
+        EXPECT_EQ(::mmap(m_start + bad, page_size(), PROT_READ, MAP_SHARED | MAP_FIXED, empty, 0),
+                  m_start + bad);
+        ::close(empty);
     }
     ~bad_spot_medium() { ::munmap(m_start, m_size); }
     bad_spot_medium(const bad_spot_medium&) = delete;
