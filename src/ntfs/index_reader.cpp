@@ -15,7 +15,6 @@ namespace {
 constexpr std::uint32_t block_size = 4096;
 constexpr std::uint32_t all_blocks = 0xFFFFFFFF;
 constexpr std::uint16_t largest_entry = 768;
-constexpr std::uint64_t bytes_at_once = 65536;
 
 constexpr std::array<std::uint8_t, 8> i30_name = {'$', 0, 'I', 0, '3', 0, '0', 0};
 
@@ -102,23 +101,6 @@ bool load_index_list(CNtfs& ntfs, const record_attrib& attribute, index_list& li
     return true;
 }
 
-// Reads up to `left` clusters from `lcn` on, as many as `buffer` holds. Where they can't be read at
-// once, it is the first one alone, which the end of the source may cut; empty when that can't be
-// read.
-ql::bytes read_some_clusters(CNtfs& ntfs, std::uint64_t lcn, std::uint64_t left,
-                             std::vector<std::uint8_t>& buffer) {
-    const std::uint32_t size = ntfs.cluster_size();
-    const auto wanted =
-        static_cast<std::uint32_t>(std::min<std::uint64_t>(left, buffer.size() / size) * size);
-    if (wanted > size && ntfs.is_open() &&
-        ntfs.m_disk->read_in_one(buffer.data(), wanted, lcn * size + ntfs.m_volume_offset)) {
-        return ql::clip(buffer, 0, wanted);
-    }
-    std::uint32_t count = size;
-    if (!ntfs.read_clusters(lcn, buffer.data(), count)) return {};
-    return ql::clip(buffer, 0, count);
-}
-
 // Puts the clusters of an index together to blocks.
 class block_collector {
 public:
@@ -189,16 +171,14 @@ private:
     std::size_t m_parts = 0;  // clusters of the block that is being put together
 };
 
-// Hands the clusters of a run from number `next` of it on over, up to the first that can't be read.
+// Reads the clusters of a run from number `next` of it on into `cluster`, one after the other, up to
+// the first that can't be read. The end of the source may cut the last one.
 void collect_run(CNtfs& ntfs, const data_run& run, std::uint64_t next,
-                 std::vector<std::uint8_t>& buffer, block_collector& collector) {
-    const std::uint32_t size = ntfs.cluster_size();
-    while (next < run.num_clusters && !collector.is_full()) {
-        ql::bytes read = read_some_clusters(ntfs, run.lcn + next, run.num_clusters - next, buffer);
-        if (read.empty()) return;
-        for (; !read.empty() && !collector.is_full(); read = ql::clip(read, size), ++next) {
-            collector.add(ql::clip(read, 0, size));
-        }
+                 std::vector<std::uint8_t>& cluster, block_collector& collector) {
+    for (; next < run.num_clusters && !collector.is_full(); ++next) {
+        std::uint32_t count = ntfs.cluster_size();
+        if (!ntfs.read_clusters(run.lcn + next, cluster.data(), count)) return;
+        collector.add(ql::clip(cluster, 0, count));
     }
 }
 
@@ -319,14 +299,13 @@ bool CNtfs::read_index_blocks(std::vector<std::uint8_t>& out, std::uint32_t& blo
     const std::size_t skip_blocks = parts != 0 ? 0 : first_block % blocks;
 
     block_collector collector(out, size, parts, skip_blocks, get_bytes_per_sector());
-    const std::uint64_t at_once = std::min(bytes, bytes_at_once) / size * size;
-    std::vector<std::uint8_t> buffer(std::max<std::uint64_t>(size, at_once));
+    std::vector<std::uint8_t> cluster(size);
     for (const data_run& run : runs) {
         if (run.sparse != 0) continue;
         if (skip >= run.num_clusters) {
             skip -= run.num_clusters;
         } else {
-            collect_run(*this, run, std::exchange(skip, 0), buffer, collector);
+            collect_run(*this, run, std::exchange(skip, 0), cluster, collector);
         }
     }
     return true;

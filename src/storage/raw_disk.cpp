@@ -104,15 +104,6 @@ bool CRawDisk::read_bytes(void* buffer, std::uint32_t& count, std::uint64_t offs
     return false;
 }
 
-// A chain chooses the holder of a grain at the start of each request, and a drive passes over a bad
-// spot request by request: there pieces differ from the whole.
-bool CRawDisk::read_in_one(void* buffer, std::uint32_t count, std::uint64_t offset) {
-    if (buffer == nullptr || !ok || fd == -1 || kind != disk_kind::file) return false;
-    const auto start = static_cast<std::int64_t>(offset);
-    if (start < 0 || size_bytes <= start || size_bytes - start < count) return false;
-    return ::pread(fd, buffer, count, start) == static_cast<ssize_t>(count);
-}
-
 bool CRawDisk::read_file(void* buffer, std::uint32_t& count, std::uint64_t offset) {
     if (fd == -1) return false;
     const std::uint64_t left = static_cast<std::uint64_t>(size_bytes) - offset;

@@ -43,11 +43,6 @@ public:
     // read fails.
     bool read_bytes(void* buffer, std::uint32_t& count, std::uint64_t offset);
 
-    // The same for callers that would else read `count` bytes in pieces. False, with any content in
-    // `buffer`, unless pieces would bring the very same: the source is a file, holds all of the
-    // bytes, and one read call brings them.
-    bool read_in_one(void* buffer, std::uint32_t count, std::uint64_t offset);
-
     // Size in bytes; 0 when not open. A source that can't seek to its end has 2^64 - 1.
     std::uint64_t size_in_bytes() const;
 

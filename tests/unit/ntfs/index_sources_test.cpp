@@ -1,5 +1,4 @@
-// Index blocks on sources that are damaged or layered: each cluster is read on its own terms, also
-// where a sound image lets several of them be read at once.
+// Index blocks on sources that are damaged or layered: each cluster is read on its own terms.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

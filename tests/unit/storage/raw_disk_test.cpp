@@ -168,28 +168,6 @@ TEST(RawDiskFile, ReadWithoutAnyFreshByteIsStillSuccess) {
     EXPECT_EQ(got.buffer, bytes(16, 0));
 }
 
-TEST(RawDiskFile, ReadInOneBringsAllOrFails) {
-    const bytes content = pattern(1000);
-    disk_file source{byte_image(content)};
-    bytes buffer(400, untouched);
-    ASSERT_TRUE(source.disk.read_in_one(buffer.data(), 400, 600));
-    EXPECT_EQ(buffer, part(content, 600, 400));
-
-    EXPECT_FALSE(source.disk.read_in_one(nullptr, 400, 600));
-    for (const std::uint64_t offset :
-         {std::uint64_t{601}, std::uint64_t{1000}, std::uint64_t{top_bit}, ~std::uint64_t{0}}) {
-        EXPECT_FALSE(source.disk.read_in_one(buffer.data(), 400, offset)) << offset;
-    }
-    for (const disk_kind kind : {disk_kind::physical_drive, disk_kind::vmdk, disk_kind::none}) {
-        source.disk.kind = kind;
-        EXPECT_FALSE(source.disk.read_in_one(buffer.data(), 400, 600));
-    }
-    source.disk.kind = disk_kind::file;
-    ASSERT_EQ(::truncate(source.path.c_str(), 999), 0);  // the size that was seen stays 1000
-    EXPECT_FALSE(source.disk.read_in_one(buffer.data(), 400, 600));
-    EXPECT_TRUE(source.disk.read_in_one(buffer.data(), 399, 600));
-}
-
 TEST(RawDiskFile, FailedSystemReadFails) {
     disk_file source{byte_image(pattern(1000))};
     const int write_only = ::open(source.path.c_str(), O_WRONLY);
