@@ -57,9 +57,9 @@ struct NTFS_ENTRY_STORE {
     std::vector<std::uint8_t> record_bytes;  // the base record, update sequence applied
     bool has_base = false;
     std::uint64_t base_ref = 0;
-    std::map<std::uint16_t, NTFS_STD_INFO_ITEM> std_infos;    // by attribute id
-    std::map<std::string, NTFS_FILE_NAME_ITEM> file_names;    // by name key
-    std::map<std::uint64_t, NTFS_ATTRIB_ITEM> attributes;     // by id << 48 | type
+    std::map<std::uint16_t, NTFS_STD_INFO_ITEM> std_infos;  // by attribute id
+    std::map<std::string, NTFS_FILE_NAME_ITEM> file_names;  // by name key
+    std::map<std::uint64_t, NTFS_ATTRIB_ITEM> attributes;   // by id << 48 | type
     bool seen_unnamed_data = false;
 };
 

@@ -62,8 +62,8 @@ struct file_record {
     // Keyword "FILE", update sequence at 48 with a count of at most 9, first attribute below 73.
     // Records of older volumes, with the update sequence at 42, are no valid records here.
     bool is_valid() const {
-        return has_file_keyword() && sequence_array_offset() == 48 &&
-               sequence_array_count() <= 9 && first_attrib_offset() < 73;
+        return has_file_keyword() && sequence_array_offset() == 48 && sequence_array_count() <= 9 &&
+               first_attrib_offset() < 73;
     }
     // (count - 1) * 512 in unsigned 32 bits for a valid record, else 0.
     std::uint32_t record_size_from_usa() const {
@@ -169,6 +169,6 @@ constexpr std::uint32_t bad = 3;
 }  // namespace record_kind
 
 // The general form: tells the kind of a record of at least 1024 bytes and applies its update
-// sequence. False with kind 0 for a smaller record or an unknown keyword, false when `size` is below
-// (count - 1) * stride, and for a "BAAD" record with a count above 10.
+// sequence. False with kind 0 for a smaller record or an unknown keyword, false when `size` is
+// below (count - 1) * stride, and for a "BAAD" record with a count above 10.
 bool apply_fixup(std::uint32_t& kind, std::span<std::uint8_t> record, std::uint32_t stride);

@@ -171,8 +171,8 @@ private:
     std::size_t m_parts = 0;  // clusters of the block that is being put together
 };
 
-// Reads the clusters of a run from number `next` of it on into `cluster`, one after the other, up to
-// the first that can't be read. The end of the source may cut the last one.
+// Reads the clusters of a run from number `next` of it on into `cluster`, one after the other, up
+// to the first that can't be read. The end of the source may cut the last one.
 void collect_run(CNtfs& ntfs, const data_run& run, std::uint64_t next,
                  std::vector<std::uint8_t>& cluster, block_collector& collector) {
     for (; next < run.num_clusters && !collector.is_full(); ++next) {

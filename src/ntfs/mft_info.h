@@ -10,9 +10,9 @@
 #include "ntfs/data_run_list.h"
 
 struct NTFS_INODE_INFO {
-    std::string security_text;  // owner SID of the record's security id
-    std::string name;           // stays empty
-    std::wstring wide_name;     // stays empty
+    std::string security_text;                      // owner SID of the record's security id
+    std::string name;                               // stays empty
+    std::wstring wide_name;                         // stays empty
     std::array<std::uint8_t, 68> file_name_body{};  // start of the $FILE_NAME value
     std::uint64_t data_size = 0;
     std::vector<NTFS_DATA> bitmap_runs;

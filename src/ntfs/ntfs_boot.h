@@ -14,9 +14,9 @@ struct NTFS_BOOT {
 
     bool has_ntfs_signature() const { return ql::has_text(raw, 3, "NTFS    "); }
     std::uint16_t bytes_per_sector() const { return ql::le16(raw, 11); }
-    std::uint8_t sectors_per_cluster() const { return raw[13]; }          // 0 on a damaged volume
-    std::uint64_t total_sectors() const { return ql::le64(raw, 40); }     // sectors in the volume
-    std::uint64_t mft_start_lcn() const { return ql::le64(raw, 48); }     // clusters
+    std::uint8_t sectors_per_cluster() const { return raw[13]; }           // 0 on a damaged volume
+    std::uint64_t total_sectors() const { return ql::le64(raw, 40); }      // sectors in the volume
+    std::uint64_t mft_start_lcn() const { return ql::le64(raw, 48); }      // clusters
     std::uint64_t mftmirr_start_lcn() const { return ql::le64(raw, 56); }  // clusters
     // 0 to 127: clusters in a file record. -128 to -1: the record has 2^-n bytes, so that 0xF6
     // (-10) is 1024 bytes whatever the cluster size is.
