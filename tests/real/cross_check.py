@@ -249,14 +249,15 @@ def compare(options):
     return not differences.unknown and compared > 0
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
+def volume_options(description):
+    """The command line of the scripts that look at one volume."""
+    parser = argparse.ArgumentParser(description=description)
     parser.add_argument("--program", required=True)
     parser.add_argument("--image", required=True)
     parser.add_argument("--offset", type=int, default=0)
     parser.add_argument("--label", default="volume")
-    sys.exit(0 if compare(parser.parse_args()) else 1)
+    return parser.parse_args()
 
 
 if __name__ == "__main__":
-    main()
+    sys.exit(0 if compare(volume_options(__doc__)) else 1)

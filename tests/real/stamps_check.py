@@ -6,7 +6,6 @@ $FILE_NAME that stands for the row: the long name's, and the DOS name's where th
 attribute flags and the discrepancy test are left to the other tests.
 """
 
-import argparse
 import os
 import re
 import sys
@@ -126,14 +125,5 @@ def compare(options):
     return not wrong and compared > 0 and elements > 0
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--program", required=True)
-    parser.add_argument("--image", required=True)
-    parser.add_argument("--offset", type=int, default=0)
-    parser.add_argument("--label", default="volume")
-    sys.exit(0 if compare(parser.parse_args()) else 1)
-
-
 if __name__ == "__main__":
-    main()
+    sys.exit(0 if compare(cross_check.volume_options(__doc__)) else 1)
