@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "foundation/ql_string.h"
+
 namespace {
 
 // True when the `length` 16-bit units at `at` are those of `name`. Units behind the end of `b` are
@@ -15,6 +17,15 @@ bool has_name(ql::bytes b, std::size_t at, std::uint8_t length, ql::bytes name) 
 }
 
 }  // namespace
+
+std::string name_inside(const record_attrib& attribute) {
+    std::string name;
+    const std::uint32_t bytes = attribute.name_length() * 2u;
+    if (bytes != 0 && attribute.name_offset() + bytes <= attribute.length()) {
+        ql::utf16_to_utf8(attribute.from(attribute.name_offset()), bytes, name, false);
+    }
+    return name;
+}
 
 bool find_attrib(ql::bytes record, std::uint32_t type, record_attrib& attribute,
                  std::uint32_t limit) {

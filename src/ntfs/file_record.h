@@ -116,6 +116,10 @@ inline record_attrib first_attrib(ql::bytes record) {
     return {record, file_record{record}.first_attrib_offset()};
 }
 
+// The name of an attribute in UTF-8; empty when it has none, or when the name does not lie inside
+// the attribute.
+std::string name_inside(const record_attrib& attribute);
+
 // The first attribute of `type`. Each attribute on the way is tested: type 0xFFFFFFFF ends, a
 // matching type is the hit, a length of 0 or above `limit` ends. False when there is none.
 bool find_attrib(ql::bytes record, std::uint32_t type, record_attrib& attribute,

@@ -6,7 +6,6 @@
 #include <span>
 #include <utility>
 
-#include "foundation/ql_string.h"
 #include "ntfs/ntfs.h"
 
 namespace {
@@ -18,14 +17,8 @@ constexpr std::uint16_t largest_entry = 768;
 
 constexpr std::array<std::uint8_t, 8> i30_name = {'$', 0, 'I', 0, '3', 0, '0', 0};
 
-// True when the name of an attribute lies inside it and reads "$I30".
-bool is_i30(const record_attrib& attribute) {
-    const std::uint32_t bytes = attribute.name_length() * 2u;
-    if (bytes == 0 || attribute.name_offset() + bytes > attribute.length()) return false;
-    std::string name;
-    ql::utf16_to_utf8(attribute.from(attribute.name_offset()), bytes, name, false);
-    return name == "$I30";
-}
+// True for the parts of a directory's index by name.
+bool is_i30(const record_attrib& attribute) { return name_inside(attribute) == "$I30"; }
 
 // The attributes of a directory's record that lead to its index. Of several of one type the last
 // counts.

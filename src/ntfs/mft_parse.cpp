@@ -2,7 +2,6 @@
 #include <optional>
 #include <utility>
 
-#include "foundation/ql_string.h"
 #include "ntfs/ntfs.h"
 
 namespace {
@@ -142,11 +141,7 @@ bool mft_parser::take_index_allocation(const record_attrib& attribute) {
     if (!decode_mft_runs(run_list_of(attribute), runs, attribute.type(), true)) return false;
     m_out.index_alloc_runs.push_back(std::move(runs));
 
-    std::string& name = m_out.index_alloc_names.emplace_back();
-    const std::uint32_t name_bytes = attribute.name_length() * 2u;
-    if (name_bytes != 0 && attribute.name_offset() + name_bytes <= attribute.length()) {
-        ql::utf16_to_utf8(attribute.from(attribute.name_offset()), name_bytes, name, false);
-    }
+    m_out.index_alloc_names.push_back(name_inside(attribute));
     return true;
 }
 
