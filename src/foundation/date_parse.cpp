@@ -7,6 +7,7 @@
 #include "foundation/ql_calendar.h"
 #include "foundation/ql_string.h"
 #include "foundation/ql_time.h"
+#include "foundation/split_text.h"
 
 namespace ql {
 
@@ -14,16 +15,6 @@ namespace {
 
 constexpr std::size_t max_minute_text = 31;
 constexpr long max_field = 65535;
-
-std::vector<std::string> split_at(std::string_view text, char separator, bool keep_empty) {
-    std::vector<std::string> pieces;
-    for (std::size_t from = 0; from <= text.size();) {
-        const std::size_t end = std::min(text.find(separator, from), text.size());
-        if (keep_empty || end > from) pieces.emplace_back(text.substr(from, end - from));
-        from = end + 1;
-    }
-    return pieces;
-}
 
 // A number of the date. What doesn't fit into a field becomes its largest value, which no month and
 // no day may have; a text that is no number is 0.
@@ -54,7 +45,8 @@ bool read_date(const std::string& date_text, std::string order, char separator,
     const bool month_by_name = order.find("MON") != std::string::npos;
     replace_all(order, order, "MON", "M");
 
-    const std::vector<std::string> pieces = split_at(date_text, separator, false);
+    std::vector<std::string> pieces;
+    split_list(date_text, separator, pieces, false, false, false);
     const std::size_t count = std::min(pieces.size(), order.size());
     for (std::size_t i = 0; i < count; ++i) {
         if (order[i] == 'Y') {
@@ -90,7 +82,8 @@ bool is_afternoon(const std::string& time_text) {
 bool read_time(std::string time_text, _windows_systemtime& out) {
     trim(time_text);
     lower(time_text);
-    const std::vector<std::string> pieces = split_at(time_text, ':', true);
+    std::vector<std::string> pieces;
+    split_list(time_text, ':', pieces, false, true, false);
     if (pieces.size() < 2 || pieces[1].empty() || pieces[1].size() > max_minute_text) return false;
 
     const unsigned added_hours = is_afternoon(time_text) ? 12 : 0;

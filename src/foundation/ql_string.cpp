@@ -4,13 +4,14 @@
 #include <array>
 #include <cwchar>
 
+#include "foundation/number_text.h"
+
 namespace ql {
 
 namespace {
 
 constexpr std::uint32_t last_code_point = 0x10FFFF;
 constexpr std::size_t units_of_unknown_length = 500;
-constexpr char hex_digits[] = "0123456789abcdef";
 
 // wchar_t is signed on x86-64: an element as the number that is compared and shifted.
 constexpr std::uint32_t code_of(wchar_t element) { return static_cast<std::uint32_t>(element); }
@@ -136,11 +137,6 @@ void join_pairs(std::wstring& text) {
         joined.push_back(0x10000 + ((high & 0x3FF) << 10 | (text[i] & 0x3FF)));
     }
     text = std::move(joined);
-}
-
-void append_hex(std::string& out, std::uint64_t value, unsigned digits) {
-    for (unsigned i = digits; i-- > 0;)
-        out.push_back(hex_digits[value >> (i * 4) & 0xF]);
 }
 
 }  // namespace

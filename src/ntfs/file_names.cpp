@@ -1,6 +1,4 @@
-#include <array>
-#include <charconv>
-
+#include "foundation/number_text.h"
 #include "foundation/ql_string.h"
 #include "ntfs/attrib_pass.h"
 #include "ntfs/attribute_list.h"
@@ -10,15 +8,7 @@ namespace {
 
 // How far the walk over the names of a record looks at attributes, whatever the record size is.
 constexpr std::uint32_t name_walk_limit = 1024;
-
-// Lower-case hexadecimal with at least 8 digits.
-void append_hex(std::string& out, std::uint64_t value) {
-    std::array<char, 16> digits;
-    char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), value, 16).ptr;
-    const auto length = static_cast<std::size_t>(end - digits.data());
-    if (length < 8) out.append(8 - length, '0');
-    out.append(digits.data(), length);
-}
+constexpr std::size_t number_width = 8;  // digits of a number in a key, at least
 
 // Which names of a record are wanted.
 struct name_filter {
@@ -118,11 +108,11 @@ private:
 std::string name_key(std::uint64_t parent, const std::wstring& name, std::uint64_t number) {
     std::string key;
     key.reserve(name.size() + 26);
-    append_hex(key, parent);
+    ql::append_hex(key, parent, number_width);
     key += '_';
     ql::append_utf8(key, name);
     key += '_';
-    append_hex(key, number);
+    ql::append_hex(key, number, number_width);
     return key;
 }
 

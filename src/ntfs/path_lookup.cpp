@@ -1,9 +1,9 @@
 #include "ntfs/path_lookup.h"
 
-#include <string_view>
 #include <vector>
 
 #include "foundation/ql_string.h"
+#include "foundation/split_text.h"
 #include "ntfs/ntfs.h"
 #include "ntfs/reparse_point.h"
 #include "run/cmd_params.h"
@@ -37,14 +37,10 @@ std::wstring without_source_prefix(const std::wstring& path) {
     return rest == std::wstring::npos ? std::wstring() : path.substr(rest);
 }
 
-std::vector<std::wstring> split(std::wstring_view path, wchar_t separator) {
+std::vector<std::wstring> split(const std::wstring& path, wchar_t separator) {
     std::vector<std::wstring> segments;
-    std::size_t start = 0;
-    while (start < path.size()) {
-        const std::size_t end = std::min(path.find(separator, start), path.size());
-        if (end > start) segments.emplace_back(path.substr(start, end - start));
-        start = end + 1;
-    }
+    const wchar_t delimiters[] = {separator, 0};
+    split_any(path, segments, false, false, delimiters);
     return segments;
 }
 

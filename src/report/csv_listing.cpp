@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/number_text.h"
 #include "foundation/ql_string.h"
 #include "report/listing_paths.h"
 #include "report/name_stamps.h"
@@ -150,9 +151,9 @@ private:
     void append_number(std::uint64_t value, std::size_t hex_width) {
         if (m_settings.hex_numbers != 0) {
             m_row += "0x";
-            append_hex(m_row, value, hex_width);
+            ql::append_hex(m_row, value, hex_width);
         } else {
-            append_decimal(m_row, value);
+            ql::append_decimal(m_row, value);
         }
         m_row += m_separator;
     }

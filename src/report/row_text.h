@@ -8,13 +8,6 @@
 #include <string>
 #include <string_view>
 
-// Appends `value` in decimal.
-void append_decimal(std::string& row, std::uint64_t value);
-
-// Appends `value` in lower-case hexadecimal, zero-filled to `width` digits; a larger value has
-// more.
-void append_hex(std::string& row, std::uint64_t value, std::size_t width);
-
 // Appends `text` filled up with blanks to `width` bytes, at the end or at the front. Longer text is
 // not cut.
 void append_left(std::string& row, std::string_view text, std::size_t width);

@@ -3,6 +3,7 @@
 #include <string_view>
 #include <utility>
 
+#include "foundation/number_text.h"
 #include "foundation/ql_string.h"
 #include "report/listing_paths.h"
 #include "report/name_stamps.h"
@@ -96,9 +97,9 @@ private:
         append_element("filename", m_name);
         m_row += "<dir/><size>";
         if (m_settings.hex_numbers != 0) {
-            append_hex(m_row, size, size_width);
+            ql::append_hex(m_row, size, size_width);
         } else {
-            append_decimal(m_row, size);
+            ql::append_decimal(m_row, size);
         }
         m_row += "</size>";
     }

@@ -31,38 +31,6 @@ std::size_t find_value(const char* option, const std::vector<std::string>& args,
     return index + 1;
 }
 
-// Cuts `text` at each character of `delimiters` and hands every piece to `take`. True if a
-// delimiter or any text was there.
-template <typename Char, typename Take>
-bool cut(const std::basic_string<Char>& text, std::basic_string_view<Char> delimiters, Take take) {
-    if (text.empty()) return false;
-    std::size_t start = 0;
-    for (;;) {
-        const std::size_t end = std::min(text.find_first_of(delimiters, start), text.size());
-        take(text.substr(start, end - start));
-        if (end == text.size()) return true;
-        start = end + 1;
-    }
-}
-
-// Removes blanks, tabs and line ends at both ends.
-void trim_piece(std::string& piece) { ql::trim(piece); }
-
-void trim_piece(std::wstring& piece) {
-    constexpr const wchar_t* white = L" \t\r\n";
-    piece.erase(piece.find_last_not_of(white) + 1);
-    piece.erase(0, piece.find_first_not_of(white));
-}
-
-template <typename Char>
-bool split_into(const std::basic_string<Char>& text, std::basic_string_view<Char> delimiters,
-                std::vector<std::basic_string<Char>>& out, bool trim, bool keep_empty) {
-    return cut(text, delimiters, [&](std::basic_string<Char> piece) {
-        if (trim) trim_piece(piece);
-        if (keep_empty || !piece.empty()) out.push_back(std::move(piece));
-    });
-}
-
 }  // namespace
 
 void collect_args(std::vector<std::string>& args_out, int argc, const char* const* argv) {
@@ -112,16 +80,4 @@ void join_args(std::string& text_out, const std::vector<std::string>& args, char
         text_out += args[i];
         if (quoted) text_out += quote;
     }
-}
-
-bool split_list(const std::string& text, char delimiter, std::vector<std::string>& out, bool trim,
-                bool keep_empty, bool append) {
-    if (!append) out.clear();
-    return split_into(text, std::string_view(&delimiter, 1), out, trim, keep_empty);
-}
-
-bool split_any(const std::wstring& text, std::vector<std::wstring>& out, bool trim, bool keep_empty,
-               const wchar_t* delimiters) {
-    out.clear();
-    return split_into(text, std::wstring_view(delimiters), out, trim, keep_empty);
 }

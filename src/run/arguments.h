@@ -27,13 +27,3 @@ void remove_arg(std::size_t index, std::vector<std::string>& args);
 
 // The words joined by one blank, a word that contains a blank enclosed in `quote`.
 void join_args(std::string& text_out, const std::vector<std::string>& args, char quote);
-
-// Cuts `text` at `delimiter`. With `trim` each piece loses blanks, tabs and line ends at both ends.
-// Empty pieces are dropped unless `keep_empty`; `out` is cleared first unless `append`. True if
-// something was cut or read.
-bool split_list(const std::string& text, char delimiter, std::vector<std::string>& out, bool trim,
-                bool keep_empty, bool append);
-
-// The same for wide text and a set of delimiter characters; `out` is cleared first.
-bool split_any(const std::wstring& text, std::vector<std::wstring>& out, bool trim, bool keep_empty,
-               const wchar_t* delimiters);

@@ -5,6 +5,7 @@
 
 #include "foundation/ql_number.h"
 #include "foundation/ql_string.h"
+#include "foundation/split_text.h"
 #include "run/arguments.h"
 #include "run/cmd_params.h"
 #include "run/option_scan.h"

@@ -7,6 +7,7 @@
 
 #include "foundation/ql_string.h"
 #include "foundation/ql_time.h"
+#include "foundation/split_text.h"
 #include "run/arguments.h"
 #include "run/cmd_params.h"
 #include "run/date_window.h"

@@ -6,20 +6,6 @@
 
 namespace {
 
-TEST(RowText, NumbersAreFilledAndNeverCut) {
-    std::string row;
-    append_decimal(row, 0);
-    row += '|';
-    append_decimal(row, 18446744073709551615u);
-    row += '|';
-    append_hex(row, 0, 4);
-    row += '|';
-    append_hex(row, 0x1ABCDEF, 8);
-    row += '|';
-    append_hex(row, 0xFFFFFFFFFFFFFFFFu, 8);
-    EXPECT_EQ(row, "0|18446744073709551615|0000|01abcdef|ffffffffffffffff");
-}
-
 TEST(RowText, FieldsAreFilledWithBlanksAndNeverCut) {
     std::string row;
     append_left(row, "ab", 4);

@@ -1,0 +1,23 @@
+#include "foundation/number_text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+TEST(NumberText, NumbersAreFilledAndNeverCut) {
+    std::string row;
+    ql::append_decimal(row, 0);
+    row += '|';
+    ql::append_decimal(row, 18446744073709551615u);
+    row += '|';
+    ql::append_hex(row, 0, 4);
+    row += '|';
+    ql::append_hex(row, 0x1ABCDEF, 8);
+    row += '|';
+    ql::append_hex(row, 0xFFFFFFFFFFFFFFFFu, 8);
+    EXPECT_EQ(row, "0|18446744073709551615|0000|01abcdef|ffffffffffffffff");
+}
+
+}  // namespace
