@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "support/behaviour_volume.h"
+#include "support/later_disk.h"
 #include "support/sample_volume.h"
 #include "support/vmdk_image.h"
 
@@ -13,7 +15,12 @@ namespace {
 constexpr const char* usage =
     "usage: quorvel-sample demo <file>   an NTFS volume with something of everything\n"
     "       quorvel-sample mbr <file>    the same in a partitioned disk, at offset 0x100000\n"
+    "       quorvel-sample later <file>  that disk some days later\n"
     "       quorvel-sample vmdk <file>   that disk as a virtual disk file\n"
+    "       quorvel-sample chain <base> <snapshot>\n"
+    "                                    the same, and what is changed some days later\n"
+    "       quorvel-sample behaviour <file>\n"
+    "                                    an NTFS volume for docs/behaviour.md\n"
     "       quorvel-sample many <directories> <files in each> <file>\n"
     "                                    an NTFS volume with that many files\n";
 
@@ -24,6 +31,12 @@ bool write_image(const std::vector<std::string>& words) {
         support::sample_disk().save(words[1]);
     } else if (words.size() == 2 && words[0] == "vmdk") {
         support::vmdk_image().content(support::sample_disk()).save(words[1]);
+    } else if (words.size() == 2 && words[0] == "later") {
+        support::disk_around(support::later_volume()).save(words[1]);
+    } else if (words.size() == 3 && words[0] == "chain") {
+        support::save_snapshot_chain(words[1], words[2]);
+    } else if (words.size() == 2 && words[0] == "behaviour") {
+        support::behaviour_volume().save(words[1]);
     } else if (words.size() == 4 && words[0] == "many") {
         support::save_many_files_volume(words[3], std::strtoull(words[1].c_str(), nullptr, 10),
                                         std::strtoull(words[2].c_str(), nullptr, 10));

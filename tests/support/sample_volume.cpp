@@ -214,8 +214,10 @@ ntfs_image sample_volume() {
     return volume;
 }
 
-byte_image sample_disk() {
-    const byte_image volume = sample_volume().build();
+byte_image sample_disk() { return disk_around(sample_volume()); }
+
+byte_image disk_around(const ntfs_image& ntfs_volume) {
+    const byte_image volume = ntfs_volume.build();
     constexpr std::uint32_t fat_first = 63;
     constexpr auto ntfs_first = static_cast<std::uint32_t>(sample_volume_offset / 512);
     const auto ntfs_count = static_cast<std::uint32_t>(volume.size() / 512);

@@ -52,6 +52,8 @@ ntfs_image sample_volume();
 // only) and 2048 (NTFS), that is byte offset 0x100000.
 inline constexpr std::uint64_t sample_volume_offset = 0x100000;
 byte_image sample_disk();
+// Such a disk around a given volume.
+byte_image disk_around(const ntfs_image& ntfs_volume);
 
 // A volume of `directories` directories of `files_per_directory` files each, written straight to
 // `path` with little memory, whatever the counts are. Directory d is \dir<d> (5 digits or more),

@@ -1,0 +1,151 @@
+#include "support/behaviour_volume.h"
+
+#include <string_view>
+
+#include "support/filetime.h"
+
+namespace support {
+
+namespace {
+
+using namespace behaviour;
+
+constexpr std::uint64_t root = 5;
+constexpr file_times usual = file_times::all(filetime(2024, 2, 29, 12, 34, 56, 7890123));
+
+standard_information_options information(std::uint32_t attributes = flag::archive,
+                                         const file_times& times = usual) {
+    return {.times = times, .attributes = attributes};
+}
+
+file_name_options name_options(name_space space = win32) {
+    return {.space = space, .times = usual};
+}
+
+record_builder& add_file(ntfs_image& volume, std::uint64_t parent, std::u16string_view name,
+                         std::uint64_t entry, const file_times& times = usual) {
+    return volume.file(parent, name, entry, name_options(), information(flag::archive, times));
+}
+
+void add_directory(ntfs_image& volume, std::uint64_t parent, std::u16string_view name,
+                   std::uint64_t entry) {
+    volume.directory(parent, name, entry, name_options(), information());
+}
+
+void add_sizes(ntfs_image& volume) {
+    add_directory(volume, root, u"sizes", sizes);
+    add_file(volume, sizes, u"100 bytes.txt", sizes + 1).data(pattern(100));
+    const bytes content = pattern(4097);
+    add_file(volume, sizes, u"4097 bytes.bin", sizes + 2)
+        .data_runs(volume.store(content), {.real = content.size()});
+    // One cluster of content in a MiB.
+    const cluster_runs sparse = {{volume.store(pattern(4096))[0].lcn, 1}, {hole, 255}};
+    volume
+        .file(sizes, u"sparse.bin", sizes + 3, name_options(),
+              information(flag::archive | flag::sparse))
+        .data_runs(sparse, {.real = 1048576, .unit = 4, .flags = 0x8000});
+}
+
+void add_stamps(ntfs_image& volume) {
+    constexpr unsigned last_tick = 9999999;
+    const auto add = [&volume](std::u16string_view name, std::uint64_t entry, std::uint64_t stamp) {
+        add_file(volume, stamps, name, entry, file_times::all(stamp)).data("");
+    };
+    add_directory(volume, root, u"stamps", stamps);
+    add(u"1969.txt", stamps + 1, filetime(1969, 12, 31, 23, 59, 59, last_tick));
+    add(u"1970 first second.txt", stamps + 2, filetime(1970, 1, 1, 0, 0, 0, last_tick));
+    add(u"1970 second second.txt", stamps + 3, filetime(1970, 1, 1, 0, 0, 1));
+    add(u"3000.txt", stamps + 4, filetime(3000, 12, 30, 23, 59, 59, last_tick));
+    add(u"3001.txt", stamps + 5, filetime(3001, 1, 2));
+    add(u"zero.txt", stamps + 6, 0);
+}
+
+void add_deleted(ntfs_image& volume) {
+    add_directory(volume, root, u"deleted", deleted);
+    add_directory(volume, root, u"elsewhere", elsewhere);
+    // Freeing a record raises its sequence number; these names stayed in the index.
+    volume.entry(gone)
+        .flags(0)
+        .sequence(2)
+        .standard_information(information())
+        .file_name(deleted, u"gone.txt", name_options())
+        .data("gone");
+    const auto add_stale_name = [&volume](std::u16string_view name, std::uint64_t entry) {
+        volume.index(deleted).add(file_reference(entry, 1),
+                                  file_name_value(deleted, name, name_options()));
+    };
+    add_stale_name(u"gone.txt", gone);
+    add_file(volume, elsewhere, u"newcomer.txt", reused).sequence(2).data("new");
+    add_stale_name(u"reused.txt", reused);
+}
+
+void add_names(ntfs_image& volume) {
+    add_directory(volume, root, u"names", names);
+    add_file(volume, names, u"long name.txt", names + 1).data("one");
+    volume.link(names + 1, names, u"LONGNA~1.TXT", name_options(dos));
+    add_file(volume, names, u"second link.txt", names + 2).data("two");
+    volume.link(names + 2, names, u"first link.txt", name_options());
+    add_file(volume, names, u"a,b.txt", names + 3).data("three");
+    add_file(volume, names, u"say \"hi\".txt", names + 4).data("four");
+    volume.file(names, u"pipe|d.txt", names + 5, name_options(posix), information()).data("five");
+    add_file(volume, names, u"\u00C4pfel.txt", names + 6).data("six");
+}
+
+void add_ampersand(ntfs_image& volume) {
+    add_directory(volume, root, u"R&D", ampersand);
+    add_file(volume, ampersand, u"1 & 2.txt", ampersand + 1).data("one");
+    add_file(volume, ampersand, u"caf\u00E9.txt", ampersand + 2).data("two");
+    add_directory(volume, ampersand, u"lab", ampersand + 3);
+}
+
+// A directory that points elsewhere; lookup goes by the print name.
+void add_link(ntfs_image& volume, std::u16string_view name, std::uint64_t entry, std::uint32_t tag,
+              std::u16string_view substitute, const reparse_options& options) {
+    file_name_options in_name = name_options();
+    in_name.flags = flag::reparse;
+    in_name.reparse_tag = tag;
+    volume.directory(links, name, entry, in_name, information(flag::reparse))
+        .reparse(tag, substitute, options);
+}
+
+void add_links(ntfs_image& volume) {
+    add_directory(volume, root, u"links", links);
+    add_directory(volume, links, u"target", links + 1);
+    add_file(volume, links + 1, u"inside.txt", links + 2).data("inside");
+    add_link(volume, u"absolute", links + 3, mount_point_tag, u"\\??\\C:\\links\\target",
+             {.print = u"C:\\links\\target"});
+    add_link(volume, u"relative", links + 4, symbolic_link_tag, u"target",
+             {.print = u"target", .relative = true});
+    add_link(volume, u"ping", links + 5, mount_point_tag, u"\\??\\C:\\links\\pong",
+             {.print = u"C:\\links\\pong"});
+    add_link(volume, u"pong", links + 6, mount_point_tag, u"\\??\\C:\\links\\ping",
+             {.print = u"C:\\links\\ping"});
+}
+
+void add_parent_loop(ntfs_image& volume) {
+    constexpr std::uint16_t in_use_directory = 3;
+    volume.entry(loop_left)
+        .flags(in_use_directory)
+        .standard_information(information())
+        .file_name(loop_right, u"left", name_options());
+    volume.entry(loop_right)
+        .flags(in_use_directory)
+        .standard_information(information())
+        .file_name(loop_left, u"right", name_options());
+}
+
+}  // namespace
+
+ntfs_image behaviour_volume() {
+    ntfs_image volume{{.mft_records = 128}};
+    add_sizes(volume);
+    add_stamps(volume);
+    add_deleted(volume);
+    add_names(volume);
+    add_ampersand(volume);
+    add_links(volume);
+    add_parent_loop(volume);
+    return volume;
+}
+
+}  // namespace support

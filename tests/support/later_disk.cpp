@@ -1,0 +1,64 @@
+#include "support/later_disk.h"
+
+#include "support/filetime.h"
+#include "support/sample_volume.h"
+#include "support/vmdk_image.h"
+
+namespace support {
+
+namespace {
+
+constexpr std::uint64_t grain_size = 65536;
+constexpr std::uint32_t base_cid = 0x10000000, snapshot_cid = 0x10000001;
+
+standard_information_options information(std::uint64_t created, std::uint64_t changed) {
+    return {.times = {created, changed, changed, changed}};
+}
+
+// The grains of `later` that differ from those of `earlier`.
+vmdk_image changes(const byte_image& earlier, const byte_image& later) {
+    vmdk_image delta({.capacity = vmdk_image().content(earlier).capacity()});
+    for (std::uint64_t at = 0; at < later.size(); at += grain_size) {
+        const bytes grain = later.get_bytes(at, grain_size);
+        if (grain != earlier.get_bytes(at, grain_size)) delta.grain(at / grain_size, grain);
+    }
+    return delta;
+}
+
+}  // namespace
+
+ntfs_image later_volume() {
+    constexpr std::uint64_t written = filetime(2020, 6, 19, 16, 5, 0);
+    constexpr std::uint64_t letter_created = filetime(2020, 6, 15, 10, 35, 0);
+    ntfs_image volume = sample_volume();
+
+    directory_index& index = volume.index(sample::documents);
+    index.clear();
+    volume.entry(sample::empty).flags(0).sequence(2);
+
+    const file_name_options letter_name = {.times = file_times::all(letter_created)};
+    volume.entry(sample::letter)
+        .remove(type::standard_information)
+        .remove(type::data)
+        .standard_information(information(letter_created, written))
+        .data("Dear all,\nsee you on Monday.\n");
+    index.add(volume.reference(sample::letter),
+              file_name_value(sample::documents, u"letter.txt", letter_name));
+
+    volume
+        .file(sample::documents, u"plan.txt", later_new_file, {.times = file_times::all(written)},
+              information(written, written))
+        .data("1. Leave on Saturday.\n");
+    return volume;
+}
+
+void save_snapshot_chain(const std::string& base, const std::string& snapshot) {
+    const byte_image earlier = sample_disk();
+    vmdk_image().content(earlier).cid(base_cid).save(base);
+    changes(earlier, disk_around(later_volume()))
+        .cid(snapshot_cid)
+        .parent(base_cid, base.substr(base.rfind('/') + 1))
+        .save(snapshot);
+}
+
+}  // namespace support
