@@ -9,6 +9,7 @@
 #include "run/arguments.h"
 #include "run/cmd_params.h"
 #include "run/option_scan.h"
+#include "run/option_words.h"
 #include "storage/source_check.h"
 #include "storage/vmdk_chain.h"
 
@@ -52,7 +53,7 @@ bool check_chain(const cmd_params& params, const char* vmdk_option) {
 // Settles the volume of the chain. One that was found counts even where the check refuses it.
 bool check_volume(cmd_params& params, std::vector<std::string>& args) {
     const bool ignore_image_size =
-        params.vmdk_offset != 0 && has_option("-ignore_image_size", args);
+        params.vmdk_offset != 0 && has_option(word::ignore_image_size.text, args);
     std::ostringstream messages;
     bool found_ntfs = false;
     const bool settled = check_vmdk_list(messages, params.vmdk_files, params.vmdk_offset,
@@ -70,6 +71,6 @@ bool parse_common_options(cmd_params& params, std::vector<std::string>& args,
     if (!read_vmdk_files(params, args, vmdk_option)) return true;
 
     std::string offset;
-    if (option_value("-offset", offset, args)) ql::parse_number(offset, params.vmdk_offset);
+    if (option_value(word::offset.text, offset, args)) ql::parse_number(offset, params.vmdk_offset);
     return check_chain(params, vmdk_option) && check_volume(params, args);
 }

@@ -11,6 +11,7 @@
 #include "run/arguments.h"
 #include "run/cmd_params.h"
 #include "run/date_window.h"
+#include "run/option_words.h"
 #include "run/path_filters.h"
 #include "run/results_file.h"
 
@@ -143,7 +144,7 @@ bool split_path_and_file(cmd_params& params, const std::string&, words&) {
 
 bool take_results_file(cmd_params& params, const std::string& value, words& args) {
     params.results_file = results_file_name(value);
-    return test_results_file(params.results_file, peek_option("-append", args, 1));
+    return test_results_file(params.results_file, peek_option(word::append.text, args, 1));
 }
 
 bool measure_time(cmd_params& params, const std::string&, words&) {

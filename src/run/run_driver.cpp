@@ -15,6 +15,7 @@
 #include "run/common_options.h"
 #include "run/directory_argument.h"
 #include "run/expand_env.h"
+#include "run/option_words.h"
 #include "run/quorvel_opts.h"
 #include "run/report_head.h"
 #include "run/run_guard.h"
@@ -56,8 +57,9 @@ int end_with_usage(int status) {
 }
 
 bool asks_for_help(std::vector<std::string>& args) {
-    for (const char* word : {"-h", "-help", "/?", "--help"}) {
-        if (has_option(word, args)) return true;
+    for (const option_word& asking :
+         {word::help_h, word::help, word::help_slash, word::help_long}) {
+        if (has_option(asking.text, args)) return true;
     }
     return args.size() <= 1;
 }
@@ -67,18 +69,18 @@ void write_head(const run_state& run, std::ostream& out) { out << run.head << st
 // Reads "-xml". False, with the report head and the reason on standard output, when it is the last
 // word.
 bool read_xml_file(run_state& run) {
-    if (option_value("-xml", run.xml_file, run.args)) {
+    if (option_value(word::xml.text, run.xml_file, run.args)) {
         run.opts.xml = 1;
         return true;
     }
-    if (!has_option("-xml", run.args)) return true;
+    if (!has_option(word::xml.text, run.args)) return true;
     write_head(run, std::cout);
     std::cout << "Error: option requires an output file: -xml <output file>" << std::endl;
     return false;
 }
 
 bool read_common_options(run_state& run) {
-    if (parse_common_options(run.opts, run.args, "-vmdk")) return true;
+    if (parse_common_options(run.opts, run.args, word::vmdk.text)) return true;
     write_head(run, std::cout);
     return false;
 }
@@ -98,7 +100,7 @@ bool open_output(run_state& run) {
 
 // A list of bare paths has no head.
 void read_path_form(run_state& run) {
-    if (has_option("-filepath_only", run.args)) {
+    if (has_option(word::filepath_only.text, run.args)) {
         run.opts.filepath_only = 1;
     } else {
         write_head(run, *run.opts.out);
@@ -106,32 +108,34 @@ void read_path_form(run_state& run) {
 }
 
 // "-recurse" and "-level" count the levels below the directory; what is no number is none.
-void read_levels(run_state& run, const char* option) {
+void read_levels(run_state& run, const option_word& option) {
     std::string value;
-    if (!option_value(option, value, run.args)) return;
+    if (!option_value(option.text, value, run.args)) return;
     std::uint32_t& levels = run.opts.levels;
     levels = ql::parse_count(value, levels) ? levels + 1 : 1;
 }
 
 void read_report_options(run_state& run) {
     quorvel_opts& opts = run.opts;
-    if (has_option("-indx", run.args)) opts.show_indx = 1;
+    if (has_option(word::indx.text, run.args)) opts.show_indx = 1;
     std::string value;
-    if (option_value("-offset", value, run.args)) ql::parse_number(value, opts.volume_offset);
-    if (option_value("-mft", run.mft_arg, run.args)) ql::parse_number(run.mft_arg, run.mft_entry);
-    if (has_option("-objid", run.args)) opts.show_objid = 1;
-    if (has_option("-alldates", run.args)) {
+    if (option_value(word::offset.text, value, run.args))
+        ql::parse_number(value, opts.volume_offset);
+    if (option_value(word::mft.text, run.mft_arg, run.args))
+        ql::parse_number(run.mft_arg, run.mft_entry);
+    if (has_option(word::objid.text, run.args)) opts.show_objid = 1;
+    if (has_option(word::alldates.text, run.args)) {
         opts.no_whitespace = 1;
         opts.csv = 1;
         opts.alldates = 1;
     }
-    read_levels(run, "-recurse");
-    read_levels(run, "-level");
+    read_levels(run, word::recurse);
+    read_levels(run, word::level);
 }
 
 // "-ignore_image_size" counts beside a volume offset only; without one it stays where it is.
 bool read_ignore_image_size(run_state& run) {
-    return run.opts.volume_offset != 0 && has_option("-ignore_image_size", run.args);
+    return run.opts.volume_offset != 0 && has_option(word::ignore_image_size.text, run.args);
 }
 
 // Checks the image and settles the volume offset. Without an offset on the command line the image
@@ -152,7 +156,7 @@ bool settle_image(run_state& run) {
 // Checks the drive of "-drivenum", if there is one. No drive is opened for a listing.
 bool settle_drive(run_state& run) {
     std::string value;
-    if (!option_value("-drivenum", value, run.args)) return true;
+    if (!option_value(word::drivenum.text, value, run.args)) return true;
     ql::parse_u32(value, run.opts.drive_number);
     const bool ignore_image_size = read_ignore_image_size(run);
     std::ostringstream messages;
@@ -164,7 +168,7 @@ bool settle_drive(run_state& run) {
 }
 
 bool settle_source(run_state& run) {
-    if (option_value("-image", run.source_name, run.args)) return settle_image(run);
+    if (option_value(word::image.text, run.source_name, run.args)) return settle_image(run);
     return settle_drive(run);
 }
 

@@ -1,0 +1,47 @@
+// Every word that the command line knows. The common vocabulary is the table of run/option_scan;
+// the words that are read beside it, one by one, have their names here.
+#pragma once
+
+#include <span>
+#include <vector>
+
+#include "run/option_scan.h"
+
+// A word of the command line and what follows it.
+struct option_word {
+    const char* text;
+    option_form form;
+};
+
+namespace word {
+
+// Anywhere on the command line, they end the run with the help.
+inline constexpr option_word help_h{"-h", option_form::flag};
+inline constexpr option_word help{"-help", option_form::flag};
+inline constexpr option_word help_slash{"/?", option_form::flag};
+inline constexpr option_word help_long{"--help", option_form::flag};
+
+// Looked at beside "-out" and never taken out of the arguments.
+inline constexpr option_word append{"-append", option_form::flag};
+
+inline constexpr option_word xml{"-xml", option_form::value};
+inline constexpr option_word vmdk{"-vmdk", option_form::values};
+inline constexpr option_word filepath_only{"-filepath_only", option_form::flag};
+inline constexpr option_word indx{"-indx", option_form::flag};
+inline constexpr option_word offset{"-offset", option_form::value};
+inline constexpr option_word mft{"-mft", option_form::value};
+inline constexpr option_word objid{"-objid", option_form::flag};
+inline constexpr option_word alldates{"-alldates", option_form::flag};
+inline constexpr option_word recurse{"-recurse", option_form::value};
+inline constexpr option_word level{"-level", option_form::value};
+inline constexpr option_word image{"-image", option_form::value};
+inline constexpr option_word ignore_image_size{"-ignore_image_size", option_form::flag};
+inline constexpr option_word drivenum{"-drivenum", option_form::value};
+
+}  // namespace word
+
+// The words above.
+std::span<const option_word> driver_words();
+
+// The words above and the common vocabulary: all that the command line knows.
+std::vector<option_word> all_words();
