@@ -1,0 +1,222 @@
+#!/usr/bin/env python3
+"""Runs the examples of a document and compares what they print.
+
+    check_documents.py --program <quorvel> --sample <quorvel-sample> [--write] <document>
+
+An example is a fenced block marked "console": lines that begin with "$ " are commands, continued by
+lines that begin with "> ", and the lines behind a command are what it prints. All examples of a
+document run in one shell, one after the other, in a temporary directory, with the programs found by
+their names. What is printed is compared byte for byte, as a terminal shows it: the sequence that
+clears a line takes away what stands in that line. Only the time of a run and the machine's
+identity are left out, in the second line of a report head and in the frame of an XML report.
+
+Comments of the document steer the test:
+
+    <!-- needs: sqlite3 parallel -->     programs without which the document is not tested
+    <!-- before: ln -s a b -->           a command that runs ahead of the next example, unseen
+
+--write puts what is printed now into the document: for a reader's eyes, before it is committed.
+Exit status: 0 when all is as shown, 1 when not, 77 when a program is missing.
+"""
+
+import argparse
+import difflib
+import os
+import pathlib
+import re
+import shlex
+import shutil
+import subprocess
+import sys
+import tempfile
+
+NOT_TESTED = 77
+SECONDS = 100
+CLEARING = re.compile(rb"[^\n]*\x1b\[2K\r    \r")
+RUN_LINE = re.compile(r"^run time: \d\d/\d\d/\d{4} \d\d:\d\d:\d\d \[UTC\]; host: [^;]*; system: "
+                      r"[^;]+;[^;]*;[^;]*;(32|64)$")
+FRAME_LINE = re.compile(r'^( starting_path=".*") date="\d{4}-\d\d-\d\d" '
+                        r'time="\d\d:\d\d:\d\d\.\d{3}">$')
+
+
+class Command:
+    """One command of a document with the lines it is said to print."""
+
+    def __init__(self, text, line, shown):
+        self.text = text
+        self.line = line  # 1 is the first
+        self.shown = shown  # False: of a "before" comment
+        self.expected = []
+        self.printed = []
+
+
+def read_commands(lines):
+    """The commands of a document, in order."""
+    commands = []
+    in_example = False
+    for number, line in enumerate(lines, 1):
+        before = re.match(r"<!-- before: (.*) -->$", line)
+        if not in_example:
+            in_example = line == "```console"
+            if before:
+                commands.append(Command(before.group(1), number, False))
+        elif line == "```":
+            in_example = False
+        elif line.startswith("$ "):
+            commands.append(Command(line[2:], number, True))
+        elif line.startswith("> ") and not commands[-1].expected:
+            commands[-1].text += "\n" + line[2:]
+        else:
+            commands[-1].expected.append(line)
+    return commands
+
+
+def prepare_programs(folder, options):
+    """A folder with the programs by their names, to go first in PATH."""
+    folder.mkdir()
+    for name, path in (("quorvel", options.program), ("quorvel-sample", options.sample)):
+        place = folder / name
+        if not options.emulator:
+            place.symlink_to(path.resolve())
+            continue
+        # The program is to see the name by which it was called, as it does without an emulator.
+        place.write_text(f'#!/bin/sh\nexec {options.emulator} -0 "${{0#{folder}/}}" '
+                         f'{shlex.quote(str(path.resolve()))} "$@"\n', encoding="utf-8")
+        place.chmod(0o755)
+    if not has_loop_devices():
+        print("no loop device can be made here: the examples for a device node run on a file")
+        shutil.copy(pathlib.Path(__file__).parent / "losetup_file", folder / "losetup")
+
+
+def has_loop_devices():
+    """Tries one, with a file of its own."""
+    if os.geteuid() != 0 or not shutil.which("losetup"):
+        return False
+    with tempfile.NamedTemporaryFile() as file:
+        file.truncate(1 << 20)
+        made = subprocess.run(["losetup", "--find", "--show", "--read-only", file.name],
+                              capture_output=True, text=True, check=False)
+        if made.returncode != 0:
+            return False
+        subprocess.run(["losetup", "--detach", made.stdout.strip()], check=True)
+    return True
+
+
+def detach_loop_devices(folder):
+    """Takes away what an example that failed has left."""
+    if os.geteuid() != 0 or not shutil.which("losetup"):
+        return
+    listed = subprocess.run(["losetup", "--noheadings", "--output", "NAME,BACK-FILE", "--list"],
+                            capture_output=True, text=True, check=False)
+    for line in listed.stdout.splitlines():
+        device, _, backing = line.partition(" ")
+        if backing.strip().startswith(str(folder)):
+            subprocess.run(["losetup", "--detach", device], check=False)
+
+
+def as_a_terminal_shows(output):
+    """The bytes without the lines that were cleared."""
+    return CLEARING.sub(b"", output)
+
+
+def to_lines(output):
+    """Lines of the output; a last line without its end counts as one."""
+    text = as_a_terminal_shows(output).decode("utf-8", "surrogateescape")
+    return text.removesuffix("\n").split("\n") if text else []
+
+
+def run_commands(commands, options):
+    """Fills in what the commands print."""
+    with tempfile.TemporaryDirectory(prefix="quorvel-docs-") as name:
+        folder = pathlib.Path(name).resolve()
+        prepare_programs(folder / "bin", options)
+        for part in ("home", "printed", "work"):
+            (folder / part).mkdir()
+        outputs = [folder / "printed" / str(index) for index in range(len(commands))]
+        script = "".join(f"eval {shlex.quote(command.text)} >{shlex.quote(str(output))} 2>&1\n"
+                         for command, output in zip(commands, outputs))
+        environment = dict(os.environ, HOME=str(folder / "home"), LC_ALL="C.UTF-8",
+                           PATH=f"{folder / 'bin'}:{os.environ['PATH']}", TERM="dumb")
+        try:
+            subprocess.run(["bash", "-c", script], cwd=folder / "work", env=environment,
+                           stdin=subprocess.DEVNULL, timeout=SECONDS, check=False)
+        finally:
+            detach_loop_devices(folder)
+        for command, output in zip(commands, outputs):
+            command.printed = to_lines(output.read_bytes()) if output.exists() else ["(not run)"]
+
+
+def without_run(line):
+    """The line without what differs from run to run."""
+    if RUN_LINE.match(line):
+        return "run time: (any)"
+    return FRAME_LINE.sub(r'\1 date="(any)" time="(any)">', line)
+
+
+def is_as_shown(command):
+    """Prints the difference if there is one."""
+    expected = [without_run(line) for line in command.expected]
+    printed = [without_run(line) for line in command.printed]
+    if expected == printed:
+        return True
+    print(f"line {command.line}: $ {command.text}")
+    for line in difflib.unified_diff(expected, printed, "the document", "this run", lineterm=""):
+        print(line.encode("utf-8", "backslashreplace").decode())
+    return False
+
+
+def written(lines, commands):
+    """The document with what the commands print now; lines that count as equal stay."""
+    shown = {command.line: command for command in commands if command.shown}
+    result = []
+    at = 0
+    while at < len(lines):
+        command = shown.get(at + 1)
+        if command is None:
+            result.append(lines[at])
+            at += 1
+            continue
+        length = 1 + command.text.count("\n")
+        result += lines[at:at + length]
+        if not is_as_shown(command):
+            result += command.printed
+        else:
+            result += command.expected
+        at += length + len(command.expected)
+    return result
+
+
+def missing_programs(lines):
+    """What the document needs and this machine lacks."""
+    needed = " ".join(re.findall(r"^<!-- needs: (.*) -->$", "\n".join(lines), re.MULTILINE))
+    return [name for name in needed.split() if not shutil.which(name)]
+
+
+def main():
+    """See above."""
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--program", type=pathlib.Path, required=True)
+    parser.add_argument("--sample", type=pathlib.Path, required=True)
+    parser.add_argument("--emulator", default="", help="a user emulator of QEMU with its options")
+    parser.add_argument("--write", action="store_true")
+    parser.add_argument("document", type=pathlib.Path)
+    options = parser.parse_args()
+
+    lines = options.document.read_text(encoding="utf-8").split("\n")
+    missing = missing_programs(lines)
+    if missing:
+        print(f"{options.document.name} is not tested: not installed: {', '.join(missing)}")
+        return NOT_TESTED
+    commands = read_commands(lines)
+    run_commands(commands, options)
+    if options.write:
+        options.document.write_text("\n".join(written(lines, commands)), encoding="utf-8")
+        return 0
+    wrong = [command for command in commands if not is_as_shown(command)]
+    print(f"{options.document.name}: {len(commands)} commands, {len(wrong)} print something else")
+    return 1 if wrong or not commands else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
