@@ -63,6 +63,7 @@ void add_stamps(ntfs_image& volume) {
 void add_deleted(ntfs_image& volume) {
     add_directory(volume, root, u"deleted", deleted);
     add_directory(volume, root, u"elsewhere", elsewhere);
+    volume.entry(elsewhere).stream(u"note", "a stream of a directory");
     // Freeing a record raises its sequence number; these names stayed in the index.
     volume.entry(gone)
         .flags(0)
