@@ -191,7 +191,7 @@ TEST_F(Damage, ImageCutAnywhereEndsTheRunInOrder) {
          size -= std::min<std::uint64_t>(size, 1531)) {
         image.resize(size).save(path);
         const support::program_result run =
-            support::run_program(QUORVEL_PROGRAM, {"\\dir", "-image", path, "-level", "3"});
+            support::run_built_program(QUORVEL_PROGRAM, {"\\dir", "-image", path, "-level", "3"});
         SCOPED_TRACE(size);
         EXPECT_TRUE(run.status == 0 || run.status == 255) << run.status;
         if (size <= 512) {

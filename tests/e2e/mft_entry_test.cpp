@@ -42,7 +42,8 @@ protected:
         std::vector<std::string> arguments = {"-image", volume.save(dir.file("mft.dd")), "-mft",
                                               entry};
         arguments.insert(arguments.begin(), options.begin(), options.end());
-        const support::program_result result = support::run_program(QUORVEL_PROGRAM, arguments);
+        const support::program_result result =
+            support::run_built_program(QUORVEL_PROGRAM, arguments);
         EXPECT_EQ(result.status, 0);
         EXPECT_EQ(result.standard_error, messages + e2e::terminal_clearing);
         const std::string head =
@@ -55,7 +56,8 @@ protected:
     void expect_unresolved(const std::string& entry) {
         const std::vector<std::string> arguments = {"-image", volume.save(dir.file("mft.dd")),
                                                     "-mft", entry};
-        const support::program_result result = support::run_program(QUORVEL_PROGRAM, arguments);
+        const support::program_result result =
+            support::run_built_program(QUORVEL_PROGRAM, arguments);
         EXPECT_EQ(result.status, 255);
         EXPECT_EQ(result.standard_output,
                   e2e::report_head(result.standard_output, QUORVEL_PROGRAM, arguments));
@@ -190,7 +192,7 @@ TEST_F(MftEntry, EntryWithoutARecordOrANameEndsTheRun) {
 
 TEST_F(MftEntry, FailedEntryLeavesNoXmlFile) {
     const std::string xml = dir.file("out.xml");
-    const support::program_result result = support::run_program(
+    const support::program_result result = support::run_built_program(
         QUORVEL_PROGRAM,
         {"-image", volume.save(dir.file("mft.dd")), "-mft", "99999999", "-xml", xml});
     EXPECT_EQ(result.status, 255);
@@ -198,7 +200,7 @@ TEST_F(MftEntry, FailedEntryLeavesNoXmlFile) {
 }
 
 TEST_F(MftEntry, PathsAreBareWithFilepathOnly) {
-    const support::program_result result = support::run_program(
+    const support::program_result result = support::run_built_program(
         QUORVEL_PROGRAM,
         {"-image", volume.save(dir.file("mft.dd")), "-mft", "48", "-filepath_only"});
     EXPECT_EQ(result.status, 0);

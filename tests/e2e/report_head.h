@@ -83,7 +83,7 @@ inline std::string joined_lines(const std::vector<std::string>& lines) {
 // ahead of everything else. Gives what follows the head.
 inline std::string list(const std::vector<std::string>& arguments,
                         const char* date_format = "%m/%d/%Y") {
-    const support::program_result run = support::run_program(QUORVEL_PROGRAM, arguments);
+    const support::program_result run = support::run_built_program(QUORVEL_PROGRAM, arguments);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.standard_error, terminal_clearing);
     const std::string head =
@@ -94,7 +94,7 @@ inline std::string list(const std::vector<std::string>& arguments,
 
 // The same for a run that has no head: "-filepath_only".
 inline std::string list_bare(const std::vector<std::string>& arguments) {
-    const support::program_result run = support::run_program(QUORVEL_PROGRAM, arguments);
+    const support::program_result run = support::run_built_program(QUORVEL_PROGRAM, arguments);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.standard_error, terminal_clearing);
     return run.standard_output;

@@ -210,7 +210,7 @@ TEST_F(TextReport, ReportGoesToTheResultsFile) {
     const std::string file = image.file("out.txt");
     const std::vector<std::string> arguments = {"\\docs\\linked.txt", "-image", image.path(),
                                                 "-out", file};
-    const support::program_result run = support::run_program(QUORVEL_PROGRAM, arguments);
+    const support::program_result run = support::run_built_program(QUORVEL_PROGRAM, arguments);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.standard_output, "");
     EXPECT_EQ(run.standard_error, e2e::terminal_clearing);

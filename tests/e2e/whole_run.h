@@ -21,7 +21,7 @@ public:
         : m_words(arguments), m_before(std::time(nullptr)) {
         m_words.insert(m_words.begin(),
                        options.argument_zero.empty() ? QUORVEL_PROGRAM : options.argument_zero);
-        m_result = support::run_program(QUORVEL_PROGRAM, arguments, options);
+        m_result = support::run_built_program(QUORVEL_PROGRAM, arguments, options);
         m_after = std::time(nullptr) + 1;  // time() goes by a coarser clock and can lag behind
     }
 

@@ -218,7 +218,7 @@ TEST_F(XmlReport, ResultsFileHasTheHeadAndTheXmlFileTheRest) {
     const std::string out = image.file("out.txt");
     const std::vector<std::string> arguments = {"\\docs",   "-image", image.path(), "-xml",
                                                 xml_path(), "-out",   out};
-    const support::program_result run = support::run_program(QUORVEL_PROGRAM, arguments);
+    const support::program_result run = support::run_built_program(QUORVEL_PROGRAM, arguments);
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.standard_output, "");
     EXPECT_EQ(run.standard_error, e2e::terminal_clearing);

@@ -108,13 +108,9 @@ void collect(const channel& out, const channel& err, program_result& result) {
     }
 }
 
-}  // namespace
-
-program_result run_program(const std::string& program, const std::vector<std::string>& arguments,
-                           const program_options& options) {
-    std::vector<std::string> words = {options.argument_zero.empty() ? program
-                                                                    : options.argument_zero};
-    words.insert(words.end(), arguments.begin(), arguments.end());
+// Starts `program` with `words`, its own name first.
+program_result run_words(std::vector<std::string> words, const std::string& program,
+                         const program_options& options) {
     std::vector<std::string> environment = environment_words(options);
     const std::vector<char*> argv = pointers_to(words), envp = pointers_to(environment);
 
@@ -153,6 +149,44 @@ program_result run_program(const std::string& program, const std::vector<std::st
     }
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     return result;
+}
+
+}  // namespace
+
+program_result run_program(const std::string& program, const std::vector<std::string>& arguments,
+                           const program_options& options) {
+    std::vector<std::string> words = {options.argument_zero.empty() ? program
+                                                                    : options.argument_zero};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return run_words(words, program, options);
+}
+
+std::vector<std::string> runner() {
+    const char* text = ::getenv(runner_variable);
+    std::istringstream stream(text != nullptr ? text : "");
+    std::vector<std::string> words;
+    for (std::string word; stream >> word;)
+        words.push_back(word);
+    if (!words.empty() && words[0].find('/') == std::string::npos)
+        words[0] = find_program(words[0]);
+    return words;
+}
+
+std::vector<std::string> built_program(const std::string& program) {
+    std::vector<std::string> words = runner();
+    words.push_back(program);
+    return words;
+}
+
+program_result run_built_program(const std::string& program,
+                                 const std::vector<std::string>& arguments,
+                                 const program_options& options) {
+    std::vector<std::string> words = built_program(program);
+    if (words.size() == 1) return run_program(program, arguments, options);
+    if (!options.argument_zero.empty())
+        throw std::runtime_error("a runner can't give the program another name");
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return run_words(words, words[0], options);
 }
 
 std::string find_program(const std::string& name) {

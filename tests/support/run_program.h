@@ -27,6 +27,21 @@ struct program_options {
 program_result run_program(const std::string& program, const std::vector<std::string>& arguments,
                            const program_options& options = {});
 
+// The words of $QUORVEL_RUNNER, split at blanks: a command that programs of this build are started
+// through, such as valgrind or the emulator of another processor. Empty when it's not set. A first
+// word without a slash is looked for with find_program().
+constexpr const char* runner_variable = "QUORVEL_RUNNER";
+std::vector<std::string> runner();
+
+// The command that starts a program of this build: its path, behind the words of the runner.
+std::vector<std::string> built_program(const std::string& program);
+
+// As run_program(), through the runner if there is one. A runner gives the program its path as
+// name: throws std::runtime_error when the options ask for another one.
+program_result run_built_program(const std::string& program,
+                                 const std::vector<std::string>& arguments,
+                                 const program_options& options = {});
+
 // The path of a program by its name, looked for in $PATH, /usr/sbin and /sbin; empty when there is
 // none.
 std::string find_program(const std::string& name);

@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "support/byte_image.h"
 #include "support/directory_index.h"
 #include "support/filetime.h"
@@ -304,6 +306,27 @@ TEST(RunProgram, SetsDirectoryEnvironmentAndInput) {
     EXPECT_EQ(result.standard_output, "/usr\nx y\ntyped");
     EXPECT_EQ(run_program("/bin/sh", {"-c", "kill -9 $$"}).status, -9);
     EXPECT_THROW((void)run_program(dir.file("none"), {}), std::runtime_error);
+}
+
+TEST(RunProgram, StartsProgramsOfTheBuildThroughTheRunner) {
+    const char* given = ::getenv(runner_variable);
+    const std::string before = given != nullptr ? given : "";
+    const std::vector<std::string> line = {"-c", "echo \"$0 $WORD\"", "a b"};
+
+    ::unsetenv(runner_variable);
+    EXPECT_EQ(built_program("/bin/sh"), (std::vector<std::string>{"/bin/sh"}));
+    EXPECT_EQ(run_built_program("/bin/sh", line).standard_output, "a b \n");
+    ::setenv(runner_variable, "env  WORD=run", 1);
+    EXPECT_EQ(built_program("/bin/sh"),
+              (std::vector<std::string>{find_program("env"), "WORD=run", "/bin/sh"}));
+    EXPECT_EQ(run_built_program("/bin/sh", line).standard_output, "a b run\n");
+    EXPECT_THROW((void)run_built_program("/bin/sh", line, {.argument_zero = "x"}),
+                 std::runtime_error);
+
+    if (given == nullptr)
+        ::unsetenv(runner_variable);
+    else
+        ::setenv(runner_variable, before.c_str(), 1);
 }
 
 TEST(TempDir, GoesAwayWithItsFiles) {
