@@ -10,13 +10,12 @@ namespace support {
 
 // Entry numbers of behaviour_volume().
 namespace behaviour {
-inline constexpr std::uint64_t
-    sizes = 40,    // \sizes: a resident, a non-resident, a sparse file
-    stamps = 50,   // \stamps: on both sides of 1970-01-01 and 3001-01-01, and 0
-    deleted = 60,  // \deleted: names of removed files that its index still holds
-    gone = 61,     // \deleted\gone.txt: @ not in use, record as it was
-    reused = 62,   // \elsewhere\newcomer.txt: @ was \deleted\reused.txt
-    elsewhere = 63,  // \elsewhere, with a stream "note"
+inline constexpr std::uint64_t sizes = 40,  // \sizes: a resident, a non-resident, a sparse file
+    stamps = 50,      // \stamps: on both sides of 1970-01-01 and 3001-01-01, and 0
+    deleted = 60,     // \deleted: names of removed files that its index still holds
+    gone = 61,        // \deleted\gone.txt: @ not in use, record as it was
+    reused = 62,      // \elsewhere\newcomer.txt: @ was \deleted\reused.txt
+    elsewhere = 63,   // \elsewhere, with a stream "note"
     names = 70,       // \names: a DOS name, two links to one file, separators, non-ASCII letters
     ampersand = 80,   // \R&D: markup in a directory's name
     links = 90,       // \links: a junction, and links that can't be followed
