@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <string_view>
 #include <vector>
@@ -92,7 +93,7 @@ bool read_time(std::string time_text, _windows_systemtime& out) {
     out.minute = static_cast<std::uint16_t>(time_number(pieces[1]));
     const double seconds = pieces.size() > 2 ? time_number(pieces[2]) : 0;
     out.second = static_cast<std::uint16_t>(seconds);
-    out.millisecond = static_cast<std::uint16_t>((seconds - out.second) * 1000 + 0.5);
+    out.millisecond = static_cast<std::uint16_t>(std::floor((seconds - out.second) * 1000 + 0.5));
     return true;
 }
 
@@ -118,7 +119,7 @@ bool fields_to_filetime(std::uint64_t& out, const _windows_systemtime& fields) {
     const std::int64_t days = days_before_year(fields.year) +
                               days_before_month(month, adds_leap_day(fields.year)) + fields.day - 1;
     const std::int64_t seconds =
-        days * seconds_a_day + fields.hour * 3600 + fields.minute * 60 + fields.second;
+        days * seconds_a_day + fields.hour * 3600L + fields.minute * 60L + fields.second;
     out = static_cast<std::uint64_t>(seconds) * ticks_a_second +
           static_cast<std::uint64_t>(fields.millisecond) * 10'000;
     return true;

@@ -19,9 +19,10 @@ int message_length(const char* format, va_list arguments) {
     return length;
 }
 
+// A message that can't be written has nobody to tell.
 void write_to_screen(const char* text) {
-    std::fputs(text, stderr);
-    std::fflush(stderr);
+    static_cast<void>(std::fputs(text, stderr));
+    static_cast<void>(std::fflush(stderr));
 }
 
 }  // namespace

@@ -42,7 +42,7 @@ public:
 
     // The size by a seek to the end, position unchanged; 0 when not open. A file below "/proc" that
     // can't seek has 0x40000.
-    std::uint64_t get_size();
+    std::uint64_t get_size() const;
 
     // `count` bytes at `offset` into `out`. False when not open or when `offset` is not below the
     // size; a count of 0 is true.
@@ -68,6 +68,8 @@ public:
     // `capacity` in bytes, at least 1. The last byte is kept free for overflow().
     explicit streambuf_generic_output(std::uint32_t capacity);
     ~streambuf_generic_output() override;
+    streambuf_generic_output(const streambuf_generic_output&) = delete;
+    streambuf_generic_output& operator=(const streambuf_generic_output&) = delete;
 
     // Writes out what is buffered; 0, or -1 when that failed.
     virtual int flush_buffer();
@@ -88,6 +90,8 @@ class fileio_ostream : public streambuf_generic_output<char> {
 public:
     fileio_ostream(file_object* file, std::uint32_t capacity);
     ~fileio_ostream() override;
+    fileio_ostream(const fileio_ostream&) = delete;
+    fileio_ostream& operator=(const fileio_ostream&) = delete;
     std::int64_t write_block(const char* data, std::uint32_t length) override;
 
     file_object* file;
