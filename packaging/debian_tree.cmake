@@ -1,0 +1,41 @@
+# Turns the installed tree of a package into what Debian wants: compressed papers, a copyright file
+# instead of the licence alone, zsh's completion where Debian's zsh looks for those of packages.
+set(share ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/usr/share)
+set(papers ${share}/doc/quorvel)
+
+# Compresses a file without its name and time, so that equal papers make equal packages.
+function(compress file)
+    execute_process(COMMAND gzip -9n ${file} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+compress(${share}/man/man1/quorvel.1)
+
+file(COPY_FILE ${CMAKE_CURRENT_LIST_DIR}/changelog ${papers}/changelog)
+compress(${papers}/changelog)
+file(CHMOD ${papers}/changelog.gz PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+
+# "." stands for an empty line in a field of the copyright file.
+file(READ ${papers}/LICENSE licence)
+string(REGEX MATCH "Copyright \\(c\\) ([^\n]*)\n\n(.*)$" all "${licence}")
+set(holder "${CMAKE_MATCH_1}")
+string(STRIP "${CMAKE_MATCH_2}" terms)
+if(holder STREQUAL "" OR terms STREQUAL "")
+    message(FATAL_ERROR "no copyright line and terms in ${papers}/LICENSE")
+endif()
+string(REPLACE "\n\n" "\n.\n" terms "${terms}")
+string(REPLACE "\n" "\n " terms "${terms}")
+file(WRITE ${papers}/copyright
+"Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/
+Upstream-Name: quorvel
+
+Files: *
+Copyright: ${holder}
+License: Expat
+
+License: Expat
+ ${terms}
+")
+file(CHMOD ${papers}/copyright PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+file(REMOVE ${papers}/LICENSE)
+
+file(RENAME ${share}/zsh/site-functions ${share}/zsh/vendor-completions)

@@ -1,0 +1,169 @@
+#!/usr/bin/env python3
+"""Holds the completions against the program's own words: by asking bash's function for every word,
+by reading zsh's, and by pressing Tab in both shells.
+
+usage: completion_check.py <option table program> <folder of the completions>
+"""
+
+import os
+import pty
+import select
+import subprocess
+import tempfile
+import time
+import unittest
+
+import command_line
+
+# Prints "<words before the current one> -> <what is offered>" for the current word "-", alone and
+# behind each word of the arguments.
+ASK_BASH = r"""
+source "$1"
+shift
+ask() {
+    COMP_WORDS=(quorvel "$@")
+    COMP_CWORD=$#
+    _quorvel
+    printf '%s ->' "${*:1:$#-1}"
+    printf ' %s' "${COMPREPLY[@]}"
+    printf '\n'
+}
+ask -
+for word; do
+    ask "$word" -
+done
+"""
+
+# Prints the specifications that the function hands to zsh, one a line.
+ASK_ZSH = r"""
+_arguments() { print -rl -- "$@" }
+source $1
+"""
+
+
+def shell_environment(folder):
+    environment = {name: os.environ[name] for name in ("PATH",) if name in os.environ}
+    environment.update(HOME=folder, TERM="dumb", LC_ALL="C.UTF-8", PS1="> ", HISTFILE="/dev/null")
+    return environment
+
+
+def typed_in(command, set_up, keys, ending):
+    """What an interactive shell shows behind `set_up` when `keys` are typed, up to `ending`."""
+    with tempfile.TemporaryDirectory() as folder:
+        for name in ("image.dd", "Other.dd"):
+            open(os.path.join(folder, name), "w").close()
+        os.mkdir(os.path.join(folder, "images"))
+        pid, terminal = pty.fork()
+        if pid == 0:
+            os.chdir(folder)
+            os.execvpe(command[0], command, shell_environment(folder))
+        try:
+            shown_until(terminal, "> ")
+            os.write(terminal, (set_up + "; echo rea''dy\n").encode())
+            shown_until(terminal, "\nready\n> ")
+            os.write(terminal, keys.encode())
+            return shown_until(terminal, ending)
+        finally:
+            os.close(terminal)
+            os.waitpid(pid, 0)
+
+
+def shown_until(terminal, ending, seconds=20):
+    shown = ""
+    deadline = time.monotonic() + seconds
+    while ending not in shown.replace("\r", ""):
+        left = deadline - time.monotonic()
+        if left <= 0 or not select.select([terminal], [], [], left)[0]:
+            raise AssertionError(f"{ending!r} was not shown, but {shown!r}")
+        shown += os.read(terminal, 4096).decode(errors="replace")
+    return shown
+
+
+class Bash(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.words = {word: form for word, form in command_line.words_of(OPTIONS.table).items()
+                     if word.startswith("-")}
+        cls.file = os.path.join(OPTIONS.folder, "quorvel.bash")
+        cls.offers = cls.ask(list(cls.words))
+
+    @classmethod
+    def ask(cls, before):
+        with tempfile.TemporaryDirectory() as empty:
+            run = subprocess.run(["bash", "--norc", "-c", ASK_BASH, "bash", cls.file] + before,
+                                 cwd=empty, check=True, stdout=subprocess.PIPE)
+        offers = {}
+        for line in run.stdout.decode().splitlines():
+            word, _, offered = line.partition(" ->")
+            offers[word] = offered.split()
+        return offers
+
+    def test_offers_each_word_of_the_program_once(self):
+        self.assertEqual(sorted(self.offers[""]), sorted(self.words))
+
+    def test_offers_words_behind_a_flag_and_none_behind_a_value(self):
+        for word, form in self.words.items():
+            expected = sorted(self.words) if form == "flag" else []
+            self.assertEqual(sorted(self.offers[word]), expected, word)
+
+    def test_knows_words_in_any_case(self):
+        self.assertEqual(self.ask(["-IMAGE"])["-IMAGE"], [])
+
+    def press_tab(self, keys, ending):
+        return typed_in(["bash", "--norc", "--noprofile", "-i"],
+                        f"source '{self.file}'", keys, ending)
+
+    def test_tab_completes_a_word(self):
+        self.press_tab("quorvel -IMA\t", "image ")
+
+    def test_tab_completes_an_image_and_offers_only_folders_for_results(self):
+        self.press_tab("quorvel -image image.\t", "image.dd ")
+        self.press_tab("quorvel -out im\t", "images/")
+
+
+class Zsh(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.words = {word: form for word, form in command_line.words_of(OPTIONS.table).items()
+                     if word.startswith("-")}
+        cls.file = os.path.join(OPTIONS.folder, "_quorvel")
+        run = subprocess.run(["zsh", "-f", "-c", ASK_ZSH, "zsh", cls.file], check=True,
+                             stdout=subprocess.PIPE)
+        cls.specifications = {}
+        for line in run.stdout.decode().splitlines():
+            if "[" not in line:
+                continue
+            head, _, tail = line.partition("[")
+            cls.specifications.setdefault(head.lstrip("*"), []).append(
+                (head.startswith("*"), tail.partition("]")[2]))
+
+    def test_has_each_word_of_the_program_once(self):
+        self.assertEqual(sorted(self.specifications), sorted(self.words))
+        self.assertEqual([word for word, all_of_it in self.specifications.items()
+                          if len(all_of_it) != 1], [])
+
+    def test_knows_which_words_take_a_value_and_may_be_repeated(self):
+        forms = {}
+        for word, [(repeated, value)] in self.specifications.items():
+            forms[word] = "values" if repeated else "value" if value.startswith(":") else "flag"
+            self.assertEqual(value.startswith(":"), forms[word] != "flag", word)
+        self.assertEqual(forms, self.words)
+
+    def press_tab(self, keys, ending):
+        return typed_in(["zsh", "-f", "-i", "+o", "PROMPT_SP"],
+                        f"fpath=('{OPTIONS.folder}' $fpath); autoload -Uz compinit; compinit -u -D",
+                        keys, ending)
+
+    def test_tab_completes_a_word(self):
+        self.press_tab("quorvel -IMA\t", "-image ")
+
+    def test_tab_completes_a_value(self):
+        self.press_tab("quorvel -dateformat y\t", "yyyy-mm-dd ")
+        self.press_tab("quorvel -image image.\t", "image.dd ")
+        self.press_tab("quorvel -out im\t", "images/")
+
+
+if __name__ == "__main__":
+    OPTIONS = command_line.parse(["table", "folder"])
+    command_line.need("bash", "zsh")
+    command_line.run_checks()

@@ -1,0 +1,70 @@
+#!/usr/bin/env python3
+"""Installs the built program into an empty folder and looks at what is there.
+
+usage: install_check.py <cmake> <build folder> <source folder>
+"""
+
+import os
+import stat
+import subprocess
+import tempfile
+import unittest
+
+import command_line
+
+# Where each file comes from; the program is built.
+FILES = {
+    "bin/quorvel": None,
+    "share/bash-completion/completions/quorvel": "completion/quorvel.bash",
+    "share/doc/quorvel/LICENSE": "LICENSE",
+    "share/man/man1/quorvel.1": "docs/quorvel.1",
+    "share/zsh/site-functions/_quorvel": "completion/_quorvel",
+}
+
+
+def content_of(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+class Install(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.prefix = os.path.join(cls.folder.name, "prefix")
+        subprocess.run([OPTIONS.cmake, "--install", OPTIONS.build, "--prefix", cls.prefix],
+                       check=True, stdout=subprocess.DEVNULL)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.folder.cleanup()
+
+    def path(self, name):
+        return os.path.join(self.prefix, name)
+
+    def test_nothing_but_the_program_and_its_papers(self):
+        found = [os.path.relpath(os.path.join(folder, name), self.prefix)
+                 for folder, _, names in os.walk(self.prefix) for name in names]
+        self.assertEqual(sorted(found), sorted(FILES))
+
+    def test_papers_are_those_of_the_source(self):
+        for name, source in FILES.items():
+            if source:
+                self.assertEqual(content_of(self.path(name)),
+                                 content_of(os.path.join(OPTIONS.source, source)), name)
+
+    def test_modes_suit_everybody(self):
+        for name in FILES:
+            mode = stat.S_IMODE(os.stat(self.path(name)).st_mode)
+            self.assertEqual(mode, 0o755 if name == "bin/quorvel" else 0o644, name)
+
+    def test_program_runs_where_it_was_put(self):
+        run = subprocess.run([self.path("bin/quorvel"), "-h"], stdout=subprocess.PIPE,
+                             stderr=subprocess.PIPE)
+        self.assertEqual((run.returncode, run.stdout), (0, b""))
+        self.assertIn(b"\nUsage:\n", run.stderr)
+
+
+if __name__ == "__main__":
+    OPTIONS = command_line.parse(["cmake", "build", "source"])
+    command_line.run_checks()

@@ -1,0 +1,182 @@
+#!/usr/bin/env python3
+"""Holds the manual page against the program: its options, its examples and its form.
+
+usage: manual_check.py <option table program> <quorvel> <quorvel-sample> <man page> <src/run>
+"""
+
+import collections
+import glob
+import os
+import re
+import shlex
+import subprocess
+import tempfile
+import unittest
+
+import command_line
+
+OPTION = re.compile(r"(?:Fl (?P<flag>\S+)|Cm (?P<plain>\S+))(?P<value> Ar \S.*)?$")
+
+
+def shown(report):
+    """A report as text: a broken surrogate in a name is no UTF-8."""
+    return report.decode(errors="replace")
+
+
+def read(path):
+    with open(path, "rb") as file:
+        return shown(file.read())
+
+
+def documented_options(page):
+    """[(word, has a value)] of every item in OPTIONS, in their order."""
+    section = page.split(".Sh OPTIONS\n")[1].split("\n.Sh ")[0]
+    out = []
+    for line in section.splitlines():
+        if not line.startswith(".It "):
+            continue
+        match = OPTION.match(line[4:])
+        if not match:
+            raise AssertionError("no option: " + line)
+        word = "-" + match["flag"] if match["flag"] else match["plain"]
+        out.append((word, match["value"] is not None))
+    return out
+
+
+def examples(page):
+    """The command lines of EXAMPLES."""
+    section = page.split(".Sh EXAMPLES\n")[1].split("\n.Sh ")[0]
+    lines = [line[6:] for line in section.splitlines() if line.startswith(".Dl $ ")]
+    return [line.replace("\\e", "\\") for line in lines]
+
+
+class Manual(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.words = command_line.words_of(OPTIONS.table)
+        cls.page = read(OPTIONS.page)
+
+    def test_each_word_stands_there_once(self):
+        counts = collections.Counter(word for word, _ in documented_options(self.page))
+        self.assertEqual(sorted(counts), sorted(self.words))
+        self.assertEqual([word for word, count in counts.items() if count > 1], [])
+
+    def test_words_with_a_value_show_it(self):
+        shown = {word for word, has_value in documented_options(self.page) if has_value}
+        self.assertEqual(shown, {word for word, form in self.words.items() if form != "flag"})
+
+    def test_words_that_may_be_repeated_say_so(self):
+        section = self.page.split(".Sh OPTIONS\n")[1]
+        told = set()
+        for item in section.split("\n.It Fl ")[1:]:
+            if "be repeated" in " ".join(item.split()):
+                told.add("-" + item.split()[0])
+        self.assertEqual(told, {word for word, form in self.words.items() if form == "values"})
+
+    def test_source_reads_no_word_outside_of_the_tables(self):
+        found = set()
+        for file in glob.glob(os.path.join(OPTIONS.source, "*.cpp")) + \
+                glob.glob(os.path.join(OPTIONS.source, "*.h")):
+            code = re.sub(r"//.*", "", read(file))
+            found.update(re.findall(r'"(--?[a-z][a-z_0-9]*|/\?)"', code))
+        self.assertEqual(found, set(self.words))
+
+    def test_page_has_no_fault_of_form(self):
+        run = subprocess.run(["mandoc", "-T", "lint", OPTIONS.page], stdout=subprocess.PIPE,
+                             stderr=subprocess.STDOUT)
+        self.assertEqual(run.stdout.decode(), "")
+        self.assertEqual(run.returncode, 0)
+
+
+class Examples(unittest.TestCase):
+    """Every example is run where the images that it names are the sample ones."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        for words in (["demo", "sample.dd"], ["mbr", "disk.dd"],
+                      ["chain", "base.vmdk", "snapshot.vmdk"]):
+            subprocess.run([OPTIONS.sample] + words, cwd=cls.folder.name, check=True)
+        cls.runs = {}
+        for line in examples(read(OPTIONS.page)):
+            words = shlex.split(line)
+            assert words[0] == "quorvel", line
+            run = subprocess.run([OPTIONS.program] + words[1:], cwd=cls.folder.name,
+                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            cls.runs[line] = (run.returncode, shown(run.stdout), shown(run.stderr))
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.folder.cleanup()
+
+    def only(self, text):
+        """Status, output and messages of the one example with `text` in it."""
+        hits = [run for line, run in self.runs.items() if text in line]
+        self.assertEqual(len(hits), 1, text)
+        return hits[0]
+
+    def file(self, name):
+        return read(os.path.join(self.folder.name, name))
+
+    def test_there_are_eight(self):
+        self.assertEqual(len(self.runs), 8)
+
+    def test_folder_of_a_partitioned_disk(self):
+        status, out, _ = self.only("quorvel '\\users\\kim' -image disk.dd -offset 0x100000")
+        self.assertEqual(status, 0)
+        self.assertIn("  dir  \\users\\kim\\\n", out)
+        self.assertIn("\\users\\kim\\setback.exe\n", out)
+
+    def test_volumes_of_a_disk(self):
+        runs = [run for line, run in self.runs.items() if line.endswith(" disk.dd")]
+        self.assertEqual(len(runs), 1)
+        self.assertEqual(runs[0][0], 255)
+        self.assertIn("use option [-offset 0x100000]", runs[0][2])
+
+    def test_all_stamps_in_a_file(self):
+        status, out, _ = self.only("-out all.csv")
+        self.assertEqual((status, out), (0, ""))
+        rows = self.file("all.csv").splitlines()[4:]
+        header = rows[0].split(",")
+        # 8 fields, 12 stamps of one field each, and the test for set-back stamps.
+        self.assertEqual(len(header), 8 + 12 + 1)
+        setback = [row.split(",") for row in rows if "setback.exe" in row]
+        self.assertEqual([row[20] for row in setback], ["true"])
+        self.assertIn("2008-04-14 12:00:00.000", setback[0][9])
+
+    def test_bare_paths(self):
+        status, out, _ = self.only("-filepath_only")
+        self.assertEqual(status, 0)
+        files = [line for line in out.splitlines() if not line.endswith("\\")]
+        self.assertIn("\\windows\\notepad.exe", files)
+        self.assertEqual([name for name in files if not name.lower().endswith((".exe", ".dll"))
+                          and ":" not in name], [])
+
+    def test_entry(self):
+        status, out, _ = self.only("-mft 52")
+        self.assertEqual(status, 0)
+        self.assertIn("  \\users\\kim\\quarterly report.docx  [objid ", out)
+        self.assertIn("Zone.Identifier", out)
+
+    def test_stream(self):
+        status, out, _ = self.only("report.docx:Zone.Identifier'")
+        self.assertEqual(status, 0)
+        rows = out.splitlines()[6:]
+        self.assertEqual(len(rows), 1)
+        self.assertTrue(rows[0].endswith("Zone.Identifier"), rows[0])
+
+    def test_snapshot(self):
+        status, out, _ = self.only("-vmdk")
+        self.assertEqual(status, 0)
+        self.assertIn("  dir  \\users\\\n", out)
+
+    def test_path_that_is_not_there(self):
+        status, out, _ = self.only("-diags why.txt")
+        self.assertEqual((status, len(out.splitlines())), (0, 4))
+        self.assertIn("->inode not found for \\users\\nobody\n", self.file("why.txt"))
+
+
+if __name__ == "__main__":
+    OPTIONS = command_line.parse(["table", "program", "sample", "page", "source"])
+    command_line.need("mandoc")
+    command_line.run_checks()
