@@ -134,8 +134,8 @@ bool CNtfs::categorize_entry(NTFS_ENTRY_STORE& store, mft_entries_ctx& ctx, std:
     if (ctx.record_size == 0) ctx.record_size = get_mft_record_size();
     ctx.bytes_per_sector = get_bytes_per_sector();
 
-    attrib_pass pass(*this, ctx.record_size, {.keep_values = keep_values, .trace = &ctx});
-    if (!pass.run(inode)) return false;
+    attrib_pass pass(*this, {.keep_values = keep_values, .trace = &ctx});
+    if (!pass.run(inode, ctx.record_size)) return false;
 
     const file_record head{pass.base_record()};
     store.inode = inode;

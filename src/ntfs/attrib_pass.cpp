@@ -58,9 +58,13 @@ std::wstring attribute_name(const record_attrib& attribute) {
 
 std::wstring file_name_of(const record_attrib& attribute) {
     std::wstring name;
+    read_file_name(attribute, name);
+    return name;
+}
+
+void read_file_name(const record_attrib& attribute, std::wstring& name) {
     const ql::bytes value = attribute.value_to_record_end();
     ql::utf16_to_wide(ql::clip(value, 66), ql::le8(value, 64) * 2, name);
-    return name;
 }
 
 std::string volume_name_value(const record_attrib& attribute) {
@@ -85,8 +89,10 @@ void kept_names::add(const record_attrib& attribute, std::uint64_t inode) {
     m_by_key.emplace(key(attribute), attribute);
 }
 
-bool attrib_pass::run(std::uint64_t inode) {
+bool attrib_pass::run(std::uint64_t inode, std::uint32_t record_size) {
+    forget();
     m_inode = inode;
+    m_record_size = record_size;
     const fetched result = fetch(inode, m_base);
     if (result == fetched::usable) {
         walk_base();
@@ -99,17 +105,28 @@ bool attrib_pass::run(std::uint64_t inode) {
     return false;
 }
 
+void attrib_pass::forget() {
+    m_seen_unnamed_data = false;
+    m_extensions.clear();
+    m_lists.clear();
+    m_std_infos.clear();
+    m_file_names.clear();
+    m_attributes.clear();
+    m_arena.release();
+}
+
 // Reads one record by the runs of $MFT, entry 0 as well, and undoes its update sequence. What the
 // end of the source cuts off is zero.
 attrib_pass::fetched attrib_pass::fetch(std::uint64_t inode,
                                         std::vector<std::uint8_t>& record) const {
     if (!m_ntfs.fits_source(m_record_size)) return fetched::failed;
-    record.assign(m_record_size, 0);
+    record.resize(m_record_size);
     std::uint32_t count = m_record_size;
     if (!CNtfs::read_at(m_ntfs.disk(), m_ntfs.get_file_pos_for_inode(inode), m_ntfs.m_volume_offset,
                         record.data(), count)) {
         return fetched::failed;
     }
+    std::fill(record.begin() + count, record.end(), std::uint8_t{0});
     const file_record head{record};
     if (head.has_bad_keyword()) {
         if (m_options.trace != nullptr) m_options.trace->diag("err: fixup_mft type: BAAD");
@@ -233,6 +250,10 @@ const std::vector<std::uint8_t>* attrib_pass::extension(std::uint64_t entry) {
     const auto known = m_extensions.find(entry);
     if (known != m_extensions.end()) return &known->second;
 
+    // A list that names more records than the source holds finds one record at many numbers.
+    if (!m_ntfs.fits_source((m_extensions.size() + 1) * std::uint64_t{m_record_size})) {
+        return nullptr;
+    }
     std::vector<std::uint8_t> record;
     if (fetch(entry, record) != fetched::usable) return nullptr;
     const file_record head{record};

@@ -1,7 +1,7 @@
 // One pass over an MFT entry: the base record, then the extension records that its lists name.
 //
 // The pass keeps no copies: what it finds stays where it lies in the records, which the pass holds
-// for as long as it lives. Stores and rows are built from it.
+// until its next run. Stores and rows are built from it.
 #pragma once
 
 #include <algorithm>
@@ -44,6 +44,10 @@ public:
     explicit kept_names(std::pmr::memory_resource* memory) : m_by_key(memory) {}
 
     void add(const record_attrib& attribute, std::uint64_t inode);
+    void clear() {
+        m_only.reset();
+        m_by_key.clear();
+    }
 
     // Calls `visit` with each attribute in the order of their keys.
     template <class Visitor>
@@ -60,16 +64,16 @@ private:
 
 class attrib_pass {
 public:
-    // `record_size`: bytes in a file record.
-    attrib_pass(CNtfs& ntfs, std::uint32_t record_size, const attrib_pass_options& options)
-        : m_ntfs(ntfs), m_record_size(record_size), m_options(options) {}
+    attrib_pass(CNtfs& ntfs, const attrib_pass_options& options)
+        : m_ntfs(ntfs), m_options(options) {}
     attrib_pass(const attrib_pass&) = delete;
     attrib_pass& operator=(const attrib_pass&) = delete;
 
     // Reads the entry and sorts its attributes. False when its record can't be used; the trace
     // tells why. An extension record that can't be used is left out, and a damaged attribute ends
-    // the walk of its record; neither is a failure.
-    bool run(std::uint64_t inode);
+    // the walk of its record; neither is a failure. What an earlier run found is gone.
+    // `record_size`: bytes in a file record.
+    bool run(std::uint64_t inode, std::uint32_t record_size);
 
     // The base record, update sequence applied.
     ql::bytes base_record() const { return m_base; }
@@ -86,10 +90,9 @@ private:
 
     fetched fetch(std::uint64_t inode, std::vector<std::uint8_t>& record) const;
     const std::vector<std::uint8_t>* extension(std::uint64_t entry);
+    void forget();
     void walk_base();
     bool take(const record_attrib& attribute);
-    void take_std_info(const record_attrib& attribute);
-    void take_file_name(const record_attrib& attribute);
     void take_data(const record_attrib& attribute);
     void insert_or_join(const record_attrib& attribute);
     void insert(std::uint64_t key, const record_attrib& attribute);
@@ -98,8 +101,8 @@ private:
     void take_listed(const list_entry& entry, ql::bytes record);
 
     CNtfs& m_ntfs;
-    const std::uint32_t m_record_size;
     const attrib_pass_options m_options;
+    std::uint32_t m_record_size = 0;
     std::uint64_t m_inode = 0;
     bool m_seen_unnamed_data = false;
     std::vector<std::uint8_t> m_base;
@@ -128,11 +131,23 @@ void copy_start(ql::bytes from, std::array<std::uint8_t, size>& out) {
     std::copy(start.begin(), start.end(), out.begin());
 }
 
+// The same, with zeros for what `from` lacks.
+template <std::size_t size>
+void copy_with_zeros(ql::bytes from, std::array<std::uint8_t, size>& out) {
+    copy_start(from, out);
+    if (from.size() < size) {
+        std::fill(out.begin() + static_cast<std::ptrdiff_t>(from.size()), out.end(),
+                  std::uint8_t{0});
+    }
+}
+
 // True when attribute_name is not empty.
 bool has_name(const record_attrib& attribute);
 
 // The name in a $FILE_NAME attribute. Its length in 16-bit units is the u8 at value offset 64.
 std::wstring file_name_of(const record_attrib& attribute);
+// The same in place of what `name` held.
+void read_file_name(const record_attrib& attribute, std::wstring& name);
 
 // Key of an attribute in the order of an entry's attributes: the id, then the type.
 std::uint64_t attribute_key(const record_attrib& attribute);

@@ -2,6 +2,7 @@
 
 #include "foundation/ql_string.h"
 #include "ntfs/attrib_pass.h"
+#include "ntfs/listing_rows.h"
 #include "ntfs/ntfs.h"
 
 namespace {
@@ -134,8 +135,8 @@ bool CNtfs::get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& r
     rows.clear();
     if (!is_open()) return false;
     const std::uint32_t record_size = get_mft_record_size();
-    attrib_pass pass(*this, record_size, {});
-    if (!pass.run(inode)) return false;
+    attrib_pass pass(*this, {});
+    if (!pass.run(inode, record_size)) return false;
 
     row_writer writer(rows, pass, inode, record_size, true);
     writer.add_head();
@@ -148,15 +149,17 @@ bool CNtfs::get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& r
     return true;
 }
 
-bool CNtfs::get_listing_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows) {
-    rows.clear();
-    if (!is_open()) return false;
-    const std::uint32_t record_size = get_mft_record_size();
-    attrib_pass pass(*this, record_size, {.with_runs = false, .with_names = false});
-    if (!pass.run(inode)) return false;
+listing_rows::listing_rows(CNtfs& ntfs)
+    : m_ntfs(ntfs), m_pass(ntfs, {.with_runs = false, .with_names = false}) {}
 
-    row_writer writer(rows, pass, inode, record_size, false);
-    for (const auto& kept : pass.attributes())
+bool listing_rows::read(std::uint64_t inode) {
+    m_rows.clear();
+    if (!m_ntfs.is_open()) return false;
+    const std::uint32_t record_size = m_ntfs.get_mft_record_size();
+    if (!m_pass.run(inode, record_size)) return false;
+
+    row_writer writer(m_rows, m_pass, inode, record_size, false);
+    for (const auto& kept : m_pass.attributes())
         writer.add_attribute(kept.second);
     return true;
 }

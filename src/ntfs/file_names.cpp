@@ -2,6 +2,7 @@
 #include "foundation/ql_string.h"
 #include "ntfs/attrib_pass.h"
 #include "ntfs/attribute_list.h"
+#include "ntfs/name_entry_list.h"
 #include "ntfs/ntfs.h"
 
 namespace {
@@ -22,27 +23,13 @@ struct name_filter {
     }
 };
 
-void add_name(name_entry_map& names, const record_attrib& attribute, const name_filter& filter) {
+void add_name(name_entry_list& names, const record_attrib& attribute, const name_filter& filter) {
     const ql::bytes value = attribute.value_to_record_end();
     if (attribute.value_length() == 0 || ql::le8(value, 64) == 0) return;
-    if (!filter.wants(value)) return;
-
-    std::wstring name = file_name_of(attribute);
-    const std::uint64_t parent_ref = ql::le64(value, 0);
-    const std::uint32_t number = file_record{attribute.record}.own_number();
-    const auto [place, is_new] = names.try_emplace(name_key(entry_of(parent_ref), name, number));
-    if (!is_new) return;
-    NTFS_NAME_ENTRY& entry = place->second;
-    entry.key = place->first;
-    entry.name = std::move(name);
-    entry.parent_ref = parent_ref;
-    entry.is_dos_name = ql::le8(value, 65) == 2 ? 1 : 0;
-    copy_start(value, entry.file_name_body);
-    copy_start(attribute.from(0), entry.attrib_head);
-    entry.record_number = number;
+    if (filter.wants(value)) names.add(attribute);
 }
 
-void collect_names(name_entry_map& names, ql::bytes record, const name_filter& filter) {
+void collect_names(name_entry_list& names, ql::bytes record, const name_filter& filter) {
     record_attrib attribute;
     bool found = find_attrib(record, attrib_type::file_name, attribute, name_walk_limit);
     while (found) {
@@ -71,7 +58,7 @@ bool holds_listed(ql::bytes record, const list_entry& entry, std::uint32_t recor
 // The names in the extension records of one entry.
 class extension_names {
 public:
-    extension_names(CNtfs& ntfs, name_entry_map& names, const name_filter& filter)
+    extension_names(CNtfs& ntfs, name_entry_list& names, const name_filter& filter)
         : m_ntfs(ntfs), m_names(names), m_filter(filter) {}
 
     // Collects the names of the record that a list entry names, whatever the entry's own type is,
@@ -96,7 +83,7 @@ private:
     }
 
     CNtfs& m_ntfs;
-    name_entry_map& m_names;
+    name_entry_list& m_names;
     const name_filter& m_filter;
     std::vector<std::uint8_t> m_record;
     std::uint64_t m_number = 0;
@@ -117,6 +104,14 @@ std::string name_key(std::uint64_t parent, const std::wstring& name, std::uint64
 }
 
 bool CNtfs::get_file_names(name_entry_map& names, std::uint64_t inode, ql::bytes record,
+                           bool all_namespaces, std::uint64_t parent_filter) {
+    name_entry_list list;
+    get_file_names(list, inode, record, all_namespaces, parent_filter);
+    list.move_to(names);
+    return !names.empty();
+}
+
+bool CNtfs::get_file_names(name_entry_list& names, std::uint64_t inode, ql::bytes record,
                            bool all_namespaces, std::uint64_t parent_filter) {
     names.clear();
     const name_filter filter{all_namespaces, parent_filter};

@@ -53,7 +53,7 @@ index_attributes find_index_attributes(ql::bytes record, std::uint32_t longest) 
 // The entries of an $INDEX_ROOT:
 //    0 u32 indexed attribute type, must be $FILE_NAME    8 u32 index block size, must not be 0
 //   16 node header
-bool collect_root(const record_attrib& root, std::set<std::uint64_t>& children,
+bool collect_root(const record_attrib& root, std::vector<std::uint64_t>& children,
                   bool include_slack) {
     const ql::bytes value = root.value_to_record_end();
     if (ql::le32(value, 0) != attrib_type::file_name || ql::le32(value, 8) == 0) return false;
@@ -177,7 +177,8 @@ void collect_run(CNtfs& ntfs, const data_run& run, std::uint64_t next,
 
 }  // namespace
 
-bool collect_entries(std::set<std::uint64_t>& children, ql::bytes node_header, bool include_slack) {
+bool collect_entries(std::vector<std::uint64_t>& children, ql::bytes node_header,
+                     bool include_slack) {
     const std::uint32_t index_length = ql::le32(node_header, 4);
     if (index_length == 0 || index_length > block_size) return false;
 
@@ -191,7 +192,7 @@ bool collect_entries(std::set<std::uint64_t>& children, ql::bytes node_header, b
         if (size > index_length || key_size > index_length) break;
         if (size < key_size && !include_slack) break;
         if (ql::le64(node_header, at) != 0 && flags != 2 && flags != 3) {
-            children.insert(children.end(), ql::le48(node_header, at));
+            children.push_back(ql::le48(node_header, at));
         } else if (!include_slack) {
             break;
         }
@@ -206,6 +207,27 @@ bool collect_entries(std::set<std::uint64_t>& children, ql::bytes node_header, b
 
 bool CNtfs::get_children(std::uint64_t inode, std::set<std::uint64_t>& children,
                          bool include_slack) {
+    std::vector<std::uint64_t> found;
+    const bool result = get_sorted_children(inode, found, include_slack);
+    children.insert(found.begin(), found.end());
+    return result;
+}
+
+bool CNtfs::get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
+                                bool include_slack) {
+    children.clear();
+    const bool result = collect_children(inode, children, include_slack);
+    // An index is in the order of names, in which the entries often stand in order as well.
+    if (!std::is_sorted(children.begin(), children.end())) {
+        std::sort(children.begin(), children.end());
+    }
+    children.erase(std::unique(children.begin(), children.end()), children.end());
+    return result;
+}
+
+// Appends the entries of the directory's whole index in the order in which they are read.
+bool CNtfs::collect_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
+                             bool include_slack) {
     std::vector<std::uint8_t> record(get_mft_record_size());
     const auto read = [this, &record](std::uint64_t number) {
         std::uint64_t position = 0;
@@ -234,7 +256,7 @@ bool CNtfs::get_children(std::uint64_t inode, std::set<std::uint64_t>& children,
 // The index parts of a directory whose own record has no $INDEX_ALLOCATION: the first one that the
 // attribute list names, and the root when it is `root_missing`. Later parts are not looked at.
 bool CNtfs::collect_listed(const record_attrib& attribute, bool root_missing, std::uint64_t inode,
-                           std::set<std::uint64_t>& children, bool include_slack) {
+                           std::vector<std::uint64_t>& children, bool include_slack) {
     if (attribute.nonresident() && attribute.initialized_size() == 0) return true;
     index_list list;
     if (!load_index_list(*this, attribute, list)) return false;
@@ -259,7 +281,7 @@ bool CNtfs::collect_listed(const record_attrib& attribute, bool root_missing, st
 
 // Adds the entries of all blocks of an $INDEX_ALLOCATION, also of those that the index no longer
 // uses. True when the blocks could be read, whatever they hold.
-bool CNtfs::collect_allocation(const record_attrib& attribute, std::set<std::uint64_t>& children,
+bool CNtfs::collect_allocation(const record_attrib& attribute, std::vector<std::uint64_t>& children,
                                bool include_slack) {
     if (attribute.initialized_size() == 0) return false;
     std::vector<std::uint8_t> blocks;

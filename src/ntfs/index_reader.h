@@ -2,11 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <set>
+#include <vector>
 
 #include "foundation/ql_bytes.h"
 
-// Adds the 48-bit entry numbers of one index node to `children`.
+// Appends the 48-bit entry numbers of one index node to `children`, in the order of the node.
 //
 // `node_header` begins at the node header and goes on to the end of the buffer that holds it, which
 // may be more than the node:
@@ -16,4 +16,5 @@
 //
 // False for an index_length of 0 or above 4096; true otherwise, with the entries in front of the
 // first bad one. With `include_slack` the checks that end a walk early are left out.
-bool collect_entries(std::set<std::uint64_t>& children, ql::bytes node_header, bool include_slack);
+bool collect_entries(std::vector<std::uint64_t>& children, ql::bytes node_header,
+                     bool include_slack);

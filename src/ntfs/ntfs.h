@@ -18,6 +18,8 @@
 #include "ntfs/ntfs_boot.h"
 #include "storage/raw_disk.h"
 
+class name_entry_list;
+
 // One directory known to path look-up.
 struct NTFS_DIR_CACHE_ENTRY {
     std::uint64_t inode = 0;
@@ -68,8 +70,8 @@ public:
     // Reads whole clusters from `lcn` on. False unless validated, and for a `count` that is no
     // whole number of clusters.
     bool read_clusters(std::uint64_t lcn, void* buffer, std::uint32_t& count);
-    // True when the source is large enough to hold `size` bytes. Sizes that come from the disk are
-    // tested by this before memory is taken for them.
+    // True when the source is large enough to hold `size` bytes, and there is memory for them. Sizes
+    // that come from the disk are tested by this before memory is taken for them.
     bool fits_source(std::uint64_t size) const;
 
     // --- file records (mft_records.cpp) ---
@@ -109,15 +111,14 @@ public:
     // The entry as flat rows: record head, 0x10 rows, 0x30 rows, then all other attributes by id.
     // False, with no rows, when the record can't be used.
     bool get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows);
-    // What a listing shows of get_attrib_rows: the rows behind those of types 0x10 and 0x30,
-    // without runs and values. False, with no rows, when the record can't be used.
-    bool get_listing_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows);
     // The $FILE_NAME attributes of `record` and of its extension records. DOS names are left out
     // unless `all_namespaces`; names under another parent than `parent_filter` are left out unless
-    // that is no_parent_filter. True when the map is not empty.
+    // that is no_parent_filter. True when `names` is not empty.
     bool get_file_names(name_entry_map& names, std::uint64_t inode, ql::bytes record,
                         bool all_namespaces = false,
                         std::uint64_t parent_filter = no_parent_filter);
+    bool get_file_names(name_entry_list& names, std::uint64_t inode, ql::bytes record,
+                        bool all_namespaces, std::uint64_t parent_filter);
     // Reads the body of a non-resident $ATTRIBUTE_LIST cluster by cluster into `list`, which gets
     // the size of all runs. A failed cluster ends its run, and the next run follows at once. A
     // list that is cut by the end of the source lowers the cluster size to what was left there, for
@@ -149,6 +150,9 @@ public:
 
     // The entry numbers that the $I30 index of a directory names, stale ones included.
     bool get_children(std::uint64_t inode, std::set<std::uint64_t>& children, bool include_slack);
+    // The same in place of what `children` held, in ascending order and each number once.
+    bool get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
+                             bool include_slack);
     // Reads the 4096-byte blocks of an index and applies their update sequences. All of them when
     // `block_count` is 0xFFFFFFFF and `first_block` 0.
     bool read_index_blocks(std::vector<std::uint8_t>& out, std::uint32_t& block_count,
@@ -200,8 +204,10 @@ private:
     bool stream_value(const NTFS_ATTRIB_ROW& row, std::ostream& out, mft_entries_ctx& ctx);
     bool stream_runs(const NTFS_ATTRIB_ROW& row, std::ostream& out, mft_entries_ctx& ctx);
     bool make_unit_buffer(std::uint64_t limit, std::vector<std::uint8_t>& buffer) const;
-    bool collect_allocation(const record_attrib& attribute, std::set<std::uint64_t>& children,
+    bool collect_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
+                          bool include_slack);
+    bool collect_allocation(const record_attrib& attribute, std::vector<std::uint64_t>& children,
                             bool include_slack);
     bool collect_listed(const record_attrib& attribute, bool root_missing, std::uint64_t inode,
-                        std::set<std::uint64_t>& children, bool include_slack);
+                        std::vector<std::uint64_t>& children, bool include_slack);
 };

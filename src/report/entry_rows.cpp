@@ -1,8 +1,8 @@
 // The rows of one MFT entry.
+#include "report/entry_rows.h"
+
 #include <algorithm>
-#include <string_view>
 #include <utility>
-#include <vector>
 
 #include "foundation/ql_string.h"
 #include "ntfs/ntfs.h"
@@ -14,34 +14,39 @@ namespace {
 constexpr std::size_t namespace_at = 65;  // in a $FILE_NAME value
 constexpr std::uint8_t first_bad_namespace = 5;
 
-// A $FILE_NAME of an unknown namespace keeps its name and shows no stamps.
-fn_entry make_fn_entry(const NTFS_NAME_ENTRY& name) {
-    fn_entry made;
-    const ql::bytes value = name.file_name_body;
-    if (ql::le8(value, namespace_at) < first_bad_namespace) {
-        made.parent_ref = ql::le64(value, 0);
-        made.created = ql::le64(value, 8);
-        made.modified = ql::le64(value, 16);
-        made.mft_changed = ql::le64(value, 24);
-        made.accessed = ql::le64(value, 32);
-        if (made.created == 0 || made.modified == 0 || made.mft_changed == 0 ||
-            made.accessed == 0) {
-            made.time_null = 1;
-            made.comment = "fn:time null";
-        }
+// The stamps of a $FILE_NAME; one of an unknown namespace shows none.
+void read_name_stamps(ql::bytes value, fn_entry& out) {
+    if (ql::le8(value, namespace_at) >= first_bad_namespace) {
+        out.parent_ref = out.created = out.modified = out.mft_changed = out.accessed = 0;
+        return;
     }
-    made.name = name.name;
-    made.is_short = name.is_dos_name;
-    return made;
+    out.parent_ref = ql::le64(value, 0);
+    out.created = ql::le64(value, 8);
+    out.modified = ql::le64(value, 16);
+    out.mft_changed = ql::le64(value, 24);
+    out.accessed = ql::le64(value, 32);
+    if (out.created == 0 || out.modified == 0 || out.mft_changed == 0 || out.accessed == 0) {
+        out.time_null = 1;
+        out.comment = "fn:time null";
+    }
+}
+
+void read_name(const NTFS_NAME_ENTRY& name, fn_entry& out) {
+    out.time_null = 0;
+    out.comment.clear();
+    read_name_stamps(name.file_name_body, out);
+    out.name = name.name;
+    out.is_short = name.is_dos_name;
 }
 
 // The only name, or the first that is no DOS name; empty when there are DOS names alone.
-std::wstring display_name(const name_entry_map& names) {
-    if (names.size() == 1) return names.begin()->second.name;
-    for (const auto& [key, name] : names) {
-        if (name.is_dos_name == 0) return name.name;
+void choose_display_name(const name_entry_list& names, std::wstring& out) {
+    out.clear();
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (names[i].is_dos_name != 0 && names.size() != 1) continue;
+        out = names[i].name;
+        return;
     }
-    return {};
 }
 
 // Stamps and attributes. False without $STANDARD_INFORMATION.
@@ -82,127 +87,154 @@ bool is_unnamed_data(const NTFS_ATTRIB_ROW& row) {
     return row.type == attrib_type::data && row.name.empty();
 }
 
-// Adds the rows of one entry to the set. All of them share what `common` holds.
-class row_adder {
-public:
-    row_adder(dir_entry common, std::wstring key, dir_entry_set& entries)
-        : m_common(std::move(common)), m_key(std::move(key)), m_entries(entries) {}
-
-    void add_all(const std::vector<NTFS_ATTRIB_ROW>& rows, bool show_indx) {
-        const bool is_directory = (m_common.flags & record_flag_directory) != 0;
-        const auto shows = [show_indx](const NTFS_ATTRIB_ROW& row) {
-            return row.type == attrib_type::data ||
-                   (row.type == attrib_type::index_allocation && show_indx && !row.name.empty());
-        };
-        find_id_and_link(rows, m_object_id, m_common.link_target);
-        const bool has_unnamed_data = std::any_of(rows.begin(), rows.end(), is_unnamed_data);
-        const bool has_base_row = is_directory || !has_unnamed_data;
-        m_rows_left = std::count_if(rows.begin(), rows.end(), shows) + (has_base_row ? 1 : 0);
-
-        m_base_type = is_directory ? entry_type::directory : entry_type::file;
-        if (is_directory) add_base();
-        for (const NTFS_ATTRIB_ROW& row : rows) {
-            if (shows(row)) add_stream(row, is_directory);
-        }
-        if (!is_directory && !has_unnamed_data) add_base();
-    }
-
-private:
-    // The row of an entry that has no unnamed $DATA, and of each directory.
-    void add_base() {
-        dir_entry made = take_common();
-        made.type = m_base_type;
-        made.full_path = m_key;
-        made.object_id = m_object_id;
-        m_entries.insert(std::move(made));
-    }
-
-    void add_stream(const NTFS_ATTRIB_ROW& row, bool is_directory) {
-        dir_entry made = take_common();
-        made.size = shown_size(row);
-        if (is_unnamed_data(row)) {
-            if (is_directory) made.name += L"<dir data entry>";
-            made.type = m_base_type;
-            made.full_path = m_key;
-            made.object_id = m_object_id;
-        } else {
-            const bool is_index = row.type == attrib_type::index_allocation;
-            made.type = is_index ? entry_type::index_stream : entry_type::data_stream;
-            name_stream(made, ql::to_wide(row.name), is_index);
-        }
-        m_entries.insert(std::move(made));
-    }
-
-    // An index of the root directory, whose name is ".", goes by the stream's name alone.
-    void name_stream(dir_entry& made, const std::wstring& stream, bool is_index) const {
-        made.full_path = m_key + L':' + stream;
-        ql::lower_wide(made.full_path);
-        if (is_index && made.name == L".") {
-            made.name = stream;
-        } else {
-            made.name += L':';
-            made.name += stream;
-        }
-    }
-
-    // A copy of what the rows share; the last row takes it over.
-    dir_entry take_common() {
-        if (--m_rows_left == 0) return std::move(m_common);
-        return m_common;
-    }
-
-    dir_entry m_common;
-    std::wstring m_key;
-    dir_entry_set& m_entries;
-    std::array<std::uint8_t, 16> m_object_id{};
-    std::uint32_t m_base_type = 0;
-    std::ptrdiff_t m_rows_left = 0;
-};
-
-// The lower-cased path of an entry, which orders the rows and which the filters look at.
-std::wstring make_key(const std::wstring& path, const std::wstring& name, bool append_name) {
-    std::wstring key = path;
-    if (append_name) {
-        key += L'\\';
-        key += name;
-    }
-    ql::lower_wide(key);
-    return key;
+bool is_stream(const NTFS_ATTRIB_ROW& row, bool show_indx) {
+    return row.type == attrib_type::data ||
+           (row.type == attrib_type::index_allocation && show_indx && !row.name.empty());
 }
 
-bool file_passes(const quorvel_opts& opts, const dir_entry& entry, const std::wstring& key) {
-    file_time_bounds bounds;
-    bounds.modified = entry.si_modified;
-    bounds.created = entry.si_created;
-    return path_passes_filters(opts, key, opts.filters, bounds, false);
+// Adds a row behind those of the same key. Files are read in the order of their entries, which is
+// often that of their names: such a row needs no search for its place.
+void insert_row(dir_entry_set& entries, dir_entry_set::node_type row) {
+    if (entries.empty() || !by_full_path()(row.value(), *entries.rbegin())) {
+        entries.insert(entries.end(), std::move(row));
+    } else {
+        entries.insert(std::move(row));
+    }
+}
+
+// Names the row of a stream. An index of the root directory, whose name is ".", goes by the
+// stream's name alone.
+void name_stream(dir_entry& row, const std::wstring& key, const std::wstring& stream) {
+    row.full_path = key;
+    row.full_path += L':';
+    row.full_path += stream;
+    ql::lower_wide(row.full_path);
+    if (row.type == entry_type::index_stream && row.name == L".") {
+        row.name = stream;
+    } else {
+        row.name += L':';
+        row.name += stream;
+    }
 }
 
 }  // namespace
 
+dir_entry_set::node_type spare_rows::take() {
+    if (m_rows.empty()) {
+        dir_entry_set one;
+        one.emplace();
+        return one.extract(one.begin());
+    }
+    dir_entry_set::node_type row = std::move(m_rows.back());
+    m_rows.pop_back();
+    return row;
+}
+
+void spare_rows::add(dir_entry_set& entries) {
+    while (!entries.empty())
+        m_rows.push_back(entries.extract(entries.begin()));
+}
+
+void entry_rows::add(ql::bytes record, std::uint64_t entry_num, std::uint64_t parent_num,
+                     const std::wstring& path, dir_entry_set& entries, bool show_indx,
+                     bool append_name) {
+    if (!read_entry(record, entry_num, parent_num, path)) return;
+    const bool is_directory = (m_common.flags & record_flag_directory) != 0;
+    make_key(path, append_name || !is_directory);
+    if (!is_directory && !passes_filters()) return;
+    add_rows(entries, show_indx);
+}
+
+// Reads what all rows of the entry share, and the attributes that get rows. False when the entry
+// has no row.
+bool entry_rows::read_entry(ql::bytes record, std::uint64_t entry_num, std::uint64_t parent_num,
+                            const std::wstring& path) {
+    if (!m_ntfs.get_file_names(m_names, entry_num, record, true, parent_num)) return false;
+    m_common.fn_list.resize(m_names.size());
+    for (std::size_t i = 0; i < m_names.size(); ++i)
+        read_name(m_names[i], m_common.fn_list[i]);
+    choose_display_name(m_names, m_common.name);
+    if (!read_standard_information(m_common, record, m_ntfs.get_mft_record_size())) return false;
+    const file_record header{record};
+    m_common.flags = header.flags();
+    m_common.seq_num = header.sequence_number();
+    m_common.parent_path = path;
+    m_common.parent_entry = parent_num;
+    m_common.mft_entry = entry_num;
+    return m_rows.read(entry_num);
+}
+
+// The lower-cased path of an entry, which orders the rows and which the filters look at.
+void entry_rows::make_key(const std::wstring& path, bool append_name) {
+    m_key = path;
+    if (append_name) {
+        m_key += L'\\';
+        m_key += m_common.name;
+    }
+    ql::lower_wide(m_key);
+}
+
+bool entry_rows::passes_filters() const {
+    file_time_bounds bounds;
+    bounds.modified = m_common.si_modified;
+    bounds.created = m_common.si_created;
+    return path_passes_filters(m_opts, m_key, m_opts.filters, bounds, false);
+}
+
+void entry_rows::add_rows(dir_entry_set& entries, bool show_indx) {
+    const std::vector<NTFS_ATTRIB_ROW>& rows = m_rows.rows();
+    m_object_id = {};
+    m_common.link_target.clear();
+    find_id_and_link(rows, m_object_id, m_common.link_target);
+
+    const bool is_directory = (m_common.flags & record_flag_directory) != 0;
+    if (is_directory) add_base(entries);
+    for (const NTFS_ATTRIB_ROW& row : rows) {
+        if (is_stream(row, show_indx)) add_stream(row, entries);
+    }
+    if (!is_directory && std::none_of(rows.begin(), rows.end(), is_unnamed_data)) add_base(entries);
+}
+
+// The row of an entry that has no unnamed $DATA, and of each directory.
+void entry_rows::add_base(dir_entry_set& entries) {
+    const bool is_directory = (m_common.flags & record_flag_directory) != 0;
+    dir_entry_set::node_type made =
+        make_row(is_directory ? entry_type::directory : entry_type::file);
+    made.value().full_path = m_key;
+    made.value().object_id = m_object_id;
+    insert_row(entries, std::move(made));
+}
+
+void entry_rows::add_stream(const NTFS_ATTRIB_ROW& row, dir_entry_set& entries) {
+    const bool is_directory = (m_common.flags & record_flag_directory) != 0;
+    dir_entry_set::node_type node;
+    if (is_unnamed_data(row)) {
+        node = make_row(is_directory ? entry_type::directory : entry_type::file);
+        dir_entry& made = node.value();
+        if (is_directory) made.name += L"<dir data entry>";
+        made.full_path = m_key;
+        made.object_id = m_object_id;
+    } else {
+        const bool is_index = row.type == attrib_type::index_allocation;
+        node = make_row(is_index ? entry_type::index_stream : entry_type::data_stream);
+        name_stream(node.value(), m_key, ql::to_wide(row.name));
+    }
+    node.value().size = shown_size(row);
+    insert_row(entries, std::move(node));
+}
+
+// A row with what all rows share; of size 0 and without an object id.
+dir_entry_set::node_type entry_rows::make_row(std::uint32_t type) {
+    dir_entry_set::node_type made = m_spare.take();
+    made.value() = m_common;
+    made.value().type = type;
+    return made;
+}
+
 bool add_entry_rows(CNtfs& ntfs, ql::bytes record, std::uint64_t entry_num,
                     std::uint64_t parent_num, const std::wstring& path, dir_entry_set& entries,
                     bool show_indx, bool append_name, quorvel_opts& opts) {
-    name_entry_map names;
-    if (!ntfs.get_file_names(names, entry_num, record, true, parent_num)) return true;
-
-    dir_entry entry;
-    for (const auto& [key, name] : names)
-        entry.fn_list.push_back(make_fn_entry(name));
-    entry.name = display_name(names);
-    if (!read_standard_information(entry, record, ntfs.get_mft_record_size())) return true;
-    const file_record header{record};
-    entry.flags = header.flags();
-    entry.seq_num = header.sequence_number();
-    entry.parent_path = path;
-    entry.parent_entry = parent_num;
-    entry.mft_entry = entry_num;
-
-    std::vector<NTFS_ATTRIB_ROW> rows;
-    if (!ntfs.get_listing_rows(entry_num, rows)) return true;
-
-    const bool is_directory = header.is_directory();
-    std::wstring key = make_key(path, entry.name, append_name || !is_directory);
-    if (!is_directory && !file_passes(opts, entry, key)) return true;
-    row_adder(std::move(entry), std::move(key), entries).add_all(rows, show_indx);
+    entry_rows(ntfs, opts)
+        .add(record, entry_num, parent_num, path, entries, show_indx, append_name);
     return true;
 }

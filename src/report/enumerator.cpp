@@ -1,6 +1,6 @@
 #include "report/enumerator.h"
 
-#include <set>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -8,6 +8,7 @@
 #include "foundation/split_path.h"
 #include "ntfs/ntfs.h"
 #include "report/csv_listing.h"
+#include "report/entry_rows.h"
 #include "report/text_listing.h"
 #include "report/xml_listing.h"
 #include "run/quorvel_opts.h"
@@ -16,29 +17,6 @@ namespace {
 
 // A colon in front of this position belongs to a drive prefix, not to a stream.
 constexpr std::size_t first_stream_colon = 4;
-
-// The buffer that all records of a listing are read into, one after the other.
-class record_reader {
-public:
-    explicit record_reader(CNtfs& ntfs) : m_ntfs(ntfs) {
-        const std::uint32_t size = ntfs.get_mft_record_size();
-        if (ntfs.fits_source(size)) m_buffer.resize(size);
-    }
-
-    // False when the record can't be read, or when records are too large for memory.
-    bool read(std::uint64_t entry_num) {
-        if (m_buffer.empty()) return false;
-        std::uint64_t position = 0;
-        std::int64_t size = static_cast<std::int64_t>(m_buffer.size());
-        return m_ntfs.read_file_record(entry_num, m_buffer, position, size, false);
-    }
-
-    ql::bytes record() const { return m_buffer; }
-
-private:
-    CNtfs& m_ntfs;
-    std::vector<std::uint8_t> m_buffer;
-};
 
 // The stream that a path asks for, "zone" in "\a\file.txt:zone"; empty for none.
 std::wstring stream_of_path(const std::wstring& path) {
@@ -69,49 +47,98 @@ void keep_stream_row(quorvel_opts& opts, const std::wstring& stream) {
     }
 }
 
-// Adds the rows of all children, in ascending order of their entries, so that the MFT is read
-// forward. A child that can't be read is left out. False when the index can't be read.
-bool add_children(CNtfs& ntfs, record_reader& reader, const std::wstring& path,
-                  std::uint64_t dir_entry_num, dir_entry_set& entries, bool show_indx,
-                  quorvel_opts& opts) {
-    std::set<std::uint64_t> children;
-    if (!ntfs.get_children(dir_entry_num, children, false)) return false;
-    for (const std::uint64_t child : children) {
-        if (child == dir_entry_num || !reader.read(child)) continue;
-        if (!add_entry_rows(ntfs, reader.record(), child, dir_entry_num, path, entries, show_indx,
-                            true, opts)) {
-            break;
+// Reads the directories of a walk, one after the other, into its own buffers.
+class directory_reader {
+public:
+    directory_reader(CNtfs& ntfs, quorvel_opts& opts)
+        : m_ntfs(ntfs), m_opts(opts), m_rows(ntfs, opts) {}
+
+    // Reads the record of an entry. False when it can't be read, or when records are too large for
+    // memory.
+    bool read(std::uint64_t entry_num) {
+        const std::uint32_t record_size = m_ntfs.get_mft_record_size();
+        if (m_record.size() != record_size) {
+            if (!m_ntfs.fits_source(record_size)) return false;
+            m_record.resize(record_size);
         }
+        std::uint64_t position = 0;
+        std::int64_t size = record_size;
+        return m_ntfs.read_file_record(entry_num, m_record, position, size, false);
+    }
+
+    // Adds the rows of the entry that was asked for, whose record was read. Its own rows stand
+    // under its first parent; those of its children follow unless a stream was asked for. False
+    // when the entry has no name.
+    bool add_asked_rows();
+
+    // Adds the rows of a directory and of its children; see read_directory_entries.
+    bool add_directory(const std::wstring& path, std::uint64_t dir_entry_num,
+                       dir_entry_set& entries, bool show_indx);
+
+    // Empties `entries` and keeps the memory of its rows.
+    void recycle(dir_entry_set& entries) { m_rows.recycle(entries); }
+
+private:
+    bool add_children(const std::wstring& path, std::uint64_t dir_entry_num, dir_entry_set& entries,
+                      bool show_indx);
+
+    CNtfs& m_ntfs;
+    quorvel_opts& m_opts;
+    entry_rows m_rows;
+    std::vector<std::uint8_t> m_record;     // of the entry that was read last
+    std::vector<std::uint64_t> m_children;  // entries of the directory that was read last
+};
+
+bool directory_reader::add_asked_rows() {
+    const std::wstring stream = stream_of_path(m_opts.directory);
+    name_entry_map names;
+    if (!m_ntfs.get_file_names(names, m_opts.dir_entry_num, m_record)) return false;
+
+    std::wstring parent_path;
+    std::wstring name;
+    if (!file_record{m_record}.is_directory() && split_path(m_opts.directory, parent_path, name)) {
+        m_opts.directory = parent_path;
+    }
+    // Stays set for the paths that follow.
+    if (!stream.empty()) m_opts.show_indx = 1;
+    const bool show_indx = m_opts.show_indx != 0;
+    m_rows.add(m_record, m_opts.dir_entry_num, entry_of(names.begin()->second.parent_ref),
+               m_opts.directory, m_opts.entries, show_indx, false);
+    if (!stream.empty()) {
+        keep_stream_row(m_opts, stream);
+    } else {
+        add_children(m_opts.directory, m_opts.dir_entry_num, m_opts.entries, show_indx);
     }
     return true;
 }
 
-// Adds the rows of the entry that was asked for. Its own rows stand under its first parent; those
-// of its children follow unless a stream was asked for. False when the entry has no name.
-bool add_asked_rows(quorvel_opts& opts, CNtfs& ntfs, record_reader& reader) {
-    const std::wstring stream = stream_of_path(opts.directory);
+bool directory_reader::add_directory(const std::wstring& path, std::uint64_t dir_entry_num,
+                                     dir_entry_set& entries, bool show_indx) {
+    std::uint64_t mft_file_pos = 0;
+    if (!m_ntfs.validate(mft_file_pos)) return false;
+    bool added = false;
     name_entry_map names;
-    if (!ntfs.get_file_names(names, opts.dir_entry_num, reader.record())) return false;
+    if (read(dir_entry_num) && m_ntfs.get_file_names(names, dir_entry_num, m_record)) {
+        // A directory with two names has a row for each.
+        for (const auto& [key, name] : names) {
+            m_rows.add(m_record, dir_entry_num, entry_of(name.parent_ref), path, entries, show_indx,
+                       false);
+        }
+        added = true;
+    }
+    return add_children(path, dir_entry_num, entries, show_indx) || added;
+}
 
-    std::wstring parent_path;
-    std::wstring name;
-    if (!file_record{reader.record()}.is_directory() &&
-        split_path(opts.directory, parent_path, name)) {
-        opts.directory = parent_path;
+// Adds the rows of all children, in ascending order of their entries, so that the MFT is read
+// forward. A child that can't be read is left out. False when the index can't be read.
+bool directory_reader::add_children(const std::wstring& path, std::uint64_t dir_entry_num,
+                                    dir_entry_set& entries, bool show_indx) {
+    if (!m_ntfs.get_sorted_children(dir_entry_num, m_children, false)) return false;
+    for (const std::uint64_t child : m_children) {
+        if (child == dir_entry_num || !read(child)) continue;
+        m_rows.add(m_record, child, dir_entry_num, path, entries, show_indx, true);
     }
-    // Stays set for the paths that follow.
-    if (!stream.empty()) opts.show_indx = 1;
-    const std::uint64_t parent = entry_of(names.begin()->second.parent_ref);
-    const bool added =
-        add_entry_rows(ntfs, reader.record(), opts.dir_entry_num, parent, opts.directory,
-                       opts.entries, opts.show_indx != 0, false, opts);
-    if (!stream.empty()) {
-        keep_stream_row(opts, stream);
-    } else if (added) {
-        add_children(ntfs, reader, opts.directory, opts.dir_entry_num, opts.entries,
-                     opts.show_indx != 0, opts);
-    }
-    return added;
+    return true;
 }
 
 // Prints one listing with the writer that the options chose. "-bodyfile" and "-csvl2t" have none.
@@ -151,9 +178,9 @@ bool is_directory_row(const dir_entry& entry) {
 }  // namespace
 
 bool report_directory(quorvel_opts& opts, CNtfs& ntfs) {
-    record_reader reader(ntfs);
+    directory_reader reader(ntfs, opts);
     if (!reader.read(opts.dir_entry_num)) return false;
-    const bool added = add_asked_rows(opts, ntfs, reader);
+    const bool added = reader.add_asked_rows();
     if (opts.entries.empty()) {
         if (opts.out != nullptr) *opts.out << "no items\n" << std::endl;
         return added;
@@ -171,6 +198,7 @@ bool report_directory(quorvel_opts& opts, CNtfs& ntfs) {
 void walk_directory(quorvel_opts& opts, CNtfs& ntfs, const std::wstring& path,
                     std::uint64_t dir_entry_num, std::uint32_t levels) {
     if (opts.entries.empty() || levels == 0) return;
+    directory_reader reader(ntfs, opts);
     std::vector<dir_entry_set> open_lists;
     open_lists.push_back(list_level(opts, path, dir_entry_num, levels));
     while (!open_lists.empty()) {
@@ -182,9 +210,9 @@ void walk_directory(quorvel_opts& opts, CNtfs& ntfs, const std::wstring& path,
         const auto next = list.extract(list.begin());
         const dir_entry& directory = next.value();
         if (!is_directory_row(directory)) continue;
-        opts.entries.clear();
-        if (read_directory_entries(ntfs, directory.parent_path, directory.mft_entry, opts.entries,
-                                   opts.show_indx != 0, opts) &&
+        reader.recycle(opts.entries);
+        if (reader.add_directory(directory.parent_path, directory.mft_entry, opts.entries,
+                                 opts.show_indx != 0) &&
             !opts.entries.empty()) {
             // A list has subdirectories only while there are levels to go.
             const auto depth = static_cast<std::uint32_t>(open_lists.size());
@@ -196,17 +224,5 @@ void walk_directory(quorvel_opts& opts, CNtfs& ntfs, const std::wstring& path,
 
 bool read_directory_entries(CNtfs& ntfs, const std::wstring& path, std::uint64_t dir_entry_num,
                             dir_entry_set& entries, bool show_indx, quorvel_opts& opts) {
-    std::uint64_t mft_file_pos = 0;
-    if (!ntfs.validate(mft_file_pos)) return false;
-    record_reader reader(ntfs);
-    bool added = false;
-    name_entry_map names;
-    if (reader.read(dir_entry_num) && ntfs.get_file_names(names, dir_entry_num, reader.record())) {
-        // A directory with two names has a row for each.
-        for (const auto& [key, name] : names) {
-            added = add_entry_rows(ntfs, reader.record(), dir_entry_num, entry_of(name.parent_ref),
-                                   path, entries, show_indx, false, opts);
-        }
-    }
-    return add_children(ntfs, reader, path, dir_entry_num, entries, show_indx, opts) || added;
+    return directory_reader(ntfs, opts).add_directory(path, dir_entry_num, entries, show_indx);
 }

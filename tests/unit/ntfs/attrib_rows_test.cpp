@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "ntfs/listing_rows.h"
 #include "ntfs/ntfs.h"
 #include "support/ntfs_image.h"
 #include "unit/ntfs/volume_fixture.h"
@@ -396,9 +397,9 @@ TEST(AttribRows, NamedStreamUnderTheIdOfUnnamedDataHasNoRow) {
 
 // The rows of an entry for a listing.
 std::vector<NTFS_ATTRIB_ROW> listing_rows_of(open_volume& volume, std::uint64_t inode) {
-    std::vector<NTFS_ATTRIB_ROW> rows(2);
-    EXPECT_TRUE(volume.ntfs.get_listing_rows(inode, rows));
-    return rows;
+    listing_rows listed(volume.ntfs);
+    EXPECT_TRUE(listed.read(inode));
+    return listed.rows();
 }
 
 // `listed` are those of `all` behind the rows of types 0x10 and 0x30, without runs and values.
@@ -462,11 +463,12 @@ TEST(ListingRows, UnusableRecordHasNone) {
     support::ntfs_image image;
     image.entry(64).keyword("BAAD").data("x");
     open_volume volume(image);
-    std::vector<NTFS_ATTRIB_ROW> rows(3);
-    EXPECT_FALSE(volume.ntfs.get_listing_rows(64, rows));
-    EXPECT_THAT(rows, IsEmpty());
+    listing_rows listed(volume.ntfs);
+    ASSERT_TRUE(listed.read(5));
+    EXPECT_FALSE(listed.read(64));
+    EXPECT_THAT(listed.rows(), IsEmpty());
     CNtfs closed(nullptr, 0, 33);
-    EXPECT_FALSE(closed.get_listing_rows(64, rows));
+    EXPECT_FALSE(listing_rows(closed).read(5));
 }
 
 TEST(AttribRows, BadRecordHasNoRows) {

@@ -1,0 +1,60 @@
+// The rows of MFT entries, one entry after the other.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "foundation/ql_bytes.h"
+#include "ntfs/listing_rows.h"
+#include "ntfs/name_entry_list.h"
+#include "report/dir_entry.h"
+
+class CNtfs;
+class quorvel_opts;
+
+// Rows that were printed, with the memory of their texts, for the rows that are made next: without
+// it a listing would spend much of its time on taking memory and giving it back.
+class spare_rows {
+public:
+    // A row that still has the content of an earlier one.
+    dir_entry_set::node_type take();
+    // Takes all rows of `entries`.
+    void add(dir_entry_set& entries);
+
+private:
+    std::vector<dir_entry_set::node_type> m_rows;
+};
+
+// Makes the rows of many entries in turn and keeps its buffers from one to the next.
+class entry_rows {
+public:
+    // Both must outlive this object.
+    entry_rows(CNtfs& ntfs, const quorvel_opts& opts) : m_ntfs(ntfs), m_opts(opts), m_rows(ntfs) {}
+
+    // Adds the rows of one entry to `entries`; see add_entry_rows.
+    void add(ql::bytes record, std::uint64_t entry_num, std::uint64_t parent_num,
+             const std::wstring& path, dir_entry_set& entries, bool show_indx, bool append_name);
+
+    // Empties `entries`. What its rows held serves those that are made next.
+    void recycle(dir_entry_set& entries) { m_spare.add(entries); }
+
+private:
+    bool read_entry(ql::bytes record, std::uint64_t entry_num, std::uint64_t parent_num,
+                    const std::wstring& path);
+    void make_key(const std::wstring& path, bool append_name);
+    bool passes_filters() const;
+    void add_rows(dir_entry_set& entries, bool show_indx);
+    void add_base(dir_entry_set& entries);
+    void add_stream(const NTFS_ATTRIB_ROW& row, dir_entry_set& entries);
+    dir_entry_set::node_type make_row(std::uint32_t type);
+
+    CNtfs& m_ntfs;
+    const quorvel_opts& m_opts;
+    name_entry_list m_names;
+    listing_rows m_rows;
+    spare_rows m_spare;
+    dir_entry m_common;  // what all rows of the entry share
+    std::wstring m_key;  // sort key of the entry itself
+    std::array<std::uint8_t, 16> m_object_id{};
+};
