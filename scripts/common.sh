@@ -38,3 +38,18 @@ need() {
     run $as_root env DEBIAN_FRONTEND=noninteractive \
         apt-get install -q -y --no-install-recommends $missing
 }
+
+# unpack_bare_debian <folder>: makes the folder anew, with a Debian 12 of essential packages in it.
+# Asks the network once; what it gave is kept in build/package/bare-root.tar. Takes mmdebstrap, and
+# root or $as_root.
+unpack_bare_debian() {
+    bare_tar=build/package/bare-root.tar
+    if [ ! -f "$bare_tar" ]; then
+        mkdir -p build/package
+        run mmdebstrap --variant=minbase bookworm "$bare_tar.part"
+        mv "$bare_tar.part" "$bare_tar"
+    fi
+    ${as_root:-} rm -rf --one-file-system "$1"
+    mkdir -p "$1"
+    run ${as_root:-} tar -x --numeric-owner -f "$bare_tar" -C "$1"
+}
