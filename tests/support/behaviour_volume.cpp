@@ -64,13 +64,20 @@ void add_deleted(ntfs_image& volume) {
     add_directory(volume, root, u"deleted", deleted);
     add_directory(volume, root, u"elsewhere", elsewhere);
     volume.entry(elsewhere).stream(u"note", "a stream of a directory");
-    // Freeing a record raises its sequence number; these names stayed in the index.
-    volume.entry(gone)
-        .flags(0)
-        .sequence(2)
-        .standard_information(information())
-        .file_name(deleted, u"gone.txt", name_options())
-        .data("gone");
+    // Freeing a record raises its sequence number; these names stayed in the index or in its slack.
+    const auto add_freed = [&volume](std::u16string_view name, std::uint64_t entry) {
+        volume.entry(entry)
+            .flags(0)
+            .sequence(2)
+            .standard_information(information())
+            .file_name(deleted, name, name_options())
+            .data("gone");
+    };
+    add_freed(u"gone.txt", gone);
+    add_freed(u"slack.txt", in_slack);
+    volume.index(deleted).add_stale(
+        {.reference = file_reference(in_slack, 1),
+         .key = file_name_value(deleted, u"slack.txt", name_options())});
     const auto add_stale_name = [&volume](std::u16string_view name, std::uint64_t entry) {
         volume.index(deleted).add(file_reference(entry, 1),
                                   file_name_value(deleted, name, name_options()));

@@ -16,6 +16,7 @@ inline constexpr std::uint64_t sizes = 40,  // \sizes: a resident, a non-residen
     gone = 61,        // \deleted\gone.txt: @ not in use, record as it was
     reused = 62,      // \elsewhere\newcomer.txt: @ was \deleted\reused.txt
     elsewhere = 63,   // \elsewhere, with a stream "note"
+    in_slack = 64,    // \deleted\slack.txt: @ not in use, named in the index's slack alone
     names = 70,       // \names: a DOS name, two links to one file, separators, non-ASCII letters
     ampersand = 80,   // \R&D: markup in a directory's name
     links = 90,       // \links: a junction, and links that can't be followed
