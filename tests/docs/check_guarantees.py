@@ -19,9 +19,10 @@ import sys
 import tempfile
 
 NOT_TESTED = 77
-# Beside the libraries: what they read, and what the sanitizers read of the process itself.
-OF_THE_SYSTEM = re.compile(r"/etc/(ld\.so\..*|localtime)|/(usr/)?(lib|local)[^ ]*|/proc/.*|/sys/.*"
-                           r"|/usr/share/zoneinfo/.*|.*\.so(\.\d+)*")
+# Libraries and what they read, what the sanitizers read of the process itself, and what a coverage
+# build counts.
+OF_THE_SYSTEM = re.compile(r".*/lib[^/]*\.so[.\d]*|/etc/(ld\.so\..*|localtime)"
+                           r"|/usr/share/zoneinfo/.*|/proc/.*|.*\.gcda")
 OPEN = re.compile(r'^(?:\d+ +)?open(?:at)?\((?:AT_FDCWD, )?"([^"]*)", ([A-Z_|]+)')
 FORBIDDEN = re.compile(r"^(?:\d+ +)?(socket|connect|bind|clone3?|v?fork|kill|ptrace|mount)\(")
 EXECVE = re.compile(r"^(?:\d+ +)?execve\(")
