@@ -224,6 +224,14 @@ TEST_F(CsvReport, SeparatorOfTwoCharactersGivesATab) {
     }
 }
 
+// Separators are bytes, whatever they mean: half a character of UTF-8, or what no text has.
+TEST_F(CsvReport, SeparatorMayHaveAnyBytes) {
+    for (const char* separator : {"\x80", "\xFF\xFE", "\xC3", "\u00A7"}) {
+        const csv_form form{.separator = separator, .from = "", .to = ""};
+        EXPECT_EQ(run({"-csv", "-csv_separator", separator}), report_text(docs, form));
+    }
+}
+
 TEST_F(CsvReport, LaterBaseWinsWhateverTheOrder) {
     EXPECT_EQ(run({"-csv", "-base16", "-base10"}), report_text(docs, {}));
     EXPECT_EQ(run({"-csv", "-base10", "-base16"}), report_text(docs, {}));
