@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <string>
 
+#include "support/behaviour_volume.h"
+#include "support/later_disk.h"
 #include "support/ntfs_image.h"
 #include "support/partition_image.h"
 #include "support/run_program.h"
@@ -239,6 +241,54 @@ TEST(SampleVolume, VirtualDisksHoldTheDisk) {
         EXPECT_EQ(run_program(qemu_img, {"convert", "-O", "raw", path, raw}).status, 0);
         EXPECT_EQ(byte_image::load(raw).bytes(), path == paths[0] ? disk.bytes() : changed.bytes());
     }
+}
+
+TEST(SampleVolume, SnapshotHoldsTheLaterDisk) {
+    NEED_PROGRAM(qemu_img, "qemu-img");
+    const temp_dir dir;
+    save_snapshot_chain(dir.file("base.vmdk"), dir.file("snapshot.vmdk"));
+    const std::string raw = dir.file("raw");
+    EXPECT_EQ(
+        run_program(qemu_img, {"convert", "-O", "raw", dir.file("snapshot.vmdk"), raw}).status, 0);
+    byte_image later = disk_around(later_volume());
+    later.resize((later.size() + 65535) / 65536 * 65536);
+    EXPECT_EQ(byte_image::load(raw).bytes(), later.bytes());
+}
+
+TEST(SampleVolume, LaterDiskDiffersInOneDirectory) {
+    NEED_PROGRAM(fls, "fls");
+    const temp_dir dir;
+    const auto rows = [&](const ntfs_image& volume) {
+        const std::string path = volume.save(dir.file("volume.dd"));
+        return run_program(fls, {"-r", "-u", "-p", path}).standard_output;
+    };
+    const std::string earlier = rows(sample_volume()), later = rows(later_volume());
+    EXPECT_EQ(count(earlier, "\n"), count(later, "\n"));
+    EXPECT_EQ(count(earlier, "\tusers/kim/documents/empty.txt\n"), 1u);
+    EXPECT_EQ(count(earlier, "\tusers/kim/documents/plan.txt\n"), 0u);
+    EXPECT_EQ(count(later, "\tusers/kim/documents/empty.txt\n"), 0u);
+    EXPECT_EQ(count(later, "\tusers/kim/documents/letter.txt\n"), 1u);
+    EXPECT_EQ(count(later, "\tusers/kim/documents/plan.txt\n"), 1u);
+}
+
+TEST(BehaviourVolume, IsReadByTheSleuthKit) {
+    NEED_PROGRAM(fls, "fls");
+    NEED_PROGRAM(icat, "icat");
+    const temp_dir dir;
+    const std::string path = behaviour_volume().save(dir.file("volume.dd"));
+    const std::string rows = run_program(fls, {"-r", "-u", "-p", path}).standard_output;
+    for (const char* name : {"sizes/sparse.bin", "stamps/3001.txt", "elsewhere/newcomer.txt",
+                             "names/first link.txt", "names/second link.txt", "names/pipe|d.txt",
+                             "names/\u00C4pfel.txt", "R&D/1 & 2.txt", "links/target/inside.txt"}) {
+        EXPECT_EQ(count(rows, "\t" + std::string(name) + "\n"), 1u) << name;
+    }
+    EXPECT_EQ(count(rows, "\tdeleted/slack.txt\n"), 0u);
+    const auto content = [&](std::uint64_t entry) {
+        return run_program(icat, {path, std::to_string(entry)}).standard_output;
+    };
+    EXPECT_EQ(content(behaviour::sizes + 2).size(), 4097u);
+    EXPECT_EQ(content(behaviour::sizes + 3).size(), 1048576u);
+    EXPECT_EQ(content(behaviour::reused), "new");
 }
 
 TEST(PartitionImage, TablesAreFoundSound) {
