@@ -63,6 +63,17 @@ def missing_paths(root, document, text):
             yield path
 
 
+def missing_names(root, text):
+    """Names in the picture's boxes that are no file of their room, and stand in no header of it."""
+    for room, box in re.findall(r"^\+-- src/(\w+) -+\+\n((?:\|.*\n)+)", text, re.MULTILINE):
+        headers = sorted((root / "src" / room).glob("*.h"))
+        known = "".join(header.read_text(encoding="utf-8") for header in headers)
+        known += " ".join(path.stem for path in (root / "src" / room).iterdir())
+        for name in re.findall(r"\b[a-z]+_[a-z_]*[a-z]\b", box):
+            if not re.search(rf"\b{name}\b", known):
+                yield f"{room}/{name}"
+
+
 def main():
     """See above."""
     root = pathlib.Path(sys.argv[1])
@@ -70,7 +81,8 @@ def main():
     for name in sys.argv[2:]:
         document = root / name
         text = document.read_text(encoding="utf-8")
-        for missing in [*missing_links(document, text), *missing_paths(root, document, text)]:
+        for missing in [*missing_links(document, text), *missing_paths(root, document, text),
+                        *missing_names(root, text)]:
             print(f"{name}: {missing} is not there")
             wrong += 1
     return 1 if wrong else 0
