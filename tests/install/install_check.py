@@ -5,6 +5,7 @@ usage: install_check.py <cmake> <build folder> <source folder>
 """
 
 import os
+import re
 import stat
 import subprocess
 import tempfile
@@ -63,6 +64,16 @@ class Install(unittest.TestCase):
                              stderr=subprocess.PIPE)
         self.assertEqual((run.returncode, run.stdout), (0, b""))
         self.assertIn(b"\nUsage:\n", run.stderr)
+        self.assertIn(b"quorvel ver: " + self.version() + b"\n", run.stderr)
+
+    def test_package_has_the_version_of_the_program(self):
+        changes = content_of(os.path.join(OPTIONS.source, "packaging/changelog"))
+        self.assertTrue(changes.startswith(b"quorvel (" + self.version() + b") "), changes[:30])
+
+    @staticmethod
+    def version():
+        project = content_of(os.path.join(OPTIONS.source, "CMakeLists.txt"))
+        return re.search(rb"project\(quorvel VERSION (\S+)", project)[1]
 
 
 if __name__ == "__main__":
