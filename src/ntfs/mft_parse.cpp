@@ -7,6 +7,7 @@
 namespace {
 
 constexpr std::uint64_t mft_entry = 0;
+constexpr std::uint64_t always_taken = 1u << 20;  // bytes of memory, from any source
 // Less than this behind a list entry is no further one.
 constexpr std::int64_t list_entry_size = 26;
 
@@ -37,6 +38,7 @@ private:
     NTFS_INODE_INFO& m_out;
     std::uint64_t m_inode;
     std::optional<record_attrib> m_list;  // the last $ATTRIBUTE_LIST of the base record
+    std::uint64_t m_taken = 0;            // bytes of memory that runs and values take
 };
 
 // True for a non-resident attribute that has something on its run list.
@@ -45,9 +47,13 @@ bool has_runs(const record_attrib& attribute) {
            (attribute.initialized_size() != 0 || attribute.length() > attribute.run_list_offset());
 }
 
+// Offsets in a record have 16 bits: no run list is longer, however large records claim to be.
 ql::bytes run_list_of(const record_attrib& attribute) {
-    return attribute.from(attribute.run_list_offset());
+    constexpr std::size_t longest = 0x10000;
+    return ql::clip(attribute.from(attribute.run_list_offset()), 0, longest);
 }
+
+std::uint64_t memory_of(std::size_t runs) { return std::uint64_t{runs} * sizeof(NTFS_DATA); }
 
 void mft_parser::parse(ql::bytes record, bool keep) {
     if (!walk(first_attrib(record), keep, false)) return;
@@ -62,12 +68,14 @@ void mft_parser::parse(ql::bytes record, bool keep) {
     number_runs();
 }
 
-// Takes attributes from `attribute` on, or that one alone. False when a run list was empty.
+// Takes attributes from `attribute` on, or that one alone. False when a run list was empty. Ends
+// when more was taken than the source holds: its parts were named more than once.
 bool mft_parser::walk(record_attrib attribute, bool keep, bool single) {
     std::int64_t budget = m_ntfs.m_bytes_per_file_record;
     for (;;) {
         const std::uint32_t length = attribute.length();
         if (attribute.type() == attrib_type::end || budget < 1 || length > budget) return true;
+        if (m_taken > always_taken && !m_ntfs.fits_source(m_taken)) return true;
         if (!take(attribute, keep)) return false;
         if (single || length == 0) return true;
         budget -= length;
@@ -121,11 +129,14 @@ bool mft_parser::take_content(const record_attrib& attribute, bool keep,
                               std::vector<NTFS_DATA>& runs, std::uint64_t& size) {
     if (attribute.nonresident()) {
         if (!has_runs(attribute)) return true;
+        const std::size_t kept = keep ? runs.size() : 0;
         if (!decode_mft_runs(run_list_of(attribute), runs, attribute.type(), !keep)) return false;
+        m_taken += memory_of(runs.size() - kept);
         if (size == 0) size = attribute.real_size();
     } else if (attribute.value_length() != 0) {
         const ql::bytes value = attribute.value();
         NTFS_DATA& data = runs.emplace_back();
+        m_taken += memory_of(1) + value.size();
         data.resident = 1;
         data.resident_data.assign(value.begin(), value.end());
         data.resident_size = attribute.value_length();
@@ -139,8 +150,8 @@ bool mft_parser::take_index_allocation(const record_attrib& attribute) {
     if (!has_runs(attribute)) return true;
     std::vector<NTFS_DATA> runs;
     if (!decode_mft_runs(run_list_of(attribute), runs, attribute.type(), true)) return false;
+    m_taken += memory_of(runs.size());
     m_out.index_alloc_runs.push_back(std::move(runs));
-
     m_out.index_alloc_names.push_back(name_inside(attribute));
     return true;
 }

@@ -1,9 +1,19 @@
 #include "ntfs/ntfs.h"
 
 #include <algorithm>
+#include <memory>
+#include <new>
 #include <utility>
 
 namespace {
+
+// False for a size that the system refuses to give memory for. Sizes that it always gives are not
+// tried.
+bool fits_memory(std::uint64_t size) {
+    constexpr std::uint64_t always_given = 1u << 24;
+    if (size <= always_given) return true;
+    return std::unique_ptr<std::uint8_t[]>(new (std::nothrow) std::uint8_t[size]) != nullptr;
+}
 
 std::uint64_t divided(std::uint64_t dividend, std::uint64_t divisor) {
     return divisor == 0 ? 0 : dividend / divisor;
@@ -46,9 +56,9 @@ bool CNtfs::read_clusters(std::uint64_t lcn, void* buffer, std::uint32_t& count)
 
 bool CNtfs::fits_source(std::uint64_t size) const {
     if (disk() == nullptr) return false;
-    const std::uint64_t source_size = m_disk->size_in_bytes();
+    const std::uint64_t source_size = m_disk->held_bytes();
     // A source without an end has all ones: nothing can be read from it.
-    return source_size != ~std::uint64_t{0} && size <= source_size;
+    return source_size != ~std::uint64_t{0} && size <= source_size && fits_memory(size);
 }
 
 bool CNtfs::validate(std::uint64_t& mft_file_pos) {

@@ -10,17 +10,16 @@ namespace {
 
 constexpr std::uint64_t secure_entry = 9;
 
-// True when the stream of `row` is one to hold in memory: larger streams than the source are holes
-// for the most part, and no volume has a gigabyte of descriptors.
+// True when the stream of `row` is one to hold in memory: no volume has a gigabyte of descriptors,
+// and a stream that is larger than the source is made of holes.
 bool is_loadable(const CNtfs& ntfs, const NTFS_ATTRIB_ROW& row) {
-    constexpr std::uint64_t always_loaded = 64u << 20;
     constexpr std::uint64_t never_loaded = 1u << 30;
     constexpr std::size_t body_real_size = 16;
     constexpr std::size_t body_initialized_size = 24;
     const std::uint64_t announced =
         std::max(ql::le64(row.body, body_real_size), ql::le64(row.body, body_initialized_size));
     const std::uint64_t size = std::min(announced, run_bytes(row.runs, ntfs.cluster_size(), false));
-    return size <= always_loaded || (size < never_loaded && ntfs.fits_source(size));
+    return size < never_loaded && ntfs.fits_source(size);
 }
 
 // Adds the entries of an $SDS stream to `table`. An entry begins on a multiple of 16 and holds its

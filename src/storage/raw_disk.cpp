@@ -145,6 +145,11 @@ bool CRawDisk::read_sector_aligned(void* buffer, std::uint32_t count, std::uint6
     return true;
 }
 
+std::uint64_t CRawDisk::held_bytes() const {
+    if (kind != disk_kind::vmdk || vmdk == nullptr) return size_in_bytes();
+    return std::min(size_in_bytes(), vmdk->file_bytes());
+}
+
 std::uint64_t CRawDisk::size_in_bytes() const {
     return ok ? static_cast<std::uint64_t>(size_bytes) : 0;
 }

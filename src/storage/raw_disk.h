@@ -45,6 +45,9 @@ public:
 
     // Size in bytes; 0 when not open. A source that can't seek to its end has 2^64 - 1.
     std::uint64_t size_in_bytes() const;
+    // Bytes that the source can hold: its size, and for a chain no more than its files have
+    // together, for its size is a claim of their headers.
+    std::uint64_t held_bytes() const;
 
     std::unique_ptr<vmdk_chain> vmdk;
     std::wstring volume_name;

@@ -67,6 +67,13 @@ void vmdk_chain::walk_children() {
     }
 }
 
+std::uint64_t vmdk_chain::file_bytes() const {
+    std::uint64_t total = 0;
+    for (const auto& [cid, extent] : extents)
+        total += extent->file_size;
+    return total;
+}
+
 vmdk_extent* vmdk_chain::holder_of(std::uint64_t offset) const {
     std::uint64_t position = 0;
     for (vmdk_extent* extent = newest; extent != nullptr; extent = extent->parent) {

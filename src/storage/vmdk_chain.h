@@ -31,6 +31,10 @@ public:
     // nothing can be read.
     bool read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count);
 
+    // The sizes of all files of the chain together. Their grains hold no more, whatever capacity
+    // the headers claim.
+    std::uint64_t file_bytes() const;
+
     // By CID, in plain byte order.
     std::map<std::string, std::unique_ptr<vmdk_extent>> extents;
     vmdk_extent* newest = nullptr;  // the last of the chain, where look-ups start

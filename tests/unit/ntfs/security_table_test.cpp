@@ -266,9 +266,9 @@ TEST(SecurityTable, CompressedStreamIsLoaded) {
 }
 
 TEST(SecurityTable, LargeHolesAreCrossedInLittleTime) {
-    ntfs_image image;
-    set_bitmap_security(image, 0x100);
     const std::uint64_t far = 32u << 20;
+    ntfs_image image{{.clusters = 2 * far / 4096}};
+    set_bitmap_security(image, 0x100);
     const support::cluster_runs runs{
         {image.store(sds_entry(0x100, 0, whole_entry))[0].lcn, 1},
         {support::hole, far / 4096 - 1},
