@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -122,6 +123,10 @@ program_result run_words(std::vector<std::string> words, const std::string& prog
         ::dup2(out.write_end, 1);
         ::dup2(err.write_end, 2);
         ::signal(SIGPIPE, SIG_DFL);
+        if (options.address_space != 0) {
+            const rlimit limit{options.address_space, options.address_space};
+            ::setrlimit(RLIMIT_AS, &limit);
+        }
         if (options.working_directory.empty() || ::chdir(options.working_directory.c_str()) == 0) {
             ::execve(program.c_str(), argv.data(), envp.data());
         }
@@ -141,8 +146,10 @@ program_result run_words(std::vector<std::string> words, const std::string& prog
     program_result result;
     collect(out, err, result);
     int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    rusage used{};
+    while (::wait4(child, &status, 0, &used) < 0 && errno == EINTR) {
     }
+    result.peak_memory = static_cast<std::uint64_t>(used.ru_maxrss) * 1024;
     int reason = 0;
     if (::read(start.read_end, &reason, sizeof reason) > 0) {
         throw std::runtime_error("can't run " + program + ": " + std::strerror(reason));

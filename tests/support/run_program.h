@@ -1,6 +1,7 @@
 // Runs a program the way a shell-less parent does and collects what it writes.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -11,6 +12,9 @@ struct program_result {
     int status = 0;  // exit status 0 to 255, or minus the number of the signal that ended it
     std::string standard_output;
     std::string standard_error;
+    // Bytes of memory that were resident at most. What the caller has resident counts as well, for
+    // the new process starts as its copy.
+    std::uint64_t peak_memory = 0;
 };
 
 struct program_options {
@@ -20,6 +24,7 @@ struct program_options {
     bool clear_environment = false;
     std::string argument_zero = {};   // empty: the path of the program
     std::string standard_input = {};  // given through a file
+    std::uint64_t address_space = 0;  // bytes that the process may map at most; 0: no limit
 };
 
 // Runs `program` (a path) with `arguments`, waits for its end. Both outputs are read whole, however
