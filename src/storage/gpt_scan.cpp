@@ -17,9 +17,10 @@ constexpr std::uint32_t read_entry_size = 128;  // bytes of an entry that are lo
 constexpr std::uint32_t least_first_sector = 512;
 constexpr std::uint64_t volume_start_size = 2048;  // read of a partition, for ext and HFS+
 constexpr std::uint16_t type_gpt = 238;
-// Far more partitions than any disk has. Entries shorter than their type repeat what stood in front
-// of them, so that even a hole in the image would give as many partitions as it has bytes.
-constexpr std::size_t most_partitions = 0x10000;
+// Far more entries than any table has; those behind are not looked at. A hole in an image has room
+// for billions of unused entries. In it, entries shorter than their type repeat what stood in front
+// of them and are partitions.
+constexpr std::uint32_t most_entries = 0x10000;
 
 // Header of a GUID partition table, in the second sector. Its signature is not looked at.
 //
@@ -135,13 +136,13 @@ bool scan_gpt(CRawDisk& disk, partition_list& list, bool /*list_all*/) {
 
     std::uint64_t position = header.entries_lba * sector_size;
     if (ends_behind_source(header, position, disk.size_in_bytes())) return false;
-    for (std::uint32_t i = 0; i < header.num_entries; ++i, position += header.entry_size) {
+    const std::uint32_t num_entries = std::min(header.num_entries, most_entries);
+    for (std::uint32_t i = 0; i < num_entries; ++i, position += header.entry_size) {
         if (!read_entry(disk, position, header.entry_size, entry)) return false;
         if (is_unused(entry)) continue;
         partition_record record = record_of(entry, sector_size);
         if (!detect_volume(disk, record, entry, sector_size)) return false;
         list.push_back(std::move(record));
-        if (list.size() == most_partitions) break;
     }
     return !list.empty();
 }

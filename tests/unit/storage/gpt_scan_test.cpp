@@ -262,6 +262,19 @@ TEST(GptScan, ShortEntriesInAHoleDoNotFillTheMemory) {
     EXPECT_EQ(s.list.back().m_LBA_first_sector, 100u);
 }
 
+TEST(GptScan, EntriesBehind65536AreNotLookedAt) {
+    byte_image disk = gpt_disk({}, {.entry_count = 1, .backup = false}, 0x1000000);
+    disk.put(header_at + 80, 0x10001, 4);
+    std::uint64_t first = 100;
+    for (const std::uint64_t index : {0xFFFFull, 0x10000ull}) {
+        const std::uint64_t at = entries_at + index * 128;
+        disk.put_bytes(at, support::parse_guid(support::basic_data_guid));
+        disk.put(at + 32, first, 8).put(at + 40, first + 9, 8);
+        first += 100;
+    }
+    EXPECT_EQ(starts_of(scan_image(disk)), (std::vector<std::uint64_t>{100}));
+}
+
 TEST(GptScan, EntryCutByTheEndOfTheImageEndsInZeros) {
     byte_image disk = gpt_disk(
         {{.first = 1, .last = 1, .name = u"before"}, {.first = 2, .last = 2, .name = u"after"}},
