@@ -1,0 +1,64 @@
+// Partition tables: MBR, extended boot records, GPT, the file systems in partitions, and the choice
+// of the volume, over a disk in memory.
+//
+// Input: u8 options, u64 volume offset, then the start of the disk. Bits 0 and 1 of the options
+// choose the hole behind it, bit 2 accepts volumes that end behind the disk.
+#include <sstream>
+
+#include "fuzz_support.h"
+#include "storage/ql_disk_structs.h"
+#include "storage/raw_disk.h"
+#include "storage/volume_selection.h"
+
+namespace {
+
+// Bytes of a disk that the input begins.
+std::uint64_t disk_size(std::uint8_t choice) {
+    constexpr std::uint64_t sizes[] = {0, 1 << 20, 16 << 20, 1ull << 40};
+    return sizes[choice & 3];
+}
+
+void look_at(const partition_list& list) {
+    for (const partition_record& record : list) {
+        static_cast<void>(partition_type_name(record.m_partition_type));
+        fuzz::require(record.byte_offset() == record.m_LBA_first_sector * record.m_sector_size,
+                      "sectors give the offset");
+    }
+}
+
+void choose_volume(CRawDisk& disk, std::uint64_t offset, bool ignore_image_size) {
+    std::ostringstream messages;
+    bool found_ntfs = false;
+    select_volume(messages, found_ntfs, offset, disk, ignore_image_size);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static fuzz::memory_file source;
+    fuzz::input in(data, size);
+    const std::uint8_t options = in.u8();
+    const std::uint64_t offset = in.u64();
+    const fuzz::bytes start = in.rest();
+    source.set(start, disk_size(options));
+
+    CRawDisk disk(source.wide_path(), false, false, 0);
+    fuzz::require(disk.ok, "the source opens");
+    for (const bool forced : {false, true}) {
+        partition_list list;
+        scan_partitions(disk, list, forced, false);
+        look_at(list);
+        list.clear();
+        scan_partitions_in_buffer(start, list, forced, false);
+        look_at(list);
+    }
+    partition_list gpt;
+    scan_gpt(disk, gpt, false);
+    look_at(gpt);
+    partition_record record;
+    detect_file_system(record, start);
+    has_ntfs_boot_sector(disk, offset);
+    for (const std::uint64_t choice : {std::uint64_t{0}, offset, offset % 64 * 512})
+        choose_volume(disk, choice, (options & 4) != 0);
+    return 0;
+}
