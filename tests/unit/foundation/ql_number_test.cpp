@@ -123,7 +123,7 @@ TEST(ParseU32, TakesTheDigitsFromTheTextAsGiven) {
 }
 
 TEST(ParseU32, ClearsTheOutputWhenItRefuses) {
-    for (const char* text : {"", " ", "zz", "foo", "''", "'ab'", "'a", "a'b"}) {
+    for (const char* text : {"", " ", "zz", "foo", "''", "'ab'", "'a", "a'b", "'ab"}) {
         SCOPED_TRACE(text);
         std::uint32_t value = 77;
         EXPECT_FALSE(ql::parse_u32(text, value));
@@ -183,6 +183,10 @@ TEST(ParseU64, ReadsItsForms) {
         {"x10", 16},
         {"o17", 15},
         {"O17", 15},
+        {"x 12", 0x12},  // the "x" is no digit: the blank behind it goes
+        {"0x 1f", 0x1F},
+        {"- 1", max_u64},
+        {"12:5", 12},
         {"12abc", 12},
         {"0x", 0},  // two characters: decimal, which ends at the "x"
         {"-1", max_u64},

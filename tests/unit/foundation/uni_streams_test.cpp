@@ -170,6 +170,13 @@ TEST_F(FileObject, PseudoFileThatCannotSeekHas256KiB) {
     EXPECT_EQ(out.size(), 6u);
 }
 
+TEST_F(FileObject, PseudoFileByAnotherSpellingHasNoSize) {
+    ASSERT_TRUE(m_file.open_for_write("//proc/version", false, false, false));
+    EXPECT_EQ(m_file.get_size(), 0u);
+    std::vector<std::uint8_t> out;
+    EXPECT_FALSE(m_file.read_at(out, 6, 0));
+}
+
 TEST_F(FileObject, EmptyFileHasNoSizeEvenAfterAFailureElsewhere) {
     ASSERT_TRUE(m_file.open_for_write(m_dir.write("file", ""), false, false, false));
     errno = EINVAL;

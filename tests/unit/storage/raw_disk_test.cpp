@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "disk_file.h"
@@ -224,6 +225,34 @@ TEST(RawDiskFile, NoOpenOpensNothing) {
     EXPECT_EQ(disk.fd, -1);
 }
 
+TEST(RawDiskFile, OtherKindsOfNamesOpenNothing) {
+    const temp_dir dir;
+    const CRawDisk disk(widened(dir.write("image", "abc")), false, false, 1);
+    EXPECT_FALSE(disk.ok);
+    EXPECT_EQ(disk.kind, disk_kind::none);
+}
+
+TEST(RawDiskFile, WriteAccessDecidesTheModeOfTheDescriptor) {
+    const temp_dir dir;
+    const std::wstring path = widened(dir.write("image", "abc"));
+    const CRawDisk reader(path, false, false, 0);
+    EXPECT_EQ(::fcntl(reader.fd, F_GETFL) & O_ACCMODE, O_RDONLY);
+    EXPECT_FALSE(reader.write_access);
+    const CRawDisk writer(path, true, false, 0);
+    EXPECT_EQ(::fcntl(writer.fd, F_GETFL) & O_ACCMODE, O_RDWR);
+    EXPECT_TRUE(writer.write_access);
+}
+
+TEST(RawDiskFile, NothingIsReadWithoutADescriptor) {
+    disk_file source{byte_image(pattern(512))};
+    const int fd = std::exchange(source.disk.fd, -1);
+    EXPECT_FALSE(read(source.disk, 16, 0).result);
+    source.disk.native_handle = 5;  // of another system: a file is read by its descriptor alone
+    EXPECT_FALSE(read(source.disk, 16, 0).result);
+    source.disk.fd = fd;
+    EXPECT_TRUE(read(source.disk, 16, 0).result);
+}
+
 TEST(RawDiskFile, DestructionClosesTheDescriptor) {
     int fd = -1;
     {
@@ -351,6 +380,21 @@ TEST(RawDiskDrive, NumbersFromTwentyOnFailWithoutAWord) {
     }
 }
 
+TEST(RawDiskDrive, NoOpenOpensNothing) {
+    testing::internal::CaptureStderr();
+    const CRawDisk disk(0, false, true, false, 3, false);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_FALSE(disk.ok);
+    EXPECT_EQ(disk.kind, disk_kind::none);
+    EXPECT_EQ(disk.drive_number, -1);
+}
+
+TEST(RawDiskDrive, SectorsWithoutASizeAreNotRead) {
+    drive_file source{byte_image(pattern(1024))};
+    source.disk.sector_size = 0;
+    EXPECT_FALSE(read(source.disk, 512, 0).result);
+}
+
 TEST(RawDiskDrive, DriveThatCannotBeOpenedIsToldWithItsError) {
     const struct {
         std::uint32_t number;
@@ -370,6 +414,14 @@ TEST(RawDiskDrive, DriveThatCannotBeOpenedIsToldWithItsError) {
                                  : std::string("prob opening ") + c.name + ", error " +
                                        std::to_string(error) + "\n");
     }
+}
+
+TEST(RawDiskVmdk, NoOpenOpensNothing) {
+    const temp_dir dir;
+    const CRawDisk disk({widened(dir.write("disk.vmdk", "KDMV"))}, false, true);
+    EXPECT_FALSE(disk.ok);
+    EXPECT_EQ(disk.kind, disk_kind::none);
+    EXPECT_EQ(disk.vmdk, nullptr);
 }
 
 TEST(RawDiskVmdk, ListThatMakesNoChainStaysClosed) {

@@ -138,7 +138,7 @@ TEST(AttachImage, NamesOfAnotherSystemAreFilesOfThatName) {
     } cases[] = {
         {"c:", source_kind::file},          {"c:\\", source_kind::file},
         {"c:\\disk.dd", source_kind::file}, {"\\\\.\\PhysicalDrive0", source_kind::device_path},
-        {"\\single", source_kind::file},
+        {"\\single", source_kind::file},    {"c:x", source_kind::file},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -210,6 +210,8 @@ TEST(OpenByImage, SeveralComponentsAreLookedUp) {
     const std::string path = volume().save(dir.file("bare.dd"));
     const opened dots = open_image(path, L".\\.");
     EXPECT_NE(dots.trace, "");
+    EXPECT_NE(open_image(path, L"\\d").trace, "") << "one letter is a name as any";
+    EXPECT_NE(open_image(path, L"..").trace, "");
     const opened docs = open_image(path, L"\\docs");
     EXPECT_TRUE(docs.result);
     EXPECT_EQ(docs.entry, docs_entry);
@@ -355,6 +357,12 @@ TEST_F(VmdkOpening, DirectoryIsLookedUpInTheChain) {
     EXPECT_EQ(entry, note_entry);
     EXPECT_TRUE(open_by_vmdk_list(ntfs, entry, resolved, files, 0, L".", true, trace.params()));
     EXPECT_EQ(entry, 5u);
+    EXPECT_FALSE(
+        open_by_vmdk_list(ntfs, entry, resolved, files, 0, L"\\missing", true, trace.params()));
+    EXPECT_NE(ntfs, nullptr);
+    EXPECT_FALSE(open_by_vmdk_list(ntfs, entry, resolved, {widened(dir.file("missing"))}, 0,
+                                   L"\\docs", true, trace.params()));
+    EXPECT_EQ(ntfs, nullptr);
 }
 
 }  // namespace
