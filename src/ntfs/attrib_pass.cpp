@@ -50,7 +50,7 @@ bool has_name(const record_attrib& attribute) {
 std::wstring attribute_name(const record_attrib& attribute) {
     std::wstring name;
     if (has_name(attribute)) {
-        ql::utf16_to_wide(attribute.from(attribute.name_offset()), attribute.name_length() * 2,
+        ql::utf16_to_wide(attribute.from(attribute.name_offset()), attribute.name_length() * 2L,
                           name);
     }
     return name;
@@ -64,7 +64,7 @@ std::wstring file_name_of(const record_attrib& attribute) {
 
 void read_file_name(const record_attrib& attribute, std::wstring& name) {
     const ql::bytes value = attribute.value_to_record_end();
-    ql::utf16_to_wide(ql::clip(value, 66), ql::le8(value, 64) * 2, name);
+    ql::utf16_to_wide(ql::clip(value, 66), ql::le8(value, 64) * 2L, name);
 }
 
 std::string volume_name_value(const record_attrib& attribute) {
@@ -183,7 +183,7 @@ bool attrib_pass::take(const record_attrib& attribute) {
 void attrib_pass::take_data(const record_attrib& attribute) {
     const bool unnamed = !has_name(attribute);
     if (unnamed && attribute.nonresident() && m_seen_unnamed_data &&
-        m_attributes.count(attribute_key(attribute)) == 0) {
+        !m_attributes.contains(attribute_key(attribute))) {
         const auto is_unnamed_data = [](const auto& item) {
             return item.second.attribute.type() == attrib_type::data &&
                    !has_name(item.second.attribute);

@@ -66,6 +66,7 @@ class attrib_pass {
 public:
     attrib_pass(CNtfs& ntfs, const attrib_pass_options& options)
         : m_ntfs(ntfs), m_options(options) {}
+    ~attrib_pass() = default;
     attrib_pass(const attrib_pass&) = delete;
     attrib_pass& operator=(const attrib_pass&) = delete;
 

@@ -37,8 +37,9 @@ bool CNtfs::get_paths_of_inode(std::uint64_t inode, std::vector<std::wstring> pa
     }
     for (auto name = names.begin(); name != names.end(); ++name) {
         const NTFS_NAME_ENTRY& entry = name->second;
-        std::vector<std::wstring> segments =
-            std::next(name) == names.end() ? std::move(partial) : partial;
+        const bool is_last = std::next(name) == names.end();
+        // NOLINTNEXTLINE(bugprone-use-after-move): only the last name takes it away
+        std::vector<std::wstring> segments = is_last ? std::move(partial) : partial;
         if (segments.size() != 1 || segments.front() != entry.name) segments.push_back(entry.name);
         const std::uint64_t parent = entry_of(entry.parent_ref);
         if (parent == root_entry) {

@@ -49,7 +49,8 @@ CRawDisk::CRawDisk(std::uint32_t drive, bool write, bool no_open, bool /*reserve
     path_wide = ql::to_wide(path_utf8);
     if (!open_path()) {
         const int error = errno;
-        std::fprintf(stderr, "prob opening %s, error %d\n", path_utf8.c_str(), error);
+        static_cast<void>(
+            std::fprintf(stderr, "prob opening %s, error %d\n", path_utf8.c_str(), error));
         return;
     }
     const std::int64_t size = ql::seek_size(fd);

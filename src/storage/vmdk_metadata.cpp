@@ -100,7 +100,8 @@ bool vmdk_extent::read_descriptor(vmdk_metadata_reader& reader) {
     std::string line;
     std::uint64_t done = 0;
     do {  // at least once: a place that can't be sought fails even for a text of no size
-        const std::size_t step = std::min<std::uint64_t>(size - done, reader.window_size);
+        const std::size_t step =
+            std::min<std::uint64_t>(size - done, vmdk_metadata_reader::window_size);
         ql::bytes part;
         if (!reader.read(position + done, step, part)) return false;
         for (const std::uint8_t byte : part) {
