@@ -12,6 +12,8 @@ class quorvel_opts : public cmd_params {
 public:
     quorvel_opts();
     ~quorvel_opts() override;
+    quorvel_opts(const quorvel_opts&) = delete;
+    quorvel_opts& operator=(const quorvel_opts&) = delete;
 
     std::ostream* out = nullptr;  // where all reports go; not owned
     std::wstring image_path;      // file name of the source
