@@ -24,15 +24,21 @@ private:
     const char* m_end;
 };
 
+// Appends a number, filled up to `width` at the front.
+void append_filled(std::string& out, const digits& number, std::size_t width, char fill) {
+    const std::string_view text = number.text();
+    if (text.size() < width) out.append(width - text.size(), fill);
+    out += text;
+}
+
 }  // namespace
 
-void append_decimal(std::string& out, std::uint64_t value) { out += digits(value, 10).text(); }
+void append_decimal(std::string& out, std::uint64_t value, std::size_t width) {
+    append_filled(out, digits(value, 10), width, ' ');
+}
 
 void append_hex(std::string& out, std::uint64_t value, std::size_t width) {
-    const digits number(value, 16);
-    const std::size_t length = number.text().size();
-    if (length < width) out.append(width - length, '0');
-    out += number.text();
+    append_filled(out, digits(value, 16), width, '0');
 }
 
 }  // namespace ql

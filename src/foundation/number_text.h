@@ -7,8 +7,9 @@
 
 namespace ql {
 
-// Appends `value` in decimal.
-void append_decimal(std::string& out, std::uint64_t value);
+// Appends `value` in decimal, filled up with blanks at the front to `width`; a larger value has
+// more digits.
+void append_decimal(std::string& out, std::uint64_t value, std::size_t width = 0);
 
 // Appends `value` in lower-case hexadecimal, zero-filled to `width` digits; a larger value has
 // more.

@@ -7,6 +7,7 @@ namespace ql {
 
 constexpr std::uint64_t ticks_a_second = 10'000'000;  // 100 nanoseconds each
 constexpr std::int64_t seconds_a_day = 86'400;
+constexpr std::uint64_t ticks_a_day = 864'000'000'000;
 constexpr std::int64_t days_1601_to_1970 = 134'774;
 constexpr std::uint64_t ticks_1601_to_1970 = 116'444'736'000'000'000;
 

@@ -43,9 +43,10 @@ std::tm local_time_fields(std::uint64_t local_seconds) {
     return fields;
 }
 
-// The stamp's local time, if that lies before the year 3001; false, with `out` untouched, if not.
-// The host's offset is taken once, so that all stamps of a run are measured alike.
-bool to_local_fields(std::uint64_t unix_seconds, std::tm& out) {
+// The stamp's local time in seconds since 1601, if that lies before the year 3001; false, with
+// `out` untouched, if not. The host's offset is taken once, so that all stamps of a run are
+// measured alike.
+bool to_local_seconds(std::uint64_t unix_seconds, std::uint64_t& out) {
     static const std::int64_t offset = host_utc_offset();
     constexpr std::int64_t seconds_to_1970 = days_1601_to_1970 * seconds_a_day;
     constexpr std::int64_t limit = days_before_year(first_year_not_shown) * seconds_a_day;
@@ -54,29 +55,48 @@ bool to_local_fields(std::uint64_t unix_seconds, std::tm& out) {
     const std::int64_t local_seconds =
         static_cast<std::int64_t>(unix_seconds) + seconds_to_1970 + offset;
     if (local_seconds >= limit) return false;
-    out = local_time_fields(static_cast<std::uint64_t>(local_seconds));
+    out = static_cast<std::uint64_t>(local_seconds);
     return true;
 }
 
-// The calendar fields of a stamp before the year 3002.
-_windows_systemtime to_system_time(std::uint64_t filetime) {
-    const std::uint64_t seconds = filetime / ticks_a_second;
-    const auto ticks = static_cast<std::uint32_t>(filetime % ticks_a_second);
-    const auto second_of_day = static_cast<std::uint32_t>(seconds % seconds_a_day);
-    const calendar_day date = day_to_calendar(static_cast<std::uint32_t>(seconds / seconds_a_day));
-    _windows_systemtime fields;
+// The date of a stamp before the year 3002.
+void set_date(_windows_systemtime& fields, std::uint64_t filetime) {
+    const calendar_day date = day_to_calendar(static_cast<std::uint32_t>(filetime / ticks_a_day));
     fields.year = static_cast<std::uint16_t>(date.year);
     fields.month = static_cast<std::uint16_t>(date.month);
     fields.day_of_week = static_cast<std::uint16_t>(date.day_of_week);
     fields.day = static_cast<std::uint16_t>(date.day);
-    fields.hour = static_cast<std::uint16_t>(second_of_day / 3600);
-    fields.minute = static_cast<std::uint16_t>(second_of_day / 60 % 60);
-    fields.second = static_cast<std::uint16_t>(second_of_day % 60);
-    fields.millisecond = static_cast<std::uint16_t>(ticks / 10'000);
-    fields.microsecond = ticks / 10;
-    fields.nanosecond = std::uint64_t{ticks} * 100;
-    fields.picosecond = std::uint64_t{ticks} * 100'000;
-    return fields;
+}
+
+// A time of day, as far as it is printed.
+struct clock_time {
+    std::uint32_t hour = 0;
+    std::uint32_t minute = 0;
+    std::uint32_t second = 0;
+    std::uint32_t nanosecond = 0;
+};
+
+clock_time clock_of(std::uint64_t filetime) {
+    const auto second_of_day =
+        static_cast<std::uint32_t>(filetime / ticks_a_second % seconds_a_day);
+    const auto ticks = static_cast<std::uint32_t>(filetime % ticks_a_second);
+    return {second_of_day / 3600, second_of_day / 60 % 60, second_of_day % 60, ticks * 100};
+}
+
+clock_time clock_of(const _windows_systemtime& fields) {
+    return {fields.hour, fields.minute, fields.second,
+            static_cast<std::uint32_t>(fields.nanosecond)};
+}
+
+void set_clock(_windows_systemtime& fields, std::uint64_t filetime) {
+    const clock_time clock = clock_of(filetime);
+    fields.hour = static_cast<std::uint16_t>(clock.hour);
+    fields.minute = static_cast<std::uint16_t>(clock.minute);
+    fields.second = static_cast<std::uint16_t>(clock.second);
+    fields.millisecond = static_cast<std::uint16_t>(clock.nanosecond / 1'000'000);
+    fields.microsecond = clock.nanosecond / 1'000;
+    fields.nanosecond = clock.nanosecond;
+    fields.picosecond = std::uint64_t{clock.nanosecond} * 1'000;
 }
 
 // A date or a time while it is composed. The longest is a date of two numbers, a month and the
@@ -92,7 +112,10 @@ public:
         m_size += digits;
     }
 
-    void put_two(std::uint32_t value) { put_number(value, 2); }
+    void put_two(std::uint32_t value) {
+        m_text[m_size++] = static_cast<char>('0' + value / 10 % 10);
+        m_text[m_size++] = static_cast<char>('0' + value % 10);
+    }
     void put_year(const _windows_systemtime& fields) { put_number(fields.year, 4); }
 
     void put_month(const _windows_systemtime& fields, bool by_name) {
@@ -110,20 +133,19 @@ private:
 
 // The point and `digits` digits of the fraction, truncated. Only 3 to 9 digits are known; any other
 // number adds nothing.
-void put_fraction(short_text& out, const _windows_systemtime& fields, std::size_t digits) {
+void put_fraction(short_text& out, std::uint32_t nanosecond, std::size_t digits) {
+    static constexpr std::array<std::uint32_t, 7> divisors = {1'000'000, 100'000, 10'000, 1'000,
+                                                              100,       10,      1};
     if (digits < 3 || digits > 9) return;
     // All digits of the fraction are those of its nanoseconds: fewer are its leading ones.
-    auto value = static_cast<std::uint32_t>(fields.nanosecond);
-    for (std::size_t i = digits; i < 9; ++i)
-        value /= 10;
     out.put('.');
-    out.put_number(value, static_cast<unsigned>(digits));
+    out.put_number(nanosecond / divisors[digits - 3], static_cast<unsigned>(digits));
 }
 
-void put_clock(short_text& out, const _windows_systemtime& fields) {
-    out.put_two(fields.hour);
+void put_clock(short_text& out, const clock_time& clock) {
+    out.put_two(clock.hour);
     out.put(':');
-    out.put_two(fields.minute);
+    out.put_two(clock.minute);
 }
 
 // The date in the order of the style; nothing for an order that the style doesn't know. A year has
@@ -156,6 +178,13 @@ void put_styled_date(short_text& out, const _windows_systemtime& fields, date_st
         out.put(separator);
         out.put_two(fields.day);
     }
+}
+
+void put_styled_time(short_text& out, const clock_time& clock, date_style style) {
+    put_clock(out, clock);
+    out.put(':');
+    out.put_two(clock.second);
+    put_fraction(out, clock.nanosecond, style.fraction_digits());
 }
 
 bool holds(const std::string& format, const char* part) {
@@ -214,12 +243,13 @@ void put_formatted_date(short_text& out, const _windows_systemtime& fields,
 
 void put_formatted_time(short_text& out, const _windows_systemtime& fields,
                         const std::string& format) {
-    if (holds(format, "hh:mm")) put_clock(out, fields);
+    const clock_time clock = clock_of(fields);
+    if (holds(format, "hh:mm")) put_clock(out, clock);
     if (holds(format, "ss")) {
         out.put(':');
-        out.put_two(fields.second);
+        out.put_two(clock.second);
     }
-    put_fraction(out, fields, fraction_width(format));
+    put_fraction(out, clock.nanosecond, fraction_width(format));
 }
 
 std::uint8_t order_flag(std::size_t year_at, std::size_t month_at, std::size_t day_at) {
@@ -263,7 +293,10 @@ time::time(std::uint64_t value, type_time type) {
     if (value < 1) return;
     unix_seconds = value;
     filetime = value * ticks_a_second + ticks_1601_to_1970;
-    if (to_local_fields(unix_seconds, local_fields)) fill_from_filetime(filetime);
+    std::uint64_t local_seconds = 0;
+    if (!to_local_seconds(unix_seconds, local_seconds)) return;
+    local_fields = local_time_fields(local_seconds);
+    fill_from_filetime(filetime);
 }
 
 time time::now() {
@@ -277,9 +310,12 @@ time time::now() {
 void time::fill_from_filetime(std::uint64_t ticks) {
     filetime = ticks;
     if (ticks == 0 || !filetime_to_unix(ticks, unix_seconds) || unix_seconds == 0) return;
-    if (!to_local_fields(unix_seconds, local_fields)) return;
+    std::uint64_t local_seconds = 0;
+    if (!to_local_seconds(unix_seconds, local_seconds)) return;
+    local_fields = local_time_fields(local_seconds);
 
-    system_time = to_system_time(ticks);
+    set_date(system_time, ticks);
+    set_clock(system_time, ticks);
     filetime_checked = ticks;
     if (system_time.year >= 1980 && system_time.year < 2038) {
         dos_date = static_cast<std::uint16_t>((system_time.year - 1980) << 9 |
@@ -302,12 +338,30 @@ std::uint32_t date_time_strings(std::string& date_out, std::string& time_out, co
     short_text date_text, time_text;
     put_styled_date(date_text, t.system_time, style);
     date_text.copy_to(date_out);
-    put_clock(time_text, t.system_time);
-    time_text.put(':');
-    time_text.put_two(t.system_time.second);
-    put_fraction(time_text, t.system_time, style.fraction_digits());
+    put_styled_time(time_text, clock_of(t.system_time), style);
     time_text.copy_to(time_out);
     return t.valid;
+}
+
+bool can_be_shown(std::uint64_t filetime) {
+    std::uint64_t unix_seconds = 0;
+    std::uint64_t local_seconds = 0;
+    return filetime != 0 && filetime_to_unix(filetime, unix_seconds) && unix_seconds != 0 &&
+           to_local_seconds(unix_seconds, local_seconds);
+}
+
+void render_date(std::string& out, std::uint64_t filetime, date_style style) {
+    _windows_systemtime fields;
+    set_date(fields, filetime);
+    short_text text;
+    put_styled_date(text, fields, style);
+    text.copy_to(out);
+}
+
+void render_time(std::string& out, std::uint64_t filetime, date_style style) {
+    short_text text;
+    put_styled_time(text, clock_of(filetime), style);
+    text.copy_to(out);
 }
 
 std::uint8_t format_date_time(std::string& date_out, std::string& time_out, const time& t,

@@ -81,6 +81,14 @@ private:
 std::uint32_t date_time_strings(std::string& date_out, std::string& time_out, const time& t,
                                 date_style style);
 
+// True for a FILETIME whose ql::time is valid.
+bool can_be_shown(std::uint64_t filetime);
+
+// The two texts of date_time_strings for a FILETIME that can be shown, under a style that is not
+// all zero.
+void render_date(std::string& out, std::uint64_t filetime, date_style style);
+void render_time(std::string& out, std::uint64_t filetime, date_style style);
+
 // The general renderer: reads "yyyy", "yy", "mmm", "mm", "dd", "hh:mm", "ss" and "xxx" from the
 // format texts themselves. An empty format gives an empty text. The result is non-zero when `t` is
 // valid; otherwise both texts are empty.

@@ -1,11 +1,11 @@
 #include "report/name_stamps.h"
 
+#include "foundation/ql_calendar.h"
+
 namespace {
 
-constexpr std::uint64_t ticks_per_day = 864'000'000'000;
-
 bool is_a_day_before(std::uint64_t stamp, std::uint64_t name_stamp) {
-    return stamp != 0 && name_stamp != 0 && stamp + ticks_per_day < name_stamp;
+    return stamp != 0 && name_stamp != 0 && stamp + ql::ticks_a_day < name_stamp;
 }
 
 }  // namespace

@@ -20,11 +20,12 @@ void append_right(std::string& row, std::string_view text, std::size_t width) {
     row += text;
 }
 
+void fill_field(std::string& row, std::size_t start, std::size_t width) {
+    append_fill(row, row.size() - start, width);
+}
+
 void append_right(std::string& row, std::uint64_t value, std::size_t width) {
-    const std::size_t start = row.size();
-    ql::append_decimal(row, value);
-    const std::size_t length = row.size() - start;
-    if (length < width) row.insert(start, width - length, ' ');
+    ql::append_decimal(row, value, width);
 }
 
 void write_row(std::ostream& out, std::string& row) {

@@ -13,6 +13,9 @@
 void append_left(std::string& row, std::string_view text, std::size_t width);
 void append_right(std::string& row, std::string_view text, std::size_t width);
 
+// Fills the field that begins at `start` of the row up with blanks to `width`.
+void fill_field(std::string& row, std::size_t start, std::size_t width);
+
 // Appends `value` in decimal, filled up with blanks at the front to `width`.
 void append_right(std::string& row, std::uint64_t value, std::size_t width);
 

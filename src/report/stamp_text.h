@@ -4,21 +4,46 @@
 #include <cstdint>
 #include <string>
 
+#include "foundation/ql_calendar.h"
 #include "foundation/ql_time.h"
 
-// Renders stamps under one style; the two texts are reused from stamp to stamp.
+// Renders stamps under one style. The stamps of an entry are often the same and those of a
+// directory often fall on few days: what both texts show already is not rendered again.
 class stamp_text {
 public:
     explicit stamp_text(ql::date_style style) : m_style(style) {}
 
-    // Sets `date` and `time` to the texts of a FILETIME, UTC; both are empty for an invalid stamp.
+    // Sets `date` and `time` to the texts of a FILETIME, UTC; both are empty for an invalid
+    // stamp, such as 0.
     void render(std::uint64_t filetime) {
-        ql::date_time_strings(date, time, ql::time(filetime, ql::type_time::filetime), m_style);
+        if (filetime == m_filetime) return;
+        m_filetime = filetime;
+        if (m_style.is_zero()) {
+            ql::date_time_strings(date, time, ql::time(filetime, ql::type_time::filetime), m_style);
+        } else if (ql::can_be_shown(filetime)) {
+            render_date(filetime);
+            ql::render_time(time, filetime, m_style);
+        } else {
+            date.clear();
+            time.clear();
+            m_day = no_day;
+        }
     }
 
     std::string date;
     std::string time;
 
 private:
+    static constexpr std::uint64_t no_day = ~std::uint64_t{0};
+
+    void render_date(std::uint64_t filetime) {
+        const std::uint64_t day = filetime / ql::ticks_a_day;
+        if (day == m_day) return;
+        ql::render_date(date, filetime, m_style);
+        m_day = day;
+    }
+
     ql::date_style m_style;
+    std::uint64_t m_filetime = 0;  // what both texts show
+    std::uint64_t m_day = no_day;  // since 1601, the one that `date` shows
 };

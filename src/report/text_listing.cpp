@@ -56,10 +56,11 @@ private:
     // Blank, but as wide as ever, for a stamp that is no time.
     void append_time(std::uint64_t filetime) {
         m_stamp.render(filetime);
-        m_cell = m_stamp.date;
-        m_cell += ' ';
-        m_cell += m_stamp.time;
-        append_left(m_row, m_cell, m_time_width);
+        const std::size_t start = m_row.size();
+        m_row += m_stamp.date;
+        m_row += ' ';
+        m_row += m_stamp.time;
+        fill_field(m_row, start, m_time_width);
     }
 
     // An unknown type leaves both fields out.
@@ -96,9 +97,10 @@ private:
             ql::append_utf8(m_row, entry.link_target);
         }
         if (m_show_objid && has_object_id(entry)) {
-            ql::format_guid(m_cell, entry.object_id.data());
+            std::string id;
+            ql::format_guid(id, entry.object_id.data());
             m_row += "  [objid ";
-            m_row += m_cell;
+            m_row += id;
             m_row += ']';
         }
     }
@@ -110,7 +112,6 @@ private:
     bool m_show_objid;
     std::string m_row;
     std::string m_name;
-    std::string m_cell;
 };
 
 }  // namespace

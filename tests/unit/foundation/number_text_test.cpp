@@ -20,4 +20,12 @@ TEST(NumberText, NumbersAreFilledAndNeverCut) {
     EXPECT_EQ(row, "0|18446744073709551615|0000|01abcdef|ffffffffffffffff");
 }
 
+TEST(NumberText, DecimalIsFilledWithBlanksAtTheFront) {
+    std::string row = "x";
+    ql::append_decimal(row, 7, 3);
+    EXPECT_EQ(row, "x  7");
+    ql::append_decimal(row, 1234, 3);
+    EXPECT_EQ(row, "x  71234");
+}
+
 }  // namespace
