@@ -99,6 +99,13 @@ int following_bytes(std::uint8_t lead) {
     return -1;
 }
 
+// True for what stands in the XML report as it is.
+constexpr bool is_xml_char(char c) {
+    const auto byte = static_cast<std::uint8_t>(c);
+    if (c == '<' || c == '>' || c == '&') return false;
+    return (byte >= 0x20 && byte <= 0x7E) || c == '\r' || c == '\n';
+}
+
 // The unit with this index. Where the buffer ends in its middle, its high byte is zero.
 wchar_t unit_at(bytes units, std::size_t index) {
     return static_cast<wchar_t>(le16(units, index * 2));
@@ -224,22 +231,25 @@ void format_guid(std::string& out, const std::uint8_t* bytes16) {
     }
 }
 
+bool is_xml_text(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), is_xml_char);
+}
+
 void xml_escape(std::string& out, std::string_view text) {
     std::string escaped;
     escaped.reserve(text.size());
     for (const char c : text) {
-        const auto byte = static_cast<std::uint8_t>(c);
-        if (c == '<') {
+        if (is_xml_char(c)) {
+            escaped.push_back(c);
+        } else if (c == '<') {
             escaped += "&lt;";
         } else if (c == '>') {
             escaped += "&gt;";
         } else if (c == '&') {
             escaped += "&amp;";
-        } else if ((byte >= 0x20 && byte <= 0x7E) || c == '\r' || c == '\n') {
-            escaped.push_back(c);
         } else {
             escaped.push_back('%');
-            append_hex(escaped, byte, 2);
+            append_hex(escaped, static_cast<std::uint8_t>(c), 2);
         }
     }
     out = std::move(escaped);  // last: `text` may be `out` itself

@@ -47,6 +47,9 @@ void format_guid(std::string& out, const std::uint8_t* bytes16);
 // "%" and two lower-case hexadecimal digits, but CR and LF stay as they are. Quotes are left alone.
 void xml_escape(std::string& out, std::string_view text);
 
+// True when xml_escape leaves the text as it is.
+bool is_xml_text(std::string_view text);
+
 // Replaces each `from` by `to`, in place. With `ignore_case` both cases of `from` are hit.
 void replace_char(std::string& text, char from, char to, bool ignore_case = false);
 void replace_char(std::wstring& text, wchar_t from, wchar_t to, bool ignore_case = false);

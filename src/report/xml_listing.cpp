@@ -1,5 +1,6 @@
 #include "report/xml_listing.h"
 
+#include <array>
 #include <string_view>
 #include <utility>
 
@@ -15,30 +16,37 @@ namespace {
 
 constexpr std::size_t size_width = 8;  // hexadecimal digits
 
-// Names of the elements of one stamp.
+// What stands around the date and the time of one stamp.
 struct stamp_elements {
-    const char* date;
-    const char* time;
+    std::string_view before_date;
+    std::string_view between;
+    std::string_view after_time;
 };
-struct stamp_set_elements {
-    stamp_elements created;
-    stamp_elements modified;
-    stamp_elements mft_changed;
-    stamp_elements accessed;
-};
-constexpr stamp_set_elements file_elements = {{"file_create_date", "file_create_time"},
-                                              {"file_altered_date", "file_altered_time"},
-                                              {"file_mft_changed_date", "file_mft_changed_time"},
-                                              {"file_accessed_date", "file_accessed_time"}};
-constexpr stamp_set_elements name_elements = {{"name_create_date", "name_create_time"},
-                                              {"name_altered_date", "name_altered_time"},
-                                              {"name_mft_changed_date", "name_mft_changed_time"},
-                                              {"name_accessed_date", "name_accessed_time"}};
+// Of the stamps of one source, in the order of stamp_set.
+using stamp_set_elements = std::array<stamp_elements, 4>;
+constexpr stamp_set_elements file_elements = {
+    {{"<file_create_date>", "</file_create_date><file_create_time>", "</file_create_time>"},
+     {"<file_altered_date>", "</file_altered_date><file_altered_time>", "</file_altered_time>"},
+     {"<file_mft_changed_date>", "</file_mft_changed_date><file_mft_changed_time>",
+      "</file_mft_changed_time>"},
+     {"<file_accessed_date>", "</file_accessed_date><file_accessed_time>",
+      "</file_accessed_time>"}}};
+constexpr stamp_set_elements name_elements = {
+    {{"<name_create_date>", "</name_create_date><name_create_time>", "</name_create_time>"},
+     {"<name_altered_date>", "</name_altered_date><name_altered_time>", "</name_altered_time>"},
+     {"<name_mft_changed_date>", "</name_mft_changed_date><name_mft_changed_time>",
+      "</name_mft_changed_time>"},
+     {"<name_accessed_date>", "</name_accessed_date><name_accessed_time>",
+      "</name_accessed_time>"}}};
 constexpr stamp_set_elements short_name_elements = {
-    {"shortname_create_date", "shortname_create_time"},
-    {"shortname_altered_date", "shortname_altered_time"},
-    {"shortname_mft_changed_date", "shortname_mft_changed_time"},
-    {"shortname_accessed_date", "shortname_accessed_time"}};
+    {{"<shortname_create_date>", "</shortname_create_date><shortname_create_time>",
+      "</shortname_create_time>"},
+     {"<shortname_altered_date>", "</shortname_altered_date><shortname_altered_time>",
+      "</shortname_altered_time>"},
+     {"<shortname_mft_changed_date>", "</shortname_mft_changed_date><shortname_mft_changed_time>",
+      "</shortname_mft_changed_time>"},
+     {"<shortname_accessed_date>", "</shortname_accessed_date><shortname_accessed_time>",
+      "</shortname_accessed_time>"}}};
 
 // The one blank inside is part of the format.
 constexpr std::string_view no_short_name =
@@ -49,6 +57,7 @@ constexpr std::string_view no_short_name =
 
 // Escapes `text` in place, whatever was escaped in it before: "&lt;" becomes "&amp;lt;".
 void escape(std::string& text) {
+    if (ql::is_xml_text(text)) return;
     std::string escaped;
     ql::xml_escape(escaped, text);
     text = std::move(escaped);
@@ -115,16 +124,19 @@ private:
     }
 
     void append_stamps(const stamp_set_elements& elements, const stamp_set& stamps) {
-        append_stamp(elements.created, stamps.created);
-        append_stamp(elements.modified, stamps.modified);
-        append_stamp(elements.mft_changed, stamps.mft_changed);
-        append_stamp(elements.accessed, stamps.accessed);
+        append_stamp(elements[0], stamps.created);
+        append_stamp(elements[1], stamps.modified);
+        append_stamp(elements[2], stamps.mft_changed);
+        append_stamp(elements[3], stamps.accessed);
     }
 
     void append_stamp(const stamp_elements& elements, std::uint64_t filetime) {
         m_stamp.render(filetime);
-        append_element(elements.date, m_stamp.date);
-        append_element(elements.time, m_stamp.time);
+        m_row += elements.before_date;
+        m_row += m_stamp.date;
+        m_row += elements.between;
+        m_row += m_stamp.time;
+        m_row += elements.after_time;
     }
 
     void append_names_and_discrepancy(const dir_entry& entry) {

@@ -520,4 +520,15 @@ TEST(ReplaceAll, ReplacesEveryOccurrence) {
     EXPECT_EQ(text, "aa-bb");
 }
 
+TEST(XmlText, IsWhatEscapingLeavesAlone) {
+    for (int byte = 0; byte < 256; ++byte) {
+        SCOPED_TRACE(byte);
+        const std::string text = std::string("a") + static_cast<char>(byte) + "b";
+        std::string escaped;
+        ql::xml_escape(escaped, text);
+        EXPECT_EQ(ql::is_xml_text(text), escaped == text);
+    }
+    EXPECT_TRUE(ql::is_xml_text(""));
+}
+
 }  // namespace
