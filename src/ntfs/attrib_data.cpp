@@ -29,6 +29,7 @@ public:
     cluster_walk(const data_run_list& runs, std::uint64_t offset, std::uint64_t size,
                  std::uint32_t cluster_size, bool skip_sparse)
         : m_runs(runs),
+          m_lookup(runs),
           m_first_vcn(offset / cluster_size),
           m_end_vcn((offset + size) / cluster_size),
           m_head(offset % cluster_size),
@@ -41,7 +42,7 @@ public:
         for (; m_vcn >= m_first_vcn && m_vcn <= m_end_vcn; ++m_vcn) {
             std::uint32_t run = 0;
             cluster_place place;
-            if (!vcn_to_lcn(m_runs, m_vcn, run, place.lcn)) break;
+            if (!m_lookup.find(m_vcn, run, place.lcn)) break;
             place.sparse = m_runs[run].sparse != 0;
             if (place.sparse && m_skip_sparse) {
                 leave_out();
@@ -66,6 +67,7 @@ private:
     }
 
     const data_run_list& m_runs;
+    run_lookup m_lookup;
     std::uint64_t m_first_vcn;
     std::uint64_t m_end_vcn;
     std::uint64_t m_head;

@@ -80,6 +80,23 @@ bool is_sparse(std::uint64_t lcn_delta, std::size_t index, unsigned offset_width
     return lcn_delta == 0 && (index > 0 || offset_width == 0);
 }
 
+// The VCN behind a run, modulo 2^64.
+std::uint64_t end_vcn(const data_run& run) { return run.vcn + run.num_clusters; }
+
+// An empty run holds nothing.
+bool holds(const data_run& run, std::uint64_t vcn) { return vcn >= run.vcn && vcn < end_vcn(run); }
+
+// Writes the place of `vcn` in the run; zeros, and false, when `run` is the end of the list.
+bool take_place(const data_run_list& runs, data_run_list::const_iterator run, std::uint64_t vcn,
+                std::uint32_t& run_index, std::uint64_t& lcn) {
+    run_index = 0;
+    lcn = 0;
+    if (run == runs.end()) return false;
+    run_index = static_cast<std::uint32_t>(run - runs.begin());
+    if (run->sparse == 0) lcn = run->lcn - run->vcn + vcn;
+    return true;
+}
+
 // The length field as decode_mft_runs takes it: byte i is or-ed in at bit 8 * i modulo 32, so that
 // the fifth byte falls on the first.
 std::uint32_t read_folded_length(ql::bytes list, std::size_t at, unsigned width) {
@@ -165,17 +182,26 @@ std::uint64_t run_bytes(const data_run_list& runs, std::uint32_t cluster_size, b
 
 bool vcn_to_lcn(const data_run_list& runs, std::uint64_t vcn, std::uint32_t& run_index,
                 std::uint64_t& lcn) {
-    run_index = 0;
-    lcn = 0;
-    for (std::size_t i = 0; i < runs.size(); ++i) {
-        const data_run& run = runs[i];
-        const std::uint64_t end_vcn = run.vcn + run.num_clusters;  // an empty run holds nothing
-        if (vcn < run.vcn || vcn >= end_vcn) continue;
-        run_index = static_cast<std::uint32_t>(i);
-        if (run.sparse == 0) lcn = run.lcn - run.vcn + vcn;
-        return true;
-    }
-    return false;
+    const auto run =
+        std::find_if(runs.begin(), runs.end(), [vcn](const data_run& r) { return holds(r, vcn); });
+    return take_place(runs, run, vcn, run_index, lcn);
+}
+
+run_lookup::run_lookup(const data_run_list& runs)
+    : m_runs(runs),
+      m_in_order(
+          std::adjacent_find(runs.begin(), runs.end(), [](const data_run& a, const data_run& b) {
+              return end_vcn(a) < a.vcn || end_vcn(a) > b.vcn;
+          }) == runs.end()) {}
+
+bool run_lookup::find(std::uint64_t vcn, std::uint32_t& run_index, std::uint64_t& lcn) const {
+    if (!m_in_order) return vcn_to_lcn(m_runs, vcn, run_index, lcn);
+    // Of several runs with one VCN all but the last are empty.
+    auto run =
+        std::upper_bound(m_runs.begin(), m_runs.end(), vcn,
+                         [](std::uint64_t wanted, const data_run& r) { return wanted < r.vcn; });
+    const bool found = run != m_runs.begin() && holds(*--run, vcn);
+    return take_place(m_runs, found ? run : m_runs.end(), vcn, run_index, lcn);
 }
 
 void merge_runs(const data_run_list& added, data_run_list& stored) {

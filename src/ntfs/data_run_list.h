@@ -68,3 +68,19 @@ bool vcn_to_lcn(const data_run_list& runs, std::uint64_t vcn, std::uint32_t& run
 // Joins `added`, the list of a continuation attribute, to `stored` in vcn order. Of two runs with
 // one vcn the stored one stays. The result is renumbered from 0, so gaps close up.
 void merge_runs(const data_run_list& added, data_run_list& stored);
+
+// Looks many clusters of one list up: what vcn_to_lcn finds, but without a scan for each. Lists
+// that a volume stores have their runs in order, one behind the other, so that at most one run
+// holds a cluster; in a list of any other kind the first of several counts, and is scanned for.
+class run_lookup {
+public:
+    // `runs` must outlive this object and stay as they are.
+    explicit run_lookup(const data_run_list& runs);
+
+    // As vcn_to_lcn.
+    bool find(std::uint64_t vcn, std::uint32_t& run_index, std::uint64_t& lcn) const;
+
+private:
+    const data_run_list& m_runs;
+    bool m_in_order;
+};

@@ -482,4 +482,69 @@ TEST(CompactRuns, ExtentsThatArriveOutOfOrderCollideAfterRenumbering) {
     EXPECT_EQ(plain(stored), (std::vector<plain_run>{{10, 0, 2, false}, {30, 2, 2, false}}));
 }
 
+// The place of `vcn`: found, index and LCN.
+std::tuple<bool, std::uint32_t, std::uint64_t> scanned(const data_run_list& runs,
+                                                       std::uint64_t vcn) {
+    std::uint32_t index = 77;
+    std::uint64_t lcn = 77;
+    const bool found = vcn_to_lcn(runs, vcn, index, lcn);
+    return {found, index, lcn};
+}
+
+std::tuple<bool, std::uint32_t, std::uint64_t> looked_up(const data_run_list& runs,
+                                                         std::uint64_t vcn) {
+    std::uint32_t index = 77;
+    std::uint64_t lcn = 77;
+    const bool found = run_lookup(runs).find(vcn, index, lcn);
+    return {found, index, lcn};
+}
+
+TEST(RunLookup, FindsWhatAScanFinds) {
+    // lcn, vcn, sparse, clusters
+    const struct {
+        const char* name;
+        data_run_list runs;
+    } lists[] = {
+        {"no runs", {}},
+        {"one run", {{100, 3, 0, 4}}},
+        {"in order with a hole", {{100, 0, 0, 4}, {0, 4, 1, 3}, {200, 7, 0, 1}}},
+        {"gaps between runs", {{100, 2, 0, 2}, {200, 6, 0, 2}}},
+        {"empty runs", {{100, 0, 0, 0}, {110, 0, 0, 2}, {120, 2, 0, 0}, {130, 2, 0, 2}}},
+        {"empty run last", {{100, 0, 0, 2}, {110, 2, 0, 0}}},
+        {"overlap", {{100, 0, 0, 6}, {200, 4, 0, 6}}},
+        {"twice the same", {{100, 0, 0, 4}, {200, 0, 0, 4}}},
+        {"run inside another", {{100, 0, 0, 9}, {200, 3, 0, 2}, {300, 9, 0, 1}}},
+        {"out of order", {{100, 8, 0, 2}, {200, 0, 0, 4}, {300, 4, 0, 4}}},
+        {"end wraps in the last run", {{100, 0, 0, 2}, {200, all_ones - 1, 0, 8}}},
+        {"end wraps in front", {{100, all_ones - 1, 0, 8}, {200, 0, 0, 4}}},
+    };
+    for (const auto& list : lists) {
+        SCOPED_TRACE(list.name);
+        for (std::uint64_t vcn = all_ones - 12; vcn != 12; ++vcn) {
+            SCOPED_TRACE(vcn);
+            EXPECT_EQ(looked_up(list.runs, vcn), scanned(list.runs, vcn));
+        }
+    }
+}
+
+TEST(RunLookup, FindsWhatAScanFindsInListsOfAnyKind) {
+    std::mt19937 random(1);
+    const auto below = [&random](std::uint32_t limit) {
+        return static_cast<std::uint32_t>(random() % limit);
+    };
+    for (int round = 0; round < 2000; ++round) {
+        data_run_list runs;
+        std::uint64_t vcn = 0;
+        const bool damaged = round % 2 == 1;
+        for (std::uint32_t left = below(9); left != 0; --left) {
+            if (damaged && below(3) == 0) vcn = below(20);
+            runs.push_back({1000 * left, vcn, static_cast<std::uint8_t>(below(4) == 0), below(4)});
+            vcn += runs.back().num_clusters;
+        }
+        for (std::uint64_t wanted = 0; wanted < 28; ++wanted) {
+            ASSERT_EQ(looked_up(runs, wanted), scanned(runs, wanted)) << round << ' ' << wanted;
+        }
+    }
+}
+
 }  // namespace
