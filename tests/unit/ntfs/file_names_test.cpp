@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "ntfs/name_entry_list.h"
 #include "ntfs/ntfs.h"
 #include "support/ntfs_image.h"
 #include "support/record_builder.h"
@@ -356,6 +357,33 @@ TEST(FileNames, SearchInAnExtensionEndsAtALengthOfARecord) {
     EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name"));
 }
 
+TEST(FileNames, SearchInAnExtensionEndsAtALengthOfZero) {
+    extended_entry entry;
+    entry.list({{.type = support::type::data, .record = file_reference(65, 1), .id = 8}});
+    record_builder& extension = entry.image.entry(65);
+    const std::size_t name_at = extension.attribute_offset(support::type::file_name);
+    extension.put_before_fixup(name_at + 4, 0, 4);  // the listed $DATA stands behind it
+    open_volume volume(entry.image);
+    EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name"));
+}
+
+TEST(FileNames, EachExtensionOfAListAddsItsNamesOnce) {
+    extended_entry entry;
+    entry.image.entry(66).base(entry.image.entry(64).reference()).file_name(5, u"third").id(3);
+    entry.list({{.type = support::type::file_name, .record = file_reference(65, 1), .id = 7},
+                {.type = support::type::data, .record = file_reference(65, 1), .id = 8},
+                {.type = support::type::file_name, .record = file_reference(66, 1), .id = 3},
+                {.type = support::type::file_name, .record = file_reference(65, 1), .id = 7}});
+    open_volume volume(entry.image);
+    EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name", L"far name", L"third"));
+}
+
+TEST(FileNames, ListInClustersNeedsAVolume) {
+    record_builder builder(64);
+    builder.attribute_list_runs({{8, 1}}, {.real = 32}).file_name(5, u"base name");
+    EXPECT_THAT(names_in(builder.build_before_fixup()), ElementsAre(L"base name"));
+}
+
 TEST(FileNames, ListEndsAtALengthOfZeroOrAtItsSize) {
     const support::list_entry base_entry{
         .type = support::type::file_name, .record = file_reference(64, 1), .id = 2};
@@ -425,6 +453,50 @@ TEST(FileNames, ExtensionRecordsOf512BytesAreNotSeen) {
     open_volume volume(image);
     ASSERT_TRUE(volume.opened);
     EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"near"));
+}
+
+std::vector<std::wstring> names_in_list(const name_entry_list& list) {
+    std::vector<std::wstring> names;
+    for (std::size_t i = 0; i < list.size(); ++i)
+        names.push_back(list[i].name);
+    return names;
+}
+
+TEST(FileNames, ListHasTheNamesInTheOrderOfTheMap) {
+    record_builder builder(64);
+    for (const char16_t* name : {u"delta", u"alpha", u"charlie", u"alpha", u"bravo"})
+        builder.file_name(5, name);
+    const support::bytes record = builder.build_before_fixup();
+    CNtfs ntfs(nullptr, 0, 33);
+    name_entry_list list;
+    EXPECT_TRUE(ntfs.get_file_names(list, 64, record, true, no_parent_filter));
+    EXPECT_THAT(names_in_list(list), ElementsAre(L"alpha", L"bravo", L"charlie", L"delta"));
+    EXPECT_EQ(names_in_list(list), names_in(record, true));
+}
+
+TEST(FileNames, ListKeepsNothingOfTheEntryBefore) {
+    record_builder long_record(64);
+    long_record.file_name(5, u"a long name of a file", {.space = support::win32, .real = 77})
+        .file_name(5, u"ALONGN~1", {.space = support::dos});
+    CNtfs ntfs(nullptr, 0, 33);
+    name_entry_list list;
+    EXPECT_TRUE(
+        ntfs.get_file_names(list, 64, long_record.build_before_fixup(), true, no_parent_filter));
+    ASSERT_EQ(list.size(), 2u);
+
+    // A name at the very end of a record: its value is cut.
+    record_builder short_record(65);
+    short_record.file_name(6, u"b");
+    support::bytes record = short_record.build_before_fixup();
+    record.resize(56 + 24 + 68);
+    EXPECT_TRUE(ntfs.get_file_names(list, 65, record, true, no_parent_filter));
+    ASSERT_EQ(list.size(), 1u);
+    EXPECT_EQ(list[0].name, L"b");
+    EXPECT_EQ(entry_of(list[0].parent_ref), 6u);
+    EXPECT_EQ(list[0].is_dos_name, 0);
+    EXPECT_EQ(list[0].record_number, 65u);
+    EXPECT_FALSE(ntfs.get_file_names(list, 65, {}, true, no_parent_filter));
+    EXPECT_TRUE(list.empty());
 }
 
 }  // namespace

@@ -747,6 +747,16 @@ TEST(DirectoryIndex, OnlyAttributesNamedI30Count) {
     }
 }
 
+TEST(DirectoryIndex, AllocationOfAnotherNameIsNoPartOfIt) {
+    ntfs_image image;
+    image.entry(65)
+        .resident(support::type::index_root, u"$I30",
+                  index_root_value(with_end({entry_of_file(70)})))
+        .nonresident(support::type::index_allocation, u"$O", image.store(block_with(71)));
+    open_volume volume(image);
+    EXPECT_THAT(children_of(volume, 65), ElementsAre(70));
+}
+
 TEST(DirectoryIndex, NameMustLieInsideItsAttribute) {
     ntfs_image image;
     image.entry(65).resident(support::type::index_root, u"$I30",
@@ -862,6 +872,25 @@ TEST(DirectoryIndex, ListInClustersThatCantBeReadFails) {
     directory.image.entry(64).attribute_list_runs({{1000000, 1}}, {.real = 32});
     open_volume volume(directory.image);
     EXPECT_THAT(children_of(volume, 64, false), IsEmpty());
+}
+
+TEST(DirectoryIndex, ListInClustersOfAnImpossibleSizeFails) {
+    const struct {
+        const char* name;
+        support::cluster_runs runs;
+    } cases[] = {
+        {"none", {}},
+        {"more than the source, in a hole", {{support::hole, 0x10000}}},
+        {"2 GiB", {{support::hole, 0x80000}}},
+        {"16 TiB", {{support::hole, 0xFFFFFFFF}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        listed_index directory;
+        directory.image.entry(64).attribute_list_runs(c.runs, {.real = 32, .initialized = 32});
+        open_volume volume(directory.image);
+        EXPECT_THAT(children_of(volume, 64, false), IsEmpty());
+    }
 }
 
 TEST(DirectoryIndex, ListWithoutInitializedBytesIsAnEmptyIndex) {
@@ -986,6 +1015,19 @@ TEST(DirectoryIndex, EveryDamagedByteOfADirectoryIsSurvived) {
                 .flush();
         }
     }
+}
+
+TEST(DirectoryIndex, SortedChildrenStandInOrderAndOnce) {
+    ntfs_image image;
+    image.directory(5, u"d", 64);
+    image.file(64, u"c", 100);
+    image.file(64, u"b", 102);
+    image.file(64, u"a", 104);
+    image.link(100, 64, u"d");
+    open_volume volume(image);
+    std::vector<std::uint64_t> children = {7};
+    EXPECT_TRUE(volume.ntfs.get_sorted_children(64, children, false));
+    EXPECT_THAT(children, ElementsAre(100, 102, 104));
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include "report/entry_rows.h"
+
 #include "volume_fixture.h"
 
 namespace {
@@ -376,6 +378,66 @@ TEST_F(EntryRows, StreamNamesOfAnyKind) {
     ASSERT_EQ(made.size(), 3u);
     EXPECT_EQ(made[1].name, (std::wstring{L'f', L':', static_cast<wchar_t>(0xD800), L'x'}));
     EXPECT_EQ(made[2].name, L"f:\U0001F600");
+}
+
+TEST_F(EntryRows, RowsKeepNothingOfTheRowsBeforeThem) {
+    volume
+        .file(root, u"long name.txt", 64,
+              {.space = support::win32, .times = {.created = 11, .modified = 0}})
+        .data("abc")
+        .stream(u"zone", "12345")
+        .object_id(support::pattern(16));
+    volume.link(64, root, u"LONGNA~1.TXT", {.space = support::dos});
+    volume.file(root, u"b", 65);
+    const std::unique_ptr<CNtfs> ntfs = open();
+    entry_rows maker(*ntfs, opts);
+    const auto rows_of = [&](std::uint64_t entry) {
+        bytes record(ntfs->get_mft_record_size());
+        std::uint64_t position = 0;
+        std::int64_t size = static_cast<std::int64_t>(record.size());
+        EXPECT_TRUE(ntfs->read_file_record(entry, record, position, size, false));
+        dir_entry_set entries;
+        maker.add(record, entry, root, L"\\Dir", entries, false, true);
+        const std::vector<dir_entry> made(entries.begin(), entries.end());
+        maker.recycle(entries);
+        EXPECT_TRUE(entries.empty());
+        return made;
+    };
+    const std::string first = text_of(rows_of(64));
+    EXPECT_EQ(first,
+              "1 long name.txt \\dir\\long name.txt 3\n"
+              "4096 long name.txt:zone \\dir\\long name.txt:zone 5\n");
+
+    const std::vector<dir_entry> second = rows_of(65);
+    ASSERT_EQ(text_of(second), "1 b \\dir\\b 0\n");
+    EXPECT_FALSE(has_object_id(second[0]));
+    ASSERT_EQ(second[0].fn_list.size(), 1u);
+    EXPECT_EQ(second[0].fn_list[0].name, L"b");
+    EXPECT_EQ(second[0].fn_list[0].is_short, 0);
+    const std::vector<dir_entry> fresh = rows(65);
+    EXPECT_EQ(second[0].fn_list[0].time_null, fresh[0].fn_list[0].time_null);
+    EXPECT_EQ(second[0].fn_list[0].comment, fresh[0].fn_list[0].comment);
+
+    EXPECT_EQ(text_of(rows_of(64)), first);
+}
+
+TEST_F(EntryRows, RowsOfOneKeyStayInTheOrderInWhichTheyWereMade) {
+    volume.file(root, u"same", 64).data("1");
+    volume.file(root, u"SAME", 65).data("22");
+    volume.file(root, u"zzz", 66).data("333");
+    volume.file(root, u"Same", 67).data("4444");
+    const std::unique_ptr<CNtfs> ntfs = open();
+    entry_rows maker(*ntfs, opts);
+    dir_entry_set entries;
+    for (const std::uint64_t entry : {64, 65, 66, 67}) {
+        bytes record(ntfs->get_mft_record_size());
+        std::uint64_t position = 0;
+        std::int64_t size = static_cast<std::int64_t>(record.size());
+        EXPECT_TRUE(ntfs->read_file_record(entry, record, position, size, false));
+        maker.add(record, entry, root, L"", entries, false, true);
+    }
+    EXPECT_EQ(text_of({entries.begin(), entries.end()}),
+              "1 same \\same 1\n1 SAME \\same 2\n1 Same \\same 4\n1 zzz \\zzz 3\n");
 }
 
 }  // namespace
