@@ -80,7 +80,10 @@ void write_partition_tables(const std::filesystem::path& all) {
     const seed_folder folder(all, "fuzz_partition_table");
     const auto add = [&](const std::string& name, const byte_image& disk, std::uint64_t options = 0,
                          std::uint64_t offset = 0) {
-        folder.add(name, input({{options, 1}, {offset, 8}}, disk.bytes()));
+        for (std::uint64_t what = 0; what < 6; ++what) {
+            folder.add(name + "_" + std::to_string(what),
+                       input({{options | what << 3, 1}, {offset, 8}}, disk.bytes()));
+        }
     };
     const auto cut = [](byte_image disk, std::uint64_t size) { return disk.resize(size); };
     add("mbr", mbr_disk(), 0, 2 * sector);

@@ -131,7 +131,7 @@ void write_descriptors(const std::filesystem::path& all) {
     const auto add = [&](const std::string& name, std::uint64_t offset, const bytes& content) {
         for (std::uint64_t what = 0; what < 5; ++what) {
             folder.add(name + "_" + std::to_string(what),
-                       input({{what, 1}, {offset, 4}, {content.size(), 4}}, content));
+                       input({{what << 4, 1}, {offset, 4}, {content.size(), 4}}, content));
         }
     };
     add("full", 20, full);

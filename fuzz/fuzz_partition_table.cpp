@@ -2,7 +2,8 @@
 // of the volume, over a disk in memory.
 //
 // Input: u8 options, u64 volume offset, then the start of the disk. Bits 0 and 1 of the options
-// choose the hole behind it, bit 2 accepts volumes that end behind the disk.
+// choose the hole behind it, bit 2 accepts volumes that end behind the disk, bits 3 to 5 choose
+// what to do: a scan may take 65,536 reads, so that an input asks for one only.
 #include <sstream>
 
 #include "fuzz_support.h"
@@ -26,6 +27,24 @@ void look_at(const partition_list& list) {
     }
 }
 
+void scan(CRawDisk& disk, fuzz::bytes start, bool forced) {
+    partition_list list;
+    scan_partitions(disk, list, forced, false);
+    look_at(list);
+    list.clear();
+    scan_partitions_in_buffer(start, list, forced, false);
+    look_at(list);
+    partition_record record;
+    detect_file_system(record, start);
+}
+
+void scan_gpt_alone(CRawDisk& disk, std::uint64_t offset) {
+    partition_list list;
+    scan_gpt(disk, list, false);
+    look_at(list);
+    has_ntfs_boot_sector(disk, offset);
+}
+
 void choose_volume(CRawDisk& disk, std::uint64_t offset, bool ignore_image_size) {
     std::ostringstream messages;
     bool found_ntfs = false;
@@ -44,21 +63,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     CRawDisk disk(source.wide_path(), false, false, 0);
     fuzz::require(disk.ok, "the source opens");
-    for (const bool forced : {false, true}) {
-        partition_list list;
-        scan_partitions(disk, list, forced, false);
-        look_at(list);
-        list.clear();
-        scan_partitions_in_buffer(start, list, forced, false);
-        look_at(list);
+    const bool ignore_image_size = (options & 4) != 0;
+    switch (options >> 3 & 7) {
+        case 0:
+        case 1:
+            scan(disk, start, (options & 8) != 0);
+            break;
+        case 2:
+            scan_gpt_alone(disk, offset);
+            break;
+        case 3:
+            choose_volume(disk, offset % 64 * 512, ignore_image_size);
+            break;
+        case 4:
+            choose_volume(disk, offset, ignore_image_size);
+            break;
+        default:
+            choose_volume(disk, 0, ignore_image_size);
     }
-    partition_list gpt;
-    scan_gpt(disk, gpt, false);
-    look_at(gpt);
-    partition_record record;
-    detect_file_system(record, start);
-    has_ntfs_boot_sector(disk, offset);
-    for (const std::uint64_t choice : {std::uint64_t{0}, offset, offset % 64 * 512})
-        choose_volume(disk, choice, (options & 4) != 0);
     return 0;
 }

@@ -1,7 +1,8 @@
 // Security descriptors, lists, identifiers and entries of $SDS as text.
 //
 // Input: u8 what to do, u32 an offset, u32 a length, then the bytes. A list may count 65,535
-// entries however short it is: an input asks for one thing only.
+// entries however short it is. So an input asks for one thing only, and but for one in sixteen the
+// upper bits of the counts are cleared.
 #include "foundation/security_descriptor.h"
 #include "record_volume.h"
 
@@ -27,6 +28,18 @@ void read_sids(fuzz::bytes descriptor, std::uint32_t number, std::uint32_t lengt
     ace_type_text(static_cast<std::uint8_t>(number), text, (length & 1) != 0);
 }
 
+// A copy whose lists, at `offset` and where the header of a descriptor has them, count 255 entries
+// at most.
+std::vector<std::uint8_t> with_short_lists(fuzz::bytes descriptor, std::uint32_t offset) {
+    constexpr std::size_t upper_byte_of_count = 5;
+    std::vector<std::uint8_t> copy(descriptor.begin(), descriptor.end());
+    for (const std::size_t list :
+         {std::size_t{offset}, std::size_t{ql::le32(copy, 12)}, std::size_t{ql::le32(copy, 16)}}) {
+        if (list + upper_byte_of_count < copy.size()) copy[list + upper_byte_of_count] = 0;
+    }
+    return copy;
+}
+
 void read_rows(fuzz::bytes descriptor, std::uint32_t offset) {
     security_ace_rows rows;
     const bool any = acl_rows(rows, descriptor, offset);
@@ -46,8 +59,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::uint8_t what = in.u8();
     const std::uint32_t offset = in.u32();
     const std::uint32_t length = in.u32();
-    const fuzz::bytes descriptor = in.rest();
-    switch (what % 5) {
+    const bool with_long_lists = what % 16 == 15;
+    const fuzz::bytes content = in.rest();
+    const std::vector<std::uint8_t> shortened = with_short_lists(content, offset);
+    const fuzz::bytes descriptor = with_long_lists ? content : fuzz::bytes(shortened);
+    switch (what / 16 % 5) {
         case 0:
             read_sids(descriptor, offset, length);
             break;
