@@ -1,8 +1,8 @@
 #include "ntfs/ntfs.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
-#include <memory>
-#include <new>
 #include <utility>
 
 namespace {
@@ -12,7 +12,11 @@ namespace {
 bool fits_memory(std::uint64_t size) {
     constexpr std::uint64_t always_given = 1u << 24;
     if (size <= always_given) return true;
-    return std::unique_ptr<std::uint8_t[]>(new (std::nothrow) std::uint8_t[size]) != nullptr;
+    void* const place =
+        ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (place == MAP_FAILED) return false;
+    ::munmap(place, size);
+    return true;
 }
 
 std::uint64_t divided(std::uint64_t dividend, std::uint64_t divisor) {
