@@ -123,6 +123,7 @@ program_result run_words(std::vector<std::string> words, const std::string& prog
         ::dup2(out.write_end, 1);
         ::dup2(err.write_end, 2);
         ::signal(SIGPIPE, SIG_DFL);
+        ::alarm(options.time_limit);
         if (options.address_space != 0) {
             const rlimit limit{options.address_space, options.address_space};
             ::setrlimit(RLIMIT_AS, &limit);

@@ -24,6 +24,7 @@ struct program_options {
     bool clear_environment = false;
     std::string argument_zero = {};   // empty: the path of the program
     std::string standard_input = {};  // given through a file
+    unsigned time_limit = 0;          // seconds until SIGALRM ends the process; 0: none
     std::uint64_t address_space = 0;  // bytes that the process may map at most; 0: no limit
 };
 

@@ -1,0 +1,53 @@
+// Runs of the program whose system calls fail, by the library of tests/support/fault_shim.c.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "support/run_program.h"
+
+namespace e2e {
+
+// What happens to calls of one kind.
+struct system_fault {
+    std::string call;    // "read", "write" or "open"
+    std::string path;    // the end of the file's name; "*" any; "1", "2" the standard outputs
+    std::string effect;  // "EIO" and the like; "half", "less", "nothing" for a count that is short
+    std::uint64_t first = 1;  // the calls that fail, counted from 1 among those that fit
+    std::uint64_t last = std::numeric_limits<std::uint32_t>::max();
+    std::int64_t offset = 0;  // reads: from this position on, up to `end`
+    std::int64_t end = std::numeric_limits<std::int64_t>::max();
+};
+
+// True when the program can't be given the library: under valgrind, whose own calls would fail.
+inline bool takes_no_faults() {
+    const std::vector<std::string> runner = support::runner();
+    return !runner.empty() && runner[0].find("valgrind") != std::string::npos;
+}
+
+// The options of a run with these faults; a run that does not end by itself is ended. `log` is a
+// file to which calls that open or change files are noted.
+inline support::program_options with_faults(const std::vector<system_fault>& faults,
+                                            const std::string& log = {}) {
+    support::program_options options;
+    options.time_limit = 100;
+    options.environment["LD_PRELOAD"] = QUORVEL_FAULT_SHIM;
+    // AddressSanitizer wants to be the first library; the one in front of it needs nothing of it.
+    const char* asan = std::getenv("ASAN_OPTIONS");
+    options.environment["ASAN_OPTIONS"] =
+        std::string(asan != nullptr ? asan : "") + ":verify_asan_link_order=0";
+    if (!log.empty()) options.environment["QUORVEL_FAULT_LOG"] = log;
+    for (std::size_t i = 0; i < faults.size(); ++i) {
+        const system_fault& fault = faults[i];
+        options.environment["QUORVEL_FAULT_" + std::to_string(i)] =
+            fault.call + " " + fault.path + " " + std::to_string(fault.first) + " " +
+            std::to_string(fault.last) + " " + std::to_string(fault.offset) + " " +
+            std::to_string(fault.end) + " " + fault.effect;
+    }
+    return options;
+}
+
+}  // namespace e2e

@@ -1,0 +1,332 @@
+// System calls that fail: what the user gets, whole, and an end to every run.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "e2e/system_faults.h"
+#include "e2e/whole_run.h"
+#include "support/ntfs_image.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using e2e::reported;
+using e2e::status_failed;
+using e2e::system_fault;
+using e2e::terminal_clearing;
+using e2e::whole_run;
+using e2e::with_faults;
+using words = std::vector<std::string>;
+
+// \dir (40), its index in a block, with the files a to e (64 to 68).
+class SystemFaults : public testing::Test {
+protected:
+    SystemFaults() {
+        m_volume.directory(5, u"dir", 40);
+        m_volume.index(40).in_blocks();
+        for (std::uint64_t i = 0; i < 5; ++i) {
+            m_volume.file(40, std::u16string(1, static_cast<char16_t>(u'a' + i)), 64 + i).data("x");
+        }
+        m_image = m_volume.save(m_dir.file("volume.dd"));
+    }
+    void SetUp() override {
+        if (e2e::takes_no_faults()) GTEST_SKIP() << "this runner's own calls would fail";
+    }
+
+    static std::string paths(const std::string& letters) {
+        std::string text = "\\dir\\\n";
+        for (const char letter : letters)
+            text += std::string("\\dir\\") + letter + "\n";
+        return text;
+    }
+    static std::string rows(const std::string& letters) {
+        std::string text = e2e::text_header + e2e::directory_row(40, "\\dir\\");
+        for (const char letter : letters) {
+            text += e2e::file_row(64 + static_cast<std::uint64_t>(letter - 'a'), 1,
+                                  std::string("\\dir\\") + letter);
+        }
+        return text;
+    }
+    words listing(const words& more = {}) const {
+        words arguments = {"\\dir", "-image", m_image};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return arguments;
+    }
+    // Reads of one record of the image.
+    system_fault record_fault(std::uint64_t number, const std::string& effect) const {
+        const auto position = static_cast<std::int64_t>(m_volume.record_pos(number));
+        return {.call = "read",
+                .path = "volume.dd",
+                .effect = effect,
+                .offset = position,
+                .end = position + 1024};
+    }
+    void expect_paths(const std::vector<system_fault>& faults, const std::string& text) const {
+        whole_run(listing({"-filepath_only"}), with_faults(faults))
+            .expect_bare(0, text, terminal_clearing);
+    }
+
+    support::temp_dir m_dir;
+    support::ntfs_image m_volume;
+    std::string m_image;
+};
+
+// --- reads of the source ---
+
+TEST_F(SystemFaults, WithoutAFaultEverythingIsListed) {
+    expect_paths({}, paths("abcde"));
+    whole_run(listing(), with_faults({})).expect(0, rows("abcde"), terminal_clearing);
+}
+
+TEST_F(SystemFaults, RecordThatCantBeReadLosesItsRow) {
+    for (const char* effect : {"EIO", "EINTR", "nothing"}) {
+        SCOPED_TRACE(effect);
+        expect_paths({record_fault(66, effect)}, paths("abde"));
+        whole_run(listing(), with_faults({record_fault(66, effect)}))
+            .expect(0, rows("abde"), terminal_clearing);
+    }
+}
+
+// One read is made, and what it did not bring is zero. The attributes stand in the first half.
+TEST_F(SystemFaults, RecordThatComesShortIsListedAsFarAsItCame) {
+    for (const char* effect : {"less", "half"})
+        expect_paths({record_fault(66, effect)}, paths("abcde"));
+}
+
+TEST_F(SystemFaults, DirectoryThatCantBeReadIsNotFound) {
+    for (const std::uint64_t directory : {std::uint64_t{5}, std::uint64_t{40}}) {
+        expect_paths({record_fault(directory, "EIO")}, "");
+        whole_run(listing(), with_faults({record_fault(directory, "EIO")}))
+            .expect(0, "", terminal_clearing);
+    }
+}
+
+TEST_F(SystemFaults, SourceWithoutReadsHasNoPartitions) {
+    const system_fault fault{.call = "read", .path = "volume.dd", .effect = "EIO"};
+    whole_run(listing(), with_faults({fault}))
+        .expect(status_failed, "", reported("couldn't find any partitions on disk\n"));
+    whole_run(listing({"-filepath_only"}), with_faults({fault}))
+        .expect_bare(status_failed, "", reported("couldn't find any partitions on disk\n"));
+}
+
+// Whichever read fails, what is listed is a part of what is there.
+TEST_F(SystemFaults, AnySingleReadThatFailsCostsAPartAtMost) {
+    std::set<std::string> sound;
+    std::istringstream all(paths("abcde"));
+    for (std::string line; std::getline(all, line);)
+        sound.insert(line);
+    for (const char* effect : {"EIO", "half", "nothing"}) {
+        for (std::uint64_t number = 1; number <= 24; ++number) {
+            SCOPED_TRACE(effect + std::to_string(number));
+            const whole_run run(listing({"-filepath_only"}), with_faults({{.call = "read",
+                                                                           .path = "volume.dd",
+                                                                           .effect = effect,
+                                                                           .first = number,
+                                                                           .last = number}}));
+            EXPECT_TRUE(run.status() == 0 || run.status() == status_failed) << run.status();
+            EXPECT_TRUE(run.errors().ends_with(terminal_clearing));
+            std::istringstream lines(run.out());
+            for (std::string line; std::getline(lines, line);)
+                EXPECT_EQ(sound.count(line), 1u) << line;
+        }
+    }
+}
+
+// --- opening ---
+
+TEST_F(SystemFaults, SourceThatCantBeOpenedIsInvalid) {
+    for (const char* effect : {"EACCES", "EMFILE"}) {
+        whole_run(listing(), with_faults({{.call = "open", .path = "volume.dd", .effect = effect}}))
+            .expect(status_failed, "", reported("invalid image: " + m_image + "\n"));
+    }
+}
+
+// The check of the image has passed by then: the path ends without a word.
+TEST_F(SystemFaults, SourceThatCantBeOpenedAgainListsNothing) {
+    const system_fault fault{.call = "open", .path = "volume.dd", .effect = "EACCES", .first = 2};
+    whole_run(listing(), with_faults({fault})).expect(0, "", terminal_clearing);
+    expect_paths({fault}, "");
+}
+
+TEST_F(SystemFaults, ResultsFileThatCantBeOpenedEndsTheRun) {
+    const std::string file = m_dir.file("out.txt");
+    const whole_run tested(listing({"-out", file}),
+                           with_faults({{.call = "open", .path = "out.txt", .effect = "EROFS"}}));
+    tested.expect(status_failed, "", "prob opening file " + file + " for output, aborting\n");
+    const whole_run made(
+        listing({"-out", file}),
+        with_faults({{.call = "open", .path = "out.txt", .effect = "EMFILE", .first = 2}}));
+    made.expect_bare(status_failed, "",
+                     reported("prob opening results file: " + file + " for writing"));
+}
+
+TEST_F(SystemFaults, XmlFileThatCantBeOpenedLeavesTheReportWhereItWas) {
+    const words arguments = listing({"-xml", m_dir.file("out.xml")});
+    const whole_run run(arguments,
+                        with_faults({{.call = "open", .path = "out.xml", .effect = "EACCES"}}));
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_TRUE(run.out().ends_with("</logdata>\n")) << run.out();
+    EXPECT_EQ(run.errors(), terminal_clearing);
+    EXPECT_FALSE(support::file_exists(m_dir.file("out.xml")));
+}
+
+TEST_F(SystemFaults, TraceThatCantBeOpenedIsSilent) {
+    whole_run(listing({"-diags", m_dir.file("trace.txt")}),
+              with_faults({{.call = "open", .path = "trace.txt", .effect = "EMFILE"}}))
+        .expect(0, rows("abcde"), terminal_clearing);
+}
+
+// --- writing ---
+
+const std::vector<words> report_forms = {
+    {}, {"-csv"}, {"-alldates"}, {"-xml", ""}, {"-filepath_only"}};
+
+TEST_F(SystemFaults, ResultsFileOnAFullDeviceStaysEmptyAndTheRunGoesOn) {
+    const std::string file = m_dir.file("out.txt");
+    for (const char* effect : {"ENOSPC", "EIO", "EINTR"}) {
+        for (words form : report_forms) {
+            form.insert(form.end(), {"-out", file});
+            whole_run(listing(form),
+                      with_faults({{.call = "write", .path = "out.txt", .effect = effect}}))
+                .expect_bare(0, "", terminal_clearing);
+            EXPECT_EQ(support::read_file(file), "");
+        }
+    }
+}
+
+// A write that takes less is not noticed. Each row is written as it is done.
+TEST_F(SystemFaults, ResultsFileLosesWhatAShortWriteLeaves) {
+    const std::string file = m_dir.file("out.txt");
+    const whole_run run(listing({"-filepath_only", "-out", file}),
+                        with_faults({{.call = "write", .path = "out.txt", .effect = "half"}}));
+    run.expect_bare(0, "", terminal_clearing);
+    std::string halves;
+    std::istringstream lines(paths("abcde"));
+    for (std::string line; std::getline(lines, line);)
+        halves += line.substr(0, (line.size() + 1) / 2);
+    EXPECT_EQ(support::read_file(file), halves);
+}
+
+TEST_F(SystemFaults, XmlFileAndTraceOnAFullDeviceAreSilent) {
+    const std::string xml = m_dir.file("out.xml");
+    const whole_run run(listing({"-xml", xml, "-diags", m_dir.file("trace.txt")}),
+                        with_faults({{.call = "write", .path = "out.xml", .effect = "ENOSPC"},
+                                     {.call = "write", .path = "trace.txt", .effect = "ENOSPC"}}));
+    run.expect(0, "", terminal_clearing);
+    EXPECT_EQ(support::read_file(xml), "");
+    EXPECT_EQ(support::read_file(m_dir.file("trace.txt")), "");
+}
+
+TEST_F(SystemFaults, StandardOutputThatCantBeWrittenEndsTheRunInOrder) {
+    for (const char* effect : {"ENOSPC", "EPIPE", "EIO"}) {
+        for (const words& form : report_forms) {
+            whole_run(listing(form),
+                      with_faults({{.call = "write", .path = "1", .effect = effect}}))
+                .expect_bare(0, "", terminal_clearing);
+        }
+    }
+}
+
+TEST_F(SystemFaults, StandardOutputThatTakesLittleAtATimeGetsEverything) {
+    for (const char* effect : {"half", "less"}) {
+        // The last byte alone is half of nothing: every second write goes through.
+        whole_run(
+            listing(),
+            with_faults({{.call = "write", .path = "1", .effect = effect, .first = 1, .last = 1}}))
+            .expect(0, rows("abcde"), terminal_clearing);
+    }
+}
+
+// --- what a shell does with the standard streams ---
+
+class ShellFaults : public SystemFaults {
+protected:
+    void SetUp() override {}
+
+    // Runs `script`, in which "$@" is the command of a listing with `options`.
+    support::program_result shell(const std::string& script, const words& options) const {
+        words line = {"-c", script, "sh"};
+        const words command = support::built_program(QUORVEL_PROGRAM);
+        line.insert(line.end(), command.begin(), command.end());
+        const words arguments = listing(options);
+        line.insert(line.end(), arguments.begin(), arguments.end());
+        support::program_options options_of_run;
+        options_of_run.time_limit = 100;
+        return support::run_program("/bin/sh", line, options_of_run);
+    }
+};
+
+TEST_F(ShellFaults, FullDeviceAsStandardOutputEndsTheRunInOrder) {
+    if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "there is no /dev/full here";
+    for (const words& form : report_forms) {
+        const support::program_result result = shell("\"$@\" >/dev/full", form);
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.standard_error, terminal_clearing);
+    }
+}
+
+TEST_F(ShellFaults, FullDeviceAsXmlFileEndsTheRunInOrder) {
+    if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "there is no /dev/full here";
+    const std::string link = m_dir.file("full.xml");
+    ASSERT_EQ(::symlink("/dev/full", link.c_str()), 0);
+    const support::program_result result = shell("\"$@\"", {"-xml", link});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.standard_error, terminal_clearing);
+}
+
+TEST_F(ShellFaults, ClosedStandardOutputEndsTheRunInOrder) {
+    for (const words& form : report_forms) {
+        const support::program_result result = shell("\"$@\" >&-", form);
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.standard_output, "");
+        EXPECT_EQ(result.standard_error, terminal_clearing);
+    }
+}
+
+// What would go to a closed stream does not end in the file that is opened next.
+TEST_F(ShellFaults, ClosedStandardStreamsLeaveTheOutputFilesWhatTheyAre) {
+    const std::string file = m_dir.file("out.txt"), trace = m_dir.file("trace.txt");
+    const words options = {"-filepath_only", "-out", file, "-diags", trace};
+    for (const char* script : {"\"$@\"", "\"$@\" >&-", "\"$@\" 2>&-", "\"$@\" <&- >&- 2>&-"}) {
+        SCOPED_TRACE(script);
+        EXPECT_EQ(shell(script, options).status, 0);
+        EXPECT_EQ(support::read_file(file), paths("abcde"));
+        EXPECT_TRUE(support::read_file(trace).starts_with("->" QUORVEL_PROGRAM " \\dir "));
+        EXPECT_TRUE(support::read_file(trace).ends_with("inode found for seg: dir : 0x28\n"));
+        EXPECT_EQ(shell(script, {"-csv", "-diags", trace}).status, 0);
+        EXPECT_EQ(support::read_file(trace).find("quorvel ver"), std::string::npos);
+    }
+}
+
+TEST_F(ShellFaults, ClosedStandardInputIsNotMissed) {
+    const support::program_result result = shell("\"$@\" <&-", {"-filepath_only"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.standard_output, paths("abcde"));
+}
+
+// The reader of a pipe that has what it wants ends the run, or leaves it to end by itself.
+TEST_F(ShellFaults, PipeThatIsClosedEndsTheRun) {
+    const support::program_result first =
+        shell("{ \"$@\"; echo \"status $?\" >&2; } | head -1", {"-filepath_only"});
+    EXPECT_EQ(first.standard_output, "\\dir\\\n");
+    const std::string by_itself = terminal_clearing + "status 0\n";
+    EXPECT_TRUE(first.standard_error == by_itself ||
+                first.standard_error == "status " + std::to_string(128 + SIGPIPE) + "\n")
+        << first.standard_error;
+
+    // Nobody reads: with the signal ignored the write fails, which costs nothing but the report.
+    const support::program_result ignored = shell(
+        "trap '' PIPE; { sleep 1; \"$@\"; echo \"status $?\" >&2; } | true", {"-filepath_only"});
+    EXPECT_EQ(ignored.standard_error, by_itself);
+    const support::program_result killed =
+        shell("{ sleep 1; \"$@\"; echo \"status $?\" >&2; } | true", {"-filepath_only"});
+    EXPECT_TRUE(killed.standard_error.ends_with("status " + std::to_string(128 + SIGPIPE) + "\n"))
+        << killed.standard_error;
+}
+
+}  // namespace
