@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <string>
@@ -8,6 +9,7 @@
 
 #include "ntfs/ntfs.h"
 #include "support/ntfs_image.h"
+#include "support/run_list.h"
 #include "unit/ntfs/volume_fixture.h"
 
 namespace {
@@ -506,6 +508,27 @@ TEST(AttribCategorize, EntryBehindTheTableIsRefusedAndTraced) {
     EXPECT_EQ(categorized(volume, 0xABCDEF012345).trace, "->err: mftfixup abcdef012345\n");
 }
 
+TEST(AttribCategorize, EntryThatCantBeReadIsTraced) {
+    support::ntfs_image image;
+    image.entry(64).data("x");
+    const std::uint64_t end = image.build().size();
+    image.entry(0).data_runs({{4, 16}, {end / 4096 + 1, 4}}, {.real = 80 * 1024});
+    open_volume volume(image);
+    ASSERT_TRUE(volume.opened);
+    const pass_result pass = categorized(volume, 70);  // in the second run, behind the image
+    EXPECT_FALSE(pass.result);
+    EXPECT_EQ(pass.trace, "->err: mftfixup 46\n");
+}
+
+TEST(AttribCategorize, RecordsAboveTheSourceCantBeRead) {
+    open_volume volume(support::ntfs_image{});
+    ASSERT_TRUE(volume.opened);
+    volume.ntfs.m_mft_record_size = 0x80000000;
+    const pass_result pass = categorized(volume, 5);
+    EXPECT_FALSE(pass.result);
+    EXPECT_EQ(pass.trace, "->err: mftfixup 5\n");
+}
+
 TEST(AttribCategorize, IndexKeywordIsTakenWithItsOwnArrayOffset) {
     support::ntfs_image image;
     // The builder's record of that array offset would be no valid FILE record.
@@ -672,6 +695,21 @@ TEST(AttribCategorize, UnnamedDataUnderTheIdOfAStreamIsDropped) {
                 ElementsAre(run_tuple{50, 0, 1}));
     EXPECT_THAT(runs_of(pass.store.attributes.at(key_of(1, 0x80)).runs),
                 ElementsAre(run_tuple{100, 0, 4}));
+}
+
+TEST(AttribCategorize, UnnamedDataPartIsKeptWhenTheOneBeforeWasDropped) {
+    // The unnamed value has the id of a stream and is dropped, so that there is nothing to join.
+    const pass_result pass = categorized_entry([](support::record_builder& entry) {
+        entry.keep_order();
+        entry.stream(u"zone", "x").id(3);
+        entry.data("value").id(3);
+        entry.data_runs({{100, 2}}).id(4);
+    });
+    EXPECT_TRUE(pass.store.seen_unnamed_data);
+    EXPECT_THAT(labels_of(pass.store),
+                ElementsAre(Pair(key_of(3, 0x80), "ads"), Pair(key_of(4, 0x80), "unnamed data")));
+    EXPECT_THAT(runs_of(pass.store.attributes.at(key_of(4, 0x80)).runs),
+                ElementsAre(run_tuple{100, 0, 2}));
 }
 
 TEST(AttribCategorize, ExtentWithAStoredFirstClusterIsDropped) {
@@ -890,6 +928,33 @@ TEST(AttribCategorize, FailedClusterOfAListEndsItsRunAndLeavesNoGap) {
     open_volume volume(image);
     EXPECT_THAT(labels_of(categorized(volume, 64).store),
                 ElementsAre(Pair(key_of(1, 0x80), "ads")));
+}
+
+// The sizes of the runs add up to 2^64 and one cluster more, so that the sum is one cluster: no
+// more than that may be read, whatever the runs say.
+TEST(AttribCategorize, ListWhoseSizeWrapsTakesOneCluster) {
+    constexpr std::uint32_t cluster = 1 << 24;  // 2^40 clusters are 2^64 bytes
+    support::ntfs_image image;
+    image.entry(64).standard_information();
+    support::run_list list;
+    for (int i = 0; i < 256; ++i)
+        list.add(i == 0 ? 0 : 1, 0xFFFFFFFF);
+    list.add(1, 257);
+    support::record_builder record(64, 8192);
+    record.nonresident(support::type::attribute_list, u"", list.terminated(), {{0, 1}},
+                       {.real = 32});
+    open_volume volume(image);
+    ASSERT_TRUE(volume.opened);
+    ASSERT_EQ(::truncate(volume.path.c_str(), 4 * std::int64_t{cluster}), 0);
+    volume.ntfs.m_disk->size_bytes = 4 * std::int64_t{cluster};
+    volume.ntfs.m_cluster_size = cluster;
+    const support::bytes bytes = record.build_before_fixup();
+    record_attrib attribute;
+    ASSERT_TRUE(find_attrib(bytes, support::type::attribute_list, attribute, 8192));
+    std::vector<std::uint8_t> out;
+    EXPECT_TRUE(volume.ntfs.read_attribute_list(attribute, out, true));
+    EXPECT_EQ(out.size(), cluster);
+    EXPECT_TRUE(ql::has_text(out, 3, "NTFS    ")) << "the first cluster, and nothing over it";
 }
 
 TEST(AttribCategorize, ListCutByTheEndOfTheImageLowersTheClusterSize) {

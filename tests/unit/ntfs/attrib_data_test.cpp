@@ -249,6 +249,15 @@ TEST(ReadRuns, RefusesWhatItCanNotReadInto) {
     EXPECT_FALSE(source.ntfs.read_attrib_bytes(test_runs, 0, target, size, false));
 }
 
+TEST(ReadRuns, ClusterAboveTheSourceIsNotRead) {
+    cluster_source source(1000);
+    source.ntfs.m_cluster_size = 1000;
+    EXPECT_TRUE(read_raw(source.ntfs, {{0, 0, 0, 1}}, 0, 16).result);
+    source.ntfs.m_cluster_size = 1001;
+    EXPECT_FALSE(read_raw(source.ntfs, {{0, 0, 0, 1}}, 0, 16).result);
+    EXPECT_FALSE(read_raw(source.ntfs, {{0, 0, 1, 1}}, 0, 16).result) << "not even a hole";
+}
+
 TEST(ReadRuns, NeverWritesBehindTheTarget) {
     cluster_source source;
     byte_list memory(1000, 0xCC);
@@ -340,6 +349,18 @@ TEST(StreamAttribute, RowWithoutDataFails) {
     EXPECT_EQ(streamed.trace, "->err: no data\n");
 }
 
+TEST(StreamAttribute, StreamWithoutABufferTakesNothing) {
+    cluster_source source;
+    const NTFS_ATTRIB_ROW row = row_with_value(support::as_bytes("value"), 5);
+    std::ostringstream sound;
+    std::ostream broken(nullptr);
+    mft_entries_ctx ctx;
+    EXPECT_FALSE(source.ntfs.stream_attribute(row, broken, sound, ctx));
+    EXPECT_FALSE(source.ntfs.stream_attribute(row, sound, broken, ctx));
+    EXPECT_EQ(sound.str(), "");
+    EXPECT_EQ(ctx.byte_count, 0u);
+}
+
 TEST(StreamAttribute, ResidentRowWritesItsValue) {
     cluster_source source;
     const streamed_row streamed(source.ntfs, row_with_value(support::as_bytes("value"), 5));
@@ -426,6 +447,18 @@ TEST(StreamAttribute, ChunksAboveTheSourceAreRefused) {
         streamed_row(source.ntfs,
                      row_with_runs(runs, {.real = ~0ull, .compressed = 1, .unit = 4, .flags = 1}))
             .result);
+}
+
+TEST(StreamAttribute, ChunksAboveTheUsualSizeAreReadFromALargeSource) {
+    constexpr std::uint32_t cluster = 128 * 1024;
+    cluster_source source(16 * cluster);
+    source.ntfs.m_cluster_size = cluster;
+    const streamed_row streamed(source.ntfs,
+                                row_with_runs({{0, 0, 0, 16}}, {.real = 16 * cluster}));
+    EXPECT_TRUE(streamed.result);
+    ASSERT_EQ(streamed.byte_count, 16u * cluster);
+    EXPECT_TRUE(streamed.text.substr(39 * cluster_bytes, cluster_bytes) ==
+                text_of(cluster_content(39)));
 }
 
 // A row of `stored` units, each followed by a hole up to 16 clusters, from LCN 0 on.
@@ -526,6 +559,19 @@ TEST(StreamCompressed, DamagedUnitEndsTheStream) {
     EXPECT_FALSE(nothing.result);
     EXPECT_EQ(nothing.text, "");
     EXPECT_EQ(nothing.byte_count, 0u);
+}
+
+TEST(StreamCompressed, UnreadableUnitEndsTheStream) {
+    const byte_list text = text_content(unit_bytes, 'a');
+    compressed_volume volume;
+    volume.add_unit(support::lznt1_compress(text));
+    volume.runs.push_back({1000, 16, 0, 16});
+    EXPECT_TRUE(volume.stream(compressed_sizes(2 * unit_bytes)).text == text_of(text));
+
+    volume.runs = {{1000, 0, 0, 16}};
+    const streamed_row nothing = volume.stream(compressed_sizes(unit_bytes));
+    EXPECT_FALSE(nothing.result);
+    EXPECT_EQ(nothing.text, "");
 }
 
 TEST(StreamCompressed, OnlyTheExactFlagWithUnitAndSizeCounts) {

@@ -152,6 +152,11 @@ TEST(Lznt1Chunk, LiteralsEndWhereTheRoomEnds) {
     const byte_list source = literals(byte_list(12, 'a'));
     EXPECT_TRUE(lznt1_chunk(source, static_cast<std::int32_t>(source.size()), target, size, 4));
     EXPECT_EQ(text_of(target), "aaaa....");
+
+    target.assign(12, '.');
+    size = 8;  // as many as one flag byte governs
+    EXPECT_TRUE(lznt1_chunk(source, static_cast<std::int32_t>(source.size()), target, size, 8));
+    EXPECT_EQ(text_of(target), "aaaaaaaa....");
 }
 
 TEST(Lznt1Chunk, RoomIsTheSmallerOfSizeAndTarget) {
@@ -175,6 +180,12 @@ TEST(Lznt1Chunk, OnlySourcesBelowNineBytesClearTheTarget) {
     EXPECT_EQ(kept.size, 4096);
     EXPECT_EQ(kept.head(10), "abcdefgh..");
     EXPECT_EQ(kept.target[4095], '.');
+
+    byte_list target(8, '.');
+    std::int32_t size = 8;
+    EXPECT_TRUE(lznt1_chunk(byte_list{0x00, 'a'}, 2, target, size, 0)) << "no plain bytes wanted";
+    EXPECT_EQ(text_of(target), "a.......");
+    EXPECT_EQ(size, 0);
 }
 
 TEST(Lznt1Chunk, SecondByteOfALastTokenStandsBehindTheChunk) {

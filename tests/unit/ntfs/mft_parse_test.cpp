@@ -386,6 +386,15 @@ TEST(MftAttributeList, OnlyTheListedAttributeOfARecordIsTaken) {
     EXPECT_EQ(mft.runs(), all_three);
 }
 
+TEST(MftAttributeList, LengthOfZeroEndsTheSearchInAnExtension) {
+    split_mft mft;
+    record_builder& extension = mft.image.entry(40);
+    extension.standard_information();
+    const std::size_t at = extension.attribute_offset(support::type::standard_information);
+    extension.put_before_fixup(at + 4, 0, 4);
+    EXPECT_EQ(mft.runs(), first_two);
+}
+
 TEST(MftAttributeList, EmptyRunListOfAnExtensionCostsItsOwnRunsOnly) {
     split_mft mft;
     mft.image.entry(20)

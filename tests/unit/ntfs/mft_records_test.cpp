@@ -357,6 +357,17 @@ TEST(ReadFileRecord, BufferMustHoldARecord) {
     EXPECT_FALSE(read_into(volume.ntfs, 30, 1023).result);
     EXPECT_FALSE(read_into(volume.ntfs, 30, 0).result);
 
+    record_read announced_more;
+    announced_more.bytes.resize(1023);
+    announced_more.size = 1024;
+    EXPECT_FALSE(volume.ntfs.read_file_record(30, announced_more.bytes, announced_more.position,
+                                              announced_more.size, false));
+    record_read nothing;  // even where a record has no bytes
+    volume.ntfs.m_bytes_per_file_record = 0;
+    EXPECT_FALSE(
+        volume.ntfs.read_file_record(30, nothing.bytes, nothing.position, nothing.size, false));
+    volume.ntfs.m_bytes_per_file_record = 1024;
+
     record_read announced_less;
     announced_less.bytes.resize(1024);
     announced_less.size = 1023;

@@ -381,6 +381,9 @@ TEST(NtfsRead, ClustersAreReadWhole) {
     EXPECT_FALSE(ntfs.read_clusters(8, buffer.data(), count));
     EXPECT_TRUE(ntfs.read_clusters((1ull << 52) + 4, buffer.data(), count)) << "modulo 2^64";
     EXPECT_TRUE(ql::has_text(buffer, 0, "four"));
+    ntfs.m_cluster_size = 0;
+    EXPECT_FALSE(ntfs.read_clusters(3, buffer.data(), count));
+    ntfs.m_cluster_size = 4096;
     ntfs.m_disk->ok = false;
     EXPECT_FALSE(ntfs.read_clusters(3, buffer.data(), count));
 }

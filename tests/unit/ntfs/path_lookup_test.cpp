@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <memory>
@@ -158,6 +159,21 @@ TEST(PathLookup, CacheKnowsDirectoriesAndTheirNames) {
     EXPECT_TRUE(cache.at(64).children.empty());
     EXPECT_FALSE(cache.at(64).deleted);
     EXPECT_TRUE(cache.at(68).deleted);
+}
+
+TEST(PathLookup, KnownNamesAreFoundWithoutTheMedium) {
+    open_volume volume(sample());
+    ASSERT_EQ(entry_at(volume, L"\\temp\\sub"), 65u);
+    ASSERT_EQ(::truncate(volume.path.c_str(), 0), 0);
+    EXPECT_EQ(entry_at(volume, L"\\temp\\sub"), 65u);
+}
+
+TEST(PathLookup, RecordsAboveTheSourceAreNotRead) {
+    open_volume volume(sample());
+    volume.ntfs.m_mft_record_size = 0x80000000;
+    const lookup found = look_up(volume, L"\\temp");
+    EXPECT_FALSE(found.result);
+    EXPECT_EQ(found.trace, "->anal: \\temp\n->root dir\n");
 }
 
 TEST(PathLookup, FileInTheMiddleOfAPathHasNoChildren) {
@@ -467,6 +483,15 @@ TEST(PathLookup, SnapshotPrefixIsTakenOff) {
     EXPECT_THAT(look_up(volume, L"\\\\.\\snapid_" + std::wstring(35, L'0') + L"\\").trace,
                 testing::StartsWith("->anal: \\\\.\\snapid_" + std::string(35, '0') +
                                     "\\\n->root dir\n->seg: .\n"));
+}
+
+TEST(PathLookup, OtherDeviceNamesAreNoPrefix) {
+    open_volume volume(sample());
+    const std::wstring device = L"\\\\.\\" + std::wstring(44, L'd');
+    const lookup found = look_up(volume, device + L"\\temp");
+    EXPECT_FALSE(found.result);
+    EXPECT_EQ(found.trace.substr(0, found.trace.find('\n')),
+              "->anal: " + ql::to_utf8(device) + "\\temp");
 }
 
 TEST(PathLookup, SourcePrefixAloneLeavesAnEmptyPath) {

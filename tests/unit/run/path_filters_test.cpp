@@ -135,6 +135,7 @@ TEST(ParseFilterSignature, ReadsBytesAndOffset) {
         {"offset behind a comma", "ff, 10", {0xff}, 10},
         {"odd digit at the end", "4d5", {0x4d}, 0},
         {"no digits", "zz", {}, 0},
+        {"half a pair", "4d5z6e", {0x4d}, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

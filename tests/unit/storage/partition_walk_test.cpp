@@ -105,6 +105,13 @@ TEST(ExtendedChain, LinkBeforeTheVolumeHidesTheVolumeOfARecord) {
                                                {187, 8, 6}}));
 }
 
+TEST(ExtendedChain, FirstRecordOfFourVolumesHasNoLink) {
+    byte_image disk = disk_with({{5, 100, 900}});
+    put_boot_record(disk, sector(100), {{7, 1, 2}, {12, 3, 4}, {4, 5, 6}, {6, 7, 8}});
+    EXPECT_EQ(scan_image(disk).found,
+              (entries{{100, 900, 5}, {101, 2, 7}, {103, 4, 12}, {105, 6, 4}, {107, 8, 6}}));
+}
+
 TEST(ExtendedChain, GapEndsARecordAndTheChain) {
     byte_image disk = disk_with({{5, 100, 900}});
     put_boot_record(disk, sector(100), {{7, 3, 3}, {0, 0, 0}, {5, 50, 10}});
