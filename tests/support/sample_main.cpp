@@ -21,8 +21,26 @@ constexpr const char* usage =
     "                                    the same, and what is changed some days later\n"
     "       quorvel-sample behaviour <file>\n"
     "                                    an NTFS volume for docs/behaviour.md\n"
-    "       quorvel-sample many <directories> <files in each> <file>\n"
-    "                                    an NTFS volume with that many files\n";
+    "       quorvel-sample <kind> <directories> <files in each> <file>\n"
+    "                                    an NTFS volume with that many files, of the kinds\n"
+    "         many                       plain\n"
+    "         many-streams               each file with ten streams\n"
+    "         many-mft-fragments         $MFT in 5000 fragments\n"
+    "         many-index-fragments       each index block in a fragment of its own\n";
+
+// The volume of many files that a word names; false for any other word.
+bool read_kind(const std::string& word, support::many_files_options& options) {
+    if (word == "many-streams") {
+        options.streams = 10;
+    } else if (word == "many-mft-fragments") {
+        options.mft_fragments = 5000;
+    } else if (word == "many-index-fragments") {
+        options.scattered_indexes = true;
+    } else {
+        return word == "many";
+    }
+    return true;
+}
 
 bool write_image(const std::vector<std::string>& words) {
     if (words.size() == 2 && words[0] == "demo") {
@@ -37,9 +55,11 @@ bool write_image(const std::vector<std::string>& words) {
         support::save_snapshot_chain(words[1], words[2]);
     } else if (words.size() == 2 && words[0] == "behaviour") {
         support::behaviour_volume().save(words[1]);
-    } else if (words.size() == 4 && words[0] == "many") {
-        support::save_many_files_volume(words[3], std::strtoull(words[1].c_str(), nullptr, 10),
-                                        std::strtoull(words[2].c_str(), nullptr, 10));
+    } else if (support::many_files_options options;
+               words.size() == 4 && read_kind(words[0], options)) {
+        options.directories = std::strtoull(words[1].c_str(), nullptr, 10);
+        options.files = std::strtoull(words[2].c_str(), nullptr, 10);
+        support::save_many_files_volume(words[3], options);
     } else {
         return false;
     }

@@ -55,11 +55,21 @@ byte_image sample_disk();
 // Such a disk around a given volume.
 byte_image disk_around(const ntfs_image& ntfs_volume);
 
-// A volume of `directories` directories of `files_per_directory` files each, written straight to
-// `path` with little memory, whatever the counts are. Directory d is \dir<d> (5 digits or more),
-// entry 64 + d * (files_per_directory + 1); its files follow it as file<f>.txt (4 digits or more).
-// Throws std::runtime_error when the file can't be written.
-void save_many_files_volume(const std::string& path, std::uint64_t directories,
-                            std::uint64_t files_per_directory);
+// A volume of many files for save_many_files_volume.
+struct many_files_options {
+    std::uint64_t directories = 0;
+    std::uint64_t files = 0;          // in each directory
+    std::uint64_t streams = 0;        // named streams of each file, "s0" and so on
+    std::uint64_t mft_fragments = 1;  // at least so many, with the records of directories and files
+    // Each block of a directory's index is a fragment of its own. Takes at least two directories,
+    // of which each may have some 140 blocks.
+    bool scattered_indexes = false;
+};
+
+// Writes such a volume straight to `path` with little memory, whatever the counts are. Directory d
+// is \dir<d> (5 digits or more), entry 64 + d * (files + 1); its files follow it as file<f>.txt (4
+// digits or more). All have the one descriptor of $Secure. Throws std::runtime_error when the file
+// can't be written, and std::length_error when a record has no room.
+void save_many_files_volume(const std::string& path, const many_files_options& options);
 
 }  // namespace support

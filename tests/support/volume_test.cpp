@@ -212,15 +212,96 @@ TEST(SampleVolume, NamesItsEntries) {
     }
 }
 
-TEST(SampleVolume, ManyFilesAreAllNamed) {
-    NEED_PROGRAM(fls, "fls");
+// What fls lists of a volume of many files.
+std::string listed_files(const std::string& fls, const many_files_options& options) {
     const temp_dir dir;
     const std::string path = dir.file("many.dd");
-    save_many_files_volume(path, 120, 130);  // index roots with and without blocks of their own
-    const std::string rows = run_program(fls, {"-r", "-p", path}).standard_output;
+    save_many_files_volume(path, options);
+    return run_program(fls, {"-r", "-p", path}).standard_output;
+}
+
+TEST(SampleVolume, ManyFilesAreAllNamed) {
+    NEED_PROGRAM(fls, "fls");
+    // Index roots with and without blocks of their own.
+    const std::string rows = listed_files(fls, {.directories = 120, .files = 130});
     EXPECT_EQ(count(rows, ".txt\n"), 120u * 130);
     EXPECT_EQ(count(rows, "\tdir00119/file0129.txt\n"), 1u);
     EXPECT_EQ(count(rows, " " + std::to_string(64 + 119 * 131 + 130) + "-"), 1u);
+}
+
+TEST(SampleVolume, ManyFilesOfOneDirectoryAreAllNamed) {
+    NEED_PROGRAM(fls, "fls");
+    // More index blocks than a bitmap in the record can name.
+    const std::string rows = listed_files(fls, {.directories = 1, .files = 20000});
+    EXPECT_EQ(count(rows, ".txt\n"), 20000u);
+    EXPECT_EQ(count(rows, "\tdir00000/file19999.txt\n"), 1u);
+}
+
+TEST(SampleVolume, ManyFilesHaveTheirStreams) {
+    NEED_PROGRAM(fls, "fls");
+    const std::string rows = listed_files(fls, {.directories = 3, .files = 5, .streams = 10});
+    EXPECT_EQ(count(rows, ".txt\n"), 15u);
+    EXPECT_EQ(count(rows, "/file0004.txt:s9\n"), 3u);
+    EXPECT_EQ(count(rows, ".txt:s"), 150u);
+}
+
+TEST(SampleVolume, ManyFilesLieInTheFragmentsOfTheMft) {
+    NEED_PROGRAM(fls, "fls");
+    NEED_PROGRAM(istat, "istat");
+    const many_files_options options = {.directories = 30, .files = 99, .mft_fragments = 700};
+    const std::string rows = listed_files(fls, options);
+    EXPECT_EQ(count(rows, ".txt\n"), 30u * 99);
+    EXPECT_EQ(count(rows, "\tdir00029/file0098.txt\n"), 1u);
+
+    const temp_dir dir;
+    const std::string path = dir.file("many.dd");
+    save_many_files_volume(path, options);
+    const std::string status = run_program(istat, {path, "0"}).standard_output;
+    EXPECT_EQ(count(status, "Type: $ATTRIBUTE_LIST"), 1u);
+    EXPECT_EQ(count(status, "Type: $DATA "), 1u);
+    // 750 clusters of records in pieces of two, the first 16 clusters and the free ones between.
+    const byte_image image = byte_image::load(path);
+    std::uint64_t pieces = 0;
+    bool in_piece = false;
+    for (std::uint64_t at = 0; at + 4096 <= image.size(); at += 4096) {
+        const bytes keyword = image.get_bytes(at, 4);
+        const bool is_record = keyword == bytes{'F', 'I', 'L', 'E'};
+        if (is_record && !in_piece) ++pieces;
+        in_piece = is_record;
+    }
+    EXPECT_GT(pieces, 370u);
+}
+
+TEST(SampleVolume, ManyFilesAreNamedByScatteredIndexes) {
+    NEED_PROGRAM(fls, "fls");
+    NEED_PROGRAM(istat, "istat");
+    const temp_dir dir;
+    const std::string path = dir.file("many.dd");
+    save_many_files_volume(path, {.directories = 3, .files = 4000, .scattered_indexes = true});
+    const std::string rows = run_program(fls, {"-r", "-p", path}).standard_output;
+    EXPECT_EQ(count(rows, ".txt\n"), 12000u);
+    EXPECT_EQ(count(rows, "\tdir00002/file3999.txt\n"), 1u);
+    // The blocks of a directory are three clusters apart.
+    const byte_image image = byte_image::load(path);
+    std::uint64_t first = 0;
+    while (image.get_bytes(first, 4) != bytes{'I', 'N', 'D', 'X'} ||
+           image.get_bytes(first + 4096, 4) != bytes{'I', 'N', 'D', 'X'}) {
+        first += 4096;
+        ASSERT_LT(first + 8192, image.size());
+    }
+    EXPECT_EQ(image.get_bytes(first + 16, 1), bytes{0});
+    EXPECT_EQ(image.get_bytes(first + 4096 + 16, 1), bytes{0});
+    EXPECT_EQ(image.get_bytes(first + 3 * 4096 + 16, 1), bytes{1});
+}
+
+TEST(SampleVolume, ManyFilesShareADescriptor) {
+    NEED_PROGRAM(fsntfsinfo, "fsntfsinfo");  // which refuses a volume without descriptors
+    const temp_dir dir;
+    const std::string path = dir.file("many.dd");
+    save_many_files_volume(path, {.directories = 1, .files = 3});
+    EXPECT_EQ(count(run_program(fsntfsinfo, {"-H", path}).standard_output, ".txt\n"), 3u);
+    const std::string entry = run_program(fsntfsinfo, {"-E", "65", path}).standard_output;
+    EXPECT_EQ(count(entry, "descriptor identifier\t: 256\n"), 1u) << entry;
 }
 
 TEST(SampleVolume, VirtualDisksHoldTheDisk) {
