@@ -25,7 +25,7 @@ using bytes = std::span<const std::uint8_t>;
 // Ends the run with a message when something that must hold does not.
 inline void require(bool holds, const char* what) {
     if (holds) return;
-    std::fprintf(stderr, "does not hold: %s\n", what);
+    static_cast<void>(std::fprintf(stderr, "does not hold: %s\n", what));
     std::abort();
 }
 
@@ -108,7 +108,7 @@ public:
         stderr = nowhere();
     }
     ~quiet() {
-        std::fflush(stderr);
+        static_cast<void>(std::fflush(stderr));
         stderr = m_stderr;
         restore(std::cout, m_cout, m_cout_format);
         restore(std::cerr, m_cerr, m_cerr_format);
