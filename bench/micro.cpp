@@ -1,0 +1,178 @@
+// quorvel-micro: times the parts of a listing one by one, on a volume of its own.
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "foundation/ql_string.h"
+#include "foundation/uni_streams.h"
+#include "ntfs/listing_rows.h"
+#include "ntfs/name_entry_list.h"
+#include "ntfs/ntfs.h"
+#include "report/csv_listing.h"
+#include "report/entry_rows.h"
+#include "report/stamp_text.h"
+#include "report/text_listing.h"
+#include "report/xml_listing.h"
+#include "run/quorvel_opts.h"
+#include "support/sample_volume.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+constexpr std::uint64_t files = 100;
+constexpr std::uint64_t directory = 64;  // its files follow it
+
+// A volume with one directory of so many files, open and validated.
+class open_volume {
+public:
+    open_volume() {
+        const std::string path = m_folder.file("volume.dd");
+        support::save_many_files_volume(path, {.directories = 1, .files = files});
+        ntfs = std::make_unique<CNtfs>(
+            std::make_unique<CRawDisk>(ql::to_wide(path), false, false, 0), 0, 33);
+        std::uint64_t mft_file_pos = 0;
+        ntfs->validate(mft_file_pos);
+        record.resize(ntfs->get_mft_record_size());
+    }
+
+    bool read(std::uint64_t entry) {
+        std::uint64_t position = 0;
+        auto size = static_cast<std::int64_t>(record.size());
+        return ntfs->read_file_record(entry, record, position, size, false);
+    }
+
+    std::unique_ptr<CNtfs> ntfs;
+    std::vector<std::uint8_t> record;  // of the entry that was read last
+
+private:
+    support::temp_dir m_folder;
+};
+
+// Entry numbers of the files, one after the other, for as long as a benchmark goes on.
+class file_numbers {
+public:
+    std::uint64_t next() { return directory + 1 + m_count++ % files; }
+
+private:
+    std::uint64_t m_count = 0;
+};
+
+void read_records(benchmark::State& state) {
+    open_volume volume;
+    file_numbers numbers;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(volume.read(numbers.next()));
+}
+BENCHMARK(read_records);
+
+void categorise_entries(benchmark::State& state) {
+    open_volume volume;
+    file_numbers numbers;
+    listing_rows rows(*volume.ntfs);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(rows.read(numbers.next()));
+}
+BENCHMARK(categorise_entries);
+
+void read_names(benchmark::State& state) {
+    open_volume volume;
+    volume.read(directory + 1);
+    name_entry_list names;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            volume.ntfs->get_file_names(names, directory + 1, volume.record, true, directory));
+    }
+}
+BENCHMARK(read_names);
+
+// A name as it stands on disk, to wide text, to a lower-cased key and to UTF-8.
+void convert_names(benchmark::State& state) {
+    std::vector<std::uint8_t> units;
+    for (const char c : std::string("Quarterly Report 2022.docx")) {
+        units.push_back(static_cast<std::uint8_t>(c));
+        units.push_back(0);
+    }
+    std::wstring wide;
+    std::wstring key;
+    std::string utf8;
+    for (auto _ : state) {
+        ql::utf16_to_wide(units, static_cast<std::int64_t>(units.size()), wide);
+        key = wide;
+        ql::lower_wide(key);
+        utf8.clear();
+        ql::append_utf8(utf8, wide);
+        benchmark::DoNotOptimize(key.data());
+        benchmark::DoNotOptimize(utf8.data());
+    }
+}
+BENCHMARK(convert_names);
+
+// Stamps so many ticks apart: within a second, and a day.
+void render_stamps(benchmark::State& state) {
+    ql::date_style style;
+    ql::parse_date_style(style, "yyyy-mm-dd", "hh:mm:ss.xxx", false);
+    stamp_text stamp(style);
+    std::uint64_t filetime = 132'500'000'000'000'000;
+    for (auto _ : state) {
+        stamp.render(filetime);
+        filetime += static_cast<std::uint64_t>(state.range(0));
+        benchmark::DoNotOptimize(stamp.time.data());
+    }
+}
+BENCHMARK(render_stamps)->Arg(1'000)->Arg(864'000'000'000);
+
+// Makes the rows of the whole directory; times are those of all its files.
+void make_rows(benchmark::State& state) {
+    open_volume volume;
+    quorvel_opts opts;
+    entry_rows rows(*volume.ntfs, opts);
+    for (auto _ : state) {
+        for (std::uint64_t entry = directory + 1; entry <= directory + files; ++entry) {
+            if (!volume.read(entry)) state.SkipWithError("a record can't be read");
+            rows.add(volume.record, entry, directory, L"\\dir00000", opts.entries, false, true);
+        }
+        rows.recycle(opts.entries);
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(files));
+}
+BENCHMARK(make_rows);
+
+using writer = void (*)(quorvel_opts& opts, dir_entry_set& recurse_list);
+
+void write_text(quorvel_opts& opts, dir_entry_set& recurse_list) {
+    write_text_listing(uni::null_out, recurse_list, opts, L"\\dir00000", directory, false);
+}
+void write_csv(quorvel_opts& opts, dir_entry_set& recurse_list) {
+    write_csv_listing(uni::null_out, recurse_list, opts, L"\\dir00000", directory);
+}
+void write_xml(quorvel_opts& opts, dir_entry_set& recurse_list) {
+    write_xml_listing(uni::null_out, recurse_list, opts, L"\\dir00000", directory);
+}
+
+// Writes the rows of the whole directory with all stamps; times are those of all its files.
+void write_rows(benchmark::State& state, writer write) {
+    open_volume volume;
+    quorvel_opts opts;
+    opts.alldates = 1;
+    ql::parse_date_style(opts.date_style, opts.date_format, opts.time_format, false);
+    entry_rows rows(*volume.ntfs, opts);
+    for (std::uint64_t entry = directory + 1; entry <= directory + files; ++entry) {
+        volume.read(entry);
+        rows.add(volume.record, entry, directory, L"\\dir00000", opts.entries, false, true);
+    }
+    dir_entry_set recurse_list;
+    for (auto _ : state)
+        write(opts, recurse_list);
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(files));
+}
+BENCHMARK_CAPTURE(write_rows, text, write_text);
+BENCHMARK_CAPTURE(write_rows, csv, write_csv);
+BENCHMARK_CAPTURE(write_rows, xml, write_xml);
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,93 @@
+// quorvel-calls <trace> <image>: makes the reads and writes that a run of quorvel made, in their
+// order, with their sizes and offsets, and nothing else. What a run takes more than this is its own
+// work.
+//
+// <trace> is what "strace -s 0 -e trace=pread64,write" has written of that run. Reads go to
+// <image>, writes to standard output. The processor time of the calls alone is told on standard
+// error: "<calls> <user milliseconds> <system milliseconds>".
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+struct call {
+    bool is_read = false;
+    std::size_t count = 0;
+    off_t offset = 0;
+};
+
+// One line of the trace: "pread64(3, ""..., 1024, 16384) = 1024" or "write(1, ""..., 84) = 84".
+// False for a line of any other kind.
+bool read_call(const std::string& line, call& out) {
+    const bool is_read = line.find("pread64(") != std::string::npos;
+    const bool is_write = line.find("write(1,") != std::string::npos;
+    const std::size_t at = line.find("..., ");
+    if ((!is_read && !is_write) || at == std::string::npos) return false;
+    unsigned long count = 0;
+    unsigned long offset = 0;
+    const int numbers = std::sscanf(line.c_str() + at + 5, "%lu, %lu", &count, &offset);
+    if (numbers != (is_read ? 2 : 1)) return false;
+    out = {is_read, count, static_cast<off_t>(offset)};
+    return true;
+}
+
+std::vector<call> read_trace(const char* path) {
+    std::vector<call> calls;
+    std::ifstream trace(path);
+    call one;
+    for (std::string line; std::getline(trace, line);) {
+        if (read_call(line, one)) calls.push_back(one);
+    }
+    return calls;
+}
+
+bool make_calls(const std::vector<call>& calls, int image, std::vector<char>& buffer) {
+    for (const call& one : calls) {
+        const ssize_t done = one.is_read ? ::pread(image, buffer.data(), one.count, one.offset)
+                                         : ::write(STDOUT_FILENO, buffer.data(), one.count);
+        if (done < 0) return false;
+    }
+    return true;
+}
+
+double milliseconds(const timeval& from, const timeval& to) {
+    return static_cast<double>(to.tv_sec - from.tv_sec) * 1e3 +
+           static_cast<double>(to.tv_usec - from.tv_usec) / 1e3;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        std::fputs("usage: quorvel-calls <trace> <image>\n", stderr);
+        return 2;
+    }
+    const std::vector<call> calls = read_trace(argv[1]);
+    const int image = ::open(argv[2], O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    std::size_t largest = 1;
+    for (const call& one : calls)
+        largest = std::max(largest, one.count);
+    std::vector<char> buffer(largest, ' ');
+
+    rusage before{};
+    rusage after{};
+    ::getrusage(RUSAGE_SELF, &before);
+    const bool made = image != -1 && !calls.empty() && make_calls(calls, image, buffer);
+    ::getrusage(RUSAGE_SELF, &after);
+    if (!made) {
+        std::fputs("quorvel-calls: can't make the calls\n", stderr);
+        return 1;
+    }
+    std::fprintf(stderr, "%zu %.3f %.3f\n", calls.size(),
+                 milliseconds(before.ru_utime, after.ru_utime),
+                 milliseconds(before.ru_stime, after.ru_stime));
+    return 0;
+}
