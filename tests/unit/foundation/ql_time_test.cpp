@@ -502,10 +502,9 @@ TEST(FormatDateTime, ResultTellsWhetherTheStampIsValid) {
     std::exit(0);
 }
 
+// GoogleTest runs suites of this name first, ahead of all tests that read the zone.
 class TimeZoneDeathTest : public testing::Test {
 protected:
-    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-
     // What a process shows of the stamp when its host lies in `zone`.
     void expect_in_zone(const char* zone, std::uint64_t ticks, const std::string& expected) {
         SCOPED_TRACE(zone);
