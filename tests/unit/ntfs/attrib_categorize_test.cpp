@@ -855,6 +855,18 @@ TEST(AttribCategorize, WalkOfAnExtensionEndsAtItsEndMarkerAndAtLengthZero) {
     }
 }
 
+TEST(AttribCategorize, WalkOfAnExtensionEndsWithItsRecord) {
+    support::ntfs_image image;
+    auto& extension = image.entry(65);
+    extension.base(file_reference(64, 1)).stream(u"long", "x").id(3).edit(4, 1024 - 56, 4);
+    image.entry(64).attribute_list({{.type = 0x80, .record = file_reference(65, 1), .id = 3},
+                                    {.type = 0x80, .record = file_reference(65, 1), .id = 4}});
+    open_volume volume(image);
+    const pass_result pass = categorized(volume, 64);
+    ASSERT_THAT(labels_of(pass.store), ElementsAre(Pair(key_of(3, 0x80), "ads")));
+    EXPECT_THAT(pass.store.attributes.at(key_of(3, 0x80)).raw, SizeIs(1024 - 56));
+}
+
 TEST(AttribCategorize, ListOfAnExtensionIsNotExpanded) {
     support::ntfs_image image;
     image.entry(66).base(file_reference(64, 1)).data("x").id(0);

@@ -320,6 +320,14 @@ TEST(PathLookup, RootWithoutAnIndexHasNoneFound) {
               "->inode not found for \\temp\n");
 }
 
+TEST(PathLookup, RootWithAnEmptyIndexHasNoneFound) {
+    ntfs_image image = sample();
+    image.index(5).put_in_root(16 + 4, 4096, 4);  // a length that is taken for an empty node
+    open_volume volume(image);
+    EXPECT_THAT(look_up(volume, L"\\temp").trace,
+                testing::HasSubstr("->info: get children nodes\n->info: none found\n"));
+}
+
 TEST(PathLookup, PathsThatLeadToOneEntry) {
     const struct {
         const wchar_t* path;
@@ -487,6 +495,9 @@ TEST(PathLookup, SnapshotPrefixIsTakenOff) {
 
 TEST(PathLookup, OtherDeviceNamesAreNoPrefix) {
     open_volume volume(sample());
+    const std::wstring plain = L"\\" + std::wstring(60, L'd');
+    EXPECT_THAT(look_up(volume, plain).trace,
+                testing::StartsWith("->anal: " + ql::to_utf8(plain) + "\n"));
     const std::wstring device = L"\\\\.\\" + std::wstring(44, L'd');
     const lookup found = look_up(volume, device + L"\\temp");
     EXPECT_FALSE(found.result);

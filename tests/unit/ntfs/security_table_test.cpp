@@ -162,6 +162,28 @@ TEST(SecurityTable, VolumeWithoutDescriptorsOpens) {
     EXPECT_EQ(ids_after_open(other_name), id_list{});
 }
 
+TEST(SecurityTable, StreamWithoutBytesIsNone) {
+    ntfs_image image;
+    set_bitmap_security(image, 0x100);
+    image.entry(9).stream(u"$SDS", "");
+    EXPECT_EQ(ids_after_open(image), id_list{});
+}
+
+TEST(SecurityTable, IsNotLoadedForAVolumeThatIsNotValidated) {
+    image_volume volume(secured_volume().build());
+    ASSERT_TRUE(volume.validate());
+    volume.ntfs.m_security_table.clear();
+    volume.ntfs.m_Validated = false;
+    ntfs_image image;
+    const byte_list record =
+        image.entry(30).standard_information({.security_id = 0x100}).build_before_fixup();
+    NTFS_INODE_INFO info;
+    volume.ntfs.parse_inode(record, info, 30, false);
+    EXPECT_EQ(info.security_text, "");
+    EXPECT_FALSE(volume.ntfs.load_security_table());
+    EXPECT_TRUE(volume.ntfs.m_security_table.empty());
+}
+
 TEST(SecurityTable, ResidentStreamIsRead) {
     ntfs_image image;
     set_bitmap_security(image, 0x100);
