@@ -39,16 +39,20 @@ need() {
         apt-get install -q -y --no-install-recommends $missing
 }
 
-# unpack_bare_debian <folder>: makes the folder anew, with a Debian 12 of essential packages in it.
-# Asks the network once; what it gave is kept in build/package/bare-root.tar. Takes mmdebstrap, and
-# root or $as_root.
+# What mmdebstrap gave of a Debian 12 with nothing but the essential packages.
+bare_tar=build/package/bare-root.tar
+
+# True when there is a bare Debian 12 to unpack. Asks the network for it once; takes mmdebstrap.
+have_bare_debian() {
+    [ ! -f "$bare_tar" ] || return 0
+    mkdir -p build/package
+    mmdebstrap --variant=minbase bookworm "$bare_tar.part" && mv "$bare_tar.part" "$bare_tar"
+}
+
+# unpack_bare_debian <folder>: makes the folder anew, with a bare Debian 12 in it. Takes mmdebstrap,
+# and root or $as_root.
 unpack_bare_debian() {
-    bare_tar=build/package/bare-root.tar
-    if [ ! -f "$bare_tar" ]; then
-        mkdir -p build/package
-        run mmdebstrap --variant=minbase bookworm "$bare_tar.part"
-        mv "$bare_tar.part" "$bare_tar"
-    fi
+    have_bare_debian || fail "mmdebstrap makes no Debian 12 here"
     ${as_root:-} rm -rf --one-file-system "$1"
     mkdir -p "$1"
     run ${as_root:-} tar -x --numeric-owner -f "$bare_tar" -C "$1"
