@@ -134,7 +134,7 @@ bool decode_mft_runs(ql::bytes list, std::vector<NTFS_DATA>& out, std::uint32_t 
     const std::size_t count_before = out.size();
     std::uint64_t lcn = 0;
     std::size_t at = 0;
-    for (unsigned header; (header = ql::le8(list, at)) != 0;) {
+    for (unsigned header = ql::le8(list, at); header != 0; header = ql::le8(list, at)) {
         const unsigned length_width = header & 0x0fu;
         const unsigned offset_width = header >> 4;
         lcn = read_step(list, at + 1 + length_width, offset_width).apply(lcn);

@@ -97,7 +97,7 @@ void CNtfs::compute_geometry() {
         m_mft_cluster_per_record_fixed =
             static_cast<std::uint32_t>(divided(m_mft_record_size, cluster_size()));
     } else {
-        m_mft_cluster_per_record_fixed = static_cast<std::uint32_t>(record_field);
+        m_mft_cluster_per_record_fixed = static_cast<std::uint8_t>(record_field);
         m_mft_record_size = cluster_size() * m_mft_cluster_per_record_fixed;
     }
     m_sectors_per_cluster = m_boot.sectors_per_cluster();
