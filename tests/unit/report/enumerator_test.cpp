@@ -224,6 +224,26 @@ TEST_F(Enumerator, UnreadableEntryGivesNoOutputAtAll) {
     EXPECT_FALSE(result);
 }
 
+TEST_F(Enumerator, RecordsAboveTheSourceGiveNoOutputAtAll) {
+    volume.file(root, u"f", 64).data("");
+    const std::unique_ptr<CNtfs> ntfs = open();
+    opts.directory = L"\\f";
+    opts.dir_entry_num = 64;
+    ntfs->m_mft_record_size = 0x80000000;
+    EXPECT_FALSE(report_directory(opts, *ntfs));
+    EXPECT_EQ(written(), "");
+}
+
+TEST_F(Enumerator, ListingGoesNowhereWithoutAnOutput) {
+    volume.file(root, u"f", 64).data("");
+    opts.out = nullptr;
+    for (const std::uint8_t xml : {std::uint8_t{0}, std::uint8_t{1}}) {
+        opts.xml = xml;
+        EXPECT_EQ(report(L"\\f", 64), "");
+        EXPECT_TRUE(result);
+    }
+}
+
 TEST_F(Enumerator, EntryWithoutANameHasNoItems) {
     volume.directory(root, u"dir", 40).remove(support::type::file_name);
     volume.file(40, u"child", 64);

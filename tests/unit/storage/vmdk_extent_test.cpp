@@ -204,6 +204,17 @@ TEST(VmdkExtent, DestructionClosesTheFile) {
     EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
 }
 
+TEST(VmdkExtent, WriteAccessDecidesTheModeOfTheDescriptor) {
+    const temp_dir dir;
+    const std::wstring path = widened(sound().save(dir.file("disk.vmdk")));
+    for (const bool write : {false, true}) {
+        SCOPED_TRACE(write);
+        vmdk_extent extent;
+        EXPECT_TRUE(extent.open(path, write));
+        EXPECT_EQ(::fcntl(extent.fd, F_GETFL) & O_ACCMODE, write ? O_RDWR : O_RDONLY);
+    }
+}
+
 // --- the first sector ---
 
 TEST(VmdkExtentPartitions, TableInTheFirstSectorIsListed) {
@@ -330,7 +341,8 @@ TEST(VmdkDamage, OtherFilesAreRefused) {
     for (const std::string& path :
          {dir.file("missing"), std::string(), dir.path(), dir.write("empty", ""),
           dir.write("short", "KDM"), dir.write("magic", "KDMV"),
-          dir.write("text", "# Disk DescriptorFile\nCID=1\n")}) {
+          dir.write("text", "# Disk DescriptorFile\nCID=1\n"),
+          std::string("/proc/version")}) {  // which can't seek
         SCOPED_TRACE(path);
         vmdk_extent extent;
         EXPECT_FALSE(extent.open(widened(path), false));
