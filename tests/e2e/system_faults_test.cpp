@@ -114,6 +114,16 @@ TEST_F(SystemFaults, SourceWithoutReadsHasNoPartitions) {
         .expect_bare(status_failed, "", reported("couldn't find any partitions on disk\n"));
 }
 
+// The scan of the disk misses its first sector; the test for a bare volume, which reads it again,
+// finds one and takes it from the start, whatever offset was asked for.
+TEST_F(SystemFaults, BareVolumeIsFoundBehindAFirstReadThatFails) {
+    for (const char* offset : {"0", "0x200"}) {
+        whole_run(listing({"-filepath_only", "-offset", offset}),
+                  with_faults({{.call = "read", .path = "volume.dd", .effect = "EIO", .last = 1}}))
+            .expect_bare(0, paths("abcde"), terminal_clearing);
+    }
+}
+
 // Whichever read fails, what is listed is a part of what is there.
 TEST_F(SystemFaults, AnySingleReadThatFailsCostsAPartAtMost) {
     std::set<std::string> sound;
