@@ -867,6 +867,18 @@ TEST(AttribCategorize, WalkOfAnExtensionEndsWithItsRecord) {
     EXPECT_THAT(pass.store.attributes.at(key_of(3, 0x80)).raw, SizeIs(1024 - 56));
 }
 
+TEST(AttribCategorize, AttributeBehindTheEndOfAnExtensionEndsItsWalk) {
+    support::ntfs_image image;
+    auto& extension = image.entry(65);
+    extension.keep_order().base(file_reference(64, 1)).stream(u"in front", "x").id(3);
+    extension.stream(u"too long", "x").id(4).edit(4, 1020, 4);
+    image.entry(64).attribute_list({{.type = 0x80, .record = file_reference(65, 1), .id = 3},
+                                    {.type = 0x80, .record = file_reference(65, 1), .id = 4}});
+    open_volume volume(image);
+    EXPECT_THAT(labels_of(categorized(volume, 64).store),
+                ElementsAre(Pair(key_of(3, 0x80), "ads")));
+}
+
 TEST(AttribCategorize, ListOfAnExtensionIsNotExpanded) {
     support::ntfs_image image;
     image.entry(66).base(file_reference(64, 1)).data("x").id(0);
