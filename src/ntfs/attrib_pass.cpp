@@ -108,6 +108,7 @@ bool attrib_pass::run(std::uint64_t inode, std::uint32_t record_size) {
 void attrib_pass::forget() {
     m_seen_unnamed_data = false;
     m_extensions.clear();
+    m_listed.clear();
     m_lists.clear();
     m_std_infos.clear();
     m_file_names.clear();
@@ -262,13 +263,17 @@ const std::vector<std::uint8_t>* attrib_pass::extension(std::uint64_t entry) {
 }
 
 // Takes each attribute of `record` that has the type and the id of a list entry. Nobody compares
-// sequence numbers: a record that was used again may add attributes.
+// sequence numbers: a record that was used again may add attributes. A list that names an attribute
+// again adds nothing: its runs could be joined over and over, to more than the source holds.
 void attrib_pass::take_listed(const list_entry& entry, ql::bytes record) {
     record_attrib attribute = first_attrib(record);
     if (attribute.length() >= m_record_size) return;
     std::int64_t left = m_record_size;
     while (left > 0 && attribute.type() != attrib_type::end && attribute.length() != 0) {
-        if (attribute.type() == entry.type() && attribute.id() == entry.id()) take(attribute);
+        if (attribute.type() == entry.type() && attribute.id() == entry.id() &&
+            m_listed.insert(record.data() + attribute.at).second) {
+            take(attribute);
+        }
         left -= attribute.length();
         attribute.at += attribute.length();
     }

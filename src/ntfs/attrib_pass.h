@@ -10,6 +10,7 @@
 #include <map>
 #include <memory_resource>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -108,7 +109,8 @@ private:
     bool m_seen_unnamed_data = false;
     std::vector<std::uint8_t> m_base;
     std::map<std::uint64_t, std::vector<std::uint8_t>> m_extensions;  // by entry number
-    std::vector<record_attrib> m_lists;                               // of the base record
+    std::set<const std::uint8_t*> m_listed;  // attributes in them that were taken
+    std::vector<record_attrib> m_lists;      // of the base record
 
     // The maps of an ordinary entry fit into this; those of others go on in the heap.
     std::array<std::byte, 2048> m_arena_bytes;

@@ -323,6 +323,20 @@ TEST(AttribRows, UnknownTypesKeepTheirType) {
     EXPECT_EQ(ql::le32(rows[2].body, 0), 3u);
 }
 
+TEST(AttribRows, AttributeThatAListNamesAgainAddsNoRuns) {
+    // From the second time on its runs would lie at other clusters of the joined list than before.
+    support::ntfs_image image;
+    image.entry(65)
+        .base(file_reference(64, 1))
+        .data_runs({{100, 2}, {200, 2}, {300, 2}}, {.start_vcn = 1})
+        .id(3);
+    image.entry(64).attribute_list(std::vector<support::list_entry>(
+        20, {.type = 0x80, .record = file_reference(65, 1), .id = 3}));
+    const auto rows = rows_of(image);
+    ASSERT_THAT(rows, SizeIs(2));
+    EXPECT_THAT(rows[1].runs, SizeIs(3));
+}
+
 TEST(AttribRows, SplitUnnamedDataIsOneRowWithTheSizesOfItsFirstPart) {
     support::ntfs_image image;
     image.entry(65)
