@@ -11,12 +11,14 @@
 //   4  volume offset in sectors of 512 bytes; 0 for none
 //   5  directory, see the table
 //
-// Two behaviours of the program have no bound, and inputs that show them are left out. They are
-// found by going the same way with a bound beforehand:
+// Three behaviours of the program have no bound, and inputs that show them are left out. Two are
+// found by going the same way with a bound beforehand; the third is never asked for:
 //   - links that lead to each other restart the look-up of a path for ever. The look-up traces each
 //     restart; one that restarts more than 200 times is not run.
 //   - a cycle of parents under -mft is climbed for ever. The climb is made here with the entries on
 //     the way noted; one that meets an entry again is not run.
+//   - directories that hold each other are listed down to the level asked for, however often they
+//     come back. No run asks for more than five levels.
 #include <array>
 #include <sstream>
 
