@@ -232,7 +232,7 @@ void format_guid(std::string& out, const std::uint8_t* bytes16) {
 }
 
 bool is_xml_text(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), is_xml_char);
+    return std::all_of(text.begin(), text.end(), [](char c) { return is_xml_char(c); });
 }
 
 void xml_escape(std::string& out, std::string_view text) {

@@ -180,11 +180,15 @@ void put_styled_date(short_text& out, const _windows_systemtime& fields, date_st
     }
 }
 
-void put_styled_time(short_text& out, const clock_time& clock, date_style style) {
-    put_clock(out, clock);
-    out.put(':');
-    out.put_two(clock.second);
-    put_fraction(out, clock.nanosecond, style.fraction_digits());
+// The time of day under a style. All of it is composed in one function, so that the compiler knows
+// each place in the text.
+void set_styled_time(std::string& out, const clock_time& clock, date_style style) {
+    short_text text;
+    put_clock(text, clock);
+    text.put(':');
+    text.put_two(clock.second);
+    put_fraction(text, clock.nanosecond, style.fraction_digits());
+    text.copy_to(out);
 }
 
 bool holds(const std::string& format, const char* part) {
@@ -335,11 +339,10 @@ std::uint32_t date_time_strings(std::string& date_out, std::string& time_out, co
         format_date_time(date_out, time_out, t, "yyyy-mm-dd", "hh:mm:ss.xxx");
         return 0;
     }
-    short_text date_text, time_text;
+    short_text date_text;
     put_styled_date(date_text, t.system_time, style);
     date_text.copy_to(date_out);
-    put_styled_time(time_text, clock_of(t.system_time), style);
-    time_text.copy_to(time_out);
+    set_styled_time(time_out, clock_of(t.system_time), style);
     return t.valid;
 }
 
@@ -359,9 +362,7 @@ void render_date(std::string& out, std::uint64_t filetime, date_style style) {
 }
 
 void render_time(std::string& out, std::uint64_t filetime, date_style style) {
-    short_text text;
-    put_styled_time(text, clock_of(filetime), style);
-    text.copy_to(out);
+    set_styled_time(out, clock_of(filetime), style);
 }
 
 std::uint8_t format_date_time(std::string& date_out, std::string& time_out, const time& t,
