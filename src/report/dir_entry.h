@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // One $FILE_NAME of a listed entry.
@@ -18,7 +19,7 @@ struct fn_entry {
     std::wstring name;
     std::uint8_t is_short = 0;   // the DOS name
     std::uint8_t time_null = 0;  // one of the four stamps is 0
-    std::string comment;         // "fn:time null" then
+    std::string_view comment;    // "fn:time null" then
 };
 
 // What a row stands for.

@@ -33,7 +33,7 @@ void read_name_stamps(ql::bytes value, fn_entry& out) {
 
 void read_name(const NTFS_NAME_ENTRY& name, fn_entry& out) {
     out.time_null = 0;
-    out.comment.clear();
+    out.comment = {};
     read_name_stamps(name.file_name_body, out);
     out.name = name.name;
     out.is_short = name.is_dos_name;
