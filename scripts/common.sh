@@ -46,7 +46,7 @@ bare_tar=build/package/bare-root.tar
 have_bare_debian() {
     [ ! -f "$bare_tar" ] || return 0
     mkdir -p build/package
-    mmdebstrap --variant=minbase bookworm "$bare_tar.part" && mv "$bare_tar.part" "$bare_tar"
+    mmdebstrap --variant=minbase --format=tar bookworm "$bare_tar.part" && mv "$bare_tar.part" "$bare_tar"
 }
 
 # unpack_bare_debian <folder>: makes the folder anew, with a bare Debian 12 in it. Takes mmdebstrap,
