@@ -70,8 +70,8 @@ public:
     // Reads whole clusters from `lcn` on. False unless validated, and for a `count` that is no
     // whole number of clusters.
     bool read_clusters(std::uint64_t lcn, void* buffer, std::uint32_t& count);
-    // True when the source is large enough to hold `size` bytes, and there is memory for them. Sizes
-    // that come from the disk are tested by this before memory is taken for them.
+    // True when the source is large enough to hold `size` bytes, and there is memory for them.
+    // Sizes that come from the disk are tested by this before memory is taken for them.
     bool fits_source(std::uint64_t size) const;
 
     // --- file records (mft_records.cpp) ---
