@@ -107,6 +107,13 @@ TEST_F(EntryRows, SizeIsTheAllocatedOneOfANonResidentAttribute) {
     EXPECT_EQ(text_rows(66), "1 c \\dir\\c 1311768467463790320\n");
 }
 
+TEST_F(EntryRows, SizeIsTheLengthOfAResidentValueAsItStands) {
+    volume.file(root, u"a", 64).data("abc").edit(16, 0xFFFFFFFF, 4);
+    volume.file(root, u"b", 65).stream(u"s", "abc").edit(16, 0x80000000, 4);
+    EXPECT_EQ(text_rows(64), "1 a \\dir\\a 4294967295\n");
+    EXPECT_EQ(text_rows(65), "1 b \\dir\\b 0\n4096 b:s \\dir\\b:s 2147483648\n");
+}
+
 TEST_F(EntryRows, NamedStreamsGetRowsOfTheirOwn) {
     volume.file(root, u"F.txt", 64)
         .data("abc")

@@ -368,6 +368,42 @@ TEST_F(Walk, DosNameOfASubdirectoryGivesNoSecondRow) {
               "\\b\\\n\\b\\4\n");
 }
 
+// Each of the two makes the rows of the whole entry, under its first name.
+TEST_F(Walk, SubdirectoryWithTwoNamesInOneDirectoryHasItsRowsTwice) {
+    volume.entry(43).stream(u"zone", "1");
+    volume.link(43, root, u"bb");
+    EXPECT_EQ(report(L"\\", root), "\\\n\\a\\\n\\b\\\n\\b:zone\n\\z\n");
+    opts.levels = 2;
+    EXPECT_EQ(report(L"\\", root),
+              "\\\n\\z\n"
+              "\\a\\\n\\a\\1\n\\a\\sub\\\n"
+              "\\b\\\n\\b\\\n\\b:zone\n\\b:zone\n\\b\\4\n");
+}
+
+TEST_F(Walk, SubdirectoryWithADosNameAloneHasNoRowAboveItsChildren) {
+    volume.directory(root, u"ONLY", 44, {.space = support::dos});
+    volume.file(44, u"child", 69).data("");
+    EXPECT_EQ(report(L"\\", root), "\\\n\\a\\\n\\b\\\n\\ONLY\\\n\\z\n");
+    opts.levels = 2;
+    EXPECT_EQ(report(L"\\", root),
+              "\\\n\\z\n"
+              "\\a\\\n\\a\\1\n\\a\\sub\\\n"
+              "\\b\\\n\\b\\4\n"
+              "\\ONLY\\child\n");
+}
+
+TEST_F(Walk, SubdirectoryIsOneByItsBitAloneWhateverTheOtherFlagsSay) {
+    opts.levels = 2;
+    for (const unsigned flags : {0x0002u, 0x000Bu, 0xFFFFu, 0xFFFEu}) {
+        SCOPED_TRACE(flags);
+        volume.entry(43).flags(static_cast<std::uint16_t>(flags));
+        EXPECT_EQ(report(L"\\", root),
+                  "\\\n\\z\n"
+                  "\\a\\\n\\a\\1\n\\a\\sub\\\n"
+                  "\\b\\\n\\b\\4\n");
+    }
+}
+
 TEST_F(Walk, DirectoryFilterOfTheRootTakesItsOwnFilesAlone) {
     ASSERT_TRUE(parse_filter_list(opts.filters, "/"));
     opts.levels = 3;
@@ -434,6 +470,27 @@ TEST_F(Walk, WriterIsChosenInOrder) {
     }
 }
 
+TEST_F(Walk, XmlStandsBehindCsvAndFormsWithoutRowsAndBeforeBarePaths) {
+    opts.xml = 1;
+    opts.filepath_only = 1;
+    EXPECT_NE(report(L"\\b", 43).find(">\n<data_entry><directory>\\b\\</directory>\n"),
+              std::string::npos);
+    EXPECT_EQ(opts.header_pending, 1);
+    for (std::uint8_t quorvel_opts::*form :
+         {&quorvel_opts::list_csvl2t, &quorvel_opts::list_bodyfile}) {
+        opts.*form = 1;
+        const std::string frame = report(L"\\b", 43);
+        EXPECT_EQ(frame.find("<data_entry>"), std::string::npos) << frame;
+        EXPECT_TRUE(frame.ends_with("\">\n</logdata>\n")) << frame;
+        opts.*form = 0;
+    }
+    opts.csv = 1;
+    const std::string csv = report(L"\\b", 43);
+    EXPECT_NE(csv.find("\">\ntype | filename | "), std::string::npos) << csv;
+    EXPECT_NE(csv.find("\nfile | \\b\\4 | "), std::string::npos) << csv;
+    EXPECT_EQ(csv.find("<data_entry>"), std::string::npos) << csv;
+}
+
 TEST_F(Walk, BarePathsClearThePendingHeader) {
     EXPECT_EQ(opts.header_pending, 1);
     report(L"\\", root);
@@ -481,6 +538,16 @@ TEST_F(Walk, ReadingSaysWhetherThereWasARecordOrAnIndex) {
     EXPECT_TRUE(entries.empty());
     EXPECT_TRUE(read_directory_entries(*ntfs, L"\\file", 51, entries, false, opts));
     EXPECT_EQ(entries.size(), 1u);
+}
+
+TEST_F(Walk, ReadingANamelessDirectoryGivesItsChildren) {
+    volume.directory(root, u"nameless", 50).remove(support::type::file_name);
+    volume.file(50, u"child", 51);
+    const std::unique_ptr<CNtfs> ntfs = open();
+    dir_entry_set entries;
+    EXPECT_TRUE(read_directory_entries(*ntfs, L"\\nameless", 50, entries, false, opts));
+    ASSERT_EQ(entries.size(), 1u);
+    EXPECT_EQ(entries.begin()->full_path, L"\\nameless\\child");
 }
 
 // Runs `work` on a thread with a stack of `size` bytes.

@@ -71,6 +71,18 @@ TEST_F(TextListing, HeaderGoesOutOnceForAllListings) {
     EXPECT_EQ(list(), file_row("1290", "c:\\data\\a"));
 }
 
+TEST_F(TextListing, HeaderGoesByItsOwnFlagAlone) {
+    add(make_file(L"a"));
+    opts.header_pending = 0;
+    csv_header_pending = false;
+    EXPECT_EQ(list(), header + file_row("1290", "c:\\data\\a"));
+    opts.header_pending = 1;
+    csv_header_pending = true;
+    EXPECT_EQ(list(), file_row("1290", "c:\\data\\a"));
+    EXPECT_EQ(opts.header_pending, 1);
+    EXPECT_TRUE(csv_header_pending);
+}
+
 TEST_F(TextListing, EmptySetGivesItsLineAndLeavesTheHeaderPending) {
     recurse_list.insert(make_directory(L"old"));
     EXPECT_EQ(list(), "no items in directory\n");
@@ -330,6 +342,17 @@ TEST_F(TextListing, ObjectIdStandsOnlyWhereThereIsOneAndWasAskedFor) {
         plain.substr(0, plain.size() - 1) + "  [objid 03020100-0504-0706-0809-0a0b0c0d0e0f]\n";
     EXPECT_EQ(rows(true), with_id + file_row("1290", "c:\\data\\b"));
     EXPECT_EQ(rows(false), plain + file_row("1290", "c:\\data\\b"));
+}
+
+TEST_F(TextListing, OneByteMakesAnObjectId) {
+    for (std::size_t place = 0; place < 16; ++place) {
+        SCOPED_TRACE(place);
+        opts.entries.clear();
+        dir_entry file = make_file(L"a");
+        file.object_id[place] = 1;
+        add(file);
+        EXPECT_NE(rows(true).find("a  [objid 0"), std::string::npos);
+    }
 }
 
 TEST_F(TextListing, LargeNumbersPushTheColumns) {
