@@ -7,7 +7,6 @@ namespace {
 
 constexpr std::size_t least_size = 512;              // bytes of a first sector
 constexpr std::size_t superblock_least_size = 2048;  // with a superblock at byte 1024
-constexpr std::uint16_t ext_magic = 0xef53;
 
 constexpr std::uint16_t type_fat16 = 4;
 constexpr std::uint16_t type_ntfs = 7;  // also exFAT and BitLocker
@@ -86,7 +85,7 @@ bool detect_by_first_sector(partition_record& record, ql::bytes data) {
         fill_fat32(record, data);
     } else if (ql::has_text(data, 54, "FAT16")) {
         fill_fat16(record, data);
-    } else if (ql::le16(data, 56) == ext_magic) {
+    } else if (has_ext_superblock(data, 0)) {
         fill_ext(record, data);
     } else {
         return false;
@@ -98,7 +97,7 @@ bool detect_by_first_sector(partition_record& record, ql::bytes data) {
 // with neither version behind it, leaves the type of HFS and is no known file system.
 bool detect_by_superblock(partition_record& record, ql::bytes data) {
     if (data.size() < superblock_least_size) return false;
-    if (ql::le16(data, 1080) == ext_magic) {
+    if (has_ext_superblock(data, 1024)) {
         record.m_partition_type = type_linux;
         return true;
     }

@@ -4,14 +4,13 @@
 #include <vector>
 
 #include "foundation/ql_string.h"
-#include "storage/partition_table.h"
+#include "storage/partition_walk.h"
 #include "storage/ql_disk_structs.h"
 #include "storage/raw_disk.h"
 
 namespace {
 
 constexpr std::uint32_t start_size = 32768;  // bytes of the disk in which the sector size shows
-constexpr std::uint32_t largest_sector_size = 16384;
 constexpr std::uint32_t header_size = 512;
 constexpr std::uint32_t read_entry_size = 128;  // bytes of an entry that are looked at
 constexpr std::uint32_t least_first_sector = 512;
@@ -54,15 +53,12 @@ bool is_unused(const gpt_entry& entry) {
     return ql::le64(entry, 0) == 0 && ql::le64(entry, 8) == 0;
 }
 
-// The sector size is that at whose end the first signature stands. 0 for none.
+// The first signature tells the sector size. 0 when there is none or nothing can be read.
 std::uint32_t find_sector_size(CRawDisk& disk) {
     std::vector<std::uint8_t> start(start_size);
     std::uint32_t count = start_size;
     if (!disk.read_bytes(start.data(), count, 0)) return 0;
-    for (std::uint32_t size = 512; size <= largest_sector_size; size *= 2) {
-        if (ql::le16(start, size - 2) == boot_signature) return size;
-    }
-    return 0;
+    return signed_sector_size(start, default_sector_size, largest_sector_size);
 }
 
 bool read_header(CRawDisk& disk, std::uint32_t sector_size, gpt_header& header,

@@ -9,7 +9,6 @@ namespace {
 
 constexpr std::uint64_t lost_record_limit = 0x100000;  // bytes; one sector behind it is looked at
 constexpr std::uint64_t classic_first_sector = 63;
-constexpr std::uint16_t ext_magic = 0xef53;
 
 bool read_record_at(CRawDisk& disk, std::uint64_t position, record_bytes& record) {
     record.fill(0);  // the sector at the end of a cut image may come short
@@ -75,7 +74,7 @@ bool scan_partitions(CRawDisk& disk, partition_list& list, bool forced, bool lis
     if (!disk.read_bytes(data.data(), count, 0)) return false;
 
     disk_start start = classify_start(data, data.size());
-    if (start.form == start_form::unknown && ql::le16(data, 1080) == ext_magic) {
+    if (start.form == start_form::unknown && has_ext_superblock(data, 1024)) {
         start.form = start_form::ext_superblock;
     }
     if (start.form == start_form::unknown && !forced) return false;

@@ -15,14 +15,19 @@ void append_entry(partition_list& list, const boot_record_entry& entry, std::uin
 
 }  // namespace
 
+std::uint32_t signed_sector_size(ql::bytes data, std::uint32_t smallest, std::uint64_t largest) {
+    for (std::uint32_t size = smallest; size <= largest; size *= 2) {
+        if (ql::le16(data, size - 2) == boot_signature) return size;
+    }
+    return 0;
+}
+
 disk_start classify_start(ql::bytes data, std::uint64_t largest) {
     if (is_boot_record(data)) return {start_form::table, default_sector_size};
     if (has_fs_name(data)) return {start_form::volume, default_sector_size};
     const std::uint64_t limit = std::min<std::uint64_t>(largest, largest_sector_size);
-    for (std::uint32_t size = 2 * default_sector_size; size <= limit; size *= 2) {
-        if (ql::le16(data, size - 2) == boot_signature) return {start_form::table, size};
-    }
-    return {};
+    const std::uint32_t size = signed_sector_size(data, 2 * default_sector_size, limit);
+    return size != 0 ? disk_start{start_form::table, size} : disk_start{};
 }
 
 primary_walk walk_primaries(ql::bytes record, std::uint32_t sector_size, partition_list& list,

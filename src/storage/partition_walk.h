@@ -25,6 +25,10 @@ struct disk_start {
     std::uint32_t sector_size = default_sector_size;
 };
 
+// The sector size at whose end the signature of a boot record stands: `smallest`, or twice that,
+// and so on up to `largest`. 0 for none.
+std::uint32_t signed_sector_size(ql::bytes data, std::uint32_t smallest, std::uint64_t largest);
+
 // What stands at the start of a disk: a table, a volume or neither. A table of larger sectors keeps
 // its entries at byte 446 and has the signature at the end of the sector; sizes up to `largest` are
 // tried.

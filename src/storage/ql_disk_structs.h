@@ -43,15 +43,22 @@ bool scan_partitions(CRawDisk& disk, partition_list& list, bool forced, bool lis
 // The same on the first bytes of a disk in memory. GPT is not looked at.
 bool scan_partitions_in_buffer(ql::bytes data, partition_list& list, bool forced, bool list_all);
 
-// Scans a GUID partition table. Neither its signature nor a CRC is checked.
+// Scans a GUID partition table. Neither its signature nor a CRC is checked. `list_all` has no
+// effect. False when no sector size or no header is found, when an entry or the start of its
+// partition can't be read, and when no entry is used.
 bool scan_gpt(CRawDisk& disk, partition_list& list, bool list_all);
 
-// True when the eight bytes at `offset` + 3 are "NTFS    ".
+// True when a superblock of an ext file system starts at `at`: its magic number is the u16 at 56.
+inline bool has_ext_superblock(ql::bytes data, std::size_t at) {
+    return ql::le16(data, at + 56) == 0xef53;
+}
+
+// True when the eight bytes at `offset` + 3 are "NTFS    ". False also when they can't be read.
 bool has_ntfs_boot_sector(CRawDisk& disk, std::uint64_t offset);
 
 // Looks at the first sector of a partition and writes the file system that it shows into `record`:
-// type, sector size, name. `data` is its start, at least 512 bytes; fewer give false. False when
-// no known file system is there.
+// type, name, cluster and sector size, serial number, a missing number of sectors. `data` is its
+// start, at least 512 bytes; fewer give false. False when no known file system is there.
 bool detect_file_system(partition_record& record, ql::bytes data);
 
 // The name of a partition type for the list of volumes, "unk" if there is none. " [guess]" is

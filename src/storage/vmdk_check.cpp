@@ -107,7 +107,7 @@ private:
         const char separator = is_windows ? '\\' : '/';
         const bool has_folder = child.parent_file_hint.find(separator) != std::string::npos;
         std::wstring path = has_folder ? L"" : m_prefix;
-        path += without_quotes(child.parent_file_hint);
+        path += ql::to_wide(child.parent_file_hint);
         ql::remove_char(path, L'"');
         return path;
     }
