@@ -5,6 +5,7 @@
 
 #include "e2e/report_head.h"
 #include "e2e/rich_volume.h"
+#include "support/partition_image.h"
 
 namespace {
 
@@ -253,6 +254,20 @@ TEST_F(CsvReport, HeaderStandsOnceOverAllDirectories) {
     all.push_back({"file", "\\docs\\sub\\deep\\end.txt", 0, 0x20, 47, 1, 1, usual, usual, {}});
     EXPECT_EQ(run({"-csv", "-level", "9"}), report_text(all, {}));
     EXPECT_EQ(run({"-csv", "-level", "9", "-alldates"}), report_text(all, {.all = true}));
+}
+
+TEST_F(CsvReport, SubdirectoriesOfAVolumeInsideADisk) {
+    constexpr std::uint64_t mib = 1024 * 1024;
+    support::byte_image disk(3 * mib);
+    support::put_boot_record(disk, 0, {{7, 2048, 4096}});
+    support::embed(disk, mib, e2e::rich_volume().build());
+    std::vector<csv_row> rows = docs;
+    rows.push_back({"dir", "\\docs\\sub\\deep\\", 0, 0, 46, 1, 3, usual, usual, {}});
+    rows.push_back({"file", "\\docs\\sub\\other name.txt", 4, 0x20, 48, 1, 1, usual, usual, {}});
+    rows.push_back({"file", "\\docs\\sub\\x&<y>\".txt", 0, 0x20, 44, 1, 1, no_stamps, usual, {}});
+    EXPECT_EQ(list({"\\docs", "-image", disk.save(image.file("disk.dd")), "-offset", "0x100000",
+                    "-csv", "-level", "1"}),
+              report_text(rows, {}));
 }
 
 TEST_F(CsvReport, IndexStreams) {
