@@ -5,6 +5,8 @@
 // structure gives zeros and never a neighbour's bytes.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -63,6 +65,28 @@ constexpr bytes clip(bytes b, std::size_t at, std::size_t count = SIZE_MAX) {
     if (at >= b.size()) return {};
     const std::size_t left = b.size() - at;
     return b.subspan(at, count < left ? count : left);
+}
+
+// The first bytes of `from`, as many as `out` holds; what `from` lacks stays as it is.
+template <std::size_t size>
+void copy_start(bytes from, std::array<std::uint8_t, size>& out) {
+    const bytes start = clip(from, 0, size);
+    std::copy(start.begin(), start.end(), out.begin());
+}
+
+// The same, with zeros for what `from` lacks.
+template <std::size_t size>
+void copy_with_zeros(bytes from, std::array<std::uint8_t, size>& out) {
+    copy_start(from, out);
+    if (from.size() < size) {
+        std::fill(out.begin() + static_cast<std::ptrdiff_t>(from.size()), out.end(),
+                  std::uint8_t{0});
+    }
+}
+
+// `dividend` / `divisor`; 0 for a divisor of 0, which a size from a disk may be.
+constexpr std::uint64_t quotient(std::uint64_t dividend, std::uint64_t divisor) {
+    return divisor == 0 ? 0 : dividend / divisor;
 }
 
 // True when the bytes at `at` are those of `text`; false when they run past the end of `b`.

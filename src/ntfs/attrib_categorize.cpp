@@ -18,7 +18,7 @@ bool has_null_time(ql::bytes value, std::size_t at) {
 
 NTFS_STD_INFO_ITEM std_info_item(const record_attrib& attribute) {
     NTFS_STD_INFO_ITEM item;
-    copy_start(attribute.value(), item.value);
+    ql::copy_start(attribute.value(), item.value);
     item.time_warning = has_null_time(item.value, 0);
     if (item.time_warning) item.warning = "null";
     return item;
@@ -26,7 +26,7 @@ NTFS_STD_INFO_ITEM std_info_item(const record_attrib& attribute) {
 
 NTFS_FILE_NAME_ITEM file_name_item(const record_attrib& attribute, std::uint64_t inode) {
     NTFS_FILE_NAME_ITEM item;
-    copy_start(attribute.value_to_record_end(), item.value);
+    ql::copy_start(attribute.value_to_record_end(), item.value);
     item.name = file_name_of(attribute);
     item.is_dos_name = item.value[65] == 2;
     item.time_warning = has_null_time(item.value, 8);
@@ -83,7 +83,7 @@ std::string volume_version_text(ql::bytes value) {
 
 std::string object_id_text(ql::bytes value) {
     std::array<std::uint8_t, 16> id{};
-    copy_start(value, id);
+    ql::copy_start(value, id);
     std::string text;
     ql::format_guid(text, id.data());
     return text;
@@ -140,7 +140,7 @@ bool CNtfs::categorize_entry(NTFS_ENTRY_STORE& store, mft_entries_ctx& ctx, std:
     const file_record head{pass.base_record()};
     store.inode = inode;
     store.sequence = head.sequence_number();
-    copy_start(head.record, store.header);
+    ql::copy_start(head.record, store.header);
     store.base_ref = head.base_ref();
     store.has_base = store.base_ref != 0;
     for (const auto& [id, attribute] : pass.std_infos()) {

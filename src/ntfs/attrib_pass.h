@@ -4,7 +4,6 @@
 // until its next run. Stores and rows are built from it.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <map>
@@ -126,23 +125,6 @@ std::wstring attribute_name(const record_attrib& attribute);
 
 // The value of an unnamed $VOLUME_NAME attribute in UTF-8; empty when it is not resident.
 std::string volume_name_value(const record_attrib& attribute);
-
-// The first bytes of `from`, as many as `out` holds; what `from` lacks stays as it is.
-template <std::size_t size>
-void copy_start(ql::bytes from, std::array<std::uint8_t, size>& out) {
-    const ql::bytes start = ql::clip(from, 0, size);
-    std::copy(start.begin(), start.end(), out.begin());
-}
-
-// The same, with zeros for what `from` lacks.
-template <std::size_t size>
-void copy_with_zeros(ql::bytes from, std::array<std::uint8_t, size>& out) {
-    copy_start(from, out);
-    if (from.size() < size) {
-        std::fill(out.begin() + static_cast<std::ptrdiff_t>(from.size()), out.end(),
-                  std::uint8_t{0});
-    }
-}
 
 // True when attribute_name is not empty.
 bool has_name(const record_attrib& attribute);

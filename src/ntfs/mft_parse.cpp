@@ -117,9 +117,7 @@ void mft_parser::take_security(const record_attrib& attribute) {
 void mft_parser::take_file_name(const record_attrib& attribute) {
     constexpr std::size_t real_size_offset = 48;
     const ql::bytes value = attribute.value_to_record_end();
-    for (std::size_t i = 0; i < m_out.file_name_body.size(); ++i) {
-        m_out.file_name_body[i] = ql::le8(value, i);
-    }
+    ql::copy_with_zeros(value, m_out.file_name_body);
     m_out.data_size = ql::le64(value, real_size_offset);
 }
 

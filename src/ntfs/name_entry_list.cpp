@@ -12,8 +12,8 @@ void read_name(const record_attrib& attribute, NTFS_NAME_ENTRY& entry) {
     read_file_name(attribute, entry.name);
     entry.parent_ref = ql::le64(value, 0);
     entry.is_dos_name = ql::le8(value, 65) == 2 ? 1 : 0;
-    copy_with_zeros(value, entry.file_name_body);
-    copy_with_zeros(attribute.from(0), entry.attrib_head);
+    ql::copy_with_zeros(value, entry.file_name_body);
+    ql::copy_with_zeros(attribute.from(0), entry.attrib_head);
     entry.record_number = file_record{attribute.record}.own_number();
 }
 

@@ -2,7 +2,6 @@
 
 #include <sys/mman.h>
 
-#include <algorithm>
 #include <utility>
 
 namespace {
@@ -19,10 +18,6 @@ bool fits_memory(std::uint64_t size) {
     return true;
 }
 
-std::uint64_t divided(std::uint64_t dividend, std::uint64_t divisor) {
-    return divisor == 0 ? 0 : dividend / divisor;
-}
-
 }  // namespace
 
 CNtfs::CNtfs(std::unique_ptr<CRawDisk> disk, std::uint64_t volume_offset, std::uint32_t kind)
@@ -34,7 +29,7 @@ CRawDisk* CNtfs::disk() const { return m_disk != nullptr && m_disk->ok ? m_disk.
 
 std::uint32_t CNtfs::clusters_per_4k() const {
     if (cluster_size() > 4096) return 1;
-    return static_cast<std::uint32_t>(divided(4096, cluster_size()));
+    return static_cast<std::uint32_t>(ql::quotient(4096, cluster_size()));
 }
 
 std::uint32_t CNtfs::blocks_per_cluster() const {
@@ -95,13 +90,13 @@ void CNtfs::compute_geometry() {
     if (record_field < 0) {
         m_mft_record_size = std::uint32_t{1} << static_cast<unsigned>(-record_field) % 32;
         m_mft_cluster_per_record_fixed =
-            static_cast<std::uint32_t>(divided(m_mft_record_size, cluster_size()));
+            static_cast<std::uint32_t>(ql::quotient(m_mft_record_size, cluster_size()));
     } else {
         m_mft_cluster_per_record_fixed = static_cast<std::uint8_t>(record_field);
         m_mft_record_size = cluster_size() * m_mft_cluster_per_record_fixed;
     }
     m_sectors_per_cluster = m_boot.sectors_per_cluster();
-    m_total_clusters = divided(m_boot.total_sectors(), m_sectors_per_cluster);
+    m_total_clusters = ql::quotient(m_boot.total_sectors(), m_sectors_per_cluster);
     m_mft_file_pos = cluster_size() * m_boot.mft_start_lcn();
 }
 
@@ -117,7 +112,8 @@ bool CNtfs::open_mft() {
     m_bytes_per_file_record = record.bytes_allocated();
     parse_inode(m_mft_record, m_mft_info, 0, false);
     m_Validated = true;
-    m_total_mft_entries = divided(cluster_size() * count_mft_clusters(), m_bytes_per_file_record);
+    m_total_mft_entries =
+        ql::quotient(cluster_size() * count_mft_clusters(), m_bytes_per_file_record);
     return true;
 }
 

@@ -11,8 +11,7 @@
 
 namespace {
 
-// Quotient and rest of a division by a size from the file; both 0 for a size of 0.
-std::uint64_t quotient(std::uint64_t a, std::uint64_t b) { return b != 0 ? a / b : 0; }
+// The rest of a division by a size from the file; 0 for a size of 0.
 std::uint64_t rest(std::uint64_t a, std::uint64_t b) { return b != 0 ? a % b : 0; }
 
 }  // namespace
@@ -36,10 +35,11 @@ bool vmdk_extent::open(const std::wstring& path, bool write) {
 
 bool vmdk_extent::find_grain(std::uint64_t offset, std::uint64_t& position) const {
     if (!ready) return false;
-    const std::uint32_t directory_index = static_cast<std::uint32_t>(quotient(offset, table_span));
+    const std::uint32_t directory_index =
+        static_cast<std::uint32_t>(ql::quotient(offset, table_span));
     if (directory_index >= table_of_entry.size()) return false;
     const std::vector<std::uint32_t>& table = grain_tables[table_of_entry[directory_index]];
-    const std::uint64_t grain_index = quotient(rest(offset, table_span), grain_bytes);
+    const std::uint64_t grain_index = ql::quotient(rest(offset, table_span), grain_bytes);
     if (grain_index >= table.size()) return false;
     const std::uint64_t sector = table[grain_index];
     if (sector == 0) return false;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -57,6 +58,33 @@ TEST(Clip, EndsWithTheBuffer) {
     EXPECT_EQ(ql::clip(all, 9, SIZE_MAX).size(), 1u);
     EXPECT_EQ(ql::clip(all, 10).size(), 0u);
     EXPECT_EQ(ql::clip(all, SIZE_MAX, SIZE_MAX).size(), 0u);
+}
+
+TEST(CopyStart, LeavesWhatTheSourceLacks) {
+    std::array<std::uint8_t, 4> out = {1, 2, 3, 4};
+    ql::copy_start(ql::clip(ten, 8), out);
+    EXPECT_EQ(out, (std::array<std::uint8_t, 4>{0x09, 0x1A, 3, 4}));
+    ql::copy_start(ten, out);
+    EXPECT_EQ(out, (std::array<std::uint8_t, 4>{0x81, 0x92, 0xA3, 0xB4}));
+    ql::copy_start({}, out);
+    EXPECT_EQ(out[0], 0x81) << "an empty source changes nothing";
+}
+
+TEST(CopyWithZeros, ClearsWhatTheSourceLacks) {
+    std::array<std::uint8_t, 4> out = {1, 2, 3, 4};
+    ql::copy_with_zeros(ql::clip(ten, 8), out);
+    EXPECT_EQ(out, (std::array<std::uint8_t, 4>{0x09, 0x1A, 0, 0}));
+    ql::copy_with_zeros(ten, out);
+    EXPECT_EQ(out, (std::array<std::uint8_t, 4>{0x81, 0x92, 0xA3, 0xB4}));
+    ql::copy_with_zeros({}, out);
+    EXPECT_EQ(out, (std::array<std::uint8_t, 4>{}));
+}
+
+TEST(Quotient, OfADivisorOfZeroIsZero) {
+    EXPECT_EQ(ql::quotient(4096, 0), 0u);
+    EXPECT_EQ(ql::quotient(0, 0), 0u);
+    EXPECT_EQ(ql::quotient(4097, 1024), 4u);
+    EXPECT_EQ(ql::quotient(UINT64_MAX, 1), UINT64_MAX);
 }
 
 TEST(HasText, ComparesWholeTextsInsideTheBuffer) {
