@@ -802,6 +802,29 @@ TEST(DirectoryIndex, LastAttributeOfATypeCounts) {
     EXPECT_THAT(children_of(volume, 65), ElementsAre(71));
 }
 
+TEST(DirectoryIndex, LastAllocationCounts) {
+    ntfs_image image;
+    image.entry(65)
+        .nonresident(support::type::index_allocation, u"$I30", image.store(block_with(70)))
+        .nonresident(support::type::index_allocation, u"$I30", image.store(block_with(71)));
+    open_volume volume(image);
+    EXPECT_THAT(children_of(volume, 65), ElementsAre(71));
+}
+
+TEST(DirectoryIndex, SlackIsNotAskedForThroughAnExtensionRecord) {
+    ntfs_image image;
+    fill_directory(image, 2);
+    image.index(64).add_stale(entry_of_file(500, u"gone"));
+    image.entry(90).base(image.entry(64).reference()).data("x");
+    open_volume volume(image);
+    entry_set with_slack;
+    EXPECT_TRUE(volume.ntfs.get_children(64, with_slack, true));
+    EXPECT_THAT(with_slack, ElementsAre(100, 101, 500));
+    entry_set through_extension;
+    EXPECT_TRUE(volume.ntfs.get_children(90, through_extension, true));
+    EXPECT_THAT(through_extension, ElementsAre(100, 101));
+}
+
 // --- indexes in extension records ---
 
 // A directory 64 whose index attributes stand in other records.
@@ -838,6 +861,82 @@ TEST(DirectoryIndex, RootAndAllocationAreFoundThroughTheList) {
         {listed_index::root(65), listed_index::allocation(66)});
     open_volume volume(directory.image);
     EXPECT_THAT(children_of(volume, 64), ElementsAre(70, 71));
+}
+
+TEST(DirectoryIndex, ExtensionThatHoldsAPartAnswersForItsBase) {
+    listed_index directory;
+    directory.image.entry(64).attribute_list(
+        {listed_index::root(65), listed_index::allocation(66)});
+    open_volume volume(directory.image);
+    EXPECT_THAT(children_of(volume, 65), ElementsAre(70, 71));
+    EXPECT_THAT(children_of(volume, 66), ElementsAre(70, 71));
+}
+
+TEST(DirectoryIndex, LastListCounts) {
+    listed_index directory;
+    directory.image.entry(64)
+        .attribute_list({listed_index::root(65)})
+        .attribute_list({listed_index::allocation(66)});
+    open_volume volume(directory.image);
+    EXPECT_THAT(children_of(volume, 64), ElementsAre(71));
+}
+
+TEST(DirectoryIndex, ListInTheRecordEndsWithItsValue) {
+    constexpr std::size_t value_length_at = 16;
+    const std::size_t first = support::attribute_list_value({listed_index::root(65)}).size();
+    for (const std::size_t length : {first, first + 1}) {
+        SCOPED_TRACE(length);
+        listed_index directory;
+        directory.image.entry(64)
+            .attribute_list({listed_index::root(65), listed_index::allocation(66)})
+            .edit(value_length_at, length, 4);
+        open_volume volume(directory.image);
+        // A single byte of the next entry is enough for it to be taken.
+        EXPECT_THAT(children_of(volume, 64), SizeIs(length == first ? 1 : 2));
+    }
+}
+
+TEST(DirectoryIndex, LastListedPartThatIsFollowedDecidesTheResult) {
+    const struct {
+        const char* name;
+        bool root_in_base;
+        std::uint32_t listed_root_type;
+        std::uint64_t initialized;
+        bool result;
+        std::vector<std::uint64_t> children;
+    } cases[] = {
+        {"bad allocation beside a root", true, 0x30, 0, false, {80}},
+        {"bad allocation, then a root", false, 0x30, 0, true, {70}},
+        {"allocation, then a bad root", false, 0, 4096, false, {71}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        ntfs_image image;
+        image.entry(64).attribute_list({listed_index::root(65), listed_index::allocation(66)});
+        if (c.root_in_base) {
+            image.entry(64).resident(support::type::index_root, u"$I30",
+                                     index_root_value(with_end({entry_of_file(80)})));
+        }
+        image.entry(65).resident(
+            support::type::index_root, u"$I30",
+            index_root_value(with_end({entry_of_file(70)}), {.type_code = c.listed_root_type}));
+        image.entry(66).nonresident(support::type::index_allocation, u"$I30",
+                                    image.store(block_with(71)), {.initialized = c.initialized});
+        open_volume volume(image);
+        EXPECT_THAT(children_of(volume, 64, c.result), testing::ElementsAreArray(c.children));
+    }
+}
+
+TEST(DirectoryIndex, NamesInListedRecordsAreComparedExactly) {
+    for (const std::u16string& name :
+         {std::u16string(u"$I300"), std::u16string(u"$I30\0x", 6), std::u16string()}) {
+        ntfs_image image;
+        image.entry(64).attribute_list({listed_index::root(65)});
+        image.entry(65).resident(support::type::index_root, name,
+                                 index_root_value(with_end({entry_of_file(70)})));
+        open_volume volume(image);
+        EXPECT_THAT(children_of(volume, 64), IsEmpty());
+    }
 }
 
 TEST(DirectoryIndex, BuilderLayoutWithPartsInExtensionsIsRead) {

@@ -185,6 +185,16 @@ TEST(InodeToPath, PartialSegmentsOfTheCallerStandBehind) {
     EXPECT_THAT(paths, ElementsAre(L"docs\\dir\\file\\", L"docs\\"));
 }
 
+TEST(InodeToPath, RecordsAboveTheStatedSizeAreRead) {
+    open_volume volume(sample());
+    ASSERT_TRUE(volume.opened);
+    volume.ntfs.m_mft_record_size = 512;
+    std::vector<std::wstring> paths;
+    EXPECT_TRUE(volume.ntfs.get_paths_of_inode(66, {}, paths));
+    EXPECT_THAT(paths, ElementsAre(L"docs\\deep\\a.txt\\"));
+    EXPECT_TRUE(volume.ntfs.is_directory(65));
+}
+
 TEST(InodeToPath, SourceThatCantBeOpenedHasNoPaths) {
     const saved_volume volume(sample());
     std::vector<std::wstring> paths;

@@ -159,6 +159,24 @@ TEST(Lznt1Chunk, LiteralsEndWhereTheRoomEnds) {
     EXPECT_EQ(text_of(target), "aaaaaaaa....");
 }
 
+TEST(Lznt1Chunk, TokenBehindTheLastLiteralThatFitsIsStillChecked) {
+    const struct {
+        std::uint16_t token;
+        bool result;
+        std::int32_t size;
+    } cases[] = {{0x3000, true, 4}, {0x4000, false, 0}};  // displacements 4 and 5
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.token);
+        byte_list target(8, '.');
+        std::int32_t size = 4;
+        const byte_list source = literals_and_token(support::as_bytes("abcd"), c.token);
+        EXPECT_EQ(lznt1_chunk(source, static_cast<std::int32_t>(source.size()), target, size, 4),
+                  c.result);
+        EXPECT_EQ(size, c.size);
+        EXPECT_EQ(text_of(target), "abcd....");
+    }
+}
+
 TEST(Lznt1Chunk, RoomIsTheSmallerOfSizeAndTarget) {
     byte_list target(4, '.');
     std::int32_t size = 4096;
@@ -295,6 +313,19 @@ TEST(DecompressUnit, SignatureBitsAreNotLookedAt) {
     EXPECT_EQ(plain_unit(padded(chunk, 4096)).text, std::string(4096, 'a'));
     chunk[1] = 0xF0;
     EXPECT_EQ(plain_unit(padded(chunk, 4096)).text, std::string(4096, 'a'));
+}
+
+TEST(DecompressUnit, SignatureBitsOfGapsAndPlainChunksAreNotLookedAt) {
+    const byte_list tail = padded(filled_chunk('b'), 4096);
+    const byte_list content = support::pattern(4096, 3);
+    for (const unsigned signature : {0x00u, 0x10u, 0x70u}) {
+        SCOPED_TRACE(signature);
+        const byte_list gap = padded({0x00, static_cast<std::uint8_t>(signature)}, 4096);
+        EXPECT_EQ(plain_unit(joined({gap, tail})).text, std::string(4096, 'b'));
+        const byte_list header = {0xFF, static_cast<std::uint8_t>(signature | 0x0F)};
+        EXPECT_EQ(plain_unit(joined({header, content, tail})).text,
+                  text_of(content) + std::string(4096, 'b'));
+    }
 }
 
 TEST(DecompressUnit, ShortChunkKeepsTheBytesOfTheChunkBefore) {

@@ -161,6 +161,24 @@ TEST(PathLookup, CacheKnowsDirectoriesAndTheirNames) {
     EXPECT_TRUE(cache.at(68).deleted);
 }
 
+TEST(PathLookup, DirectoryThatIsKnownIsNotForgottenWhenItIsMetAgain) {
+    ntfs_image image = sample();
+    image.link(64, 68, u"again");
+    open_volume volume(image);
+    ASSERT_EQ(entry_at(volume, L"\\temp\\sub"), 65u);
+    ASSERT_EQ(entry_at(volume, L"\\empty\\again"), 64u);
+    EXPECT_THAT(volume.ntfs.m_children_cache.at(64).parents, ElementsAre(5));
+    EXPECT_EQ(look_up(volume, L"\\temp\\sub").trace,
+              "->anal: \\temp\\sub\n"
+              "->root dir\n"
+              "->seg: temp\n"
+              "->info: cache lookup\n"
+              "->info: inode found for seg: temp : 0x40\n"
+              "->seg: sub\n"
+              "->info: cache lookup\n"
+              "->info: inode found for seg: sub : 0x41\n");
+}
+
 TEST(PathLookup, KnownNamesAreFoundWithoutTheMedium) {
     open_volume volume(sample());
     ASSERT_EQ(entry_at(volume, L"\\temp\\sub"), 65u);
@@ -234,6 +252,40 @@ TEST(PathLookup, DirectoryWithOnlyNamelessChildrenIsReadEachTime) {
     EXPECT_EQ(look_up(volume, L"\\empty\\x").trace,
               found + "->info: get children nodes\n->info: # children [1]\n" + names);
     EXPECT_EQ(look_up(volume, L"\\empty\\x").trace, found + names);
+}
+
+TEST(PathLookup, HalfAnIndexServesOnlyADirectoryThatWasMetBefore) {
+    // The root of the index names \half\a, and its allocation can't be read. An entry that is no
+    // directory by its flags is not known before its turn comes.
+    const struct {
+        std::uint16_t flags;
+        bool result;
+        const char* end;
+    } cases[] = {
+        {3, true,
+         "->info: # children [1]\n"
+         "->info: get children names\n"
+         "->info: inode found for seg: a : 0x47\n"},
+        {1, false, "->info: none found\n->inode not found for \\half\\a\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.flags);
+        ntfs_image image = sample();
+        image.file(5, u"half", 70)
+            .flags(c.flags)
+            .resident(support::type::index_root, u"$I30",
+                      support::index_root_value(
+                          support::index_entries({{.reference = file_reference(71, 1),
+                                                   .key = support::file_name_value(70, u"a")}})))
+            .nonresident(support::type::index_allocation, u"$I30",
+                         support::cluster_runs{{support::hole, 2}});
+        image.entry(71).standard_information().file_name(70, u"a");
+        open_volume volume(image);
+        const lookup found = look_up(volume, L"\\half\\a");
+        EXPECT_EQ(found.result, c.result);
+        EXPECT_THAT(found.trace, testing::EndsWith("->seg: a\n->info: get children nodes\n" +
+                                                   std::string(c.end)));
+    }
 }
 
 TEST(PathLookup, UnusableChildrenAreTracedAndPassedOver) {
@@ -660,6 +712,37 @@ TEST(PathLookup, TargetIsSplitAtBackslashesAlsoForAPathWithSlashes) {
     const lookup found = look_up(volume, L"/link/sub/file.txt");
     EXPECT_EQ(found.inode, 66u);
     EXPECT_EQ(found.resolved, L"\\C:\\temp\\sub\\file.txt");
+}
+
+TEST(PathLookup, SlashInATargetIsALetter) {
+    ntfs_image image = sample();
+    add_link(image, u"link", support::mount_point_tag, u"\\??\\C:\\te/mp", {.print = u"C:\\te/mp"});
+    image.directory(5, u"te/mp", 71);
+    image.file(71, u"x", 72);
+    open_volume volume(image);
+    const lookup found = look_up(volume, L"\\link\\x");
+    EXPECT_EQ(found.inode, 72u);
+    EXPECT_EQ(found.resolved, L"\\C:\\te/mp\\x");
+}
+
+TEST(PathLookup, BackslashInASegmentBehindALinkSplitsIt) {
+    ntfs_image image = sample();
+    add_link(image, u"link", support::mount_point_tag, u"\\??\\C:\\temp", {.print = u"C:\\temp"});
+    open_volume volume(image);
+    EXPECT_FALSE(look_up(volume, L"/temp/sub\\file.txt").result);
+    const lookup found = look_up(volume, L"/link/sub\\file.txt");
+    EXPECT_EQ(found.inode, 66u);
+    EXPECT_EQ(found.resolved, L"\\C:\\temp\\sub\\file.txt");
+}
+
+TEST(PathLookup, LinkBehindALongAttributeIsSeen) {
+    ntfs_image image({.record = 4096});
+    image.directory(5, u"temp", 64);
+    image.file(5, u"link", 70)
+        .data(std::string(2000, 'x'))
+        .reparse(support::mount_point_tag, u"\\??\\C:\\temp", {.print = u"C:\\temp"});
+    open_volume volume(image);
+    EXPECT_EQ(entry_at(volume, L"\\link"), 64u);
 }
 
 TEST(PathLookup, FailureBehindALinkIsTracedWithThePathGiven) {

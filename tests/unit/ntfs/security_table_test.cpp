@@ -259,6 +259,39 @@ TEST(SecurityTable, SizeOfAnEntryHasItsLimits) {
     }
 }
 
+TEST(SecurityTable, NamesOfAnEntryMayLieBehindItsSize) {
+    // The SID of the owner takes 28 bytes and begins at 40.
+    const byte_list stream = support::byte_image()
+                                 .put(4, 0x100, 4)
+                                 .put(16, 41, 4)
+                                 .put_bytes(20, descriptor(kim))
+                                 .resize(4096)
+                                 .bytes();
+    ntfs_image image;
+    set_bitmap_security(image, 0x100);
+    image.entry(9).stream_runs(u"$SDS", image.store(stream), {.real = stream.size()});
+    image_volume volume(image.build());
+    ASSERT_TRUE(volume.validate());
+    ASSERT_EQ(volume.ntfs.m_security_table.size(), 1u);
+    EXPECT_EQ(volume.ntfs.security_item(0x100)->owner_text, kim);
+    EXPECT_EQ(volume.ntfs.security_item(0x100)->group_text, system_sid);
+}
+
+TEST(SecurityTable, FirstStreamOfTheNameIsRead) {
+    ntfs_image image;
+    set_bitmap_security(image, 0x100);
+    image.entry(9).stream(u"$SDS", sds_entry(0x100, 0, whole_entry));
+    image.entry(9).stream(u"$SDS", sds_entry(0x101, 0, whole_entry));
+    EXPECT_EQ(ids_after_open(image), id_list{0x100});
+
+    // One that holds nothing is not passed over.
+    ntfs_image empty_first;
+    set_bitmap_security(empty_first, 0x100);
+    empty_first.entry(9).stream(u"$SDS", byte_list(64));
+    empty_first.entry(9).stream(u"$SDS", sds_entry(0x101, 0, whole_entry));
+    EXPECT_EQ(ids_after_open(empty_first), id_list{});
+}
+
 TEST(SecurityTable, EntryThatDoesNotParseIsPassedByItsSize) {
     support::byte_image stream;
     stream.put_bytes(0, sds_entry(0x100, 0, 64));
