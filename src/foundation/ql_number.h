@@ -21,8 +21,7 @@ bool parse_u32(const std::string& text, std::uint32_t& out);
 // As parse_number, cut to 32 bits; decimals are read as a signed number. False leaves `out` alone.
 bool parse_count(const std::string& text, std::uint32_t& out);
 
-// "x" anywhere: hexadecimal behind it; else "o" anywhere: octal behind it; a leading digit, "+" or
-// "-": decimal. False otherwise.
+// As parse_number, cut to 32 bits. False leaves `out` alone.
 bool parse_u32_any(const std::string& text, std::uint32_t& out);
 
 // Leading blanks are skipped, a blank behind a digit fails. At most 31 characters; "x" second (of

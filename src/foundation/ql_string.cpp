@@ -1,7 +1,6 @@
 #include "foundation/ql_string.h"
 
 #include <algorithm>
-#include <array>
 #include <cwchar>
 
 #include "foundation/number_text.h"
@@ -292,6 +291,7 @@ std::int32_t compare_wide(const wchar_t* a, const wchar_t* b, bool ignore_case) 
 }
 
 bool trim(std::string& text) { return strip_both(text, " \t\r\n"); }
+bool trim(std::wstring& text) { return strip_both(text, L" \t\r\n"); }
 
 bool trim_wide(std::wstring& text) {
     if (!strip_both(text, L" ") || !strip_both(text, L"\t")) return false;

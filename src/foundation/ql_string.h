@@ -72,6 +72,7 @@ std::int32_t compare_wide(const wchar_t* a, const wchar_t* b, bool ignore_case);
 
 // Strips blank, tab, CR and LF from both ends; false if nothing is left.
 bool trim(std::string& text);
+bool trim(std::wstring& text);
 
 // Strips blanks from both ends, then tabs from both ends, then trailing CR, then trailing LF, one
 // pass of each. False if nothing is left after the blanks or after the tabs.

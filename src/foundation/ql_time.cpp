@@ -99,8 +99,8 @@ void set_clock(_windows_systemtime& fields, std::uint64_t filetime) {
     fields.picosecond = std::uint64_t{clock.nanosecond} * 1'000;
 }
 
-// A date or a time while it is composed. The longest is a date of two numbers, a month and the
-// year.
+// A date or a time while it is composed. The longest is a time with nine digits of a fraction, 18
+// characters.
 class short_text {
 public:
     void put(char c) { m_text[m_size++] = c; }
@@ -112,10 +112,12 @@ public:
         m_size += digits;
     }
 
+    // put_number with two digits, which is what most fields have, without its loop.
     void put_two(std::uint32_t value) {
         m_text[m_size++] = static_cast<char>('0' + value / 10 % 10);
         m_text[m_size++] = static_cast<char>('0' + value % 10);
     }
+
     void put_year(const _windows_systemtime& fields) { put_number(fields.year, 4); }
 
     void put_month(const _windows_systemtime& fields, bool by_name) {

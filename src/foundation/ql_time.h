@@ -60,7 +60,9 @@ constexpr std::uint8_t year_month_day = 0x80;
 // 1970-01-01 00:00:01 and one of the year 3001 or later is not displayable: `valid` stays 0.
 class time {
 public:
+    // `value` is what `type` tells: a FILETIME, or seconds since 1970.
     time(std::uint64_t value, type_time type);
+    // This moment by the system's clock, to the microsecond.
     static time now();
 
     std::uint64_t unix_seconds = 0;  // since 1970-01-01 UTC

@@ -205,7 +205,7 @@ void access_mask_text(std::uint32_t mask, std::string& out) {
     }
 }
 
-void ace_type_text(std::uint8_t type, std::string& out, bool /*short_form: the only one known*/) {
+void ace_type_text(std::uint8_t type, std::string& out, bool /*short_form*/) {
     static constexpr const char* texts[] = {
         "access allowed", "access denied", "system audit", "system alarm", "access allowed",
         "access allowed", "access denied", "system audit", "system alarm",
@@ -240,8 +240,7 @@ bool acl_rows(security_ace_rows& rows_out, ql::bytes descriptor, std::uint32_t a
 //   12  u32  offset of the SACL
 //   16  u32  offset of the DACL
 std::ostream& security_descriptor_text(std::ostream& stream, ql::bytes descriptor,
-                                       std::uint32_t /*length: the span ends the reads*/,
-                                       const std::string& line_prefix) {
+                                       std::uint32_t /*length*/, const std::string& line_prefix) {
     stream << line_prefix << "Security Identifiers\n";
     write_sid_line(stream, line_prefix, "owner sid [", descriptor, ql::le32(descriptor, 4));
     write_sid_line(stream, line_prefix, "group sid [", descriptor, ql::le32(descriptor, 8));

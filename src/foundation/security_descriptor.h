@@ -44,7 +44,8 @@ void sid_display_name(std::ostream& stream, ql::bytes sid);
 // The names of the generic and standard rights in `mask`, joined by " | ".
 void access_mask_text(std::uint32_t mask, std::string& out);
 
-// "access allowed", "access denied", "system audit", "system alarm" or "unknown".
+// The type of an access control entry: "access allowed", "access denied", "system audit", "system
+// alarm" or "unknown". `short_form` has no effect: there is one form.
 void ace_type_text(std::uint8_t type, std::string& out, bool short_form);
 
 // The rows of the ACL at `acl_offset` of `descriptor`. Entries of one SID and type are joined.
@@ -52,6 +53,7 @@ void ace_type_text(std::uint8_t type, std::string& out, bool short_form);
 bool acl_rows(security_ace_rows& rows_out, ql::bytes descriptor, std::uint32_t acl_offset);
 
 // Writes a self-relative security descriptor as text, `line_prefix` before each line with words.
+// `length` has no effect: the span ends the reads.
 std::ostream& security_descriptor_text(std::ostream& stream, ql::bytes descriptor,
                                        std::uint32_t length, const std::string& line_prefix);
 

@@ -8,8 +8,8 @@
 
 namespace {
 
-// Cuts `text` at each character of `delimiters` and hands every piece to `take`. True if a
-// delimiter or any text was there.
+// Cuts `text` at each character of `delimiters` and hands every piece to `take`. False for an
+// empty text.
 template <typename Char, typename Take>
 bool cut(const std::basic_string<Char>& text, std::basic_string_view<Char> delimiters, Take take) {
     if (text.empty()) return false;
@@ -22,20 +22,11 @@ bool cut(const std::basic_string<Char>& text, std::basic_string_view<Char> delim
     }
 }
 
-// Removes blanks, tabs and line ends at both ends.
-void trim_piece(std::string& piece) { ql::trim(piece); }
-
-void trim_piece(std::wstring& piece) {
-    constexpr const wchar_t* white = L" \t\r\n";
-    piece.erase(piece.find_last_not_of(white) + 1);
-    piece.erase(0, piece.find_first_not_of(white));
-}
-
 template <typename Char>
 bool split_into(const std::basic_string<Char>& text, std::basic_string_view<Char> delimiters,
                 std::vector<std::basic_string<Char>>& out, bool trim, bool keep_empty) {
     return cut(text, delimiters, [&](std::basic_string<Char> piece) {
-        if (trim) trim_piece(piece);
+        if (trim) ql::trim(piece);
         if (keep_empty || !piece.empty()) out.push_back(std::move(piece));
     });
 }

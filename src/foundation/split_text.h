@@ -5,8 +5,8 @@
 #include <vector>
 
 // Cuts `text` at `delimiter`. With `trim` each piece loses blanks, tabs and line ends at both ends.
-// Empty pieces are dropped unless `keep_empty`; `out` is cleared first unless `append`. True if
-// something was cut or read.
+// Empty pieces are dropped unless `keep_empty`; `out` is cleared first unless `append`. False for
+// an empty text, which has no pieces.
 bool split_list(const std::string& text, char delimiter, std::vector<std::string>& out, bool trim,
                 bool keep_empty, bool append);
 

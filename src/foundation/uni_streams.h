@@ -44,11 +44,13 @@ public:
     // can't seek has 0x40000.
     std::uint64_t get_size() const;
 
-    // `count` bytes at `offset` into `out`. False when not open or when `offset` is not below the
-    // size; a count of 0 is true.
+    // Reads `count` bytes at `offset` into `out`, fewer where the file ends; a count of 0 is true.
+    // False, with `out` as it was, when not open, when `offset` is not below the size and for a
+    // negative count; false, with `out` empty, when the read fails.
     bool read_at(std::vector<std::uint8_t>& out, std::int64_t count, std::uint64_t offset);
 
-    // Opens `path` for reading and reads the lesser of its size and `limit` from its start.
+    // Opens `path` for reading and reads the lesser of its size and `limit` from its start. The
+    // file stays open. False when it can't be opened or read, and when it is empty.
     bool read_whole(std::vector<std::uint8_t>& out, const std::string& path, std::uint32_t limit);
 
     std::int32_t fd = -1;
@@ -88,6 +90,7 @@ protected:
 // The stream buffer over a file_object, which it does not own.
 class fileio_ostream : public streambuf_generic_output<char> {
 public:
+    // `file` must outlive this object; without one, null, each write fails. `capacity` in bytes.
     fileio_ostream(file_object* file, std::uint32_t capacity);
     ~fileio_ostream() override;
     fileio_ostream(const fileio_ostream&) = delete;
@@ -101,6 +104,7 @@ public:
 // The std::ostream that writes to a file_object.
 class fileio_output : public std::ostream {
 public:
+    // As for fileio_ostream.
     fileio_output(file_object* file, std::uint32_t capacity);
 
     fileio_ostream streambuf;

@@ -445,6 +445,9 @@ TEST(Trim, StripsBlanksTabsAndLineEndsFromBothEnds) {
         std::string text = c.text;
         EXPECT_EQ(ql::trim(text), !c.left.empty());
         EXPECT_EQ(text, c.left);
+        std::wstring wide = ql::to_wide(c.text);
+        EXPECT_EQ(ql::trim(wide), !c.left.empty());
+        EXPECT_EQ(wide, ql::to_wide(c.left));
     }
 }
 
