@@ -3,6 +3,7 @@
 
 #include "foundation/ql_string.h"
 #include "ntfs/attrib_pass.h"
+#include "ntfs/attrib_values.h"
 #include "ntfs/ntfs.h"
 #include "ntfs/reparse_point.h"
 
@@ -28,7 +29,7 @@ NTFS_FILE_NAME_ITEM file_name_item(const record_attrib& attribute, std::uint64_t
     NTFS_FILE_NAME_ITEM item;
     ql::copy_start(attribute.value_to_record_end(), item.value);
     item.name = file_name_of(attribute);
-    item.is_dos_name = item.value[65] == 2;
+    item.is_dos_name = file_name_value{item.value}.is_dos_name();
     item.time_warning = has_null_time(item.value, 8);
     if (item.time_warning) item.warning = "null";
     item.attrib_id = attribute.id();
@@ -148,7 +149,8 @@ bool CNtfs::categorize_entry(NTFS_ENTRY_STORE& store, mft_entries_ctx& ctx, std:
     }
     pass.file_names().for_each([&](const record_attrib& attribute) {
         NTFS_FILE_NAME_ITEM item = file_name_item(attribute, inode);
-        const std::string key = name_key(entry_of(ql::le64(item.value, 0)), item.name, inode);
+        const std::uint64_t parent_ref = file_name_value{item.value}.parent_ref();
+        const std::string key = name_key(entry_of(parent_ref), item.name, inode);
         store.file_names.emplace(key, std::move(item));
     });
     for (const auto& [key, kept] : pass.attributes()) {

@@ -4,6 +4,7 @@
 
 #include "foundation/ql_string.h"
 #include "ntfs/attrib_store.h"
+#include "ntfs/attrib_values.h"
 #include "ntfs/attribute_list.h"
 #include "ntfs/ntfs.h"
 #include "ntfs/reparse_point.h"
@@ -63,8 +64,8 @@ std::wstring file_name_of(const record_attrib& attribute) {
 }
 
 void read_file_name(const record_attrib& attribute, std::wstring& name) {
-    const ql::bytes value = attribute.value_to_record_end();
-    ql::utf16_to_wide(ql::clip(value, 66), ql::le8(value, 64) * 2L, name);
+    const file_name_value value{attribute.value_to_record_end()};
+    ql::utf16_to_wide(value.name_to_end(), value.name_length() * 2L, name);
 }
 
 std::string volume_name_value(const record_attrib& attribute) {
@@ -77,8 +78,8 @@ std::string volume_name_value(const record_attrib& attribute) {
 
 void kept_names::add(const record_attrib& attribute, std::uint64_t inode) {
     const auto key = [inode](const record_attrib& name) {
-        const std::uint64_t parent = entry_of(ql::le64(name.value_to_record_end(), 0));
-        return name_key(parent, file_name_of(name), inode);
+        const file_name_value value{name.value_to_record_end()};
+        return name_key(entry_of(value.parent_ref()), file_name_of(name), inode);
     };
     if (m_by_key.empty() && !m_only.has_value()) {
         m_only = attribute;
@@ -156,8 +157,7 @@ void attrib_pass::walk_base() {
 
 // False, with nothing taken, for an attribute that passes the end of its record.
 bool attrib_pass::take(const record_attrib& attribute) {
-    const std::uint32_t length = attribute.length();
-    if (length == 0 || length > attribute.from(0).size()) return false;
+    if (attribute.length() > attribute.from(0).size()) return false;
     if (lacks_value(attribute)) return true;
 
     switch (attribute.type()) {

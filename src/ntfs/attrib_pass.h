@@ -43,6 +43,7 @@ class kept_names {
 public:
     explicit kept_names(std::pmr::memory_resource* memory) : m_by_key(memory) {}
 
+    // Adds a $FILE_NAME attribute of the entry `inode`, whose number ends the key.
     void add(const record_attrib& attribute, std::uint64_t inode);
     void clear() {
         m_only.reset();
@@ -129,7 +130,7 @@ std::string volume_name_value(const record_attrib& attribute);
 // True when attribute_name is not empty.
 bool has_name(const record_attrib& attribute);
 
-// The name in a $FILE_NAME attribute. Its length in 16-bit units is the u8 at value offset 64.
+// The name in a $FILE_NAME attribute, which the end of the record may cut.
 std::wstring file_name_of(const record_attrib& attribute);
 // The same in place of what `name` held.
 void read_file_name(const record_attrib& attribute, std::wstring& name);

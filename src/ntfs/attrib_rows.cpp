@@ -2,6 +2,7 @@
 
 #include "foundation/ql_string.h"
 #include "ntfs/attrib_pass.h"
+#include "ntfs/attrib_values.h"
 #include "ntfs/listing_rows.h"
 #include "ntfs/ntfs.h"
 
@@ -66,25 +67,25 @@ void row_writer::add_head() {
 
 void row_writer::add_std_info(const record_attrib& attribute) {
     NTFS_ATTRIB_ROW& row = add(attrib_type::standard_information, 0);
-    const ql::bytes value = attribute.value();
-    put(row, 0, ql::le64(value, 0), 8);
-    put(row, 8, ql::le64(value, 8), 8);
-    put(row, 16, ql::le64(value, 24), 8);  // accessed: the row has it in front of mft changed
-    put(row, 24, ql::le64(value, 16), 8);
-    put(row, 32, ql::le32(value, 32), 4);
+    const standard_information_value info{attribute.value()};
+    put(row, 0, info.created(), 8);
+    put(row, 8, info.modified(), 8);
+    put(row, 16, info.accessed(), 8);  // the row has it in front of mft changed
+    put(row, 24, info.mft_changed(), 8);
+    put(row, 32, info.attributes(), 4);
 }
 
 void row_writer::add_file_name(const record_attrib& attribute) {
     NTFS_ATTRIB_ROW& row = add(attrib_type::file_name, attribute.id());
-    const ql::bytes value = attribute.value_to_record_end();
-    put(row, 0, ql::le64(value, 0), 8);
-    put(row, 8, ql::le64(value, 8), 8);
-    put(row, 16, ql::le64(value, 16), 8);
-    put(row, 24, ql::le64(value, 32), 8);
-    put(row, 32, ql::le64(value, 24), 8);
-    put(row, 40, ql::le64(value, 48), 8);
-    put(row, 48, ql::le8(value, 65), 1);
-    put(row, 49, ql::le8(value, 56), 1);
+    const file_name_value value{attribute.value_to_record_end()};
+    put(row, 0, value.parent_ref(), 8);
+    put(row, 8, value.created(), 8);
+    put(row, 16, value.modified(), 8);
+    put(row, 24, value.accessed(), 8);
+    put(row, 32, value.mft_changed(), 8);
+    put(row, 40, value.real_size(), 8);
+    put(row, 48, value.name_space(), 1);
+    put(row, 49, value.attributes(), 1);
     ql::append_utf8(row.file_name, file_name_of(attribute));
 }
 

@@ -1,6 +1,7 @@
 #include "foundation/number_text.h"
 #include "foundation/ql_string.h"
 #include "ntfs/attrib_pass.h"
+#include "ntfs/attrib_values.h"
 #include "ntfs/attribute_list.h"
 #include "ntfs/name_entry_list.h"
 #include "ntfs/ntfs.h"
@@ -16,16 +17,16 @@ struct name_filter {
     bool all_namespaces = false;
     std::uint64_t parent = no_parent_filter;
 
-    bool wants(ql::bytes value) const {
-        if (parent != no_parent_filter && entry_of(ql::le64(value, 0)) != parent) return false;
-        const std::uint8_t name_space = ql::le8(value, 65);
+    bool wants(const file_name_value& value) const {
+        if (parent != no_parent_filter && entry_of(value.parent_ref()) != parent) return false;
+        const std::uint8_t name_space = value.name_space();
         return all_namespaces || name_space == 0 || name_space % 2 != 0;
     }
 };
 
 void add_name(name_entry_list& names, const record_attrib& attribute, const name_filter& filter) {
-    const ql::bytes value = attribute.value_to_record_end();
-    if (attribute.value_length() == 0 || ql::le8(value, 64) == 0) return;
+    const file_name_value value{attribute.value_to_record_end()};
+    if (attribute.value_length() == 0 || value.name_length() == 0) return;
     if (filter.wants(value)) names.add(attribute);
 }
 

@@ -2,6 +2,7 @@
 #include <optional>
 #include <utility>
 
+#include "ntfs/attrib_values.h"
 #include "ntfs/ntfs.h"
 
 namespace {
@@ -106,8 +107,8 @@ bool mft_parser::take(const record_attrib& attribute, bool keep) {
 }
 
 void mft_parser::take_security(const record_attrib& attribute) {
-    constexpr std::size_t security_id_offset = 52;
-    const std::uint32_t id = ql::le32(attribute.value_to_record_end(), security_id_offset);
+    const std::uint32_t id =
+        standard_information_value{attribute.value_to_record_end()}.security_id();
     if (id == 0 || m_ntfs.m_mft_info.data_size == 0 || !m_ntfs.m_Validated) return;
     if (!m_ntfs.load_security_table()) return;
     const NTFS_SECURITY_ITEM* item = m_ntfs.security_item(id);
@@ -115,10 +116,9 @@ void mft_parser::take_security(const record_attrib& attribute) {
 }
 
 void mft_parser::take_file_name(const record_attrib& attribute) {
-    constexpr std::size_t real_size_offset = 48;
-    const ql::bytes value = attribute.value_to_record_end();
-    ql::copy_with_zeros(value, m_out.file_name_body);
-    m_out.data_size = ql::le64(value, real_size_offset);
+    const file_name_value name{attribute.value_to_record_end()};
+    ql::copy_with_zeros(name.value, m_out.file_name_body);
+    m_out.data_size = name.real_size();
 }
 
 // $DATA and $BITMAP. In a base record the runs of a later attribute replace those of an earlier

@@ -4,15 +4,16 @@
 #include <utility>
 
 #include "ntfs/attrib_pass.h"
+#include "ntfs/attrib_values.h"
 
 namespace {
 
 void read_name(const record_attrib& attribute, NTFS_NAME_ENTRY& entry) {
-    const ql::bytes value = attribute.value_to_record_end();
+    const file_name_value name{attribute.value_to_record_end()};
     read_file_name(attribute, entry.name);
-    entry.parent_ref = ql::le64(value, 0);
-    entry.is_dos_name = ql::le8(value, 65) == 2 ? 1 : 0;
-    ql::copy_with_zeros(value, entry.file_name_body);
+    entry.parent_ref = name.parent_ref();
+    entry.is_dos_name = name.is_dos_name() ? 1 : 0;
+    ql::copy_with_zeros(name.value, entry.file_name_body);
     ql::copy_with_zeros(attribute.from(0), entry.attrib_head);
     entry.record_number = file_record{attribute.record}.own_number();
 }

@@ -1,30 +1,29 @@
-// The rows of one MFT entry.
 #include "report/entry_rows.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "foundation/ql_string.h"
+#include "ntfs/attrib_values.h"
 #include "ntfs/ntfs.h"
 #include "report/enumerator.h"
 #include "run/quorvel_opts.h"
 
 namespace {
 
-constexpr std::size_t namespace_at = 65;  // in a $FILE_NAME value
 constexpr std::uint8_t first_bad_namespace = 5;
 
 // The stamps of a $FILE_NAME; one of an unknown namespace shows none.
-void read_name_stamps(ql::bytes value, fn_entry& out) {
-    if (ql::le8(value, namespace_at) >= first_bad_namespace) {
+void read_name_stamps(const file_name_value& value, fn_entry& out) {
+    if (value.name_space() >= first_bad_namespace) {
         out.parent_ref = out.created = out.modified = out.mft_changed = out.accessed = 0;
         return;
     }
-    out.parent_ref = ql::le64(value, 0);
-    out.created = ql::le64(value, 8);
-    out.modified = ql::le64(value, 16);
-    out.mft_changed = ql::le64(value, 24);
-    out.accessed = ql::le64(value, 32);
+    out.parent_ref = value.parent_ref();
+    out.created = value.created();
+    out.modified = value.modified();
+    out.mft_changed = value.mft_changed();
+    out.accessed = value.accessed();
     if (out.created == 0 || out.modified == 0 || out.mft_changed == 0 || out.accessed == 0) {
         out.time_null = 1;
         out.comment = "fn:time null";
@@ -34,7 +33,7 @@ void read_name_stamps(ql::bytes value, fn_entry& out) {
 void read_name(const NTFS_NAME_ENTRY& name, fn_entry& out) {
     out.time_null = 0;
     out.comment = {};
-    read_name_stamps(name.file_name_body, out);
+    read_name_stamps({name.file_name_body}, out);
     out.name = name.name;
     out.is_short = name.is_dos_name;
 }
@@ -55,12 +54,12 @@ bool read_standard_information(dir_entry& entry, ql::bytes record, std::uint32_t
     if (!find_attrib(record, attrib_type::standard_information, attribute, record_size)) {
         return false;
     }
-    const ql::bytes value = attribute.value_to_record_end();
-    entry.si_created = ql::le64(value, 0);
-    entry.si_modified = ql::le64(value, 8);
-    entry.si_mft_changed = ql::le64(value, 16);
-    entry.si_accessed = ql::le64(value, 24);
-    entry.attributes = ql::le32(value, 32);
+    const standard_information_value info{attribute.value_to_record_end()};
+    entry.si_created = info.created();
+    entry.si_modified = info.modified();
+    entry.si_mft_changed = info.mft_changed();
+    entry.si_accessed = info.accessed();
+    entry.attributes = info.attributes();
     return true;
 }
 
