@@ -10,14 +10,6 @@ namespace {
 
 constexpr std::uint64_t unit_clusters = 16;
 
-// Offsets in the body of a row; see NTFS_ATTRIB_ROW.
-constexpr std::size_t body_value_length = 0;
-constexpr std::size_t body_allocated_size = 8;
-constexpr std::size_t body_real_size = 16;
-constexpr std::size_t body_initialized_size = 24;
-constexpr std::size_t body_compressed_size = 32;
-constexpr std::size_t body_compression_unit = 44;
-
 struct cluster_place {
     std::uint64_t lcn = 0;
     bool sparse = false;
@@ -55,10 +47,10 @@ public:
     }
 
     std::uint64_t first_vcn() const { return m_first_vcn; }
-    std::uint64_t head() const {
-        return m_head;
-    }  // bytes of the first cluster in front of `offset`
-    std::uint64_t tail() const { return m_tail; }  // bytes wanted of the end cluster
+    // Bytes of the first cluster in front of `offset`.
+    std::uint64_t head() const { return m_head; }
+    // Bytes wanted of the end cluster.
+    std::uint64_t tail() const { return m_tail; }
 
 private:
     void leave_out() {
@@ -78,8 +70,8 @@ private:
 
 // True for a row whose data is stored in compression units.
 bool is_compressed(const NTFS_ATTRIB_ROW& row) {
-    return row.attrib_flags == 1 && ql::le8(row.body, body_compression_unit) != 0 &&
-           ql::le64(row.body, body_compressed_size) != 0;
+    return row.attrib_flags == 1 && ql::le8(row.body, row_body::compression_unit) != 0 &&
+           ql::le64(row.body, row_body::compressed_size) != 0;
 }
 
 void write_bytes(std::ostream& out, ql::bytes content) {
@@ -161,7 +153,7 @@ bool CNtfs::stream_attribute(const NTFS_ATTRIB_ROW& row, std::ostream& out, std:
 }
 
 bool CNtfs::stream_value(const NTFS_ATTRIB_ROW& row, std::ostream& out, mft_entries_ctx& ctx) {
-    const std::uint32_t length = ql::le32(row.body, body_value_length);
+    const std::uint32_t length = ql::le32(row.body, row_body::value_length);
     ctx.diag("info: data size 0x%llx", static_cast<unsigned long long>(length));
     if (length == 0) return false;
     const ql::bytes value = ql::clip(row.value, 0, length);
@@ -171,12 +163,11 @@ bool CNtfs::stream_value(const NTFS_ATTRIB_ROW& row, std::ostream& out, mft_entr
 }
 
 bool CNtfs::stream_runs(const NTFS_ATTRIB_ROW& row, std::ostream& out, mft_entries_ctx& ctx) {
-    std::uint64_t size =
-        std::max(ql::le64(row.body, body_real_size), ql::le64(row.body, body_initialized_size));
+    std::uint64_t size = announced_size(row);
     ctx.diag("info: data size 0x%llx", static_cast<unsigned long long>(size));
     size = std::min(size, run_bytes(row.runs, cluster_size(), false));
     if (is_compressed(row)) {
-        const std::uint64_t allocated = ql::le64(row.body, body_allocated_size);
+        const std::uint64_t allocated = ql::le64(row.body, row_body::allocated_size);
         if (!stream_compressed(out, row.runs, size, allocated)) return false;
         ctx.byte_count += size;
         return true;

@@ -105,12 +105,12 @@ void row_writer::add_attribute(const kept_attrib& kept) {
 void row_writer::fill_nonresident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept) const {
     const record_attrib& attribute = kept.attribute;
     const bool compressed = (attribute.flags() & 1u) != 0;
-    put(row, 0, m_head.base_ref() != 0 ? m_head.base_ref() : m_inode, 8);
-    put(row, 8, attribute.allocated_size(), 8);
-    put(row, 16, attribute.real_size(), 8);
-    put(row, 24, attribute.initialized_size(), 8);
-    put(row, 32, compressed ? attribute.compressed_size() : 0, 8);
-    put(row, 44, attribute.compression_unit(), 1);
+    put(row, row_body::owner_ref, m_head.base_ref() != 0 ? m_head.base_ref() : m_inode, 8);
+    put(row, row_body::allocated_size, attribute.allocated_size(), 8);
+    put(row, row_body::real_size, attribute.real_size(), 8);
+    put(row, row_body::initialized_size, attribute.initialized_size(), 8);
+    put(row, row_body::compressed_size, compressed ? attribute.compressed_size() : 0, 8);
+    put(row, row_body::compression_unit, attribute.compression_unit(), 1);
     row.runs = kept.runs;
 }
 
@@ -120,7 +120,7 @@ void row_writer::fill_resident(NTFS_ATTRIB_ROW& row, const record_attrib& attrib
     if (attribute.type() == attrib_type::object_id && length == 16) {
         std::copy(value.begin(), value.end(), row.body.begin());
     } else {
-        put(row, 0, length, 4);
+        put(row, row_body::value_length, length, 4);
     }
     if (m_with_values && length < m_record_size) {
         row.value.reserve(length);

@@ -1,12 +1,14 @@
 // One MFT entry in full: the store of its attributes, and the flat forms that callers get.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "foundation/ql_bytes.h"
 #include "ntfs/data_run_list.h"
 #include "run/cmd_params.h"
 
@@ -75,7 +77,7 @@ constexpr std::uint32_t row_type_record_head = 272;
 //   0x30          0 parent reference; 8 created, 16 modified, 24 accessed, 32 mft changed;
 //                 40 real size (u64); 48 namespace u8; 49 low byte of the file flags u8
 //   non-resident  0 owner_ref; 8 allocated, 16 real, 24 initialized, 32 compressed size (u64);
-//                 44 compression unit u8
+//                 44 compression unit u8: see row_body
 //   resident      0 value length u32; a 0x40 row whose value has 16 bytes: 0 the object id
 struct NTFS_ATTRIB_ROW {
     std::uint32_t type = 0;
@@ -90,6 +92,23 @@ struct NTFS_ATTRIB_ROW {
     std::vector<std::uint8_t> value;  // resident
     std::uint32_t record_size = 0;
 };
+
+// Offsets in NTFS_ATTRIB_ROW::body.
+namespace row_body {
+constexpr std::size_t value_length = 0;  // of a resident attribute
+constexpr std::size_t owner_ref = 0;     // of a non-resident one, as all that follow
+constexpr std::size_t allocated_size = 8;
+constexpr std::size_t real_size = 16;
+constexpr std::size_t initialized_size = 24;
+constexpr std::size_t compressed_size = 32;
+constexpr std::size_t compression_unit = 44;
+}  // namespace row_body
+
+// Bytes of data that a non-resident row announces: the larger of its real and initialized size.
+inline std::uint64_t announced_size(const NTFS_ATTRIB_ROW& row) {
+    return std::max(ql::le64(row.body, row_body::real_size),
+                    ql::le64(row.body, row_body::initialized_size));
+}
 
 // One $FILE_NAME of a record.
 struct NTFS_NAME_ENTRY {

@@ -14,11 +14,8 @@ constexpr std::uint64_t secure_entry = 9;
 // and a stream that is larger than the source is made of holes.
 bool is_loadable(const CNtfs& ntfs, const NTFS_ATTRIB_ROW& row) {
     constexpr std::uint64_t never_loaded = 1u << 30;
-    constexpr std::size_t body_real_size = 16;
-    constexpr std::size_t body_initialized_size = 24;
-    const std::uint64_t announced =
-        std::max(ql::le64(row.body, body_real_size), ql::le64(row.body, body_initialized_size));
-    const std::uint64_t size = std::min(announced, run_bytes(row.runs, ntfs.cluster_size(), false));
+    const std::uint64_t size =
+        std::min(announced_size(row), run_bytes(row.runs, ntfs.cluster_size(), false));
     return size < never_loaded && ntfs.fits_source(size);
 }
 

@@ -79,7 +79,8 @@ void find_id_and_link(const std::vector<NTFS_ATTRIB_ROW>& rows,
 
 // What the reports show as size: the allocated size, or the length of a resident value.
 std::uint64_t shown_size(const NTFS_ATTRIB_ROW& row) {
-    return row.nonresident != 0 ? ql::le64(row.body, 8) : ql::le32(row.body, 0);
+    return row.nonresident != 0 ? ql::le64(row.body, row_body::allocated_size)
+                                : ql::le32(row.body, row_body::value_length);
 }
 
 bool is_unnamed_data(const NTFS_ATTRIB_ROW& row) {
