@@ -76,6 +76,19 @@ TEST_F(Chain, NeedsAnImageBesideIt) {
         .expect(status_failed, "", usage_text + terminal_clearing);
 }
 
+TEST_F(Chain, ImageBesideItIsChecked) {
+    const std::string missing = m_dir.file("missing.dd");
+    whole_run({"-vmdk", base(), "-image", missing})
+        .expect(status_failed, "", e2e::reported("invalid image: " + missing + "\n"));
+    // A partitioned one needs an offset of its own behind that of the chain.
+    const std::string partitioned = disk().save(m_dir.file("partitioned.dd"));
+    whole_run({"-vmdk", base(), "-image", partitioned})
+        .expect(status_failed, "",
+                e2e::reported("\nvolume offset [ 0x100000 ] : ntfs or exfat\n"
+                              "volume offset [ 0x300000 ] : ntfs or exfat\n\n"
+                              "use option [-offset 0x300000]\n"));
+}
+
 TEST_F(Chain, DeltaInAnyOrderHidesTheBase) {
     const byte_image changed = volume(u"delta.txt");
     const std::vector<std::string> files = support::save_vmdk_chain(

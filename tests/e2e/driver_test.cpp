@@ -164,6 +164,16 @@ TEST_F(Driver, RunWithoutAnImageGetsTheHelp) {
     }
 }
 
+// "-xml" is looked for once: the second one is a word like any other.
+TEST_F(Driver, SecondXmlAsTheLastWordStays) {
+    const std::string xml = m_dir.file("out.xml");
+    whole_run({"-xml", xml, "\\docs", "-image", m_image, "-xml"}).expect(0, "", terminal_clearing);
+    EXPECT_TRUE(support::read_file(xml).ends_with("</logdata>\n"));
+    const whole_run as_directory({"-xml", xml, "-image", m_image, "-xml"});
+    as_directory.expect(0, "", terminal_clearing);
+    EXPECT_EQ(support::read_file(xml), as_directory.head_in(support::read_file(xml)));
+}
+
 // --- both outputs on one terminal ---
 
 // What a terminal shows of a run: both outputs in the order of their writing.
@@ -359,6 +369,14 @@ TEST_F(Driver, LevelsCountBelowTheDirectory) {
     }
 }
 
+TEST_F(Driver, LevelsThatAreNoNumberAreTakenAway) {
+    for (const char* option : {"-recurse", "-level"}) {
+        whole_run({option, "zz", "\\docs", "-image", m_image})
+            .expect(0, docs_rows(), terminal_clearing);
+        whole_run({option, "\\links", "-image", m_image}).expect(0, root_rows(), terminal_clearing);
+    }
+}
+
 TEST_F(Driver, RecurseAsTheLastWordStays) {
     whole_run({"\\docs", "-image", m_image, "-recurse"}).expect(0, docs_rows(), terminal_clearing);
     whole_run({"-image", m_image, "-recurse"}).expect(0, "", terminal_clearing);
@@ -550,6 +568,14 @@ TEST_F(Driver, DriveStandsBeforeTheEntrysPath) {
     whole_run({"x:/y", "-image", m_image, "-mft", "44"})
         .expect(0, text_header + file_row(44, 5, "x:\\docs\\sub\\deep\\b.txt"), terminal_clearing);
     whole_run({"c:", "-image", m_image, "-mft", "44"}).expect(0, "", terminal_clearing);
+}
+
+TEST_F(Driver, DirectoryThatIsNotUtf8LeavesTheEntrysPathAsItIs) {
+    for (const char* directory : {"\xFF", "", "\\"}) {
+        whole_run({directory, "-image", m_image, "-mft", "44"})
+            .expect(0, text_header + file_row(44, 5, "\\docs\\sub\\deep\\b.txt"),
+                    terminal_clearing);
+    }
 }
 
 // --- the image ---

@@ -161,6 +161,15 @@ TEST_F(Options, ResultsFileNameIsExpandedAndTurned) {
     EXPECT_EQ(content, run.head_in(content) + all_rows());
 }
 
+// "-csv" has gone when the file's name is read: it is the word behind it.
+TEST_F(Options, ResultsFileIsTheNextWordThatIsLeft) {
+    const std::string file = m_dir.file("out.csv");
+    const whole_run run({"-out", "-csv", file, "\\docs", "-image", m_image});
+    run.expect_bare(0, "", terminal_clearing);
+    const std::string content = support::read_file(file);
+    EXPECT_TRUE(content.starts_with(run.head_in(content) + "type,filename,")) << content;
+}
+
 TEST_F(Options, ResultsFileOfBarePathsHasNoHead) {
     const std::string file = m_dir.file("out.txt");
     whole_run(listing_of_docs({"-out", file, "-filepath_only", "-filter", "*.exe"}))
@@ -390,6 +399,22 @@ TEST_F(Options, SignatureIsReadFromAFileOfTheHost) {
         .expect(0, rows(b_rows()), terminal_clearing);
     whole_run(listing_of_docs({"-filter_sig", "4d5a"}), options)
         .expect(0, directories(), terminal_clearing);
+}
+
+TEST_F(Options, SignatureIsReadUnderThePathInLowerCase) {
+    support::ntfs_image volume;
+    volume.directory(5, u"DOCS", 40);
+    volume.file(40, u"B.EXE", 42).data("MZ");
+    const std::string image = volume.save(m_dir.file("upper.dd"));
+    support::program_options options;
+    options.working_directory = m_dir.path();
+    const words listing = {"\\DOCS", "-image", image, "-filter_sig", "4d5a"};
+    const std::string directory = text_header + directory_row(40, "\\DOCS\\");
+    m_dir.write("\\DOCS\\B.EXE", "MZ");
+    whole_run(listing, options).expect(0, directory, terminal_clearing);
+    m_dir.write("\\docs\\b.exe", "MZ");
+    whole_run(listing, options)
+        .expect(0, directory + file_row(42, 2, "\\DOCS\\B.EXE"), terminal_clearing);
 }
 
 TEST_F(Options, DateWindowRemovesAllFiles) {

@@ -12,6 +12,7 @@
 #include "e2e/whole_run.h"
 #include "support/ntfs_image.h"
 #include "support/temp_dir.h"
+#include "support/vmdk_image.h"
 
 namespace {
 
@@ -163,6 +164,51 @@ TEST_F(SystemFaults, SourceThatCantBeOpenedAgainListsNothing) {
     expect_paths({fault}, "");
 }
 
+// A volume is opened for the check, for the paths of the entry, for the question whether it is a
+// directory, and for the listing of each path.
+TEST_F(SystemFaults, EachOpenForAnEntryFailsByItself) {
+    m_volume.directory(5, u"links", 41);
+    m_volume.file(40, u"file", 70).data("x");
+    m_volume.link(70, 41, u"file");
+    m_volume.directory(40, u"folder", 71);
+    m_volume.link(71, 41, u"folder");
+    const std::string image = m_volume.save(m_dir.file("linked.dd"));
+    const std::string invalid = reported("invalid image: " + image + "\n");
+    const std::string unresolved = reported("couldn't resolve MFT entry to filepath");
+    const std::string note = "\n[Note: this MFT entry has multiple possible paths]\n\n";
+    const std::string noted = note + terminal_clearing;
+    const std::string first_only = note +
+                                   "\\dir\\folder\n\\links\\folder\n\nWill output only first "
+                                   "path\n" +
+                                   terminal_clearing;
+    const struct {
+        const char* entry;
+        std::uint64_t failing;  // open, counted from 1
+        int status;
+        std::string paths, errors;
+    } cases[] = {
+        {"70", 9, 0, "\\dir\\file\n\\links\\file\n", noted},
+        {"70", 1, status_failed, "", invalid},
+        {"70", 2, status_failed, "", unresolved},
+        {"70", 3, 0, "\\dir\\file\n\\links\\file\n", noted},
+        {"70", 4, 0, "\\links\\file\n", noted},  // the run goes on with the next path
+        {"70", 5, 0, "\\dir\\file\n", noted},
+        {"71", 9, 0, "\\dir\\folder\\\n", first_only},
+        {"71", 3, 0, "\\dir\\folder\\\n\\links\\folder\\\n", noted},  // taken for a file
+        {"71", 4, 0, "", first_only},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.failing);
+        whole_run({"-image", image, "-mft", c.entry, "-filepath_only"},
+                  with_faults({{.call = "open",
+                                .path = "linked.dd",
+                                .effect = "EACCES",
+                                .first = c.failing,
+                                .last = c.failing}}))
+            .expect_bare(c.status, c.paths, c.errors);
+    }
+}
+
 TEST_F(SystemFaults, ResultsFileThatCantBeOpenedEndsTheRun) {
     const std::string file = m_dir.file("out.txt");
     const whole_run tested(listing({"-out", file}),
@@ -260,10 +306,14 @@ protected:
 
     // Runs `script`, in which "$@" is the command of a listing with `options`.
     support::program_result shell(const std::string& script, const words& options) const {
+        return shell_of(script, listing(options));
+    }
+
+    // The same for a command of its own.
+    static support::program_result shell_of(const std::string& script, const words& arguments) {
         words line = {"-c", script, "sh"};
         const words command = support::built_program(QUORVEL_PROGRAM);
         line.insert(line.end(), command.begin(), command.end());
-        const words arguments = listing(options);
         line.insert(line.end(), arguments.begin(), arguments.end());
         support::program_options options_of_run;
         options_of_run.time_limit = 100;
@@ -317,6 +367,24 @@ TEST_F(ShellFaults, ClosedStandardInputIsNotMissed) {
     const support::program_result result = shell("\"$@\" <&-", {"-filepath_only"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.standard_output, paths("abcde"));
+}
+
+// Room for the standard streams and the files of one source: each opening of it is closed before
+// the next one.
+TEST_F(ShellFaults, SourceIsClosedBeforeItIsOpenedAgain) {
+    if (!support::runner().empty()) GTEST_SKIP() << "the runner has files of its own open";
+    const support::program_result entry = shell_of(
+        "ulimit -n 4; exec \"$@\"", {"-image", m_image, "-mft", "64", "-filepath_only", "-quiet"});
+    EXPECT_EQ(entry.standard_error, "");
+    EXPECT_EQ(entry.standard_output, "\\dir\\a\n");
+
+    const support::vmdk_image disk = support::vmdk_image().content(m_volume.build());
+    const words chain = support::save_vmdk_chain(m_dir.path(), "disk", {disk, disk});
+    const support::program_result listed = shell_of(
+        "ulimit -n 5; exec \"$@\"", {"\\dir", "-image", m_image, "-vmdk", chain[0] + "|" + chain[1],
+                                     "-filepath_only", "-quiet"});
+    EXPECT_EQ(listed.standard_error, "");
+    EXPECT_EQ(listed.standard_output, paths("abcde"));
 }
 
 // The reader of a pipe that has what it wants ends the run, or leaves it to end by itself.

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "run/cmd_params.h"
 #include "support/temp_dir.h"
@@ -64,6 +66,27 @@ TEST(RunGuard, TellsTheElapsedTimeBehindTheClearing) {
     const std::string output = output_of([&](run_guard& guard) { guard.arm(params, count_exit); });
     ASSERT_TRUE(output.starts_with(clearing)) << output;
     EXPECT_TRUE(is_elapsed_time(output.substr(clearing.size()))) << output;
+}
+
+TEST(RunGuard, MeasuresFromTheMomentItIsArmed) {
+    using clock = std::chrono::steady_clock;
+    constexpr std::chrono::milliseconds pause(200);
+    cmd_params params;
+    params.profile = 1;
+    params.progress_line = 0;
+    clock::time_point armed;
+    const std::string output = output_of([&](run_guard& guard) {
+        std::this_thread::sleep_for(pause);  // ahead of the measure
+        armed = clock::now();
+        guard.arm(params, count_exit);
+        std::this_thread::sleep_for(pause);
+    });
+    const std::chrono::duration<double> at_most = clock::now() - armed;
+    ASSERT_TRUE(is_elapsed_time(output)) << output;
+    const double seconds = std::strtod(output.c_str() + 2, nullptr);
+    const double rounding = 0.001;  // of a text of six digits
+    EXPECT_GE(seconds, std::chrono::duration<double>(pause).count() - rounding);
+    EXPECT_LE(seconds, at_most.count() + rounding);
 }
 
 TEST(RunGuard, AppendsTheElapsedTimeToTheTrace) {
