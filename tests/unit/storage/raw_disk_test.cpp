@@ -22,10 +22,14 @@ namespace {
 
 int arrays_allocated = 0;  // by new[] since the start of the program
 
+constexpr std::size_t no_size = SIZE_MAX;
+std::size_t refused_array = no_size;  // bytes for which new[] finds no memory
+
 }  // namespace
 
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     ++arrays_allocated;
+    if (size == refused_array) return nullptr;
     return std::malloc(size);
 }
 void* operator new[](std::size_t size) {
@@ -306,6 +310,21 @@ TEST(RawDiskDrive, OnlyUnalignedReadsUseABounceBuffer) {
         EXPECT_EQ(buffer, part(content, c.offset, c.count));
         EXPECT_EQ(source.position(), c.end);
     }
+}
+
+TEST(RawDiskDrive, BounceBufferWithoutMemoryFailsTheRead) {
+    constexpr std::uint32_t whole = 2560;  // bytes of the sectors that the request touches
+    drive_file source{byte_image(pattern(4096))};
+    bytes buffer(whole, untouched);
+    std::uint32_t unaligned = whole - 1;
+    std::uint32_t aligned = whole;
+    refused_array = whole;
+    const bool bounced = source.disk.read_bytes(buffer.data(), unaligned, 512);
+    const bool direct = source.disk.read_bytes(buffer.data(), aligned, 512);
+    refused_array = no_size;
+    EXPECT_FALSE(bounced);
+    EXPECT_TRUE(direct);
+    EXPECT_TRUE(source.disk.read_bytes(buffer.data(), unaligned, 512));
 }
 
 TEST(RawDiskDrive, ErrorOfTheSystemIsSuccessWithZeros) {

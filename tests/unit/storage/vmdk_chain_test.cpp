@@ -262,6 +262,17 @@ TEST(VmdkChain, FirstFileOfACidIsUsed) {
     EXPECT_EQ(c.grains(1), "A");
 }
 
+TEST(VmdkChain, LinkingAgainStartsAnew) {
+    linked_chain c({layer("A", 1, none), layer("B", 2, 1)});
+    EXPECT_TRUE(c.chain.link());
+    EXPECT_EQ(c.chain.order.size(), 2u);
+    EXPECT_EQ(c.grains(1), "B");
+    c.chain.extents.clear();
+    EXPECT_FALSE(c.chain.link());
+    EXPECT_EQ(c.chain.base, nullptr);
+    EXPECT_TRUE(c.chain.order.empty());
+}
+
 TEST(VmdkChain, AddingStopsAtTheFirstUnreadableFile) {
     const chain_files files({layer("A", 1, none)});
     vmdk_chain chain;

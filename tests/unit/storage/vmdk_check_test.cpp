@@ -1,6 +1,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <new>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -10,6 +11,22 @@
 #include "support/byte_image.h"
 #include "support/temp_dir.h"
 #include "support/vmdk_image.h"
+
+namespace {
+
+constexpr std::size_t no_size = SIZE_MAX;
+std::size_t refused_size = no_size;  // bytes for which new without exceptions finds no memory
+
+}  // namespace
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    if (size == refused_size) return nullptr;
+    try {
+        return ::operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
 
 namespace {
 
@@ -110,6 +127,16 @@ TEST_F(VmdkCheck, HostileHeaderCannotBeOpened) {
     save("descriptor", file(1, none).put(36, 1ull << 40, 8));
     EXPECT_EQ(run({"overhead"}).text, cant_be_opened("overhead"));
     EXPECT_EQ(run({"descriptor"}).text, cant_be_opened("descriptor"));
+}
+
+TEST_F(VmdkCheck, ExtentWithoutMemoryEndsTheCheck) {
+    save("a", file(1, none));
+    refused_size = sizeof(vmdk_extent);
+    const check c = run({"a"});
+    refused_size = no_size;
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, "prob creating virtual vmware disk mapping\n");
+    EXPECT_EQ(c.list, wide_paths({"a"}));
 }
 
 TEST_F(VmdkCheck, MissingParentIsFoundByItsHint) {
@@ -214,6 +241,25 @@ TEST_F(VmdkCheck, QuotesAreNoPartOfAPath) {
               "=> vmdk file: " + path("delta") + "\n depends on parent vmdk ba\"se.vm\"dk\n");
 }
 
+TEST_F(VmdkCheck, QuotesOfTheFolderAreNoPartOfTheParentsPath) {
+    const std::string folder = dir.file("a\"b");
+    ASSERT_TRUE(std::filesystem::create_directory(folder));
+    const std::string base = file(1, none).save(folder + "/base.vmdk");
+    const std::string delta = file(2, 1, "base.vmdk").save(folder + "/delta");
+    // Without its quote the folder is not there: the name is taken beside the delta.
+    const check c = ::run({widened(delta)});
+    EXPECT_EQ(c.text, "=> vmdk file: " + delta + "\n depends on parent vmdk \"" + base + "\"\n");
+    EXPECT_EQ(c.list, (std::vector<std::wstring>{widened(delta), widened(base)}));
+}
+
+TEST_F(VmdkCheck, BackslashCutsANameBeforeASlashDoes) {
+    save("base.vmdk", file(1, none));
+    save("slash", file(2, 1, "/no such folder/a\\base.vmdk"));
+    const check c = run({"slash"});
+    EXPECT_EQ(c.text, depends("slash", path("base.vmdk")));
+    EXPECT_EQ(c.list, wide_paths({"slash", "base.vmdk"}));
+}
+
 TEST_F(VmdkCheck, HintIsUtf8) {
     const std::string name =
         "Gr\xC3\xB6\xC3\x9F"
@@ -293,6 +339,17 @@ TEST_F(VmdkCheck, AnyNameCountsWhileNoBaseIsKnown) {
     EXPECT_FALSE(c.result);
     EXPECT_EQ(c.text, "");
     EXPECT_EQ(c.list, wide_paths({"base.vmdk", "delta"}));
+}
+
+TEST_F(VmdkCheck, NameOfTheChildItselfCounts) {
+    save("base", file(9, none));
+    save("child of parent.vmdk", file(2, 7, "parent.vmdk"));
+    const check c = run({"base", "child of parent.vmdk"});
+    EXPECT_FALSE(c.result);
+    EXPECT_EQ(c.text, "");
+
+    // A lone file is no chain, and the file of that name is looked for.
+    EXPECT_EQ(run({"child of parent.vmdk"}).text, missing_parent);
 }
 
 TEST_F(VmdkCheck, EmptyHintIsPartOfEveryName) {
