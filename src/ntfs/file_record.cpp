@@ -8,7 +8,7 @@ namespace {
 
 // True when the `length` 16-bit units at `at` are those of `name`. Units behind the end of `b` are
 // zero.
-bool has_name(ql::bytes b, std::size_t at, std::uint8_t length, ql::bytes name) {
+bool is_named(ql::bytes b, std::size_t at, std::uint8_t length, ql::bytes name) {
     if (std::size_t{length} * 2 != name.size()) return false;
     for (std::size_t i = 0; i < name.size(); ++i) {
         if (ql::le8(b, at + i) != name[i]) return false;
@@ -49,7 +49,7 @@ bool find_named_attrib(record_attrib& attribute, std::uint32_t type, ql::bytes n
     for (;;) {
         const std::uint32_t found = attribute.type();
         if (found == attrib_type::end) return false;
-        if (found == type && has_name(attribute.record, attribute.at + attribute.name_offset(),
+        if (found == type && is_named(attribute.record, attribute.at + attribute.name_offset(),
                                       attribute.name_length(), name)) {
             return !name.empty() || attribute.length() <= limit;
         }
@@ -62,7 +62,7 @@ bool find_list_entry(list_entry& entry, std::int64_t& bytes_left, std::uint32_t 
                      ql::bytes name) {
     for (;;) {
         if (entry.type() == type &&
-            has_name(entry.list, entry.at + entry.name_offset(), entry.name_length(), name)) {
+            is_named(entry.list, entry.at + entry.name_offset(), entry.name_length(), name)) {
             return true;
         }
         const std::uint16_t length = entry.length();

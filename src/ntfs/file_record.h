@@ -34,6 +34,9 @@ constexpr std::uint32_t end = 0xFFFFFFFF;
 // The low 48 bits of a file reference: the MFT entry number.
 constexpr std::uint64_t entry_of(std::uint64_t ref) { return ref & 0xFFFFFFFFFFFFull; }
 
+// MFT entry of the root directory.
+constexpr std::uint64_t root_entry = 5;
+
 // Header of a FILE record, over the bytes of the record.
 //
 //    0  4    keyword "FILE"              20  u16  first attribute offset

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr std::uint64_t root_entry = 5;
-
 // The segments, deepest first, from the root down, each followed by a backslash. The root's own
 // name "." is left out.
 std::wstring join_from_root(const std::vector<std::wstring>& segments) {

@@ -67,8 +67,8 @@ public:
     // `count` as it was, for a null disk or buffer, a count of 0, and when nothing was read.
     static bool read_at(CRawDisk* source, std::uint64_t position, std::uint64_t volume_offset,
                         void* buffer, std::uint32_t& count);
-    // Reads whole clusters from `lcn` on. False unless validated, and for a `count` that is no
-    // whole number of clusters.
+    // Reads whole clusters from `lcn` on. `count` in: bytes wanted; out: bytes read. False unless
+    // validated, for a `count` that is no whole number of clusters, and when nothing was read.
     bool read_clusters(std::uint64_t lcn, void* buffer, std::uint32_t& count);
     // True when the source is large enough to hold `size` bytes, and there is memory for them.
     // Sizes that come from the disk are tested by this before memory is taken for them.
@@ -85,15 +85,16 @@ public:
     // buffer    with `allocate`: replaced by one of the record's length; else used as it is
     // position  out: byte position in the volume
     // size      in: bytes of `buffer` that may be used (not with `allocate`); out: bytes read,
-    // fewer
-    //           than the record where the source ends. What was not read is zero.
+    //           fewer than the record where the source ends. What was not read is zero.
     //
     // False when the record can't be read or is no record, when `size` is smaller than a record,
     // and, but for entry 0, when the volume is not validated. With `allocate` the buffer is then
     // empty.
     bool read_file_record(std::uint64_t inode, std::vector<std::uint8_t>& buffer,
                           std::uint64_t& position, std::int64_t& size, bool allocate);
-    // Reads get_mft_record_size() bytes and applies apply_fixup, which also accepts "BAAD".
+    // Reads get_mft_record_size() bytes and applies apply_fixup, which also accepts "BAAD" and
+    // tells the `kind`, one of record_kind. `position` is the byte position in the volume. False
+    // when the volume is not validated, when nothing can be read, and when apply_fixup says so.
     bool read_record_vector(std::uint64_t inode, std::vector<std::uint8_t>& record,
                             std::uint64_t& position, std::uint32_t& kind);
     // True when the record can be read and is a directory.
@@ -148,13 +149,21 @@ public:
 
     // --- directory indexes (index_reader.cpp) ---
 
-    // The entry numbers that the $I30 index of a directory names, stale ones included.
+    // Adds the entry numbers that the $I30 index of a directory names, stale ones included; with
+    // `include_slack` also those that collect_entries takes for damage otherwise. False when the
+    // directory's record or its index can't be read.
     bool get_children(std::uint64_t inode, std::set<std::uint64_t>& children, bool include_slack);
     // The same in place of what `children` held, in ascending order and each number once.
     bool get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
                              bool include_slack);
-    // Reads the 4096-byte blocks of an index and applies their update sequences. All of them when
-    // `block_count` is 0xFFFFFFFF and `first_block` 0.
+    // Reads the 4096-byte blocks of an index, its holes left out, and applies their update
+    // sequences. A cluster that can't be read ends its run, and the next run follows at once; the
+    // room that is left behind the last one is zero.
+    //
+    // block_count  in: blocks wanted, 0xFFFFFFFF for all; out: blocks in `out`
+    // first_block  blocks in front of the first one wanted
+    //
+    // False when the runs hold no block behind that, or more than the source.
     bool read_index_blocks(std::vector<std::uint8_t>& out, std::uint32_t& block_count,
                            const data_run_list& runs, std::uint32_t first_block);
 

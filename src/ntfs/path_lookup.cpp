@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr std::uint64_t root_entry = 5;
 constexpr std::uint64_t no_entry = ~std::uint64_t{0};
 
 unsigned long long number(std::uint64_t value) { return value; }

@@ -11,8 +11,10 @@ class cmd_params;
 // ASCII case. Junctions and symbolic links on the way are followed from the root when
 // `follow_links` is set, without a bound: links that lead to each other never end.
 //
-// inode          out: the entry, 0 on failure of the first steps
-// parent_inode   out: the directory that holds it; 0 when a link was the last segment
+// inode          out: the entry; on failure the last one found on the way, or 0 when there was none
+//                to go
+// parent_inode   out: the directory that holds it; all ones for a separator alone, 0 for a drive
+//                alone and for a link whose target is one of these
 // resolved_path  out: the path that was walked
 // trace          each step is written here as a "-diags" line
 //
@@ -20,6 +22,5 @@ class cmd_params;
 bool resolve_path(std::uint64_t& inode, std::uint64_t& parent_inode, std::wstring& resolved_path,
                   CNtfs* ntfs, const std::wstring& path, bool follow_links, cmd_params& trace);
 
-// The segments of a path: split at "/" if it holds one anywhere, else at the backslash; empty
-// pieces are dropped.
+// What separates the segments of a path: "/" if it holds one anywhere, else the backslash.
 wchar_t path_separator(const std::wstring& path);

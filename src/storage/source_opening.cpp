@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr std::uint64_t root_directory_entry = 5;
-
 // A letter (or anything else) and a colon at the start of a name.
 bool has_drive_colon(const std::wstring& name) { return name.size() > 1 && name[1] == L':'; }
 
@@ -72,7 +70,7 @@ bool find_directory(CNtfs& ntfs, std::uint64_t& dir_entry_num, std::wstring& res
                     const std::wstring& directory, bool follow_links, cmd_params& trace) {
     if (is_root_path(directory)) {
         resolved_path = directory;
-        dir_entry_num = root_directory_entry;
+        dir_entry_num = root_entry;
         return true;
     }
     std::uint64_t parent_entry_num = 0;
