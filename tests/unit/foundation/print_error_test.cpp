@@ -106,6 +106,18 @@ TEST(PrintError, DropsAMessageThatCannotBeFormatted) {
     EXPECT_EQ(screen.text(), clearing);
 }
 
+// Ends the process without the flush of a regular end, behind a stream that keeps what it is given.
+[[noreturn]] void print_and_vanish(const char* format) {
+    std::setvbuf(stderr, nullptr, _IOFBF, BUFSIZ);
+    print_error(format);
+    ::_exit(0);
+}
+
+TEST(PrintErrorDeathTest, ReachesTheScreenAtOnce) {
+    EXPECT_EXIT(print_and_vanish("kept\n"), testing::ExitedWithCode(0), "    \rkept$");
+    EXPECT_EXIT(print_and_vanish(nullptr), testing::ExitedWithCode(0), "    \r$");
+}
+
 TEST(PrintError, PassesBytesOutsideAsciiThrough) {
     const captured_stderr screen;
     print_error("invalid image: %s\n", "\xC3\xA9\xFF");

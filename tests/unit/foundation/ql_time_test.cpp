@@ -229,10 +229,14 @@ TEST(Time, NowIsTheClockOfTheHost) {
     gettimeofday(&before, nullptr);
     const ql::time t = ql::time::now();
     gettimeofday(&after, nullptr);
+    const auto ticks = [](const timeval& clock) {
+        return ticks_to_1970 + static_cast<std::uint64_t>(clock.tv_sec) * second +
+               static_cast<std::uint64_t>(clock.tv_usec) * 10;
+    };
     EXPECT_NE(t.valid, 0u);
-    EXPECT_GE(t.unix_seconds, static_cast<std::uint64_t>(before.tv_sec));
-    EXPECT_LE(t.unix_seconds, static_cast<std::uint64_t>(after.tv_sec));
-    EXPECT_EQ(t.system_time.nanosecond % 1000, 0u);
+    EXPECT_GE(t.filetime, ticks(before));
+    EXPECT_LE(t.filetime, ticks(after));
+    EXPECT_EQ(t.filetime % 10, 0u);  // whole microseconds
 }
 
 TEST(FiletimeToUnix, WrapsInFrontOf1970AndRefusesTheTopBit) {
@@ -378,6 +382,8 @@ TEST(DateTimeStrings, StyleOfZerosShowsTheDefaultsUnlessDateAndTimeArePaired) {
         t.valid);
     EXPECT_EQ(out, (texts{"", "05:06:07"}));
     EXPECT_EQ(ql::date_time_strings(out.date, out.time, t, default_style()), t.valid);
+    EXPECT_EQ(ql::date_time_strings(out.date, out.time, t, {0, 0, 0, 1}), t.valid);
+    EXPECT_EQ(out, (texts{"", "05:06:07"}));  // one byte of four is enough
 }
 
 TEST(DateTimeStrings, TruncatesTheFractionToTheDigitsOfTheStyle) {
@@ -529,6 +535,25 @@ TEST_F(TimeZoneDeathTest, LastHoursBefore3001ShowWhereTheLocalYearIs3000) {
     expect_in_zone("UTC0", next_year, " ");
     expect_in_zone("BBB1", next_year, "3001-01-01 00:00:00\\.000");
     expect_in_zone("BBB1", filetime(3001, 1, 1, 1), " ");
+}
+
+// Of the two zones, one has summer time now and one has it when the stamp is made.
+TEST_F(TimeZoneDeathTest, SummerTimeDoesNotCountInTheRangeCheck) {
+    for (const char* zone : {"AAA-1BBB,M4.1.0,M10.1.0", "AAA-1BBB,M10.1.0,M4.1.0"}) {
+        expect_in_zone(zone, filetime(3000, 12, 31, 22, 30), "3000-12-31 22:30:00\\.000");
+        expect_in_zone(zone, filetime(3000, 12, 31, 23), " ");
+    }
+}
+
+TEST_F(TimeZoneDeathTest, OffsetOfTheHostIsTheSameForAllStamps) {
+    const std::uint64_t last_hour = filetime(3000, 12, 31, 23, 30);
+    const auto show_after_a_move = [=] {
+        ::setenv("TZ", "UTC0", 1);
+        ::tzset();
+        shown(sample);
+        show_in_zone("AAA-1", last_hour);
+    };
+    EXPECT_EXIT(show_after_a_move(), testing::ExitedWithCode(0), "<3000-12-31 23:30:00\\.000>");
 }
 
 TEST_F(TimeZoneDeathTest, LocalFieldsFollowTheHost) {

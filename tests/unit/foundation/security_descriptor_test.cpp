@@ -107,6 +107,8 @@ TEST(SidToStringChecked, NeedsRoomForItsSubAuthorities) {
     EXPECT_EQ(checked_text(two, 15), "");
     EXPECT_EQ(checked_text(two, 16), "S-1-5-32-544");
     EXPECT_EQ(checked_text(support::sid(5, {}), 12), "S-1-5");
+    EXPECT_EQ(checked_text(support::sid(5, {}), 11), "");  // though 8 would hold it
+    EXPECT_EQ(checked_text(support::sid(5, {}), 8), "");
     EXPECT_EQ(checked_text(support::sid(5, {1}, 255), 257 * 4 - 1), "");
     EXPECT_NE(checked_text(support::sid(5, {1}, 255), 257 * 4), "");
 }

@@ -1,10 +1,13 @@
 #include "foundation/uni_streams.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <ostream>
 #include <string>
@@ -26,8 +29,31 @@ bool append(uni::file_object& file, const std::string& text) {
     return file.append(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
 }
 
+// While it lives, no file of this process grows beyond `size` bytes: a write stops there.
+class file_size_limit {
+public:
+    explicit file_size_limit(rlim_t size) : m_old_handler(std::signal(SIGXFSZ, SIG_IGN)) {
+        ::getrlimit(RLIMIT_FSIZE, &m_old);
+        const rlimit limit{size, m_old.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~file_size_limit() {
+        ::setrlimit(RLIMIT_FSIZE, &m_old);
+        std::signal(SIGXFSZ, m_old_handler);
+    }
+    file_size_limit(const file_size_limit&) = delete;
+    file_size_limit& operator=(const file_size_limit&) = delete;
+
+private:
+    rlimit m_old{};
+    void (*m_old_handler)(int);
+};
+
 class FileObject : public testing::Test {
 protected:
+    // The access mode of the open file, and whether it doesn't block.
+    int flags() const { return ::fcntl(m_file.fd, F_GETFL) & (O_ACCMODE | 0x800); }
+
     support::temp_dir m_dir;
     uni::file_object m_file;
 };
@@ -85,6 +111,23 @@ TEST_F(FileObject, TruncationCreatesOrEmptiesTheFile) {
     EXPECT_TRUE(m_file.open_for_write(path, true, false, true));
     EXPECT_EQ(m_file.size, 0u);
     EXPECT_EQ(support::read_file(path), "");
+}
+
+TEST_F(FileObject, WritersMayReadAndNothingBlocks) {
+    const std::string path = m_dir.write("file", "hello");
+    ASSERT_TRUE(m_file.open_for_write(path, false, false, false));
+    EXPECT_EQ(flags(), O_RDONLY | 0x800);
+    ASSERT_TRUE(m_file.open_for_write(path, true, false, false));
+    EXPECT_EQ(flags(), O_RDWR | 0x800);
+    ASSERT_TRUE(m_file.open_for_write(path, true, false, true));
+    EXPECT_EQ(flags(), O_RDWR | 0x800);
+}
+
+TEST_F(FileObject, TruncationIsForWritersOnly) {
+    const std::string path = m_dir.write("file", "hello");
+    ASSERT_TRUE(m_file.open_for_write(path, false, false, true));
+    EXPECT_EQ(flags(), O_RDONLY | 0x800);
+    EXPECT_EQ(support::read_file(path), "hello");
 }
 
 TEST_F(FileObject, ClosingSeparatorsAreNoPartOfTheName) {
@@ -147,6 +190,20 @@ TEST_F(FileObject, AppendsNothingFromNullAndZeroBytesWithSuccess) {
     const std::uint8_t byte = 'x';
     EXPECT_TRUE(m_file.append(&byte, 0));
     EXPECT_EQ(m_file.get_size(), 0u);
+}
+
+TEST_F(FileObject, ShortWriteIsNotNoticedButAFailedOneIs) {
+    ASSERT_TRUE(m_file.open_for_write(m_dir.file("file"), true, false, true));
+    bool short_write = false, failed_write = true;
+    {
+        const file_size_limit limit(5);
+        short_write = append(m_file, "hello world");
+        failed_write = append(m_file, "more");
+    }
+    EXPECT_TRUE(short_write);
+    EXPECT_FALSE(failed_write);
+    EXPECT_EQ(m_file.size, 5u);
+    EXPECT_EQ(support::read_file(m_dir.file("file")), "hello");
 }
 
 TEST_F(FileObject, SizeLeavesThePositionAlone) {
@@ -256,6 +313,16 @@ TEST_F(FileObject, DestroyingFlushesTheStream) {
         *file.attach_stream() << "kept";
     }
     EXPECT_EQ(support::read_file(path), "kept");
+}
+
+TEST_F(FileObject, DestroyedBufferWritesWhatItHolds) {
+    ASSERT_TRUE(m_file.open_for_write(m_dir.file("file"), true, false, true));
+    {
+        uni::fileio_output stream(&m_file, 16);
+        stream << "kept";
+        EXPECT_EQ(m_file.get_size(), 0u);
+    }
+    EXPECT_EQ(support::read_file(m_dir.file("file")), "kept");
 }
 
 TEST_F(FileObject, LineEndWithFlushReachesTheFileAtOnce) {
