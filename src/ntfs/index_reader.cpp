@@ -6,6 +6,7 @@
 #include <span>
 #include <utility>
 
+#include "ntfs/attribute_list.h"
 #include "ntfs/ntfs.h"
 
 namespace {
@@ -60,24 +61,18 @@ bool collect_root(const record_attrib& root, std::vector<std::uint64_t>& childre
     return collect_entries(children, ql::clip(value, 16), include_slack);
 }
 
-// An attribute list as the index reader takes it.
-struct index_list {
-    std::vector<std::uint8_t> clusters;
-    ql::bytes entries;
-    std::int64_t size = 0;
+// The entry number of the first list entry of `type` and name "$I30".
+bool find_listed_i30(const attribute_list_body& list, std::uint32_t type, std::uint64_t& number) {
+    list_entry entry{list.entries, 0};
+    std::int64_t left = list.size;
+    if (!find_list_entry(entry, left, type, i30_name)) return false;
+    number = entry.entry_number();
+    return true;
+}
 
-    // The entry number of the first list entry of `type` and name "$I30".
-    bool find(std::uint32_t type, std::uint64_t& number) const {
-        list_entry entry{entries, 0};
-        std::int64_t left = size;
-        if (!find_list_entry(entry, left, type, i30_name)) return false;
-        number = entry.entry_number();
-        return true;
-    }
-};
-
-// A resident list stays where it is in the record; a non-resident one is read, its holes as zeros.
-bool load_index_list(CNtfs& ntfs, const record_attrib& attribute, index_list& list) {
+// Other than load_attribute_list: a resident list goes on to the end of its record, a non-resident
+// one ends with its runs, and holes in it are zeros.
+bool load_index_list(CNtfs& ntfs, const record_attrib& attribute, attribute_list_body& list) {
     if (!attribute.nonresident()) {
         list.entries = attribute.value_to_record_end();
         list.size = attribute.value_length();
@@ -92,6 +87,13 @@ bool load_index_list(CNtfs& ntfs, const record_attrib& attribute, index_list& li
     if (!ntfs.read_attrib_bytes(runs, 0, list.clusters, list.size, false)) return false;
     list.entries = list.clusters;
     return true;
+}
+
+// Reads the record of an entry into `record`, which has the room of one.
+bool read_record(CNtfs& ntfs, std::uint64_t number, std::vector<std::uint8_t>& record) {
+    std::uint64_t position = 0;
+    auto size = static_cast<std::int64_t>(record.size());
+    return ntfs.read_file_record(number, record, position, size, false);
 }
 
 // Puts the clusters of an index together to blocks.
@@ -229,19 +231,14 @@ bool CNtfs::get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>&
 bool CNtfs::collect_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
                              bool include_slack) {
     std::vector<std::uint8_t> record(get_mft_record_size());
-    const auto read = [this, &record](std::uint64_t number) {
-        std::uint64_t position = 0;
-        auto size = static_cast<std::int64_t>(record.size());
-        return read_file_record(number, record, position, size, false);
-    };
-    if (!read(inode)) return false;
+    if (!read_record(*this, inode, record)) return false;
     // An extension record answers for its base. A ring of base references has no answer.
     std::set<std::uint64_t> visited;
     while (const std::uint64_t base = file_record{record}.base_ref()) {
         if (!visited.insert(inode).second) return false;
         inode = entry_of(base);
         include_slack = false;
-        if (!read(inode)) return false;
+        if (!read_record(*this, inode, record)) return false;
     }
 
     const index_attributes found = find_index_attributes(record, m_bytes_per_file_record);
@@ -258,7 +255,7 @@ bool CNtfs::collect_children(std::uint64_t inode, std::vector<std::uint64_t>& ch
 bool CNtfs::collect_listed(const record_attrib& attribute, bool root_missing, std::uint64_t inode,
                            std::vector<std::uint64_t>& children, bool include_slack) {
     if (attribute.nonresident() && attribute.initialized_size() == 0) return true;
-    index_list list;
+    attribute_list_body list;
     if (!load_index_list(*this, attribute, list)) return false;
 
     bool result = true;
@@ -266,10 +263,8 @@ bool CNtfs::collect_listed(const record_attrib& attribute, bool root_missing, st
     for (const std::uint32_t type : {attrib_type::index_allocation, attrib_type::index_root}) {
         if (type == attrib_type::index_root && !root_missing) continue;
         std::uint64_t number = 0;
-        if (!list.find(type, number) || number == inode) continue;
-        std::uint64_t position = 0;
-        auto size = static_cast<std::int64_t>(record.size());
-        if (!read_file_record(number, record, position, size, false)) return false;
+        if (!find_listed_i30(list, type, number) || number == inode) continue;
+        if (!read_record(*this, number, record)) return false;
         record_attrib part = first_attrib(record);
         if (!find_named_attrib(part, type, i30_name, get_mft_record_size())) continue;
         result = type == attrib_type::index_root
