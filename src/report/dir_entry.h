@@ -54,6 +54,11 @@ struct dir_entry {
     std::uint32_t attributes = 0;  // file attribute flags
 };
 
+// True for all rows of a directory, those of its streams included.
+inline bool is_of_directory(const dir_entry& entry) {
+    return (entry.flags & record_flag_directory) != 0;
+}
+
 // True unless the object id is all zero.
 inline bool has_object_id(const dir_entry& entry) {
     return std::any_of(entry.object_id.begin(), entry.object_id.end(),

@@ -7,6 +7,7 @@
 #include "ntfs/attrib_values.h"
 #include "ntfs/ntfs.h"
 #include "report/enumerator.h"
+#include "run/path_filters.h"
 #include "run/quorvel_opts.h"
 
 namespace {
@@ -139,7 +140,7 @@ void entry_rows::add(ql::bytes record, std::uint64_t entry_num, std::uint64_t pa
                      const std::wstring& path, dir_entry_set& entries, bool show_indx,
                      bool append_name) {
     if (!read_entry(record, entry_num, parent_num, path)) return;
-    const bool is_directory = (m_common.flags & record_flag_directory) != 0;
+    const bool is_directory = is_of_directory(m_common);
     make_key(path, append_name || !is_directory);
     if (!is_directory && !passes_filters()) return;
     add_rows(entries, show_indx);
@@ -187,7 +188,7 @@ void entry_rows::add_rows(dir_entry_set& entries, bool show_indx) {
     m_common.link_target.clear();
     find_id_and_link(rows, m_object_id, m_common.link_target);
 
-    const bool is_directory = (m_common.flags & record_flag_directory) != 0;
+    const bool is_directory = is_of_directory(m_common);
     if (is_directory) add_base(entries);
     for (const NTFS_ATTRIB_ROW& row : rows) {
         if (is_stream(row, show_indx)) add_stream(row, entries);
@@ -197,7 +198,7 @@ void entry_rows::add_rows(dir_entry_set& entries, bool show_indx) {
 
 // The row of an entry that has no unnamed $DATA, and of each directory.
 void entry_rows::add_base(dir_entry_set& entries) {
-    const bool is_directory = (m_common.flags & record_flag_directory) != 0;
+    const bool is_directory = is_of_directory(m_common);
     dir_entry_set::node_type made =
         make_row(is_directory ? entry_type::directory : entry_type::file);
     made.value().full_path = m_key;
@@ -206,7 +207,7 @@ void entry_rows::add_base(dir_entry_set& entries) {
 }
 
 void entry_rows::add_stream(const NTFS_ATTRIB_ROW& row, dir_entry_set& entries) {
-    const bool is_directory = (m_common.flags & record_flag_directory) != 0;
+    const bool is_directory = is_of_directory(m_common);
     dir_entry_set::node_type node;
     if (is_unnamed_data(row)) {
         node = make_row(is_directory ? entry_type::directory : entry_type::file);

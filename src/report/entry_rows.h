@@ -1,6 +1,7 @@
 // The rows of MFT entries, one entry after the other.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -32,7 +33,7 @@ public:
     // Both must outlive this object.
     entry_rows(CNtfs& ntfs, const quorvel_opts& opts) : m_ntfs(ntfs), m_opts(opts), m_rows(ntfs) {}
 
-    // Adds the rows of one entry to `entries`; see add_entry_rows.
+    // Adds the rows of one entry to `entries`; see add_entry_rows in report/enumerator.
     void add(ql::bytes record, std::uint64_t entry_num, std::uint64_t parent_num,
              const std::wstring& path, dir_entry_set& entries, bool show_indx, bool append_name);
 

@@ -1,7 +1,6 @@
 #include "report/enumerator.h"
 
 #include <cstdint>
-#include <utility>
 #include <vector>
 
 #include "foundation/ql_string.h"
@@ -172,7 +171,7 @@ dir_entry_set list_level(quorvel_opts& opts, const std::wstring& path, std::uint
 
 // The streams of a subdirectory are on the list as well, and are passed over.
 bool is_directory_row(const dir_entry& entry) {
-    return (entry.flags & record_flag_directory) != 0 && entry.type == entry_type::directory;
+    return is_of_directory(entry) && entry.type == entry_type::directory;
 }
 
 }  // namespace

@@ -51,7 +51,7 @@ listing_paths::listing_paths(std::string path, std::uint64_t dir_entry_num, bool
 }
 
 bool listing_paths::take(const dir_entry& entry, std::string_view name) {
-    if ((entry.flags & record_flag_directory) == 0) return true;
+    if (!is_of_directory(entry)) return true;
     if (entry.mft_entry == m_dir_entry_num) {
         row_path = dir_path;
         return true;

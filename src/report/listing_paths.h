@@ -8,8 +8,6 @@
 
 #include "report/dir_entry.h"
 
-class quorvel_opts;
-
 // Empties `recurse_list`. False when there is nothing to list: the line "no items in directory" has
 // then gone to `out`.
 bool start_listing(std::ostream& out, dir_entry_set& recurse_list, const dir_entry_set& entries);

@@ -74,7 +74,7 @@ public:
         ql::append_utf8(m_name, entry.name);
         if (!m_paths.take(entry, m_name)) return;
         m_row += "<data_entry>";
-        if ((entry.flags & record_flag_directory) != 0) {
+        if (is_of_directory(entry)) {
             append_directory_head();
         } else {
             append_file_head(entry.size);

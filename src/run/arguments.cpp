@@ -1,7 +1,5 @@
 #include "run/arguments.h"
 
-#include <algorithm>
-
 #include "foundation/ql_string.h"
 
 namespace {

@@ -8,8 +8,8 @@
 
 namespace {
 
-// Texts of this length and more are not searched.
-constexpr std::size_t longest_text = 513;
+// Longer texts are not searched for references.
+constexpr std::size_t longest_searched = 512;
 
 constexpr const char* shadow_copy_device = "\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy";
 
@@ -23,7 +23,7 @@ bool is_shadow_copy_name(std::string name) {
 std::string expand_env(std::string text, bool allow_vss) {
     std::vector<std::string> seen;  // what the text was since the last reference was passed
     std::size_t at = 0;
-    while (text.size() < longest_text) {
+    while (text.size() <= longest_searched) {
         const std::size_t open = text.find('%', at);
         if (open == std::string::npos) break;
         const std::size_t close = text.find('%', open + 1);

@@ -7,7 +7,6 @@
 #include "foundation/split_path.h"
 #include "foundation/split_text.h"
 #include "foundation/uni_streams.h"
-#include "run/arguments.h"
 #include "run/cmd_params.h"
 
 namespace {
