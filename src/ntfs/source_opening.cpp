@@ -1,4 +1,4 @@
-#include "storage/source_opening.h"
+#include "ntfs/source_opening.h"
 
 #include <utility>
 
