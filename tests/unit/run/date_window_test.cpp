@@ -70,6 +70,17 @@ TEST(DateWindow, StartIsReadAsYearMonthDay) {
     }
 }
 
+TEST(DateWindow, EndsThatCannotBeShownCountToo) {
+    const window w("1960-01-02", "1960-01-03");
+    EXPECT_EQ(w.messages, "");
+    EXPECT_EQ(w.params.time_from_on, 1);
+    EXPECT_EQ(w.params.time_from, filetime(1960, 1, 2));
+    EXPECT_EQ(w.params.time_from_alt, 0u);
+    EXPECT_EQ(w.params.time_to_on, 1);
+    EXPECT_EQ(w.params.time_to, filetime(1960, 1, 3, 23, 59, 59));
+    EXPECT_EQ(w.params.time_to_alt, 0u);
+}
+
 TEST(DateWindow, ValueWithoutADateIsRefusedInSilence) {
     for (const char* value : {"x", "20200101", " 2020-01-01", " ", "20200101 10-11"}) {
         SCOPED_TRACE(value);
@@ -115,8 +126,10 @@ TEST(DateWindow, UnreadableStartClosesAWindowThatWasOpen) {
     testing::internal::CaptureStderr();
     EXPECT_TRUE(set_window_start(params, "2020-13-02"));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), bad_start);
+    EXPECT_EQ(params.time_from_alt, 0u);
     EXPECT_EQ(params.time_to_on, 0);
     EXPECT_EQ(params.time_to, 0u);
+    EXPECT_EQ(params.time_to_alt, 0u);
 }
 
 TEST(DateWindow, SlashGoesBeforeDash) {
@@ -133,6 +146,7 @@ TEST(DateWindow, StopWithoutTimeIsTheEndOfItsDay) {
     EXPECT_EQ(w.params.time_to, filetime(2020, 1, 2, 23, 59, 59));
     EXPECT_EQ(w.params.time_to_alt, 1u);
     EXPECT_EQ(w.params.time_from_on, 0);
+    EXPECT_EQ(window("", "2020-01-02 ").params.time_to, filetime(2020, 1, 2, 23, 59, 59));
 }
 
 TEST(DateWindow, StopTakesItsTime) {
