@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include <map>
 #include <set>
 #include <string>

@@ -1,5 +1,7 @@
 #include "storage/partition_walk.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <vector>
 

@@ -1,5 +1,6 @@
 #include "storage/source_check.h"
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <cstdint>

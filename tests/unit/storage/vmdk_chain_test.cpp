@@ -1,6 +1,7 @@
 #include "storage/vmdk_chain.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #include "storage/vmdk_extent.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdint>

@@ -1,5 +1,7 @@
 #include "storage/volume_selection.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <sstream>
 #include <string>
