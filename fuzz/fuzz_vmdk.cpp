@@ -8,9 +8,9 @@
 
 #include "fuzz_support.h"
 #include "ntfs/ntfs.h"
-#include "ntfs/source_opening.h"
 #include "storage/raw_disk.h"
 #include "storage/source_check.h"
+#include "storage/source_opening.h"
 #include "storage/vmdk_chain.h"
 
 namespace {

@@ -26,11 +26,11 @@
 #include "fuzz_support.h"
 #include "ntfs/inode_to_path.h"
 #include "ntfs/ntfs.h"
-#include "ntfs/source_opening.h"
 #include "run/cmd_params.h"
 #include "run/directory_argument.h"
 #include "run/run_driver.h"
 #include "storage/source_check.h"
+#include "storage/source_opening.h"
 #include "support/ntfs_image.h"
 
 namespace {

@@ -2,8 +2,8 @@
 
 #include <array>
 
-#include "ntfs/source_opening.h"
 #include "report/enumerator.h"
+#include "storage/source_opening.h"
 #include "support/ntfs_image.h"
 
 namespace fuzz {

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "ntfs/ntfs.h"
-#include "ntfs/source_opening.h"
+#include "storage/source_opening.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <string>
 
 #include "ntfs/ntfs.h"
-#include "ntfs/source_opening.h"
 #include "report/enumerator.h"
 #include "run/quorvel_opts.h"
+#include "storage/source_opening.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 
 #include "foundation/ql_string.h"
 #include "ntfs/ntfs.h"
-#include "ntfs/source_opening.h"
 #include "storage/raw_disk.h"
+#include "storage/source_opening.h"
 #include "support/ntfs_image.h"
 #include "support/temp_dir.h"
 

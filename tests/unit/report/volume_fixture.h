@@ -11,11 +11,11 @@
 #include "foundation/ql_string.h"
 #include "foundation/ql_time.h"
 #include "ntfs/ntfs.h"
-#include "ntfs/source_opening.h"
 #include "report/csv_listing.h"
 #include "report/enumerator.h"
 #include "report/text_listing.h"
 #include "run/quorvel_opts.h"
+#include "storage/source_opening.h"
 #include "support/ntfs_image.h"
 #include "support/temp_dir.h"
 

@@ -1,6 +1,4 @@
-#include "ntfs/source_opening.h"
-
-#include <gtest/gtest.h>
+#include "storage/source_opening.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -9,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "foundation/ql_string.h"
+#include "disk_file.h"
 #include "ntfs/ntfs.h"
 #include "run/cmd_params.h"
 #include "storage/vmdk_chain.h"
@@ -87,8 +85,8 @@ opened open_image(const std::string& path, const std::wstring& directory,
                   std::uint64_t offset = 0) {
     opened o;
     trace_file trace;
-    o.result = open_by_image(o.ntfs, o.entry, o.resolved, ql::to_wide(path), offset, directory,
-                             true, trace.params());
+    o.result = open_by_image(o.ntfs, o.entry, o.resolved, widened(path), offset, directory, true,
+                             trace.params());
     o.trace = trace.text();
     return o;
 }
@@ -97,7 +95,7 @@ TEST(AttachImage, ValidVolumeIsOwned) {
     const temp_dir dir;
     const std::string path = volume().save(dir.file("bare.dd"));
     std::unique_ptr<CNtfs> ntfs;
-    ASSERT_TRUE(attach_image(ntfs, ql::to_wide(path), 0));
+    ASSERT_TRUE(attach_image(ntfs, widened(path), 0));
     ASSERT_NE(ntfs, nullptr);
     EXPECT_TRUE(ntfs->is_open());
     EXPECT_EQ(ntfs->m_source_kind, source_kind::file);
@@ -109,7 +107,7 @@ TEST(AttachImage, ValidVolumeIsOwned) {
 
 TEST(AttachImage, VolumeStandsAtItsOffset) {
     const temp_dir dir;
-    const std::wstring path = ql::to_wide(partitioned_disk().save(dir.file("disk.dd")));
+    const std::wstring path = widened(partitioned_disk().save(dir.file("disk.dd")));
     std::unique_ptr<CNtfs> ntfs;
     EXPECT_TRUE(attach_image(ntfs, path, volume_at));
     EXPECT_EQ(ntfs->m_volume_offset, volume_at);
@@ -124,7 +122,7 @@ TEST(AttachImage, WhatIsNoVolumeLeavesNothing) {
                                     dir.write("empty", ""), dir.write("text", "no volume")}) {
         SCOPED_TRACE(path);
         std::unique_ptr<CNtfs> ntfs;
-        EXPECT_FALSE(attach_image(ntfs, ql::to_wide(path), 0));
+        EXPECT_FALSE(attach_image(ntfs, widened(path), 0));
         EXPECT_EQ(ntfs, nullptr);
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
@@ -145,9 +143,9 @@ TEST(AttachImage, NamesOfAnotherSystemAreFilesOfThatName) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         std::unique_ptr<CNtfs> ntfs;
-        EXPECT_FALSE(attach_image(ntfs, ql::to_wide(c.name), 0));
+        EXPECT_FALSE(attach_image(ntfs, widened(c.name), 0));
         image.save(c.name);
-        ASSERT_TRUE(attach_image(ntfs, ql::to_wide(c.name), 0));
+        ASSERT_TRUE(attach_image(ntfs, widened(c.name), 0));
         EXPECT_EQ(ntfs->m_source_kind, c.kind);
         EXPECT_EQ(ntfs->disk()->kind, disk_kind::file);
         EXPECT_EQ(ntfs->disk()->path_utf8, c.name);
@@ -256,8 +254,7 @@ TEST(OpenByVolumeName, TheNameIsTheDirectoryToo) {
     EXPECT_EQ(entry, docs_entry);
 
     const std::string path = volume().save(dir.file("bare.dd"));
-    EXPECT_FALSE(
-        open_by_volume_name(ntfs, entry, resolved, ql::to_wide(path), true, trace.params()));
+    EXPECT_FALSE(open_by_volume_name(ntfs, entry, resolved, widened(path), true, trace.params()));
     EXPECT_NE(ntfs, nullptr);  // opened, but no such directory is on it
 }
 
@@ -280,7 +277,7 @@ protected:
         std::vector<std::wstring> files;
         for (const std::string& path :
              support::save_vmdk_chain(dir.path(), "disk", base_and_deltas)) {
-            files.push_back(ql::to_wide(path));
+            files.push_back(widened(path));
         }
         return files;
     }
@@ -344,7 +341,7 @@ TEST_F(VmdkOpening, OffsetIsStoredInTwoHalvesOf28Bits) {
 TEST_F(VmdkOpening, BrokenListsFailQuietly) {
     testing::internal::CaptureStderr();
     EXPECT_FALSE(attach_vmdk(ntfs, {}, 0));
-    EXPECT_FALSE(attach_vmdk(ntfs, {ql::to_wide(dir.file("missing"))}, 0));
+    EXPECT_FALSE(attach_vmdk(ntfs, {widened(dir.file("missing"))}, 0));
     EXPECT_FALSE(attach_vmdk(ntfs, save({vmdk_image().content(byte_image(0x10000))}), 0));
     EXPECT_EQ(ntfs, nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
@@ -363,7 +360,7 @@ TEST_F(VmdkOpening, DirectoryIsLookedUpInTheChain) {
     EXPECT_FALSE(
         open_by_vmdk_list(ntfs, entry, resolved, files, 0, L"\\missing", true, trace.params()));
     EXPECT_NE(ntfs, nullptr);
-    EXPECT_FALSE(open_by_vmdk_list(ntfs, entry, resolved, {ql::to_wide(dir.file("missing"))}, 0,
+    EXPECT_FALSE(open_by_vmdk_list(ntfs, entry, resolved, {widened(dir.file("missing"))}, 0,
                                    L"\\docs", true, trace.params()));
     EXPECT_EQ(ntfs, nullptr);
 }

@@ -1,4 +1,4 @@
-#include "ntfs/source_opening.h"
+#include "storage/source_opening.h"
 
 #include <utility>
 
