@@ -104,7 +104,6 @@ TEST_F(NoWrite, EveryFormAndEverySource) {
     }
 }
 
-// A source that nobody may write is read as any other, and its content stays what it is.
 TEST_F(NoWrite, SourcesKeepTheirContent) {
     const std::string before = support::read_file(m_disk);
     expect_only({"-image", m_disk, "-offset", "0x100000", "-level", "9", "-alldates"}, {});
