@@ -1,5 +1,7 @@
 #include "storage/source_opening.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
