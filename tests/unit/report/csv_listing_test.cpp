@@ -127,13 +127,12 @@ TEST_F(CsvListing, HeaderGoesOutOnceAndEmptySetLeavesItPending) {
 TEST_F(CsvListing, HeaderGoesByItsOwnFlagAlone) {
     add(make_report());
     opts.header_pending = 0;
-    text_header_pending = false;
     EXPECT_EQ(list().substr(0, 14), "type,filename,");
+    EXPECT_TRUE(text_header_pending);
     opts.header_pending = 1;
-    text_header_pending = true;
     EXPECT_EQ(list(), "file,c:\\data\\report.txt,," + numbers + stamps + ",\n");
     EXPECT_EQ(opts.header_pending, 1);
-    EXPECT_TRUE(text_header_pending);
+    EXPECT_FALSE(csv_header_pending);
 }
 
 TEST_F(CsvListing, TypesAndTheirPaths) {

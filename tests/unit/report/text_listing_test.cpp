@@ -74,13 +74,12 @@ TEST_F(TextListing, HeaderGoesOutOnceForAllListings) {
 TEST_F(TextListing, HeaderGoesByItsOwnFlagAlone) {
     add(make_file(L"a"));
     opts.header_pending = 0;
-    csv_header_pending = false;
     EXPECT_EQ(list(), header + file_row("1290", "c:\\data\\a"));
+    EXPECT_TRUE(csv_header_pending);
     opts.header_pending = 1;
-    csv_header_pending = true;
     EXPECT_EQ(list(), file_row("1290", "c:\\data\\a"));
     EXPECT_EQ(opts.header_pending, 1);
-    EXPECT_TRUE(csv_header_pending);
+    EXPECT_FALSE(text_header_pending);
 }
 
 TEST_F(TextListing, EmptySetGivesItsLineAndLeavesTheHeaderPending) {
