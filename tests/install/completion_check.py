@@ -34,7 +34,7 @@ for word; do
 done
 """
 
-# Prints the specifications that the function hands to zsh, one a line.
+# Prints the descriptions that the function hands to zsh, one a line.
 ASK_ZSH = r"""
 _arguments() { print -rl -- "$@" }
 source $1
@@ -135,22 +135,22 @@ class Zsh(unittest.TestCase):
         cls.file = os.path.join(OPTIONS.folder, "_quorvel")
         run = subprocess.run(["zsh", "-f", "-c", ASK_ZSH, "zsh", cls.file], check=True,
                              stdout=subprocess.PIPE)
-        cls.specifications = {}
+        cls.descriptions = {}
         for line in run.stdout.decode().splitlines():
             if "[" not in line:
                 continue
             head, _, tail = line.partition("[")
-            cls.specifications.setdefault(head.lstrip("*"), []).append(
+            cls.descriptions.setdefault(head.lstrip("*"), []).append(
                 (head.startswith("*"), tail.partition("]")[2]))
 
     def test_has_each_word_of_the_program_once(self):
-        self.assertEqual(sorted(self.specifications), sorted(self.words))
-        self.assertEqual([word for word, all_of_it in self.specifications.items()
+        self.assertEqual(sorted(self.descriptions), sorted(self.words))
+        self.assertEqual([word for word, all_of_it in self.descriptions.items()
                           if len(all_of_it) != 1], [])
 
     def test_knows_which_words_take_a_value_and_may_be_repeated(self):
         forms = {}
-        for word, [(repeated, value)] in self.specifications.items():
+        for word, [(repeated, value)] in self.descriptions.items():
             forms[word] = "values" if repeated else "value" if value.startswith(":") else "flag"
             self.assertEqual(value.startswith(":"), forms[word] != "flag", word)
         self.assertEqual(forms, self.words)
