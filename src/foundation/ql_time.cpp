@@ -59,6 +59,14 @@ bool to_local_seconds(std::uint64_t unix_seconds, std::uint64_t& out) {
     return true;
 }
 
+// Seconds of a FILETIME since 1970, UTC, and since 1601 in local time. False for one that can't be
+// shown.
+bool shown_seconds(std::uint64_t filetime, std::uint64_t& unix_seconds,
+                   std::uint64_t& local_seconds) {
+    return filetime != 0 && filetime_to_unix(filetime, unix_seconds) && unix_seconds != 0 &&
+           to_local_seconds(unix_seconds, local_seconds);
+}
+
 // The date of a stamp before the year 3002.
 void set_date(_windows_systemtime& fields, std::uint64_t filetime) {
     const calendar_day date = day_to_calendar(static_cast<std::uint32_t>(filetime / ticks_a_day));
@@ -300,9 +308,7 @@ time::time(std::uint64_t value, type_time type) {
     unix_seconds = value;
     filetime = value * ticks_a_second + ticks_1601_to_1970;
     std::uint64_t local_seconds = 0;
-    if (!to_local_seconds(unix_seconds, local_seconds)) return;
-    local_fields = local_time_fields(local_seconds);
-    fill_from_filetime(filetime);
+    if (to_local_seconds(unix_seconds, local_seconds)) fill_from_filetime(filetime);
 }
 
 time time::now() {
@@ -315,9 +321,8 @@ time time::now() {
 
 void time::fill_from_filetime(std::uint64_t ticks) {
     filetime = ticks;
-    if (ticks == 0 || !filetime_to_unix(ticks, unix_seconds) || unix_seconds == 0) return;
     std::uint64_t local_seconds = 0;
-    if (!to_local_seconds(unix_seconds, local_seconds)) return;
+    if (!shown_seconds(ticks, unix_seconds, local_seconds)) return;
     local_fields = local_time_fields(local_seconds);
 
     set_date(system_time, ticks);
@@ -351,8 +356,7 @@ std::uint32_t date_time_strings(std::string& date_out, std::string& time_out, co
 bool can_be_shown(std::uint64_t filetime) {
     std::uint64_t unix_seconds = 0;
     std::uint64_t local_seconds = 0;
-    return filetime != 0 && filetime_to_unix(filetime, unix_seconds) && unix_seconds != 0 &&
-           to_local_seconds(unix_seconds, local_seconds);
+    return shown_seconds(filetime, unix_seconds, local_seconds);
 }
 
 void render_date(std::string& out, std::uint64_t filetime, date_style style) {

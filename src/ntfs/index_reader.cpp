@@ -199,7 +199,6 @@ bool collect_entries(std::vector<std::uint64_t>& children, ql::bytes node_header
             break;
         }
         left -= size;
-        if (left < 0) break;
         at += size;
         const std::uint16_t next_size = ql::le16(node_header, at + 8);
         if (next_size == 0 || next_size > largest_entry) break;
