@@ -74,6 +74,12 @@ TEST_F(PathReport, NothingToList) {
     EXPECT_EQ(run({}, "\\nowhere"), "");
 }
 
+// One letter and a colon are a drive, whatever stands behind them.
+TEST_F(PathReport, StreamOfAOneLetterNameIsTheRoot) {
+    EXPECT_EQ(run({}, "\\d:note"), "\\d:note\\\n\\d:note\\docs\\\n\\d:note\\docs:note\n");
+    EXPECT_EQ(run({}, "d:note"), "d:note\\\nd:note\\docs\\\nd:note\\docs:note\n");
+}
+
 TEST_F(PathReport, RootShowsOneBackslash) {
     EXPECT_EQ(run({}, "\\"), "\\\n\\docs\\\n\\docs:note\n");
     EXPECT_EQ(e2e::list_bare({"-image", image.path(), "-filepath_only"}),
