@@ -62,7 +62,7 @@ bool set_window_start(cmd_params& params, const std::string& value) {
     params.time_from_on = 1;
     params.time_from = filetime;
     params.time_from_alt = checked(filetime);
-    set_stop(params, 1, UINT64_MAX, UINT32_MAX);
+    set_stop(params, UINT8_MAX, UINT64_MAX, UINT32_MAX);
     return true;
 }
 

@@ -39,7 +39,7 @@ TEST(DateWindow, StartOpensTheEndToTheMaximum) {
     EXPECT_EQ(w.params.time_from_on, 1);
     EXPECT_EQ(w.params.time_from, filetime(2020, 1, 2));
     EXPECT_EQ(w.params.time_from_alt, 1u);
-    EXPECT_EQ(w.params.time_to_on, 1);
+    EXPECT_EQ(w.params.time_to_on, 0xFF);
     EXPECT_EQ(w.params.time_to, all_ones);
     EXPECT_EQ(w.params.time_to_alt, 0xFFFFFFFFu);
 }
@@ -160,6 +160,7 @@ TEST(DateWindow, StopBeforeTheStartIsIgnored) {
     EXPECT_EQ(w.params.time_from_on, 1);  // the start stays
     EXPECT_EQ(w.params.time_to_on, 0);
     EXPECT_EQ(w.params.time_to, 0u);
+    EXPECT_EQ(w.params.time_to_alt, 0u);
 }
 
 TEST(DateWindow, StopAtTheStartIsTaken) {
