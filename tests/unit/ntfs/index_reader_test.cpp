@@ -631,6 +631,32 @@ TEST(DirectoryIndex, RootOfAnotherTypeGivesNothing) {
     }
 }
 
+TEST(DirectoryIndex, LengthOfTheRootsNodeDecidesTheResult) {
+    const struct {
+        std::uint32_t length;
+        bool result;
+    } cases[] = {{0, false}, {4096, true}, {4097, false}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.length);
+        ntfs_image image;
+        fill_directory(image, 2);
+        image.index(64).put_in_root(16 + 4, c.length, 4);
+        open_volume volume(image);
+        EXPECT_THAT(children_of(volume, 64, c.result), IsEmpty());
+    }
+}
+
+TEST(DirectoryIndex, LengthOfTheRootsValueIsNotLookedAt) {
+    constexpr std::size_t value_length_at = 16;
+    ntfs_image image;
+    image.entry(65)
+        .resident(support::type::index_root, u"$I30",
+                  index_root_value(with_end({entry_of_file(70)})))
+        .edit(value_length_at, 0, 4);
+    open_volume volume(image);
+    EXPECT_THAT(children_of(volume, 65), ElementsAre(70));
+}
+
 TEST(DirectoryIndex, CollationAndBlockSizeAreNotCompared) {
     ntfs_image image;
     fill_directory(image, 2);
@@ -719,8 +745,10 @@ TEST(DirectoryIndex, AllocationWithoutInitializedBytesFails) {
 
 TEST(DirectoryIndex, EntriesOffsetOfABlockMayPointIntoTheNext) {
     ntfs_image image;
-    const support::cluster_runs runs = image.store(
-        joined({block_with(70, {.entries_offset = 4096 + 40, .used = 4000}), block_with(71)}));
+    // The next block alone would be skipped.
+    const support::cluster_runs runs =
+        image.store(joined({block_with(70, {.entries_offset = 4096 + 40, .used = 4000}),
+                            block_with(71, {.keyword = "XXXX"})}));
     image.entry(65).nonresident(support::type::index_allocation, u"$I30", runs);
     open_volume volume(image);
     EXPECT_THAT(children_of(volume, 65), ElementsAre(71));
@@ -788,6 +816,9 @@ TEST(DirectoryIndex, AttributeMayClaimTheLengthOfARecordAtMost) {
         const std::size_t at = image.entry(65).attribute_offset(support::type::index_root, u"$I30");
         image.entry(65).put_before_fixup(at + 4, length, 4);
         open_volume volume(image);
+        EXPECT_THAT(children_of(volume, 65, length == 1024), SizeIs(length == 1024 ? 1 : 0));
+        // The first record states the length that counts, not the boot sector.
+        volume.ntfs.m_mft_record_size = 2048;
         EXPECT_THAT(children_of(volume, 65, length == 1024), SizeIs(length == 1024 ? 1 : 0));
     }
 }
@@ -962,6 +993,27 @@ TEST(DirectoryIndex, ListInClustersIsReadBeyondItsRealSize) {
     const support::bytes list = support::attribute_list_value({listed_index::root(65)});
     const support::cluster_runs runs = directory.image.store(list);
     directory.image.entry(64).attribute_list_runs(runs, {.real = 1});
+    open_volume volume(directory.image);
+    EXPECT_THAT(children_of(volume, 64), ElementsAre(70));
+}
+
+TEST(DirectoryIndex, HolesOfAListInClustersAreZeros) {
+    // An entry of 8192 bytes, one cluster of it stored and one a hole, then that of the root.
+    listed_index directory;
+    const support::bytes list = support::attribute_list_value(
+        {{.type = support::type::data, .length = std::uint16_t{8192}}, listed_index::root(65)});
+    const std::uint64_t lcn = directory.image.alloc(2);
+    const support::cluster_runs runs = {{lcn, 1}, {support::hole, 1}, {lcn + 1, 1}};
+    directory.image.write_runs(runs, list);
+    directory.image.entry(64).attribute_list_runs(runs, {.real = list.size()});
+    open_volume volume(directory.image);
+    EXPECT_THAT(children_of(volume, 64), ElementsAre(70));
+}
+
+TEST(DirectoryIndex, ListWithANameIsAListAsWell) {
+    listed_index directory;
+    directory.image.entry(64).resident(support::type::attribute_list, u"$X",
+                                       support::attribute_list_value({listed_index::root(65)}));
     open_volume volume(directory.image);
     EXPECT_THAT(children_of(volume, 64), ElementsAre(70));
 }

@@ -385,7 +385,10 @@ TEST(DecompressUnit, UnitWithoutHolesThatStartsOtherwiseGoesOutUnchanged) {
     EXPECT_TRUE(plain.result);
     EXPECT_EQ(plain.text, text_of(unit));
     EXPECT_EQ(plain_unit(unit, streamed, 3).text, text_of(unit).substr(0, 3));
-    EXPECT_EQ(plain_unit({0xFF, 0x3E, 1}, streamed).text, std::string("\xFF\x3E\x01"));
+    for (const std::uint8_t second : byte_list{0x0F, 0x3E, 0x7F}) {
+        const byte_list near{0xFF, second, 1};
+        EXPECT_EQ(plain_unit(near, streamed).text, text_of(near));
+    }
     EXPECT_EQ(plain_unit({0xFF}, streamed).text, "\xFF");
 }
 

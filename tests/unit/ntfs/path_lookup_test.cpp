@@ -179,6 +179,24 @@ TEST(PathLookup, DirectoryThatIsKnownIsNotForgottenWhenItIsMetAgain) {
               "->info: inode found for seg: sub : 0x41\n");
 }
 
+TEST(PathLookup, DirectoryWithoutANameIsKnownAllTheSame) {
+    ntfs_image image = sample();
+    image.entry(70).flags(3).standard_information();
+    image.index(5).add(file_reference(70, 1), support::file_name_value(5, u"nameless"));
+    open_volume volume(image);
+    ASSERT_EQ(entry_at(volume, L"\\temp"), 64u);
+    EXPECT_EQ(volume.ntfs.m_children_cache.count(70), 1u);
+}
+
+TEST(PathLookup, DirectoryIsNoChildOfItselfButTheRootMayBeOne) {
+    ntfs_image image = sample();
+    image.index(64).add(file_reference(64, 1), support::file_name_value(5, u"temp"));
+    image.index(64).add(file_reference(5, 5), support::file_name_value(5, u"."));
+    open_volume volume(image);
+    EXPECT_FALSE(look_up(volume, L"\\temp\\temp").result);
+    EXPECT_EQ(entry_at(volume, L"\\temp\\.\\hello.txt"), 67u);
+}
+
 TEST(PathLookup, KnownNamesAreFoundWithoutTheMedium) {
     open_volume volume(sample());
     ASSERT_EQ(entry_at(volume, L"\\temp\\sub"), 65u);
@@ -400,6 +418,8 @@ TEST(PathLookup, PathsThatLeadToOneEntry) {
         {L"\\temp\\sub\\FILE.TXT", 66, 65, L"\\temp\\sub\\FILE.TXT"},
         {L"\\temp\\sub\\file.txt:zone", 66, 65, L"\\temp\\sub\\file.txt:zone"},
         {L"\\temp:x\\sub:y", 65, 64, L"\\temp:x\\sub:y"},
+        {L"\\temp:x:y", 64, 5, L"\\temp:x:y"},
+        {L"\\temp :x", 64, 5, L"\\temp :x"},
         {L"\\ temp \\\tsub\t", 65, 64, L"\\ temp \\\tsub\t"},
         {L"\\ \ttemp", 64, 5, L"\\ \ttemp"},
         {L"\\temp\r", 64, 5, L"\\temp\r"},
@@ -445,6 +465,7 @@ TEST(PathLookup, PathsThatLeadNowhere) {
         SCOPED_TRACE(c.path);
         const lookup found = look_up(volume, c.path);
         EXPECT_FALSE(found.result);
+        EXPECT_EQ(found.resolved, L"");
         EXPECT_THAT(found.trace, testing::HasSubstr("->seg: " + std::string(c.key) + "\n"));
         EXPECT_THAT(found.trace,
                     testing::HasSubstr("->err: no child nodes\n->inode not found for "));
@@ -524,6 +545,16 @@ TEST(PathLookup, ShadowCopyPrefixIsTakenOff) {
     EXPECT_EQ(found.inode, 65u);
     EXPECT_EQ(found.resolved, L"\\temp\\sub");
     EXPECT_THAT(found.trace, testing::StartsWith("->anal: \\temp\\sub\n->root dir\n->seg: temp\n"));
+}
+
+TEST(PathLookup, ShadowCopyNeedsNoNumber) {
+    open_volume volume(sample());
+    const std::wstring device = L"\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy";
+    EXPECT_EQ(look_up(volume, device + L"\\temp").resolved, L"\\temp");
+    EXPECT_EQ(look_up(volume, device).trace, "->anal: \n->path empty\n");
+    // One letter less is a path like any other.
+    EXPECT_THAT(look_up(volume, device.substr(0, device.size() - 1) + L"\\temp").trace,
+                testing::HasSubstr("->seg: ?\n"));
 }
 
 TEST(PathLookup, SnapshotPrefixIsTakenOff) {
@@ -785,6 +816,16 @@ TEST(PathLookup, ReparsePointWithoutDataOrSubstituteNameIsNoLink) {
         EXPECT_EQ(found.parent, 5u);
         EXPECT_THAT(found.trace, testing::Not(testing::HasSubstr("restart")));
     }
+}
+
+TEST(PathLookup, LinkWhoseRecordIsCutBehindItIsFollowed) {
+    ntfs_image image = sample();
+    add_link(image, u"link", support::mount_point_tag, u"\\??\\C:\\temp", {.print = u"C:\\temp"});
+    open_volume volume(image);
+    ASSERT_EQ(entry_at(volume, L"\\link"), 64u);
+    ASSERT_LT(image.entry(70).attribute_offset(support::type::reparse_point), 400u);
+    volume.ntfs.m_disk->size_bytes = static_cast<std::int64_t>(image.record_pos(70) + 512);
+    EXPECT_EQ(entry_at(volume, L"\\link"), 64u);
 }
 
 TEST(PathLookup, NonResidentReparsePointIsNoLink) {

@@ -277,6 +277,16 @@ TEST(SecurityTable, NamesOfAnEntryMayLieBehindItsSize) {
     EXPECT_EQ(volume.ntfs.security_item(0x100)->group_text, system_sid);
 }
 
+TEST(SecurityTable, OnlyDataIsAStream) {
+    ntfs_image image;
+    set_bitmap_security(image, 0x100);
+    image.entry(9).resident(support::type::ea, u"$SDS", sds_entry(0x101, 0, whole_entry),
+                            {.id = 0});
+    image.entry(9).stream(u"$SDS", sds_entry(0x100, 0, whole_entry));
+    image.entry(9).id(7);
+    EXPECT_EQ(ids_after_open(image), id_list{0x100});
+}
+
 TEST(SecurityTable, FirstStreamOfTheNameIsRead) {
     ntfs_image image;
     set_bitmap_security(image, 0x100);
@@ -294,10 +304,12 @@ TEST(SecurityTable, FirstStreamOfTheNameIsRead) {
 
 TEST(SecurityTable, EntryThatDoesNotParseIsPassedByItsSize) {
     support::byte_image stream;
-    stream.put_bytes(0, sds_entry(0x100, 0, 64));
-    stream.put(24, 0, 8);                                     // neither owner nor group
+    ASSERT_LE(whole_entry, 80u);
+    stream.put_bytes(0, sds_entry(0x100, 0, 128));
     stream.put_bytes(48, sds_entry(0x101, 48, whole_entry));  // inside the first one
-    stream.put_bytes(64, sds_entry(0x102, 64, whole_entry));
+    stream.put_bytes(128, sds_entry(0x102, 128, whole_entry));
+    EXPECT_EQ(ids_of_stream(stream.bytes()), (id_list{0x100, 0x102}));
+    stream.put(24, 0, 8);  // neither owner nor group
     EXPECT_EQ(ids_of_stream(stream.bytes()), id_list{0x102});
 }
 
