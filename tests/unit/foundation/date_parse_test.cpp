@@ -195,6 +195,16 @@ TEST(FieldsToFiletime, IsTheInverseOfTheCalendar) {
     }
 }
 
+TEST(FieldsToFiletime, CountsTheDaysOfEachMonth) {
+    for (const int year : {1999, 2021, 2024}) {
+        for (int month = 1; month <= 12; ++month) {
+            SCOPED_TRACE(std::to_string(year) + "-" + std::to_string(month));
+            EXPECT_EQ(stamp({year, month, 1, 0, 0, 0, 0}),
+                      filetime(static_cast<unsigned>(year), static_cast<unsigned>(month), 1));
+        }
+    }
+}
+
 TEST(FieldsToFiletime, MarchToDecember2000LiesOneDayEarly) {
     EXPECT_EQ(stamp({2000, 2, 28, 0, 0, 0, 0}), filetime(2000, 2, 28));
     EXPECT_EQ(stamp({2000, 2, 29, 0, 0, 0, 0}), filetime(2000, 2, 29));

@@ -207,6 +207,7 @@ TEST(ParseU64, RefusesWhatIsTooLongOrBroken) {
         "o9",
         "xg",
         "1 2",                               // a blank behind a digit
+        "0 1",                               //
         "0x1 0",                             //
         "18446744073709551616",              // does not fit
         "000000000000000000001",             // 21 characters

@@ -371,6 +371,17 @@ TEST(DateTimeStrings, FormatThatStopsEarlyLeavesAnEmptyDateAndNoFraction) {
     EXPECT_EQ(shown(sample, compiled("mm-zz-zz", "hh:mm:ss.xxx")), (texts{"", "05:06:07"}));
 }
 
+TEST(DateTimeStrings, StyleWithoutAMonthOrAnOrderHasNoDate) {
+    using namespace ql::date_flag;
+    const std::uint8_t order[] = {day_month_year, month_day_year, year_month_day};
+    for (const std::uint8_t flag : order)
+        EXPECT_EQ(shown(sample, {'-', static_cast<std::uint8_t>(flag | year_4), 0, 0}),
+                  (texts{"", "05:06:07"}));
+    for (const std::uint8_t flag : {month_name, month_number})
+        EXPECT_EQ(shown(sample, {'-', static_cast<std::uint8_t>(flag | year_4), 0, 0}),
+                  (texts{"", "05:06:07"}));
+}
+
 TEST(DateTimeStrings, StyleOfZerosShowsTheDefaultsUnlessDateAndTimeArePaired) {
     const ql::time t(sample, ql::type_time::filetime);
     texts out;
