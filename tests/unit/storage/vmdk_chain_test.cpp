@@ -336,6 +336,15 @@ TEST(VmdkSource, CapacityIsASignedSize) {
     }
 }
 
+TEST(VmdkSource, HoldsNoMoreThanItsFilesTogether) {
+    const vmdk_image delta = layer("B", 2, 1);
+    const chain_files claiming({layer("A", 1, none).put(12, 1ull << 40, 8), delta});
+    EXPECT_EQ(CRawDisk(claiming.paths, false, false).held_bytes(),
+              layer("A", 1, none).build().size() + delta.build().size());
+    const chain_files small_disk({layer("A", 1, none).put(12, 3, 8), delta});
+    EXPECT_EQ(CRawDisk(small_disk.paths, false, false).held_bytes(), 3u * 512u);
+}
+
 TEST(VmdkSource, BrokenChainIsNotOpen) {
     const chain_files files({layer("A", 1, none), layer("B", 3, 2)});
     CRawDisk disk(files.paths, false, false);

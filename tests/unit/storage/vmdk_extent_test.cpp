@@ -137,6 +137,8 @@ TEST(VmdkExtent, ReadDeliversPartsOfAGrain) {
     EXPECT_TRUE(got.result);
     EXPECT_EQ(got.count, 1000u);
     EXPECT_EQ(got.buffer, part(pattern(grain_size, 12), 100, 1000));
+    EXPECT_EQ(read(file.extent, 3 * grain_size - 1, 1).buffer,
+              part(pattern(grain_size, 12), grain_size - 1, 1));
 }
 
 TEST(VmdkExtent, HolesAndEmptyReadsFail) {
