@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <string>
 #include <vector>
@@ -193,6 +194,23 @@ TEST(InodeToPath, RecordsAboveTheStatedSizeAreRead) {
     EXPECT_TRUE(volume.ntfs.get_paths_of_inode(66, {}, paths));
     EXPECT_THAT(paths, ElementsAre(L"docs\\deep\\a.txt\\"));
     EXPECT_TRUE(volume.ntfs.is_directory(65));
+}
+
+TEST(InodeToPathDeathTest, CycleOfParentsEndsWithTheStack) {
+    ntfs_image image;
+    image.entry(64).standard_information().file_name(65, u"a");
+    image.entry(65).standard_information().file_name(64, u"b");
+    open_volume volume(image);
+    ASSERT_TRUE(volume.opened);
+    const auto follow = [&volume] {
+        const rlimit no_core{0, 0};
+        const rlimit usual_stack{8u << 20, RLIM_INFINITY};
+        ::setrlimit(RLIMIT_CORE, &no_core);
+        ::setrlimit(RLIMIT_STACK, &usual_stack);
+        std::vector<std::wstring> paths;
+        volume.ntfs.get_paths_of_inode(64, {}, paths);
+    };
+    EXPECT_DEATH(follow(), "");
 }
 
 TEST(InodeToPath, SourceThatCantBeOpenedHasNoPaths) {

@@ -4,9 +4,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "ntfs/ntfs.h"
 #include "run/cmd_params.h"
@@ -800,6 +804,40 @@ TEST(PathLookup, ChainOfLinksIsFollowedToItsEnd) {
     }
     open_volume volume(image);
     EXPECT_EQ(look_up(volume, L"\\link00\\sub").resolved, L"\\C:\\temp\\sub");
+}
+
+TEST(PathLookup, LinksThatLeadToEachOtherAreFollowedUntilOneIsGone) {
+    ntfs_image image = sample();
+    image.directory(5, u"one", 70)
+        .reparse(support::mount_point_tag, u"\\??\\C:\\two", {.print = u"C:\\two"});
+    image.directory(5, u"two", 71)
+        .reparse(support::mount_point_tag, u"\\??\\C:\\one", {.print = u"C:\\one"});
+    open_volume volume(image);
+    support::temp_dir dir;
+    const std::string trace = dir.file("trace");
+    cmd_params params;
+    params.diags_on = 1;
+    params.diags_stream = std::make_unique<std::ofstream>(trace);
+
+    lookup found;
+    std::atomic<bool> ended = false;
+    std::thread walk([&] {
+        found.result = resolve_path(found.inode, found.parent, found.resolved, &volume.ntfs,
+                                    L"\\one", true, params);
+        ended = true;
+    });
+    // Some 1500 links are followed before the first one loses its record.
+    while (!ended && std::filesystem::file_size(trace) < 100000)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_FALSE(ended);
+    std::fstream(volume.path, std::ios::in | std::ios::out | std::ios::binary)
+        .seekp(static_cast<std::streamoff>(image.record_pos(70)))
+        .write("BAAD", 4);
+    walk.join();
+    EXPECT_TRUE(found.result);
+    EXPECT_EQ(found.inode, 70u);
+    EXPECT_EQ(found.parent, 5u);
+    EXPECT_EQ(found.resolved, L"\\C:\\one");
 }
 
 TEST(PathLookup, ReparsePointWithoutDataOrSubstituteNameIsNoLink) {
