@@ -87,6 +87,15 @@ TEST(ParseInode, DataFillsTheSizeOnlyWhenItIsZero) {
     EXPECT_EQ(parsed(record_builder(6).data("four").stream(u"s", "sixsix")).data_size, 4u);
 }
 
+TEST(ParseInode, FileNameIsReadBehindItsValueAsWell) {
+    record_builder record(6);
+    record.file_name(5, u"$Bitmap", {.real = 0x1234}).edit(16, 40, 4);
+    const NTFS_INODE_INFO info = parsed(record);
+    const byte_list name = support::file_name_value(5, u"$Bitmap", {.real = 0x1234});
+    EXPECT_TRUE(std::equal(info.file_name_body.begin(), info.file_name_body.end(), name.begin()));
+    EXPECT_EQ(info.data_size, 0x1234u);
+}
+
 TEST(ParseInode, LastNonResidentDataReplacesTheRuns) {
     const NTFS_INODE_INFO info = parsed(
         record_builder(6).data_runs({{100, 4}}, {.real = 0x4000}).stream_runs(u"named", {{7, 1}}));
@@ -386,6 +395,13 @@ TEST(MftAttributeList, OnlyTheListedAttributeOfARecordIsTaken) {
     EXPECT_EQ(mft.runs(), all_three);
 }
 
+TEST(MftAttributeList, EachMatchInARecordIsTaken) {
+    split_mft mft;
+    mft.image.entry(20).clear().data_runs({{60, 2}}, {.start_vcn = 8}).id(7);
+    mft.image.entry(20).stream_runs(u"other", {{62, 2}}).id(7);
+    EXPECT_EQ(mft.runs(), (plain_runs{{100, 8}, {60, 2}, {62, 2}, {130, 4}}));
+}
+
 TEST(MftAttributeList, LengthOfZeroEndsTheSearchInAnExtension) {
     split_mft mft;
     record_builder& extension = mft.image.entry(40);
@@ -543,6 +559,91 @@ TEST(MftAttributeList, VolumeIsNotValidatedByTheExpansion) {
     EXPECT_TRUE(volume.ntfs.parse_inode(record, volume.ntfs.m_mft_info, 0, false));
     EXPECT_FALSE(volume.ntfs.m_Validated);
     EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), all_three) << "but it could read";
+}
+
+// Bytes that the runs and values of a parsed record take.
+std::uint64_t memory_of(const NTFS_INODE_INFO& info) {
+    std::uint64_t sum = 0;
+    const auto add = [&sum](const std::vector<NTFS_DATA>& runs) {
+        for (const NTFS_DATA& run : runs)
+            sum += sizeof run + run.resident_data.size();
+    };
+    add(info.data_runs);
+    add(info.bitmap_runs);
+    for (const std::vector<NTFS_DATA>& runs : info.index_alloc_runs)
+        add(runs);
+    return sum;
+}
+
+TEST(MftAttributeList, AttributeNamedOverAndOverTakesNoMoreMemoryThanTheSourceHas) {
+    byte_list many_runs;  // holes of one cluster, two bytes each
+    for (int i = 0; i < 400; ++i)
+        many_runs.insert(many_runs.end(), {0x01, 0x01});
+    many_runs.push_back(0x00);
+    const byte_list value(800, 0x5A);
+    const struct {
+        const char* name;
+        std::uint32_t type;
+        bool resident;
+        std::uint64_t taken_at_once;
+        std::size_t times;
+    } cases[] = {
+        {"$DATA", 0x80, false, 400 * sizeof(NTFS_DATA), 200},
+        {"$BITMAP", 0xB0, false, 400 * sizeof(NTFS_DATA), 200},
+        {"$INDEX_ALLOCATION", 0xA0, false, 400 * sizeof(NTFS_DATA), 200},
+        {"value of $DATA", 0x80, true, sizeof(NTFS_DATA) + 800, 4000},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        ntfs_image image;
+        record_builder& extension = image.entry(20).base(image.reference(30));
+        if (c.resident) {
+            extension.resident(c.type, u"", value).id(7);
+        } else {
+            extension.nonresident(c.type, u"", many_runs, {{0, 1}}).id(7);
+        }
+        const byte_list list = support::attribute_list_value(std::vector<support::list_entry>(
+            c.times, {.type = c.type, .record = image.reference(20), .id = 7}));
+        image.entry(30).attribute_list_runs(image.store(list), {.real = list.size()});
+        const byte_list record = image.entry(30).build_before_fixup();
+        const support::byte_image bytes = image.build();
+        ASSERT_LT(2 * bytes.size(), c.times * c.taken_at_once) << "the list asks for more";
+
+        image_volume volume(bytes);
+        ASSERT_TRUE(volume.validate());
+        NTFS_INODE_INFO info;
+        EXPECT_TRUE(volume.ntfs.parse_inode(record, info, 30, false));
+        EXPECT_LE(memory_of(info), bytes.size() + c.taken_at_once);
+        EXPECT_GT(memory_of(info), bytes.size()) << "but all that the source could hold";
+    }
+}
+
+TEST(MftAttributeList, EntriesOfTheRecordItselfAreSkipped) {
+    ntfs_image image;
+    image.entry(30).data_runs({{200, 2}}).id(3);
+    image.entry(30).attribute_list({{.type = 0x80, .record = image.reference(30), .id = 3}});
+    const byte_list record = image.entry(30).build_before_fixup();
+    image_volume volume(image.build());
+    ASSERT_TRUE(volume.validate());
+    NTFS_INODE_INFO info;
+    EXPECT_TRUE(volume.ntfs.parse_inode(record, info, 30, false));
+    EXPECT_EQ(plain(info.data_runs), (plain_runs{{200, 2}})) << "they were taken already";
+}
+
+TEST(MftAttributeList, OtherEntriesNeedNoRunsOfTheirOwn) {
+    ntfs_image image;
+    image.entry(20).base(image.reference(30)).data_runs({{300, 3}}).id(4);
+    image.entry(30).attribute_list({{.type = 0x80, .record = image.reference(20), .id = 4}});
+    const byte_list record = image.entry(30).build_before_fixup();
+    image_volume volume(image.build());
+    ASSERT_TRUE(volume.validate());
+    NTFS_INODE_INFO info;
+    EXPECT_TRUE(volume.ntfs.parse_inode(record, info, 30, false));
+    EXPECT_EQ(plain(info.data_runs), (plain_runs{{300, 3}}));
+
+    volume.ntfs.m_Validated = false;
+    EXPECT_TRUE(volume.ntfs.parse_inode(record, info, 30, false));
+    EXPECT_TRUE(info.data_runs.empty()) << "only $MFT reads ahead of the validation";
 }
 
 TEST(MftAttributeList, ServesOtherEntriesOnAValidatedVolume) {
