@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "image_volume.h"
@@ -279,6 +280,25 @@ TEST(ReadFileRecord, AcceptsValidFileRecordsAndIndexBlocks) {
     }
 }
 
+TEST(ReadFileRecord, OtherKindsHaveTheirUpdateSequenceWhereTheHeaderSays) {
+    for (const char* keyword : {"INDX", "BAAD"}) {
+        SCOPED_TRACE(keyword);
+        ntfs_image image;
+        image.entry(30).usa_offset(64).first_attribute(80).keyword(keyword);
+        image.entry(30).data(byte_list(900, 0x5A));
+        const byte_list sound = image.entry(30).build_before_fixup();
+        opened_volume volume(image);
+        const record_read read = read_into(volume.ntfs, 30);
+        EXPECT_EQ(read.result, std::string(keyword) == "INDX");
+        if (read.result) {
+            EXPECT_EQ(read.bytes, sound);
+        }
+        const vector_read vector = read_vector(volume.ntfs, 30);
+        EXPECT_TRUE(vector.result);
+        EXPECT_EQ(vector.bytes, sound);
+    }
+}
+
 TEST(ReadFileRecord, CountOfOneChangesNothing) {
     ntfs_image image = volume_with_file();
     image.put(image.record_pos(30) + 6, 1, 2);
@@ -402,6 +422,11 @@ TEST(ReadFileRecord, RecordCutByTheEndOfTheSourceEndsInZeros) {
     const vector_read vector = read_vector(volume.ntfs, 30);
     EXPECT_TRUE(vector.result);
     EXPECT_EQ(ql::le16(vector.bytes, 1022), 0x5A5A) << "both words put back";
+    vector_read again;  // into what another record has left
+    again.bytes.assign(2000, 0xCC);
+    EXPECT_TRUE(volume.ntfs.read_record_vector(30, again.bytes, again.position, again.kind));
+    EXPECT_EQ(again.bytes, vector.bytes);
+    EXPECT_EQ(ql::le16(again.bytes, 700), 0);
 }
 
 TEST(ReadFileRecord, StrideAboveTheRecordSizeFailsAllButAllocatingReads) {
