@@ -151,6 +151,7 @@ TEST(AttribRows, FileNameRowHasItsOwnOrderOfTimes) {
     ASSERT_THAT(rows, SizeIs(2));
     const NTFS_ATTRIB_ROW& row = rows[1];
     EXPECT_EQ(row.type, 0x30u);
+    EXPECT_EQ(row.attrib_id, 5);
     EXPECT_EQ(row.file_name, "\xf0\x9f\x98\x80.txt");
     EXPECT_EQ(row.name, "");
     EXPECT_EQ(ql::le64(row.body, 0), file_reference(40, 6));
@@ -471,6 +472,34 @@ TEST(ListingRows, RecordCutByTheEndOfTheImageIsListedAsByAllRows) {
     std::vector<NTFS_ATTRIB_ROW> all;
     ASSERT_TRUE(volume.ntfs.get_attrib_rows(64, all));
     expect_listed(all, listing_rows_of(volume, 64));
+}
+
+TEST(ListingRows, NothingOfTheEntryBeforeStays) {
+    support::ntfs_image image;
+    const std::vector<support::list_entry> list{
+        {.type = 0x80, .record = file_reference(62, 1), .id = 4}};
+    image.entry(60).data(support::attribute_list_value(list));  // where 63 has its list
+    image.entry(61).data(support::bytes(800, 0x31)).id(1);
+    image.entry(62).base(file_reference(63, 1)).stream(u"far", "x").id(4);
+    image.entry(63).attribute_list(list).stream(u"near", "content");
+    // The volume name starts in front of the record's cut and would go on in the one before it.
+    image.entry(64).data(support::bytes(400, 0x41)).id(1);
+    image.entry(64)
+        .resident(support::type::volume_name, u"", support::as_bytes(std::u16string(100, u'v')))
+        .id(2);
+    image.entry(64).keep_order();
+    image.truncate(image.record_pos(64) + 512);
+    open_volume volume(image);
+    ASSERT_TRUE(volume.opened);
+    listing_rows listed(volume.ntfs);
+    for (const std::uint64_t inode : {63u, 60u, 61u, 64u, 63u, 64u, 61u}) {
+        SCOPED_TRACE(inode);
+        std::vector<NTFS_ATTRIB_ROW> all;
+        ASSERT_TRUE(volume.ntfs.get_attrib_rows(inode, all));
+        ASSERT_TRUE(listed.read(inode));
+        expect_listed(all, listed.rows());
+    }
+    EXPECT_EQ(listing_rows_of(volume, 64).back().name, "vvvv");
 }
 
 TEST(ListingRows, UnusableRecordHasNone) {
