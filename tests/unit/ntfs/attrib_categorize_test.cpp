@@ -349,6 +349,16 @@ TEST(AttribCategorize, NameIsBoundedByItsUnitsNotItsBytes) {
     }
 }
 
+TEST(AttribCategorize, NameThatStartsWithAZeroUnitIsNoName) {
+    const pass_result pass = categorized_entry([](auto& entry) {
+        entry.stream({u"\0b", 2}, "x").id(1).data_runs({{100, 4}}).id(2);
+    });
+    EXPECT_TRUE(pass.store.seen_unnamed_data);
+    ASSERT_THAT(labels_of(pass.store), ElementsAre(Pair(key_of(1, 0x80), "unnamed data")));
+    EXPECT_EQ(pass.store.attributes.at(key_of(1, 0x80)).attrib_name, L"");
+    EXPECT_FALSE(pass.store.attributes.at(key_of(1, 0x80)).is_ads);
+}
+
 TEST(AttribCategorize, ObjectIdReadsAsGuid) {
     const pass_result pass = categorized_entry([](auto& entry) {
         support::bytes id;
@@ -941,6 +951,20 @@ TEST(AttribCategorize, ListInClustersIsExpanded) {
                             Pair(key_of(39, 0x80), "ads")));
 }
 
+TEST(AttribCategorize, OneByteOfAnEntryInClustersIsEnough) {
+    for (const std::uint64_t real : {32u, 33u}) {
+        SCOPED_TRACE(real);
+        support::ntfs_image image;
+        image.entry(65).base(file_reference(64, 1)).stream(u"s", "x").id(1);
+        const support::bytes list = support::attribute_list_value(
+            {{.type = 0x10, .record = file_reference(64, 1), .id = 0},
+             {.type = 0x80, .record = file_reference(65, 1), .id = 1}});
+        image.entry(64).attribute_list_runs(image.store(list), {.real = real});
+        open_volume volume(image);
+        EXPECT_THAT(categorized(volume, 64).store.attributes, SizeIs(real - 32));
+    }
+}
+
 TEST(AttribCategorize, FailedClusterOfAListEndsItsRunAndLeavesNoGap) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).stream(u"s", "x").id(1);
@@ -950,6 +974,21 @@ TEST(AttribCategorize, FailedClusterOfAListEndsItsRunAndLeavesNoGap) {
     // The first run lies behind the image: the list's only good cluster moves to the front.
     image.entry(64).attribute_list_runs({{100000, 2}, runs[0]}, {.real = 32});
     open_volume volume(image);
+    EXPECT_THAT(labels_of(categorized(volume, 64).store),
+                ElementsAre(Pair(key_of(1, 0x80), "ads")));
+}
+
+TEST(AttribCategorize, HoleInAListIsReadAtTheStartOfTheVolume) {
+    // The first cluster, taken for a list: one entry as long as the "TF" of the boot sector's
+    // signature says, then what stands behind it.
+    constexpr std::uint64_t first_length = 0x4654;
+    support::ntfs_image image({.cluster = 65536});
+    image.entry(65).base(file_reference(64, 1)).stream(u"s", "x").id(1);
+    image.put_bytes(first_length, support::attribute_list_value(
+                                      {{.type = 0x80, .record = file_reference(65, 1), .id = 1}}));
+    image.entry(64).attribute_list_runs({{support::hole, 1}}, {.real = first_length + 32});
+    open_volume volume(image);
+    ASSERT_TRUE(volume.opened);
     EXPECT_THAT(labels_of(categorized(volume, 64).store),
                 ElementsAre(Pair(key_of(1, 0x80), "ads")));
 }
@@ -999,11 +1038,16 @@ TEST(AttribCategorize, ListCutByTheEndOfTheImageLowersTheClusterSize) {
 }
 
 TEST(AttribCategorize, FirstEntryIsReadThroughTheRunsOfTheTable) {
-    support::ntfs_image image;
+    support::ntfs_image image({.mirror_lcn = 40});
+    image.put(48, 40, 8);                  // the boot sector points at the mirror
+    image.put(40 * 4096 + 16, 0x4321, 2);  // which has another sequence number
     open_volume volume(image);
+    ASSERT_TRUE(volume.opened);
+    ASSERT_EQ(file_record{volume.ntfs.m_mft_record}.sequence_number(), 0x4321);
     const pass_result pass = categorized(volume, 0);
     ASSERT_TRUE(pass.result);
     EXPECT_EQ(pass.store.inode, 0u);
+    EXPECT_EQ(pass.store.sequence, 1);
     EXPECT_EQ(pass.store.file_names.begin()->second.name, L"$MFT");
 }
 
