@@ -533,6 +533,30 @@ TEST(StreamCompressed, UnitThatDidNotShrinkGoesOutAsItIs) {
     EXPECT_TRUE(streamed.text == text_of(joined({noise, text})));
 }
 
+TEST(StreamCompressed, HolesOfOneUnitDoNotCountForTheNext) {
+    // Taken for chunks the second unit would be one gap after the other.
+    byte_list stored_plain = support::pattern(unit_bytes, 9);
+    stored_plain[0] = stored_plain[1] = 0;
+    stored_plain[4096] = stored_plain[4097] = 0;
+    const byte_list text = text_content(unit_bytes, 'a');
+    compressed_volume volume;
+    volume.add_unit(support::lznt1_compress(text));
+    volume.add_unit(stored_plain);
+    const streamed_row streamed = volume.stream(compressed_sizes(2 * unit_bytes));
+    EXPECT_TRUE(streamed.text == text_of(joined({text, stored_plain})));
+}
+
+TEST(StreamCompressed, FailedClusterInsideAUnitEndsTheStream) {
+    const byte_list noise = support::pattern(unit_bytes, 9);
+    compressed_volume volume;
+    volume.add_unit(noise);
+    volume.add_unit(noise);
+    volume.runs = {{0, 0, 0, 3}, {1000, 3, 0, 13}, {16, 16, 0, 16}};
+    const streamed_row streamed = volume.stream(compressed_sizes(2 * unit_bytes));
+    EXPECT_TRUE(streamed.result);
+    EXPECT_TRUE(streamed.text == text_of(part(noise, 0, 3 * cluster_bytes)));
+}
+
 TEST(StreamCompressed, UnitThatIsAHoleEndsTheStream) {
     const byte_list text = text_content(unit_bytes, 'a');
     compressed_volume volume;
