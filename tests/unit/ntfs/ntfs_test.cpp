@@ -274,6 +274,15 @@ TEST(NtfsValidate, ResidentMftCountsAsOneCluster) {
     EXPECT_EQ(volume.ntfs.get_total_mft_entries(), 4u);
 }
 
+TEST(NtfsValidate, ValueBehindTheRunsOfTheMftCountsNothing) {
+    ntfs_image image({.mft_records = 64});
+    image.entry(0).data_runs({{image.record_pos(0) / 4096, 16}}).stream(u"named", "value");
+    image_volume volume(image.build());
+    ASSERT_TRUE(volume.validate());
+    ASSERT_EQ(volume.ntfs.m_mft_info.data_runs.size(), 2u);
+    EXPECT_EQ(volume.ntfs.get_total_mft_entries(), 64u);
+}
+
 TEST(NtfsValidate, MftWithoutDataHasNoEntries) {
     ntfs_image image;
     // The type of $DATA becomes one that nobody looks for.
