@@ -105,6 +105,21 @@ TEST(SecurityTable, OwnerGoesToTheParsedRecord) {
     EXPECT_EQ(security_text_of(0), "");
 }
 
+TEST(SecurityTable, SecurityIdIsReadBehindAShortValueAsWell) {
+    // A value of 48 bytes ends the attribute: where its id would be stands the length of the next.
+    ntfs_image image;
+    image.security().add(0x100, descriptor(administrators));
+    set_bitmap_security(image, 0x100);
+    image_volume volume(image.build());
+    ASSERT_TRUE(volume.validate());
+    support::record_builder record(30);
+    record.keep_order().standard_information({.length = 48}).data(byte_list(0x100 - 24));
+    ASSERT_EQ(ql::le32(record.build_before_fixup(), 56 + 24 + 52), 0x100u);
+    NTFS_INODE_INFO info;
+    EXPECT_TRUE(volume.ntfs.parse_inode(record.build_before_fixup(), info, 30, false));
+    EXPECT_EQ(info.security_text, administrators);
+}
+
 TEST(SecurityTable, IsNotLoadedForASecurityIdOfZero) {
     ntfs_image image = secured_volume();
     set_bitmap_security(image, 0);
