@@ -604,6 +604,17 @@ TEST(DirectoryIndex, ExtensionRecordAnswersForItsBase) {
     EXPECT_EQ(children_of(volume, 91), numbers(100, 2));
 }
 
+TEST(DirectoryIndex, BaseMayBeEntryZero) {
+    // $MFT has no index, so the one that stands in the record itself is not taken.
+    ntfs_image image;
+    image.entry(90)
+        .base(file_reference(0, 1))
+        .resident(support::type::index_root, u"$I30",
+                  index_root_value(with_end({entry_of_file(70)})));
+    open_volume volume(image);
+    EXPECT_THAT(children_of(volume, 90, false), IsEmpty());
+}
+
 TEST(DirectoryIndex, RingOfBaseReferencesHasNoAnswer) {
     ntfs_image image;
     image.entry(90).base(file_reference(91, 1));

@@ -574,6 +574,9 @@ TEST(PathLookup, SnapshotPrefixIsTakenOff) {
               L"\\temp");
     EXPECT_EQ(look_up(volume, L"\\\\.\\snapid_" + std::wstring(35, L'0') + L"\\x\\temp").resolved,
               L"\\temp");
+    // The word counts only behind the name of the local machine.
+    EXPECT_THAT(look_up(volume, L"\\\\?\\snapid_" + std::wstring(36, L'0') + L"\\temp").trace,
+                testing::HasSubstr("->seg: ?\n"));
     // One of 47 characters is a path like any other.
     EXPECT_THAT(look_up(volume, L"\\\\.\\snapid_" + std::wstring(35, L'0') + L"\\").trace,
                 testing::StartsWith("->anal: \\\\.\\snapid_" + std::string(35, '0') +

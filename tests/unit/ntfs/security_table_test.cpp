@@ -171,10 +171,12 @@ TEST(SecurityTable, VolumeWithoutDescriptorsOpens) {
     ntfs_image no_record = secured_volume();
     EXPECT_EQ(ids_after_open(no_record.put(no_record.record_pos(9), 0, 4)), id_list{});
 
-    ntfs_image other_name;
-    set_bitmap_security(other_name, 0x100);
-    other_name.entry(9).stream(u"$SDX", sds_entry(0x100, 0, whole_entry));
-    EXPECT_EQ(ids_after_open(other_name), id_list{});
+    for (const char16_t* name : {u"$SDX", u"$SDS2", u"$sds", u""}) {
+        ntfs_image other_name;
+        set_bitmap_security(other_name, 0x100);
+        other_name.entry(9).stream(name, sds_entry(0x100, 0, whole_entry));
+        EXPECT_EQ(ids_after_open(other_name), id_list{});
+    }
 }
 
 TEST(SecurityTable, StreamWithoutBytesIsNone) {
