@@ -74,6 +74,12 @@ TEST(BufferScan, DetectionNeeds76BytesOfThePartitionAnd512ToSeeIt) {
     EXPECT_EQ(scan_bytes(disk).found, (entries{{8, 30, 7}, {16, 30, 0x83}}));
 }
 
+TEST(BufferScan, PartitionAtSectorZeroIsDetectedInTheTableItself) {
+    byte_image disk = disk_with({{0x83, 0, 30}}, 512);
+    disk.put(3, 1, 1).put(11, 1024, 2).put(32, 77, 4).put_text(82, "FAT32");
+    EXPECT_EQ(scan_bytes(disk).found, (entries{{0, 77, 12, 1024}}));
+}
+
 TEST(BufferScan, ChainIsFollowedInTheBuffer) {
     byte_image disk = disk_with({{5, 10, 900}}, sector(64));
     put_extended_chain(disk, 10, {{0x83, 10, 11, 2}, {0x83, 20, 21, 3}});

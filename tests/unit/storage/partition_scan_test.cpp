@@ -362,6 +362,17 @@ TEST(LostRecord, ItsSignatureMayMakeTheDiskATableOfLargerSectors) {
     }
 }
 
+TEST(LostRecord, IsSearchedForBehindASuperblockAndNotListed) {
+    byte_image disk = support::ext_start().resize(0x200000);
+    EXPECT_FALSE(scan_image(disk, true).result);
+    put_extended_chain(disk, 100, {{7, 100, 110, 20}});
+    const scan s = scan_image(disk, true);
+    EXPECT_TRUE(s.result);
+    ASSERT_EQ(s.list.size(), 1u);
+    EXPECT_EQ(s.list.front().m_partition_type, 131);
+    EXPECT_EQ(s.list.front().byte_offset(), 1024u);
+}
+
 TEST(Forced, SoundTablesAndVolumesAreReadAsEver) {
     EXPECT_EQ(scan_image(disk_with({{7, 64, 30}}), true).found, (entries{{64, 30, 7}}));
     EXPECT_EQ(scan_image(ntfs_boot_sector().resize(4096), true).found, (entries{{0, 0x1000, 7}}));

@@ -165,6 +165,17 @@ TEST(RawDiskFile, WhatAShortReadDidNotBringIsZero) {
     EXPECT_EQ(part(got.buffer, 200, 312), bytes(312, 0));
 }
 
+TEST(RawDiskFile, OneFreshByteIsKept) {
+    disk_file source{byte_image(pattern(1000))};
+    ASSERT_EQ(::truncate(source.path.c_str(), 501), 0);
+    const outcome got = read(source.disk, 16, 500);
+    bytes expected(16, 0);
+    expected[0] = pattern(1000)[500];
+    ASSERT_NE(expected[0], 0);
+    EXPECT_TRUE(got.result);
+    EXPECT_EQ(got.buffer, expected);
+}
+
 TEST(RawDiskFile, ReadWithoutAnyFreshByteIsStillSuccess) {
     disk_file source{byte_image(pattern(1000))};
     ASSERT_EQ(::truncate(source.path.c_str(), 0), 0);
