@@ -376,9 +376,11 @@ constexpr std::size_t descriptors_of_checks = 2;
 constexpr std::size_t descriptors_of_checks = 0;
 #endif
 
-// A script for a command with room for the standard streams and so many files.
+// A script for a command with room for the standard streams and so many files. ctest leaves its log
+// open for the tests that it starts: what is open is closed first.
 std::string with_room_for(std::size_t files) {
-    return "ulimit -n " + std::to_string(3 + files + descriptors_of_checks) + "; exec \"$@\"";
+    return "exec 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-; ulimit -n " +
+           std::to_string(3 + files + descriptors_of_checks) + "; exec \"$@\"";
 }
 
 // There is room for the files of one source: each opening of it is closed before the next one.
