@@ -107,15 +107,15 @@ TEST(PrintError, DropsAMessageThatCannotBeFormatted) {
 }
 
 // Ends the process without the flush of a regular end, behind a stream that keeps what it is given.
-[[noreturn]] void print_and_vanish(const char* format) {
+[[noreturn]] void print_and_vanish(const char* format, const char* word) {
     std::setvbuf(stderr, nullptr, _IOFBF, BUFSIZ);
-    print_error(format);
+    print_error(format, word);
     ::_exit(0);
 }
 
 TEST(PrintErrorDeathTest, ReachesTheScreenAtOnce) {
-    EXPECT_EXIT(print_and_vanish("kept\n"), testing::ExitedWithCode(0), "    \rkept$");
-    EXPECT_EXIT(print_and_vanish(nullptr), testing::ExitedWithCode(0), "    \r$");
+    EXPECT_EXIT(print_and_vanish("%s\n", "kept"), testing::ExitedWithCode(0), "    \rkept$");
+    EXPECT_EXIT(print_and_vanish(nullptr, ""), testing::ExitedWithCode(0), "    \r$");
 }
 
 TEST(PrintError, PassesBytesOutsideAsciiThrough) {

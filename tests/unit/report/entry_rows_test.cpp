@@ -436,7 +436,7 @@ TEST_F(EntryRows, RowsOfOneKeyStayInTheOrderInWhichTheyWereMade) {
     const std::unique_ptr<CNtfs> ntfs = open();
     entry_rows maker(*ntfs, opts);
     dir_entry_set entries;
-    for (const std::uint64_t entry : {64, 65, 66, 67}) {
+    for (const std::uint64_t entry : {64u, 65u, 66u, 67u}) {
         bytes record(ntfs->get_mft_record_size());
         std::uint64_t position = 0;
         std::int64_t size = static_cast<std::int64_t>(record.size());
