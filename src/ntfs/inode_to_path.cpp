@@ -33,11 +33,7 @@ bool CNtfs::get_paths_of_inode(std::uint64_t inode, std::vector<std::wstring> pa
         if (!read_file_record(inode, record, position, size, true)) return false;
         if (!get_file_names(names, inode, record)) return false;
     }
-    for (auto name = names.begin(); name != names.end(); ++name) {
-        const NTFS_NAME_ENTRY& entry = name->second;
-        const bool is_last = std::next(name) == names.end();
-        // NOLINTNEXTLINE(bugprone-use-after-move): only the last name takes it away
-        std::vector<std::wstring> segments = is_last ? std::move(partial) : partial;
+    const auto follow = [&](const NTFS_NAME_ENTRY& entry, std::vector<std::wstring> segments) {
         if (segments.size() != 1 || segments.front() != entry.name) segments.push_back(entry.name);
         const std::uint64_t parent = entry_of(entry.parent_ref);
         if (parent == root_entry) {
@@ -46,7 +42,11 @@ bool CNtfs::get_paths_of_inode(std::uint64_t inode, std::vector<std::wstring> pa
             // A parent that can't be read gives no path by this name.
             static_cast<void>(get_paths_of_inode(parent, std::move(segments), paths));
         }
-    }
+    };
+    const auto last = std::prev(names.end());
+    for (auto name = names.begin(); name != last; ++name)
+        follow(name->second, partial);
+    follow(last->second, std::move(partial));
     return true;
 }
 
