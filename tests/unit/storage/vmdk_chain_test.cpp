@@ -20,7 +20,6 @@ namespace {
 
 using support::byte_image;
 using support::bytes;
-using support::pattern;
 using support::temp_dir;
 using support::vmdk_image;
 using support::vmdk_options;
