@@ -18,10 +18,10 @@
 namespace support {
 namespace {
 
-#define NEED_PROGRAM(variable, name)                 \
-    const std::string variable = find_program(name); \
-    if (variable.empty()) {                          \
-        GTEST_SKIP() << name " is not installed";    \
+#define NEED_PROGRAM(variable, name)                   \
+    const std::string variable = find_program(name);   \
+    if (variable.empty()) {                            \
+        GTEST_SKIP() << (name) << " is not installed"; \
     }
 
 std::size_t count(const std::string& text, const std::string& part) {

@@ -13,7 +13,6 @@ namespace {
 
 using support::mount_point_tag;
 using support::record_builder;
-using support::reparse_options;
 using support::reparse_value;
 using support::symbolic_link_tag;
 
