@@ -22,7 +22,6 @@ using support::index_block_options;
 using support::index_end_entry;
 using support::index_entries;
 using support::index_entry;
-using support::index_root_options;
 using support::index_root_value;
 using support::ntfs_image;
 using testing::ElementsAre;
