@@ -66,6 +66,8 @@ public:
     bool run(std::uint64_t& inode, bool follow_links);
 
     std::uint64_t parent() const { return m_grandparent; }
+    // Where the next segment would be looked for.
+    std::uint64_t directory() const { return m_directory; }
     const std::vector<std::wstring>& segments() const { return m_segments; }
 
 private:
@@ -259,6 +261,7 @@ bool resolve_path(std::uint64_t& inode, std::uint64_t& parent_inode, std::wstrin
     path_walk walk(*ntfs, std::move(segments), trace);
     if (!walk.run(inode, follow_links)) {
         trace.diag("inode not found for %S", in_volume.c_str());
+        parent_inode = walk.directory();
         return false;
     }
     parent_inode = walk.parent();

@@ -14,7 +14,8 @@ class cmd_params;
 // inode          out: the entry; on failure the last one found on the way, or 0 when there was none
 //                to go
 // parent_inode   out: the directory that holds it; all ones for a separator alone, 0 for a drive
-//                alone and for a link whose target is one of these
+//                alone and for a link whose target is one of these; on failure the directory that
+//                lacks the segment
 // resolved_path  out: the path that was walked
 // trace          each step is written here as a "-diags" line
 //

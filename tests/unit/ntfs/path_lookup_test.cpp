@@ -213,6 +213,8 @@ TEST(PathLookup, RecordsAboveTheSourceAreNotRead) {
     volume.ntfs.m_mft_record_size = 0x80000000;
     const lookup found = look_up(volume, L"\\temp");
     EXPECT_FALSE(found.result);
+    EXPECT_EQ(found.inode, 5u);
+    EXPECT_EQ(found.parent, 5u);
     EXPECT_EQ(found.trace, "->anal: \\temp\n->root dir\n");
 }
 
@@ -400,6 +402,29 @@ TEST(PathLookup, RootWithAnEmptyIndexHasNoneFound) {
     open_volume volume(image);
     EXPECT_THAT(look_up(volume, L"\\temp").trace,
                 testing::HasSubstr("->info: get children nodes\n->info: none found\n"));
+}
+
+TEST(PathLookup, FailureTellsTheDirectoryThatLacksTheSegment) {
+    ntfs_image image = sample();
+    add_link(image, u"link", support::mount_point_tag, u"\\??\\C:\\temp", {.print = u"C:\\temp"});
+    open_volume volume(image);
+    const struct {
+        const wchar_t* path;
+        std::uint64_t directory;
+    } cases[] = {
+        {L"\\none", 5},
+        {L"\\temp\\none", 64},
+        {L"\\temp\\sub\\none\\more", 65},
+        {L"\\temp\\sub\\file.txt\\none", 66},
+        {L"\\link\\none", 64},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.path);
+        const lookup found = look_up(volume, c.path);
+        EXPECT_FALSE(found.result);
+        EXPECT_EQ(found.parent, c.directory);
+        EXPECT_EQ(found.resolved, L"");
+    }
 }
 
 TEST(PathLookup, PathsThatLeadToOneEntry) {
