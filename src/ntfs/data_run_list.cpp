@@ -48,7 +48,7 @@ void walk_attrib_runs(const record_attrib& attribute, ql::bytes list, Store stor
         const unsigned header = ql::le8(list, run.list_at);
         const unsigned length_width = header & 0x0fu;
         run.offset_width = header >> 4;
-        if (header == 0 || left < 1) return;
+        if (header == 0) return;
         const auto size = static_cast<std::int32_t>(1 + length_width + run.offset_width);
         if (size > left) return;
 
