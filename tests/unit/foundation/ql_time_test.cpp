@@ -56,6 +56,11 @@ texts formatted(std::uint64_t ticks, const std::string& date_format,
 // 2021-03-04 05:06:07.1234567, which tells all fields apart.
 constexpr std::uint64_t sample = filetime(2021, 3, 4, 5, 6, 7, 1234567);
 
+TEST(Time, KindsOfStampsHaveFixedNumbers) {
+    EXPECT_EQ(static_cast<std::uint32_t>(ql::type_time::filetime), 1u);
+    EXPECT_EQ(static_cast<std::uint32_t>(ql::type_time::unix_seconds), 8u);
+}
+
 TEST(Time, FillsTheCalendarFields) {
     const ql::time t(sample, ql::type_time::filetime);
     EXPECT_NE(t.valid, 0u);
