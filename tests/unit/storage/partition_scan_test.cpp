@@ -38,6 +38,17 @@ TEST(PartitionScan, GapsArePassedOver) {
     EXPECT_EQ(s.found, (entries{{2048, 100, 7}}));
 }
 
+TEST(PartitionScan, SectorBehindTheTableIsNoFifthEntry) {
+    byte_image disk =
+        disk_with({{7, 2048, 100}, {0x83, 63, 50}, {12, 3000, 7}, {4, 9, 1}}, sector(4096));
+    disk.put(446 + 4 * 16 + 4, 0x83, 1);
+    disk.put(446 + 4 * 16 + 8, 70, 4);
+    disk.put(446 + 4 * 16 + 12, 20, 4);
+    const entries four{{2048, 100, 7}, {63, 50, 0x83}, {3000, 7, 12}, {9, 1, 4}};
+    EXPECT_EQ(scan_image(disk).found, four);
+    EXPECT_EQ(scan_bytes(disk).found, four);
+}
+
 TEST(PartitionScan, TableWithoutPartitionsFails) {
     const scan s = scan_image(disk_with({}));
     EXPECT_FALSE(s.result);
