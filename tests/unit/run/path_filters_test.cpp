@@ -233,6 +233,20 @@ TEST(PathPassesFilters, DirectoryPatternsMatchWholeComponents) {
     }
 }
 
+TEST(PathFilter, StartsWithNothing) {
+    const path_filter item;
+    EXPECT_EQ(item.root_len, 0u);
+    EXPECT_EQ(item.signature_offset, 0u);
+    for (const unsigned flag :
+         {item.in_path, item.match_all, item.wild_start, item.wild_end, item.has_stream,
+          item.stream_any, item.stream_wild_start, item.stream_wild_end})
+        EXPECT_EQ(flag, 0u);
+    const file_time_bounds bounds;
+    EXPECT_EQ(bounds.modified, 0u);
+    EXPECT_EQ(bounds.created, 0u);
+    EXPECT_EQ(bounds.kind, 0u);
+}
+
 TEST(PathPassesFilters, EmptyPathNeverPasses) {
     EXPECT_FALSE(path_passes_filters(cmd_params(), L"", {}, file_time_bounds(), false));
     EXPECT_FALSE(passes("*", L""));

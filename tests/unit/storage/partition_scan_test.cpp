@@ -18,6 +18,22 @@ using support::ntfs_boot_sector;
 using support::put_boot_record;
 using support::put_extended_chain;
 
+TEST(PartitionRecord, StartsWithNothingButSectorsOf512Bytes) {
+    const partition_record record;
+    EXPECT_EQ(record.m_LBA_first_sector, 0u);
+    EXPECT_EQ(record.m_num_sectors, 0u);
+    EXPECT_EQ(record.m_partition_type, 0u);
+    EXPECT_EQ(record.m_sectors_per_cluster, 0u);
+    EXPECT_EQ(record.m_sector_size, 512u);
+    EXPECT_EQ(record.volume_serial, 0u);
+    EXPECT_FALSE(record.is_volume);
+    EXPECT_FALSE(record.is_gpt);
+    for (std::size_t i = 0; i < 16; ++i) {
+        EXPECT_EQ(record.type_guid[i], 0u);
+        EXPECT_EQ(record.unique_guid[i], 0u);
+    }
+}
+
 TEST(PartitionScan, PrimaryPartitionsComeInTableOrder) {
     const scan s =
         scan_image(disk_with({{7, 2048, 100}, {0x83, 63, 50}, {12, 3000, 7}, {4, 9, 1}}));
