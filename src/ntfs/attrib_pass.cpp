@@ -268,13 +268,12 @@ const std::vector<std::uint8_t>* attrib_pass::extension(std::uint64_t entry) {
 void attrib_pass::take_listed(const list_entry& entry, ql::bytes record) {
     record_attrib attribute = first_attrib(record);
     if (attribute.length() >= m_record_size) return;
-    std::int64_t left = m_record_size;
-    while (left > 0 && attribute.type() != attrib_type::end && attribute.length() != 0) {
+    // Behind the record all lengths are 0.
+    while (attribute.type() != attrib_type::end && attribute.length() != 0) {
         if (attribute.type() == entry.type() && attribute.id() == entry.id() &&
             m_listed.insert(record.data() + attribute.at).second) {
             take(attribute);
         }
-        left -= attribute.length();
         attribute.at += attribute.length();
     }
 }
