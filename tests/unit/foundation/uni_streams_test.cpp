@@ -81,9 +81,16 @@ TEST_F(FileObject, OpensForReading) {
     EXPECT_EQ(m_file.get_size(), 5u);
     EXPECT_EQ(m_file.path, wide(path));
     EXPECT_FALSE(append(m_file, "x"));
+    std::vector<std::uint8_t> part;
+    EXPECT_TRUE(m_file.read_at(part, 2, 1));
+    EXPECT_EQ(m_file.position, 3u);
     m_file.close();
     EXPECT_FALSE(m_file.is_open);
     EXPECT_EQ(m_file.fd, -1);
+    EXPECT_EQ(m_file.size, 0u);
+    EXPECT_EQ(m_file.position, 0u);
+    EXPECT_FALSE(m_file.shared);
+    EXPECT_EQ(m_file.path, L"");
     EXPECT_EQ(support::read_file(path), "hello");
 }
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,26 @@ bool is_zero_from(const NTFS_ATTRIB_ROW& row, std::size_t from) {
 }
 
 TEST(AttribRows, BodyHas55Bytes) { EXPECT_EQ(sizeof(NTFS_ATTRIB_ROW::body), 55u); }
+
+// Not even those of a record that stands where entries of such a volume would be read.
+TEST(AttribRows, VolumeThatIsNotOpenHasNone) {
+    support::ntfs_image image;
+    image.entry(64);
+    open_volume volume(image);
+    ASSERT_TRUE(volume.opened);
+    const std::string content = support::read_file(volume.path);
+    std::fstream(volume.path, std::ios::in | std::ios::out | std::ios::binary)
+        << content.substr(image.record_pos(64), 1024);
+    volume.ntfs.m_Validated = false;
+
+    std::vector<NTFS_ATTRIB_ROW> rows(1);
+    EXPECT_FALSE(volume.ntfs.get_attrib_rows(64, rows));
+    EXPECT_THAT(rows, IsEmpty());
+    EXPECT_FALSE(listing_rows(volume.ntfs).read(64));
+    NTFS_ENTRY_STORE store;
+    mft_entries_ctx context;
+    EXPECT_FALSE(volume.ntfs.categorize_entry(store, context, 64, false));
+}
 
 TEST(AttribRows, HeadRowTellsOfTheRecord) {
     const struct {

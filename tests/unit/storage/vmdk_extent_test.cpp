@@ -472,6 +472,21 @@ TEST(VmdkDamage, TableOutsideOfTheMetadataIsReadFromTheFile) {
     EXPECT_EQ(position, 0x77u * 512u);
 }
 
+TEST(VmdkDamage, DirectoryOf16MiBIsReadAndNoLargerOne) {
+    byte_image content = sound().build();
+    const std::uint64_t directory = content.size() / 512;
+    const std::uint64_t sectors_of_16_mib = 0x1000000 / 512;
+    for (const std::uint64_t surplus : {0u, 1u}) {
+        SCOPED_TRACE(surplus);
+        const std::uint64_t first_table = directory + sectors_of_16_mib + surplus;
+        content.put(directory_at, directory, 8).put(overhead_at, first_table + 1, 8);
+        content.put(directory * 512, first_table, 4).resize((first_table + 1) * 512);
+        const extent_file file(content);
+        EXPECT_EQ(file.result, surplus == 0);
+        EXPECT_EQ(file.extent.grain_directory.size(), surplus == 0 ? 0x400000u : 0u);
+    }
+}
+
 TEST(VmdkDamage, TableBehindTheFileIsEmpty) {
     const vmdk_image image = sound();
     vmdk_image damaged = image;
