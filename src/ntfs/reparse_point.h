@@ -24,8 +24,8 @@ struct reparse_point {
 
 // Where the two names of a link begin, in bytes from the start of the value.
 struct reparse_names {
-    std::size_t substitute_at = 0;
-    std::size_t print_at = 0;
+    std::size_t substitute_at;
+    std::size_t print_at;
 };
 
 // Both names, moved on together word by word while the word at the substitute name is zero. So the
