@@ -79,12 +79,11 @@ bool parse_number(const std::string& text, std::uint64_t& out) {
 bool parse_u32(const std::string& text, std::uint32_t& out) {
     out = 0;
     const std::string copy = lowered_and_trimmed(text);
-    if (copy.empty()) return false;
     if (copy.size() > 1 && copy[1] == 'x') {
         out = static_cast<std::uint32_t>(digits_from(text, 2, 16));
-    } else if (copy[0] == 'x') {
+    } else if (copy.starts_with('x')) {
         out = static_cast<std::uint32_t>(digits_from(text, 1, 16));
-    } else if (copy[0] == 'o') {
+    } else if (copy.starts_with('o')) {
         out = static_cast<std::uint32_t>(digits_from(text, 1, 8));
     } else if (begins_decimal(copy)) {
         out = static_cast<std::uint32_t>(digits_from(copy, 0, 10));
