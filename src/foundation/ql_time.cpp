@@ -78,10 +78,10 @@ void set_date(_windows_systemtime& fields, std::uint64_t filetime) {
 
 // A time of day, as far as it is printed.
 struct clock_time {
-    std::uint32_t hour = 0;
-    std::uint32_t minute = 0;
-    std::uint32_t second = 0;
-    std::uint32_t nanosecond = 0;
+    std::uint32_t hour;
+    std::uint32_t minute;
+    std::uint32_t second;
+    std::uint32_t nanosecond;
 };
 
 clock_time clock_of(std::uint64_t filetime) {

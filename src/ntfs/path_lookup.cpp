@@ -107,22 +107,22 @@ bool path_walk::run(std::uint64_t& inode, bool follow_links) {
 
 bool path_walk::find_child(const std::string& key, std::uint64_t& child) {
     const auto cached = m_ntfs.m_children_cache.find(m_directory);
-    NTFS_DIR_CACHE_ENTRY* directory =
+    NTFS_DIR_CACHE_ENTRY* entry =
         cached != m_ntfs.m_children_cache.end() && !cached->second.children.empty()
             ? &cached->second
             : with_children();
-    if (directory == nullptr) return false;
-    if (directory->names.empty()) {
-        read_names(*directory);
+    if (entry == nullptr) return false;
+    if (entry->names.empty()) {
+        read_names(*entry);
     } else {
         m_trace.diag("info: cache lookup");
     }
-    if (directory->names.empty()) {
+    if (entry->names.empty()) {
         m_trace.diag("err: no child names");
         return false;
     }
-    const auto found = directory->names.find(key);
-    if (found == directory->names.end()) {
+    const auto found = entry->names.find(key);
+    if (found == entry->names.end()) {
         m_trace.diag("err: no child nodes");
         return false;
     }

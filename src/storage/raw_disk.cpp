@@ -106,10 +106,9 @@ bool CRawDisk::read_bytes(void* buffer, std::uint32_t& count, std::uint64_t offs
 }
 
 bool CRawDisk::read_file(void* buffer, std::uint32_t& count, std::uint64_t offset) {
-    if (fd == -1) return false;
     const std::uint64_t left = static_cast<std::uint64_t>(size_bytes) - offset;
     const std::uint32_t wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, left));
-    // Seek and read in one call, which fails where the seek would.
+    // Seek and read in one call, which fails where the seek would, and without a descriptor.
     const ssize_t brought = ::pread(fd, buffer, wanted, static_cast<off_t>(offset));
     if (brought == -1) return false;
     count = wanted;

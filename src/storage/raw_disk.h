@@ -52,7 +52,7 @@ public:
     std::unique_ptr<vmdk_chain> vmdk;
     std::wstring volume_name;
     std::int32_t drive_number = -1;
-    bool write_access = false;
+    bool write_access;
     bool read_locked = false;
     std::int64_t native_handle = -1;
     std::int32_t fd = -1;  // with a VMDK chain: that of the base extent, which the chain closes

@@ -167,7 +167,7 @@ bool vmdk_extent::read_tables(vmdk_metadata_reader& reader) {
     table_of_entry.reserve(grain_directory.size());
     for (const std::uint32_t sector : grain_directory) {
         const std::uint64_t position = std::uint64_t{sector} * sector_size;
-        const std::uint64_t held = position < file_size ? file_size - position : 0;
+        const std::uint64_t held = file_size - std::min(position, file_size);
         // Tables behind the end of the file are one and the same empty one.
         const std::uint32_t key = held != 0 ? sector : UINT32_MAX;
         const auto [place, is_new] =

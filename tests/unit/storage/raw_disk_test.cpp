@@ -241,6 +241,28 @@ TEST(RawDiskFile, NoOpenOpensNothing) {
     EXPECT_EQ(disk.fd, -1);
 }
 
+TEST(RawDiskFile, StartsWithNothing) {
+    const CRawDisk disk(L"", false, true, 0);
+    for (const std::uint32_t number :
+         {disk.cylinders_hi, disk.cylinders_lo, disk.tracks_per_cylinder, disk.sectors_per_track,
+          disk.sector_size, disk.offset_hi, disk.offset_lo}) {
+        EXPECT_EQ(number, 0u);
+    }
+    EXPECT_EQ(disk.drive_number, -1);
+    EXPECT_EQ(disk.native_handle, -1);
+    EXPECT_EQ(disk.size_bytes, 0);
+    EXPECT_TRUE(disk.volume_name.empty());
+    EXPECT_FALSE(disk.write_access);
+    EXPECT_FALSE(disk.read_locked);
+}
+
+TEST(RawDiskFile, NoGeometryIsObtained) {
+    const disk_file source{byte_image(pattern(512))};
+    const CRawDisk& disk = source.disk;
+    EXPECT_EQ(disk.cylinders_hi | disk.cylinders_lo, 0u);
+    EXPECT_EQ(disk.tracks_per_cylinder | disk.sectors_per_track, 0u);
+}
+
 TEST(RawDiskFile, OtherKindsOfNamesOpenNothing) {
     const temp_dir dir;
     const CRawDisk disk(widened(dir.write("image", "abc")), false, false, 1);
