@@ -13,9 +13,11 @@ namespace e2e {
 
 // What happens to calls of one kind.
 struct system_fault {
-    std::string call;    // "read", "write" or "open"
-    std::string path;    // the end of the file's name; "*" any; "1", "2" the standard outputs
-    std::string effect;  // "EIO" and the like; "half", "less", "nothing" for a count that is short
+    std::string call;  // "read", "write" or "open"
+    std::string path;  // the end of the file's name; "*" any; "1", "2" the standard outputs
+    // "EIO" and the like; "half", "less", "nothing" for a count that is short; "unseekable" for an
+    // open of a file that can't be seeked
+    std::string effect;
     std::uint64_t first = 1;  // the calls that fail, counted from 1 among those that fit
     std::uint64_t last = std::numeric_limits<std::uint32_t>::max();
     std::int64_t offset = 0;  // reads: from this position on, up to `end`

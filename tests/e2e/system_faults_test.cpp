@@ -209,6 +209,14 @@ TEST_F(SystemFaults, EachOpenForAnEntryFailsByItself) {
     }
 }
 
+TEST_F(SystemFaults, DriveThatCantSeekFailsWithoutAWordOfTheOpening) {
+    const whole_run made(
+        {"\\dir", "-drivenum", "19"},
+        with_faults({{.call = "open", .path = "/dev/sdt", .effect = "unseekable"}}));
+    made.expect(status_failed, "",
+                "problems accessing physical disk #19, aborting \n" + terminal_clearing);
+}
+
 TEST_F(SystemFaults, ResultsFileThatCantBeOpenedEndsTheRun) {
     const std::string file = m_dir.file("out.txt");
     const whole_run tested(listing({"-out", file}),

@@ -7,7 +7,8 @@
 // A fault hits the calls `first` to `last` (counted from 1) of that kind, on a file whose name ends
 // with `path` ("*" for any file, "1" and "2" for standard output and standard error); reads at
 // positions in [offset, end) alone. `effect` is an errno, or "half", "less" (by a byte) or
-// "nothing" for a call that moves only so much.
+// "nothing" for a call that moves only so much, or "unseekable" for an open that gives a file
+// without an end to seek to.
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -186,7 +187,10 @@ static int open_at(int directory, const char* path, int flags, mode_t mode) {
     const char* access = (flags & O_ACCMODE) == O_RDONLY ? "read" : "write";
     note("open %s%s%s %s\n", access, (flags & O_CREAT) != 0 ? "+create" : "",
          (flags & O_TRUNC) != 0 ? "+truncate" : "", path);
-    if (effect != NULL && is_error(effect)) return -1;
+    if (effect != NULL && strcmp(effect, "unseekable") == 0)
+        path = "/proc/version";
+    else if (effect != NULL && is_error(effect))
+        return -1;
     return (int)syscall(SYS_openat, directory, path, flags, mode);
 }
 
