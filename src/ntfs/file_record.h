@@ -143,7 +143,7 @@ bool find_named_attrib(record_attrib& attribute, std::uint32_t type, ql::bytes n
 //    6  u8   name length
 struct list_entry {
     ql::bytes list;
-    std::size_t at = 0;
+    std::size_t at;  // offset of the entry in the list
 
     std::uint32_t type() const { return ql::le32(list, at); }
     std::uint16_t length() const { return ql::le16(list, at + 4); }
