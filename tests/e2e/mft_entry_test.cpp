@@ -10,8 +10,6 @@
 
 namespace {
 
-using e2e::joined_lines;
-
 constexpr std::uint64_t root = 5;
 
 const std::string header = "  last modified [UTC]      MFT & seq num       size          name\n\n";

@@ -20,7 +20,7 @@ namespace {
 
 #define NEED_PROGRAM(variable, name)                   \
     const std::string variable = find_program(name);   \
-    if (variable.empty()) {                            \
+    if ((variable).empty()) {                          \
         GTEST_SKIP() << (name) << " is not installed"; \
     }
 
