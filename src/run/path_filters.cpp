@@ -165,7 +165,7 @@ bool path_passes_filters(const cmd_params& params, const std::wstring& path,
                          bool) {
     if (path.empty()) return false;
     if (!passes_window(params, bounds)) return false;
-    if (filters.empty()) return true;
+    if (filters.empty() || (filters.size() == 1 && filters[0].match_all != 0)) return true;
 
     std::wstring dir;
     std::wstring name;
