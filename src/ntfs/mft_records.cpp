@@ -50,6 +50,12 @@ bool CNtfs::read_file_record(std::uint64_t inode, std::vector<std::uint8_t>& buf
     return usable;
 }
 
+bool CNtfs::read_own_record(std::uint64_t inode, std::vector<std::uint8_t>& record) {
+    std::uint64_t position = 0;
+    std::int64_t size = 0;
+    return read_file_record(inode, record, position, size, true);
+}
+
 bool CNtfs::read_and_fix_record(std::uint64_t position, std::uint32_t length,
                                 std::vector<std::uint8_t>& buffer, std::int64_t& size) {
     std::uint32_t count = length;
@@ -80,8 +86,5 @@ bool CNtfs::read_record_vector(std::uint64_t inode, std::vector<std::uint8_t>& r
 
 bool CNtfs::is_directory(std::uint64_t inode) {
     std::vector<std::uint8_t> record;
-    std::uint64_t position = 0;
-    std::int64_t size = 0;
-    return read_file_record(inode, record, position, size, true) &&
-           file_record{record}.is_directory();
+    return read_own_record(inode, record) && file_record{record}.is_directory();
 }

@@ -103,9 +103,7 @@ void CNtfs::compute_geometry() {
 // Reads and parses record 0. False when it is no record, or when its update sequence covers more
 // than the boot sector announces as record size.
 bool CNtfs::open_mft() {
-    std::uint64_t position = 0;
-    std::int64_t size = 0;
-    if (!read_file_record(0, m_mft_record, position, size, true)) return false;
+    if (!read_own_record(0, m_mft_record)) return false;
     const file_record record{m_mft_record};
     if (m_mft_record_size < record.record_size_from_usa()) return false;
 
@@ -131,9 +129,7 @@ std::uint64_t CNtfs::count_mft_clusters() const {
 void CNtfs::read_bitmap_runs() {
     constexpr std::uint64_t bitmap_entry = 6;
     std::vector<std::uint8_t> record;
-    std::uint64_t position = 0;
-    std::int64_t size = 0;
-    if (!read_file_record(bitmap_entry, record, position, size, true)) return;
+    if (!read_own_record(bitmap_entry, record)) return;
     NTFS_INODE_INFO info;
     parse_inode(record, info, bitmap_entry, false);
     m_bitmap_runs = std::move(info.data_runs);

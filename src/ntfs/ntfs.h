@@ -208,6 +208,8 @@ private:
     std::uint64_t count_mft_clusters() const;
     void read_bitmap_runs();
     const NTFS_DATA* find_mft_run(std::uint64_t vcn, std::uint64_t& first_vcn) const;
+    // read_file_record into memory of its own, for what asks neither for the position nor the size.
+    bool read_own_record(std::uint64_t inode, std::vector<std::uint8_t>& record);
     bool read_and_fix_record(std::uint64_t position, std::uint32_t length,
                              std::vector<std::uint8_t>& buffer, std::int64_t& size);
     bool stream_value(const NTFS_ATTRIB_ROW& row, std::ostream& out, mft_entries_ctx& ctx);
