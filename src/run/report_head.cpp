@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <string_view>
 
 #include "foundation/ql_string.h"
 #include "foundation/ql_time.h"
@@ -47,9 +48,8 @@ std::string system_text(const utsname& system) {
         ql::replace_char(part, ';', ' ');
         text += part + ";";
     }
-    std::string machine = system.machine;
-    ql::lower(machine);
-    return text + (machine.find("64") != std::string::npos ? "64" : "32");
+    const std::string_view machine = system.machine;
+    return text + (machine.find("64") != std::string_view::npos ? "64" : "32");
 }
 
 std::string report_head(const std::vector<std::string>& args) {

@@ -72,9 +72,9 @@ bool read_header(CRawDisk& disk, std::uint32_t sector_size, gpt_header& header,
 }
 
 // True when the table runs past the end of the source, so that one of its reads must fail. Known
-// before any entry is read, it saves the walk through a table that claims billions of them.
+// before any entry is read, it saves the walk through a table that claims billions of them. A table
+// of no entries lists nothing, whatever comes out for it.
 bool ends_behind_source(const gpt_header& header, std::uint64_t position, std::uint64_t size) {
-    if (header.num_entries == 0) return false;
     if (header.entry_size == 0) return true;  // a read of nothing fails
     if (static_cast<std::int64_t>(position) < 0) return false;
     if (position >= size) return true;

@@ -255,6 +255,15 @@ TEST(Lznt1Chunk, EveryPrefixOfAChunkGivesAPrefixOfItsText) {
 
 // --- decompress_unit ---
 
+TEST(ReadStatus, BitsHaveFixedPlaces) {
+    EXPECT_EQ(read_status::skip_sparse, 0x01u);
+    EXPECT_EQ(read_status::sparse_seen, 0x02u);
+    EXPECT_EQ(read_status::always, 0x08u);
+    EXPECT_EQ(read_status::aligned, 0x10u);
+    EXPECT_EQ(read_status::whole_unit, 0x20u);
+    EXPECT_EQ(read_status::to_stream, 0x1000u);
+}
+
 constexpr std::uint64_t streamed = read_status::to_stream | read_status::always;
 constexpr std::uint64_t with_holes = streamed | read_status::sparse_seen;
 

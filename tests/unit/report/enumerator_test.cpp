@@ -53,6 +53,12 @@ TEST_F(Enumerator, DirectoryWithoutAnIndexHasItsOwnRow) {
     EXPECT_TRUE(result);
 }
 
+TEST_F(Enumerator, RecordsFartherApartThanTheVolumeAnnouncesCannotBeRead) {
+    volume.put(volume.record_pos(0) + 28, 2048, 4);  // bytes allocated, 1024 in the boot sector
+    EXPECT_EQ(report(L"\\", root), "");
+    EXPECT_FALSE(result);
+}
+
 TEST_F(Enumerator, IndexIsFollowedWithoutTheDirectoryBit) {
     volume.directory(root, u"dir", 40).flags(1);
     volume.file(40, u"child", 64).data("");
