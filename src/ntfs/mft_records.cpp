@@ -35,7 +35,7 @@ const NTFS_DATA* CNtfs::find_mft_run(std::uint64_t vcn, std::uint64_t& first_vcn
 bool CNtfs::read_file_record(std::uint64_t inode, std::vector<std::uint8_t>& buffer,
                              std::uint64_t& position, std::int64_t& size, bool allocate) {
     if (allocate) buffer.clear();
-    if (inode != 0 && (!m_Validated || disk() == nullptr)) return false;
+    if (inode != 0 && !m_Validated) return false;
     position = inode == 0 ? m_mft_file_pos : get_file_pos_for_inode(inode);
     const std::uint32_t length = inode == 0 ? m_mft_record_size : m_bytes_per_file_record;
 
