@@ -80,8 +80,7 @@ bool load_index_list(CNtfs& ntfs, const record_attrib& attribute, attribute_list
     }
     const data_run_list runs = attribute_runs(attribute);
     const std::uint64_t total = run_bytes(runs, ntfs.cluster_size(), false);
-    if (total == 0 || total > std::numeric_limits<std::int32_t>::max()) return false;
-    if (!ntfs.fits_source(total)) return false;
+    if (total > std::numeric_limits<std::int32_t>::max() || !ntfs.fits_source(total)) return false;
     list.clusters.assign(static_cast<std::size_t>(total), 0);
     list.size = static_cast<std::int64_t>(total);
     if (!ntfs.read_attrib_bytes(runs, 0, list.clusters, list.size, false)) return false;

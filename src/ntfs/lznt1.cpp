@@ -84,7 +84,7 @@ struct unit_output {
 
 // Header of a chunk: bits 0 to 11 its stored length minus 3, bit 15 set when it is compressed.
 struct chunk_header {
-    std::uint16_t raw = 0;
+    std::uint16_t raw;
 
     std::uint32_t length() const { return raw & 0x0fffu; }
     bool compressed() const { return (raw & 0x8000u) != 0; }

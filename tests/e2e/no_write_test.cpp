@@ -104,6 +104,15 @@ TEST_F(NoWrite, EveryFormAndEverySource) {
     }
 }
 
+TEST_F(NoWrite, DriveIsOpenedForReadingOnly) {
+    const std::string log = m_dir.write("calls.log", "");
+    support::run_built_program(QUORVEL_PROGRAM, {"\\docs", "-drivenum", "19"},
+                               e2e::with_faults({}, log));
+    const std::string calls = support::read_file(log);
+    EXPECT_NE(calls.find("open read /dev/sdt\n"), std::string::npos) << calls;
+    EXPECT_EQ(calls.find("write"), std::string::npos) << calls;
+}
+
 TEST_F(NoWrite, SourcesKeepTheirContent) {
     const std::string before = support::read_file(m_disk);
     expect_only({"-image", m_disk, "-offset", "0x100000", "-level", "9", "-alldates"}, {});
