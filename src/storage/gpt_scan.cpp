@@ -124,7 +124,6 @@ bool read_entry(CRawDisk& disk, std::uint64_t position, std::uint32_t entry_size
 
 bool scan_gpt(CRawDisk& disk, partition_list& list, bool /*list_all*/) {
     list.clear();
-    if (!disk.ok) return false;
     const std::uint32_t sector_size = find_sector_size(disk);
     gpt_header header;
     gpt_entry entry{};

@@ -68,7 +68,6 @@ void detect_file_systems(CRawDisk& disk, partition_list& list, std::uint32_t sec
 
 bool scan_partitions(CRawDisk& disk, partition_list& list, bool forced, bool list_all) {
     list.clear();
-    if (!disk.ok) return false;
     std::vector<std::uint8_t> data(largest_sector_size);
     std::uint32_t count = largest_sector_size;
     if (!disk.read_bytes(data.data(), count, 0)) return false;

@@ -21,8 +21,6 @@ struct boot_record_entry {
     std::uint32_t first_sector = 0;
     std::uint32_t num_sectors = 0;
 
-    // Both the type and the count are set; a partition may start at sector 0.
-    bool is_used() const { return type != 0 && num_sectors != 0; }
     // The entry leads to the next record of an extended chain. Other container types do not.
     bool is_link() const { return type == 0x05 || type == 0x0f; }
 };
@@ -36,9 +34,9 @@ inline boot_record_entry boot_entry(ql::bytes record, std::size_t index) {
     return {ql::le8(record, at + 4), ql::le32(record, at + 8), ql::le32(record, at + 12)};
 }
 
-// A partition that the tables really give: other entries are gaps.
+// A partition that the tables really give: other entries are gaps. It may start at sector 0.
 inline bool is_partition(const boot_record_entry& entry) {
-    return is_known_type(entry.type) && entry.is_used();
+    return is_known_type(entry.type) && entry.num_sectors != 0;
 }
 
 // The name of a file system stands where a volume's first sector has it. Four bytes decide.

@@ -53,24 +53,14 @@ void list_only_volume(partition_list& list, ql::bytes data, std::uint64_t first_
     detect_file_system(record, data);
 }
 
-std::optional<std::uint64_t> extended_chain::take_first(ql::bytes record) {
-    for (std::size_t i = 0; i < boot_record_entries; ++i) {
-        const boot_record_entry entry = boot_entry(record, i);
-        if (!is_partition(entry)) break;
-        append_entry(m_list, entry, m_base + entry.first_sector, m_sector_size);
-        if (entry.is_link()) return m_base + entry.first_sector;
-        m_last_type = entry.type;
-    }
-    return std::nullopt;
-}
-
-std::optional<std::uint64_t> extended_chain::take_next(ql::bytes record, std::uint64_t record_lba) {
+std::optional<std::uint64_t> extended_chain::take(ql::bytes record, std::uint64_t record_lba) {
     for (std::size_t i = 0; i < boot_record_entries; ++i) {
         const boot_record_entry entry = boot_entry(record, i);
         if (!is_partition(entry)) break;
         const std::uint64_t base = entry.is_link() ? m_base : record_lba;
         append_entry(m_list, entry, base + entry.first_sector, m_sector_size);
         if (entry.is_link()) return base + entry.first_sector;
+        if (record_lba == m_base) m_last_type = entry.type;
     }
     return std::nullopt;
 }

@@ -57,17 +57,18 @@ public:
         : m_list(list), m_sector_size(sector_size), m_base(base) {}
 
     // Appends what the records of the chain name. `read_record(lba, record)` fills `record` or
-    // gives false. The chain ends where a record can't be read or is none, and where it comes back
-    // to a sector that it has read. False when its first record can't be read.
+    // gives false. The first record is taken without a look at its signature. The chain ends where
+    // a record can't be read or is none, and where it comes back to a sector that it has read.
+    // False when its first record can't be read.
     template <typename ReadRecord>
     bool follow(ReadRecord read_record) {
         record_bytes record{};
         if (!read_record(m_base, record)) return false;
         std::set<std::uint64_t> visited{m_base};
-        std::optional<std::uint64_t> link = take_first(record);
+        std::optional<std::uint64_t> link = take(record, m_base);
         while (link && visited.insert(*link).second && read_record(*link, record) &&
                is_boot_record(record)) {
-            link = take_next(record, *link);
+            link = take(record, *link);
         }
         return true;
     }
@@ -76,11 +77,9 @@ public:
     std::uint16_t last_type() const { return m_last_type; }
 
 private:
-    // The first record is taken without a look at its signature, and all of its entries count from
-    // the base. The result is the sector of the next record.
-    std::optional<std::uint64_t> take_first(ql::bytes record);
-    // Links count from the base, volumes from the record, which is at sector `record_lba`.
-    std::optional<std::uint64_t> take_next(ql::bytes record, std::uint64_t record_lba);
+    // Links count from the base, volumes from the record, which is at sector `record_lba`. The
+    // result is the sector of the next record.
+    std::optional<std::uint64_t> take(ql::bytes record, std::uint64_t record_lba);
 
     partition_list& m_list;
     std::uint32_t m_sector_size;

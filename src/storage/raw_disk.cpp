@@ -23,8 +23,8 @@ int open_flags(bool write_access) { return write_access ? O_RDWR : O_RDONLY; }
 
 // Zeroes what a read of `wanted` bytes did not bring; `brought` is the result of read.
 void zero_rest(std::uint8_t* buffer, std::size_t wanted, ssize_t brought) {
-    const std::size_t fresh = brought > 0 ? static_cast<std::size_t>(brought) : 0;
-    if (fresh < wanted) std::memset(buffer + fresh, 0, wanted - fresh);
+    const std::size_t fresh = static_cast<std::size_t>(std::max<ssize_t>(brought, 0));
+    std::memset(buffer + fresh, 0, wanted - fresh);
 }
 
 }  // namespace
@@ -53,10 +53,8 @@ CRawDisk::CRawDisk(std::uint32_t drive, bool write, bool no_open, bool /*reserve
             std::fprintf(stderr, "prob opening %s, error %d\n", path_utf8.c_str(), error));
         return;
     }
-    const std::int64_t size = ql::seek_size(fd);
-    if (size == -1) return;
-    size_bytes = size;
-    ok = true;
+    size_bytes = ql::seek_size(fd);
+    ok = size_bytes != -1;
 }
 
 CRawDisk::CRawDisk(const std::vector<std::wstring>& files, bool write, bool no_open)
@@ -65,7 +63,7 @@ CRawDisk::CRawDisk(const std::vector<std::wstring>& files, bool write, bool no_o
     kind = disk_kind::vmdk;
     vmdk = std::make_unique<vmdk_chain>();
     vmdk->write_access = write;
-    if (!vmdk->add_files(files) || !vmdk->link() || !vmdk->ready) return;
+    if (!vmdk->add_files(files) || !vmdk->link()) return;
     const vmdk_extent& base = *vmdk->base;
     fd = base.fd;
     path_utf8 = base.path_utf8;
@@ -146,7 +144,7 @@ bool CRawDisk::read_sector_aligned(void* buffer, std::uint32_t count, std::uint6
 }
 
 std::uint64_t CRawDisk::held_bytes() const {
-    if (kind != disk_kind::vmdk || vmdk == nullptr) return size_in_bytes();
+    if (vmdk == nullptr) return size_in_bytes();
     return std::min(size_in_bytes(), vmdk->file_bytes());
 }
 

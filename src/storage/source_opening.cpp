@@ -32,7 +32,7 @@ std::uint32_t kind_of_volume(const std::wstring& name) {
 bool attach_disk(std::unique_ptr<CNtfs>& ntfs, std::unique_ptr<CRawDisk> disk, std::uint32_t kind,
                  std::uint64_t volume_offset) {
     ntfs.reset();
-    if (disk == nullptr || !disk->ok) return false;
+    if (!disk->ok) return false;
     ntfs = std::make_unique<CNtfs>(std::move(disk), volume_offset, kind);
     std::uint64_t mft_file_pos = 0;
     if (ntfs->validate(mft_file_pos)) return true;
@@ -50,7 +50,7 @@ bool attach_name(std::unique_ptr<CNtfs>& ntfs, const std::wstring& name, std::ui
 
 // Where the first partition of a chain starts, as its base file shows it; 0 when it shows none.
 std::uint64_t default_offset(const vmdk_chain& chain) {
-    if (!chain.ready || chain.base->partition_offsets.empty()) return 0;
+    if (chain.base->partition_offsets.empty()) return 0;
     return chain.base->partition_offsets.front();
 }
 
@@ -60,9 +60,8 @@ bool is_root_path(const std::wstring& directory) {
     if (directory.empty() || directory == L"/") return true;
     const wchar_t separator = path_separator(directory);
     const std::size_t first = directory.find_first_not_of(separator);
-    if (first == std::wstring::npos) return false;
     const std::size_t last = directory.find_last_not_of(separator);
-    return first == last && directory[first] == L'.';
+    return first != std::wstring::npos && first == last && directory[first] == L'.';
 }
 
 // The part that all openers share: the directory on an open volume becomes an MFT entry.

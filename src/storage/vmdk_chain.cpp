@@ -91,11 +91,8 @@ bool vmdk_chain::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t&
             static_cast<std::uint32_t>(std::min<std::uint64_t>(count - done, left));
         if (step == 0) return false;  // grains without a size
         // A grain that can't be read is as empty as one that no file holds.
-        const std::uint32_t wanted = step;
-        if (holder == nullptr || !holder->read(buffer + done, offset, step)) {
-            step = wanted;
+        if (holder == nullptr || !holder->read(buffer + done, offset, step))
             std::memset(buffer + done, 0, step);
-        }
         done += step;
         offset += step;
     }

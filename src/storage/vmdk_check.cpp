@@ -49,9 +49,7 @@ public:
         if (child != nullptr && !is_parent_listed(chain, *child)) {
             return add_parent(*child) ? pass_result::parent_added : pass_result::incomplete;
         }
-        if (chain.base == nullptr) return pass_result::incomplete;
-        chain.walk_children();
-        return pass_result::complete;
+        return chain.base != nullptr ? pass_result::complete : pass_result::incomplete;
     }
 
 private:

@@ -34,7 +34,6 @@ bool vmdk_extent::open(const std::wstring& path, bool write) {
 }
 
 bool vmdk_extent::find_grain(std::uint64_t offset, std::uint64_t& position) const {
-    if (!ready) return false;
     const std::uint32_t directory_index =
         static_cast<std::uint32_t>(ql::quotient(offset, table_span));
     if (directory_index >= table_of_entry.size()) return false;
@@ -52,7 +51,6 @@ std::uint64_t vmdk_extent::grain_left(std::uint64_t offset) const {
 }
 
 bool vmdk_extent::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count) {
-    if (!ready || fd == -1 || count == 0) return false;
     std::uint64_t position = 0;
     if (!find_grain(offset, position) || position >= file_size) return false;
     const std::uint64_t held = file_size - position;

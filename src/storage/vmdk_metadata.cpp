@@ -41,14 +41,13 @@ bool starts_with(const std::string& text, const char* start) { return text.rfind
 }  // namespace
 
 bool vmdk_metadata_reader::is_in_window(std::uint64_t position, std::size_t count) const {
-    if (position < m_window_position) return false;
+    // A place in front of the window wraps and lies far behind it.
     const std::uint64_t skipped = position - m_window_position;
     return skipped <= m_window_held && count <= m_window_held - skipped;
 }
 
 bool vmdk_metadata_reader::read(std::uint64_t position, std::size_t count, ql::bytes& out) {
     if (!is_in_window(position, count)) {
-        m_window_held = 0;
         if (::lseek(m_fd, static_cast<off_t>(position), SEEK_SET) == -1) return false;
         const ssize_t brought = ::read(m_fd, m_window.data(), m_window.size());
         if (brought == -1) return false;
@@ -62,7 +61,6 @@ bool vmdk_metadata_reader::read(std::uint64_t position, std::size_t count, ql::b
 
 bool vmdk_metadata_reader::read_entries(std::uint64_t position, std::uint64_t count,
                                         std::vector<std::uint32_t>& out) {
-    out.clear();
     for (std::uint64_t done = 0; done < count;) {
         const std::uint64_t step = std::min<std::uint64_t>(count - done, window_size / entry_size);
         ql::bytes part;
@@ -197,9 +195,7 @@ bool vmdk_extent::read_first_sector(vmdk_metadata_reader& reader) {
     std::copy(stored.begin(), stored.end(), first_sector.begin());
 
     partition_list list;
-    if (!scan_partitions_in_buffer(first_sector, list, false, false)) {
-        scan_partitions_in_buffer(first_sector, list, true, false);
-    }
+    scan_partitions_in_buffer(first_sector, list, true, false);
     for (const partition_record& record : list) {
         partition_offsets.push_back(record.byte_offset());
         partition_sector_sizes.push_back(record.m_sector_size);

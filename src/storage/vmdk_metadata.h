@@ -21,8 +21,9 @@ public:
     // ends. `out` is good until the next read. False when the seek or the read fails.
     bool read(std::uint64_t position, std::size_t count, ql::bytes& out);
 
-    // Replaces `out` by `count` 32-bit entries from byte `position` on. Zeros at the end, which are
-    // also what stands behind the end of the file, are not stored. False when a read fails.
+    // Fills the empty `out` with `count` 32-bit entries from byte `position` on. Zeros at the end,
+    // which are also what stands behind the end of the file, are not stored. False when a read
+    // fails.
     bool read_entries(std::uint64_t position, std::uint64_t count, std::vector<std::uint32_t>& out);
 
 private:
