@@ -176,6 +176,17 @@ TEST(FsDetection, ClusterSizeOfZeroIsNotTaken) {
     EXPECT_EQ(record.m_sectors_per_cluster, 4u);
 }
 
+TEST(FsDetection, KnownVolumesReplaceTheGeometryOfTheTable) {
+    partition_record record;
+    record.m_sectors_per_cluster = 4;
+    EXPECT_TRUE(detect_file_system(record, named_sector("NTFS    ").put(13, 0, 1).bytes()));
+    EXPECT_EQ(record.m_sectors_per_cluster, 0u);
+
+    record.m_sector_size = 4096;
+    EXPECT_TRUE(detect_file_system(record, named_sector("anything").put(56, 0xEF53, 2).bytes()));
+    EXPECT_EQ(record.m_sector_size, 512u);
+}
+
 TEST(FsDetection, FewerThan512BytesShowNothing) {
     const byte_image sector = named_sector("NTFS    ");
     for (const std::size_t length : {0u, 1u, 12u, 511u}) {

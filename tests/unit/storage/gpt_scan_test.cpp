@@ -5,10 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "broken_off_disk.h"
 #include "disk_file.h"
 #include "storage/ql_disk_structs.h"
 #include "support/byte_image.h"
 #include "support/partition_image.h"
+#include "support/temp_dir.h"
+#include "support/vmdk_image.h"
 
 namespace {
 
@@ -89,9 +92,12 @@ TEST(GptScan, UnusedEntriesArePassedOver) {
         {{.first = 100, .last = 199}, {.first = 200, .last = 299}, {.first = 300, .last = 399}});
     disk.put_bytes(entries_at + 128, zero_type);
     EXPECT_EQ(starts_of(scan_image(disk)), (std::vector<std::uint64_t>{100, 300}));
-    // One byte of the type is enough to be used.
-    disk.put(entries_at + 128 + 15, 1, 1);
-    EXPECT_EQ(starts_of(scan_image(disk)), (std::vector<std::uint64_t>{100, 200, 300}));
+    // One byte of the type, whichever it is, is enough to be used.
+    for (std::uint64_t i = 0; i < 16; ++i) {
+        SCOPED_TRACE(i);
+        disk.put_bytes(entries_at + 128, zero_type).put(entries_at + 128 + i, 1, 1);
+        EXPECT_EQ(starts_of(scan_image(disk)), (std::vector<std::uint64_t>{100, 200, 300}));
+    }
 }
 
 TEST(GptScan, SignatureAndCheckSumsAreNotLookedAt) {
@@ -170,7 +176,9 @@ TEST(GptScan, LastSectorBeforeTheFirstWraps) {
 TEST(GptScan, WholeLargeSectorIsReadOfAPartitionWithoutSectors) {
     byte_image disk = gpt_disk({{.first = 40, .last = 39}}, {.sector = 16384, .protective = false});
     disk.put(16382, 0xAA55, 2).put_image(40 * 16384, support::ext_start());
-    EXPECT_EQ(scan_image(disk).list.at(0).m_partition_type, 131);
+    const scan s = scan_image(disk);
+    EXPECT_EQ(s.list.at(0).m_partition_type, 131);
+    EXPECT_EQ(s.list.at(0).m_sector_size, 16384u);
 }
 
 TEST(GptScan, PartitionAtTheVeryEndOfTheImageIsNamedEmpty) {
@@ -203,6 +211,45 @@ TEST(GptScan, BillionsOfEntriesEndAtOnce) {
     byte_image disk = gpt_disk({{.first = 100, .last = 199}});
     disk.put(header_at + 80, 0xFFFFFFFF, 4).put(header_at + 84, 1, 4);
     EXPECT_FALSE(scan_image(disk).result);
+}
+
+TEST(GptScan, TableOneEntryTooLongFailsThoughItsFirstEntriesCanBeRead) {
+    // Entries of two bytes, with the rest of each from the header: all are used.
+    constexpr std::uint64_t size = 0x200000;
+    for (const std::uint64_t at : {std::uint64_t{0}, entries_at}) {
+        SCOPED_TRACE(at);
+        byte_image disk = gpt_disk({}, {.entry_count = 1, .backup = false}, size);
+        disk.put(header_at + 32, 100, 8).put(header_at + 40, 150, 8);
+        disk.put(header_at + 72, at / 512, 8).put(header_at + 84, 2, 4);
+        const std::uint64_t room = (size - at) / 2;
+        EXPECT_TRUE(scan_image(disk.put(header_at + 80, room, 4)).result);
+        EXPECT_FALSE(scan_image(disk.put(header_at + 80, room + 1, 4)).result);
+    }
+}
+
+TEST(GptScan, EntriesAtANegativePositionOfAChainAreRead) {
+    // A chain takes the index of a grain table modulo 2^32: byte 2^63 is the first one again.
+    byte_image disk = gpt_disk({{.first = 100, .last = 199}}, {.backup = false});
+    disk.put(header_at + 72, (1ull << 54) + 2, 8);
+    const support::temp_dir dir;
+    const std::string path = support::vmdk_image({.grain_size = 8, .table_entries = 128})
+                                 .content(disk)
+                                 .save(dir.file("disk.vmdk"));
+    CRawDisk chain({widened(path)}, false, false);
+    partition_list list;
+    EXPECT_TRUE(scan_gpt(chain, list, false));
+    ASSERT_EQ(list.size(), 1u);
+    EXPECT_EQ(list[0].m_LBA_first_sector, 100u);
+}
+
+TEST(GptScan, StartThatBreaksOffFails) {
+    // The header could be read, with sectors of 512 bytes and with sectors of one byte.
+    byte_image disk = gpt_disk({{.first = 4, .last = 4}}, {.entry_count = 4, .backup = false});
+    disk.put(1 + 24, 1, 8).put(1 + 72, entries_at, 8).put(1 + 80, 1, 4).put(1 + 84, 128, 4);
+    const broken_off_disk source(disk);
+    partition_list list;
+    EXPECT_FALSE(scan_gpt(*source.disk, list, false));
+    EXPECT_TRUE(list.empty());
 }
 
 TEST(GptScan, NoEntriesFail) {

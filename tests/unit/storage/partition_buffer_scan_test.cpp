@@ -20,6 +20,7 @@ TEST(BufferScan, FewerThan512BytesFail) {
     for (const std::uint64_t size : {0u, 1u, 511u}) {
         EXPECT_FALSE(scan_bytes(disk.resize(size), true).result);
     }
+    EXPECT_FALSE(scan_bytes(ntfs_boot_sector().resize(511), true).result);
 }
 
 TEST(BufferScan, PrimaryWalkStopsAtAGap) {
@@ -92,6 +93,12 @@ TEST(BufferScan, SectorNumberIsComparedWithBytes) {
     EXPECT_EQ(scan_bytes(disk_with({{5, 511, 900}}, 512)).found, (entries{{511, 900, 5}}));
     EXPECT_EQ(scan_bytes(disk_with({{7, 63, 9}, {5, 512, 900}}, 512)).found,
               (entries{{63, 9, 7}, {512, 900, 5}}));
+}
+
+TEST(BufferScan, ChainEndsBehindTheBuffer) {
+    byte_image disk = disk_with({{5, 10, 900}}, sector(20));
+    put_boot_record(disk, sector(10), {{7, 1, 1}, {5, 50, 5}});
+    EXPECT_EQ(scan_bytes(disk).found, (entries{{10, 900, 5}, {11, 1, 7}, {60, 5, 5}}));
 }
 
 TEST(BufferScan, NoGuessIsMade) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "broken_off_disk.h"
 #include "scan_result.h"
 #include "storage/ql_disk_structs.h"
 #include "support/byte_image.h"
@@ -85,6 +86,23 @@ TEST(PartitionScan, FirstSectorsDecideTheType) {
     EXPECT_EQ(s.list[0].m_sectors_per_cluster, 8u);
     EXPECT_EQ(s.list[1].fs_name, "fat32");
     EXPECT_FALSE(s.list[2].is_volume);
+}
+
+TEST(PartitionScan, PartitionsBehindOneThatCannotBeReadAreLookedInto) {
+    byte_image disk = disk_with({{7, 9000, 100}, {0x83, 2048, 100}});
+    disk.put_image(sector(2048), ntfs_boot_sector());
+    EXPECT_EQ(scan_image(disk).found, (entries{{9000, 100, 7}, {2048, 100, 7}}));
+}
+
+TEST(PartitionScan, FatTwelveCountsAsAPartition) {
+    EXPECT_EQ(scan_image(disk_with({{1, 2048, 100}})).found, (entries{{2048, 100, 1}}));
+}
+
+TEST(PartitionScan, StartThatBreaksOffFails) {
+    const broken_off_disk source(disk_with({{0x83, 2, 1}}));
+    partition_list list;
+    EXPECT_FALSE(scan_partitions(*source.disk, list, false, false));
+    EXPECT_TRUE(list.empty());
 }
 
 TEST(PartitionScan, FirstSectorCutByTheEndOfTheDiskLeavesTheType) {
@@ -392,6 +410,8 @@ TEST(LostRecord, ItsSignatureMayMakeTheDiskATableOfLargerSectors) {
 TEST(LostRecord, IsSearchedForBehindASuperblockAndNotListed) {
     byte_image disk = support::ext_start().resize(0x200000);
     EXPECT_FALSE(scan_image(disk, true).result);
+    byte_image shorter = disk;
+    EXPECT_FALSE(scan_image(shorter.resize(0x10000), true).result);
     put_extended_chain(disk, 100, {{7, 100, 110, 20}});
     const scan s = scan_image(disk, true);
     EXPECT_TRUE(s.result);

@@ -281,6 +281,20 @@ TEST(RawDiskFile, WriteAccessDecidesTheModeOfTheDescriptor) {
     EXPECT_TRUE(writer.write_access);
 }
 
+TEST(RawDiskFile, SourceThatIsNotOkIsNotRead) {
+    disk_file source{byte_image(pattern(512))};
+    source.disk.ok = false;
+    EXPECT_FALSE(read(source.disk, 16, 0).result);
+    EXPECT_EQ(source.disk.size_in_bytes(), 0u);
+}
+
+TEST(RawDiskFile, KindsHaveTheirNumbers) {
+    EXPECT_EQ(static_cast<std::uint32_t>(disk_kind::file), 0u);
+    EXPECT_EQ(static_cast<std::uint32_t>(disk_kind::physical_drive), 3u);
+    EXPECT_EQ(static_cast<std::uint32_t>(disk_kind::vmdk), 4u);
+    EXPECT_EQ(static_cast<std::uint32_t>(disk_kind::none), 8u);
+}
+
 TEST(RawDiskFile, NothingIsReadWithoutADescriptor) {
     disk_file source{byte_image(pattern(512))};
     const int fd = std::exchange(source.disk.fd, -1);
@@ -462,6 +476,8 @@ TEST(RawDiskDrive, DriveThatCannotBeOpenedIsToldWithItsError) {
         const CRawDisk disk(c.number, false, false, false, 3, false);
         const std::string said = testing::internal::GetCapturedStderr();
         EXPECT_EQ(disk.drive_number, static_cast<std::int32_t>(c.number));
+        EXPECT_EQ(disk.path_utf8, c.name);
+        EXPECT_EQ(disk.path_wide, widened(c.name));
         EXPECT_EQ(disk.ok, fd != -1);
         EXPECT_EQ(said, fd != -1 ? ""
                                  : std::string("prob opening ") + c.name + ", error " +

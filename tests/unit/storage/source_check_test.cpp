@@ -109,6 +109,15 @@ TEST(CheckImage, NameIsShownInItsShortestForm) {
     EXPECT_EQ(image(dir.path() + "/\xC3\xA9").text, "invalid image: " + dir.path() + "/\xC3\xA9\n");
 }
 
+TEST(CheckDrive, OpensTheDriveAndTellsWhatWentWrong) {
+    testing::internal::CaptureStderr();
+    { const CRawDisk disk(3, false, false, false, 3, false); }
+    const std::string told = testing::internal::GetCapturedStderr();
+    testing::internal::CaptureStderr();
+    drive(3);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), told);
+}
+
 TEST(CheckDrive, NumbersWithoutADeviceAreTold) {
     for (const std::uint32_t number : {20u, 24u, 25u, 0xFFFFFFFFu}) {
         SCOPED_TRACE(number);

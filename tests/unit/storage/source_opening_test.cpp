@@ -174,6 +174,25 @@ TEST(AttachVolume, OnlyLetterAndColonAreOpened) {
     EXPECT_EQ(ntfs, nullptr);
 }
 
+TEST(SourceKind, NumbersAreThoseThatReadersStore) {
+    EXPECT_EQ(source_kind::drive_letter, 32u);
+    EXPECT_EQ(source_kind::file, 33u);
+    EXPECT_EQ(source_kind::drive_number, 34u);
+    EXPECT_EQ(source_kind::device_path, 35u);
+    EXPECT_EQ(source_kind::reserved, 36u);
+    EXPECT_EQ(source_kind::unknown, 255u);
+}
+
+TEST(AttachDrive, OpensTheDriveAndTellsWhatWentWrong) {
+    testing::internal::CaptureStderr();
+    { const CRawDisk drive(3, false, false, false, 3, false); }
+    const std::string told = testing::internal::GetCapturedStderr();
+    std::unique_ptr<CNtfs> ntfs;
+    testing::internal::CaptureStderr();
+    attach_drive(ntfs, 3, 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), told);
+}
+
 TEST(AttachDrive, NumbersWithoutADeviceFailQuietly) {
     for (const std::uint32_t number : {20u, 24u, 25u}) {
         testing::internal::CaptureStderr();
@@ -296,6 +315,7 @@ TEST_F(VmdkOpening, DefaultOffsetIsTheBasesFirstPartition) {
         ASSERT_TRUE(attach_vmdk(ntfs, files, offset));
         EXPECT_EQ(ntfs->m_volume_offset, volume_at);
         EXPECT_EQ(ntfs->disk()->kind, disk_kind::vmdk);
+        EXPECT_FALSE(ntfs->disk()->write_access);
         EXPECT_EQ(ntfs->disk()->offset_hi, 0u);
         EXPECT_EQ(ntfs->disk()->offset_lo, volume_at);
     }
@@ -323,6 +343,14 @@ TEST_F(VmdkOpening, DefaultComesFromTheBaseAndNotFromTheNewestFile) {
 
 TEST_F(VmdkOpening, BareVolumeStartsAtZero) {
     ASSERT_TRUE(attach_vmdk(ntfs, save({vmdk_image().content(volume())}), 0));
+    EXPECT_EQ(ntfs->m_volume_offset, 0u);
+}
+
+TEST_F(VmdkOpening, BaseWithoutPartitionsMeansZero) {
+    // The base shows no first sector: the delta alone holds the volume.
+    vmdk_image base({.capacity = volume().size() / 512 + 128});
+    base.grain(1, support::pattern(4096));
+    ASSERT_TRUE(attach_vmdk(ntfs, save({base, vmdk_image().content(volume())}), 0));
     EXPECT_EQ(ntfs->m_volume_offset, 0u);
 }
 

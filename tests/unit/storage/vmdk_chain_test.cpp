@@ -310,6 +310,34 @@ TEST(VmdkSource, ReadsAreBoundByTheirStartOnly) {
     EXPECT_FALSE(disk.read_bytes(buffer.data(), count, 160 * 512));
 }
 
+TEST(VmdkSource, OneMissingFileOfSeveralClosesIt) {
+    const chain_files files({layer("A", 1, none)});
+    const CRawDisk disk({files.paths[0], widened(files.dir.file("missing"))}, false, false);
+    EXPECT_FALSE(disk.ok);
+}
+
+TEST(VmdkSource, WriteAccessReachesTheFiles) {
+    const chain_files files({layer("A", 1, none)});
+    for (const bool write : {false, true}) {
+        SCOPED_TRACE(write);
+        const CRawDisk disk(files.paths, write, false);
+        EXPECT_EQ(disk.write_access, write);
+        EXPECT_EQ(::fcntl(disk.fd, F_GETFL) & O_ACCMODE, write ? O_RDWR : O_RDONLY);
+    }
+}
+
+TEST(VmdkSource, NothingIsReadWithoutADescriptor) {
+    const chain_files files({layer("A", 1, none)});
+    CRawDisk disk(files.paths, false, false);
+    std::uint8_t byte = 0;
+    std::uint32_t count = 1;
+    disk.fd = -1;  // the chain keeps its own
+    EXPECT_FALSE(disk.read_bytes(&byte, count, 0));
+    disk.native_handle = 5;
+    EXPECT_TRUE(disk.read_bytes(&byte, count, 0));
+    EXPECT_EQ(byte, 'A');
+}
+
 TEST(VmdkSource, NegativeOffsetReachesTheChain) {
     const chain_files files({layer("A", 1, none)});
     CRawDisk disk(files.paths, false, false);

@@ -137,8 +137,52 @@ TEST(VmdkExtent, ReadDeliversPartsOfAGrain) {
     EXPECT_TRUE(got.result);
     EXPECT_EQ(got.count, 1000u);
     EXPECT_EQ(got.buffer, part(pattern(grain_size, 12), 100, 1000));
-    EXPECT_EQ(read(file.extent, 3 * grain_size - 1, 1).buffer,
-              part(pattern(grain_size, 12), grain_size - 1, 1));
+    const outcome last = read(file.extent, 3 * grain_size - 1, 1);
+    EXPECT_TRUE(last.result);
+    EXPECT_EQ(last.buffer, part(pattern(grain_size, 12), grain_size - 1, 1));
+}
+
+TEST(VmdkExtent, StartsWithNothing) {
+    const vmdk_extent extent;
+    EXPECT_EQ(extent.fd, -1);
+    EXPECT_EQ(extent.sector_size, 512u);
+    for (const std::uint64_t number :
+         {extent.file_size, extent.table_span, extent.grain_bytes, extent.first_table_offset,
+          extent.first_sector_offset, extent.capacity(), extent.overhead()}) {
+        EXPECT_EQ(number, 0u);
+    }
+    EXPECT_FALSE(extent.ready);
+    EXPECT_FALSE(extent.write_access);
+}
+
+TEST(VmdkExtent, TablesAndDirectoryEndWhereTheyEnd) {
+    for (const std::uint64_t last : {5u, 9u, 13u}) {
+        SCOPED_TRACE(last);
+        const extent_file file(vmdk_image(small).grain(last, pattern(grain_size)));
+        std::uint64_t position = 0;
+        EXPECT_TRUE(file.extent.find_grain(last * grain_size, position));
+        EXPECT_FALSE(file.extent.find_grain((last + 1) * grain_size, position));
+        EXPECT_EQ(file.extent.table_of_entry.size(), 128u);
+        EXPECT_FALSE(file.extent.find_grain(128 * table_span, position));
+    }
+}
+
+TEST(VmdkExtent, TablesAreKeptWithoutTheZerosAtTheirEnd) {
+    const extent_file file(sound().grain_entry(5, 0xFFFFFFFF));
+    EXPECT_EQ(file.extent.grain_tables[0].size(), 6u);
+    EXPECT_EQ(extent_file(sound()).extent.grain_tables[1].size(), 3u);
+    const extent_file empty(vmdk_image(small).grain(130, pattern(grain_size)));
+    EXPECT_EQ(empty.extent.grain_tables[0].size(), 0u);
+}
+
+TEST(VmdkExtent, LongTableEndsInsideAPiece) {
+    // 1500 entries are 6000 bytes; the second table stands in the next sector.
+    const extent_file file(vmdk_image({.grain_size = 8, .table_entries = 1500})
+                               .grain(0, pattern(grain_size))
+                               .grain(1499, pattern(grain_size, 2))
+                               .grain(1500, pattern(grain_size, 3)));
+    EXPECT_EQ(file.extent.grain_tables[0].size(), 1500u);
+    EXPECT_EQ(file.extent.grain_tables[1].size(), 1u);
 }
 
 TEST(VmdkExtent, HolesAndEmptyReadsFail) {
@@ -237,6 +281,8 @@ TEST(VmdkExtentPartitions, BareVolumeStartsAtZero) {
 
 TEST(VmdkExtentPartitions, DeltaReadsItsOwnHeaderAndHasNone) {
     vmdk_image delta(small);
+    delta.grain(130, pattern(grain_size));  // the first table is empty
+    EXPECT_EQ(extent_file(delta).extent.first_sector_offset, 0u);
     delta.grain(2, pattern(grain_size));
     const extent_file file(delta);
     EXPECT_TRUE(file.result);
@@ -323,6 +369,15 @@ TEST(VmdkDescriptor, SizeEndsTheText) {
     const extent_file none(byte_image(image.build()).put(descriptor_size_at, 0, 8));
     EXPECT_TRUE(none.result);
     EXPECT_TRUE(none.extent.descriptor_lines.empty());
+}
+
+TEST(VmdkDescriptor, LastPieceIsNoLongerThanTheSizeSays) {
+    // The text fills nine sectors, 4608 bytes; the redundant directory stands behind it.
+    const vmdk_image image = vmdk_image({.grain_size = 8, .descriptor_sectors = 9})
+                                 .grain(0, pattern(grain_size))
+                                 .descriptor(std::string(4602, 'x') + "\nCID=1");
+    ASSERT_NE(image.build().get(512 + 4608, 1), 0u);
+    EXPECT_EQ(extent_file(image).extent.cid, "1");
 }
 
 TEST(VmdkDescriptor, LongTextComesInPieces) {
@@ -557,6 +612,23 @@ TEST(VmdkDamage, TablesThatOverlapAreBoundedInAll) {
     EXPECT_GE(file.extent.table_of_entry.size(), 1u);
     std::uint64_t position = 0;
     EXPECT_FALSE(file.extent.find_grain((entries - 1) * file.extent.table_span, position));
+}
+
+TEST(VmdkDamage, TablesMayTakeTheSizeOfTheFileAnd16MiB) {
+    // Nine tables of 4 MiB, which overlap, in a file of 16 MiB or one byte less.
+    constexpr std::uint64_t size = 16u << 20, directory = 64;
+    for (const std::uint64_t missing : {0u, 1u}) {
+        SCOPED_TRACE(missing);
+        byte_image content(size - missing);
+        content.put_text(0, "KDMV").put(capacity_at, 1 << 20, 8).put(grain_size_at, 8, 8);
+        content.put(table_entries_at, 0x100000, 4).put(directory_at, directory, 8);
+        content.put(overhead_at, directory + 16, 8);
+        for (std::uint64_t i = 0; i < 9; ++i)
+            content.put(directory * 512 + 4 * i, directory + 1 + i, 4);
+        const extent_file file(content);
+        EXPECT_TRUE(file.result);
+        EXPECT_EQ(file.extent.table_of_entry.size(), 8 - missing);
+    }
 }
 
 // Bytes that this process has read by system calls; false where the system does not count them.

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "broken_off_disk.h"
 #include "disk_file.h"
 #include "support/byte_image.h"
 #include "support/partition_image.h"
@@ -352,6 +353,17 @@ TEST(VolumeSelection, GptPartitionsAreListed) {
               "volume offset [ 0x160000 ] : linux\n"
               "\n"
               "use option [-offset 0x100000]\n");
+}
+
+TEST(VolumeSelection, VolumeOfWhichOnlyTheStartCanBeReadIsTakenAsBare) {
+    const broken_off_disk source(bare_volume());
+    std::ostringstream out;
+    bool found_ntfs = false;
+    std::uint64_t offset = 0x200;
+    EXPECT_TRUE(select_volume(out, found_ntfs, offset, *source.disk, false));
+    EXPECT_TRUE(found_ntfs);
+    EXPECT_EQ(offset, 0u);
+    EXPECT_EQ(out.str(), "");
 }
 
 TEST(VolumeSelection, ClosedDiskFailsWithoutAWord) {
