@@ -163,7 +163,7 @@ TEST(VmdkExtent, TablesAndDirectoryEndWhereTheyEnd) {
         EXPECT_TRUE(file.extent.find_grain(last * grain_size, position));
         EXPECT_FALSE(file.extent.find_grain((last + 1) * grain_size, position));
         EXPECT_EQ(file.extent.table_of_entry.size(), 128u);
-        EXPECT_FALSE(file.extent.find_grain(128 * table_span, position));
+        EXPECT_FALSE(file.extent.find_grain(128 * table_span + last * grain_size, position));
     }
 }
 
