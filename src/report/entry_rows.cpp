@@ -94,13 +94,9 @@ bool is_stream(const NTFS_ATTRIB_ROW& row, bool show_indx) {
 }
 
 // Adds a row behind those of the same key. Files are read in the order of their entries, which is
-// often that of their names: such a row needs no search for its place.
+// often that of their names: the end is tried ahead of a search for the row's place.
 void insert_row(dir_entry_set& entries, dir_entry_set::node_type row) {
-    if (entries.empty() || !by_full_path()(row.value(), *entries.rbegin())) {
-        entries.insert(entries.end(), std::move(row));
-    } else {
-        entries.insert(std::move(row));
-    }
+    entries.insert(entries.end(), std::move(row));
 }
 
 // Names the row of a stream. An index of the root directory, whose name is ".", goes by the

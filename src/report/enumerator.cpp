@@ -169,11 +169,6 @@ dir_entry_set list_level(quorvel_opts& opts, const std::wstring& path, std::uint
     return subdirectories;
 }
 
-// The streams of a subdirectory are on the list as well, and are passed over.
-bool is_directory_row(const dir_entry& entry) {
-    return is_of_directory(entry) && entry.type == entry_type::directory;
-}
-
 }  // namespace
 
 bool report_directory(quorvel_opts& opts, CNtfs& ntfs) {
@@ -208,7 +203,8 @@ void walk_directory(quorvel_opts& opts, CNtfs& ntfs, const std::wstring& path,
         }
         const auto next = list.extract(list.begin());
         const dir_entry& directory = next.value();
-        if (!is_directory_row(directory)) continue;
+        // Streams of subdirectories are on the list as well.
+        if (directory.type != entry_type::directory) continue;
         reader.recycle(opts.entries);
         if (reader.add_directory(directory.parent_path, directory.mft_entry, opts.entries,
                                  opts.show_indx != 0) &&

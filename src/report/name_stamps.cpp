@@ -5,7 +5,7 @@
 namespace {
 
 bool is_a_day_before(std::uint64_t stamp, std::uint64_t name_stamp) {
-    return stamp != 0 && name_stamp != 0 && stamp + ql::ticks_a_day < name_stamp;
+    return stamp != 0 && stamp + ql::ticks_a_day < name_stamp;
 }
 
 }  // namespace
