@@ -428,6 +428,36 @@ TEST_F(EntryRows, RowsKeepNothingOfTheRowsBeforeThem) {
     EXPECT_EQ(text_of(rows_of(64)), first);
 }
 
+TEST_F(EntryRows, NamesKeepNothingOfTheNamesBeforeThem) {
+    volume.file(root, u"a", 64, {.times = {.modified = 0}});
+    volume.file(root, u"b", 65);
+    volume.file(root, u"c", 66, {.space = static_cast<support::name_space>(5)});
+    volume.file(root, u"ONE", 67, {.space = support::dos});
+    volume.link(67, root, u"TWO", {.space = support::dos});
+    const std::unique_ptr<CNtfs> ntfs = open();
+    entry_rows maker(*ntfs, opts);
+    std::vector<dir_entry> made;
+    for (const std::uint64_t entry : {64u, 65u, 66u, 67u}) {
+        bytes record(ntfs->get_mft_record_size());
+        std::uint64_t position = 0;
+        std::int64_t size = static_cast<std::int64_t>(record.size());
+        EXPECT_TRUE(ntfs->read_file_record(entry, record, position, size, false));
+        dir_entry_set entries;
+        maker.add(record, entry, root, L"", entries, false, true);
+        ASSERT_EQ(entries.size(), 1u);
+        made.push_back(*entries.begin());
+    }
+    EXPECT_EQ(made[0].fn_list.at(0).time_null, 1);
+    EXPECT_EQ(made[1].fn_list.at(0).time_null, 0);
+    EXPECT_EQ(made[1].fn_list.at(0).comment, "");
+    const fn_entry& unknown = made[2].fn_list.at(0);
+    for (const std::uint64_t field : {unknown.parent_ref, unknown.created, unknown.modified,
+                                      unknown.mft_changed, unknown.accessed})
+        EXPECT_EQ(field, 0u);
+    EXPECT_EQ(made[3].name, L"");
+    EXPECT_EQ(made[3].full_path, L"\\");
+}
+
 TEST_F(EntryRows, RowsOfOneKeyStayInTheOrderInWhichTheyWereMade) {
     volume.file(root, u"same", 64).data("1");
     volume.file(root, u"SAME", 65).data("22");

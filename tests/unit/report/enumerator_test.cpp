@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "storage/raw_disk.h"
 #include "volume_fixture.h"
 
 namespace {
@@ -195,6 +196,12 @@ TEST_F(Enumerator, StreamOfAFileBehindADriveLetterCutsTheWholeDirectory) {
         << text;
 }
 
+TEST_F(Enumerator, StreamOfAFileBehindALeadingColonLeavesTheDirectory) {
+    volume.file(root, u"f.txt", 64).data("").stream(u"one", "1");
+    EXPECT_EQ(report(L":\\f.txt:one", 64), ":one\n");
+    EXPECT_EQ(opts.directory, L":");
+}
+
 TEST_F(Enumerator, StreamThatADirectoryLacksGivesItsRowsWithoutChildren) {
     volume.directory(root, u"dir", 40);
     volume.file(40, u"child", 64);
@@ -342,6 +349,16 @@ TEST_F(Walk, StreamsOfASubdirectoryShowInItsOwnListing) {
               "\\\n\\z\n"
               "\\a\\\n\\a:zone\n\\a\\1\n\\a\\sub\\\n"
               "\\b\\\n\\b\\4\n");
+}
+
+// In a list of paths the row of an index is an empty line.
+TEST_F(Walk, IndexOfASubdirectoryShowsInItsOwnListingWhenAskedFor) {
+    volume.index(43).in_blocks();
+    opts.levels = 2;
+    const std::string others = "\\\n\\z\n\\a\\\n\\a\\1\n\\a\\sub\\\n";
+    EXPECT_EQ(report(L"\\", root), others + "\\b\\\n\\b\\4\n");
+    opts.show_indx = 1;
+    EXPECT_EQ(report(L"\\", root), others + "\\b\\\n\n\\b\\4\n");
 }
 
 TEST_F(Walk, DirectoryWithAnUnnamedStreamIsWalkedTwice) {
@@ -533,6 +550,16 @@ TEST_F(Walk, ReadingADirectoryNeedsAValidVolume) {
     dir_entry_set entries;
     EXPECT_FALSE(read_directory_entries(closed, L"\\", root, entries, false, opts));
     EXPECT_TRUE(entries.empty());
+}
+
+TEST_F(Walk, ReadingADirectoryValidatesTheVolumeFirst) {
+    const std::string path = dir.file("volume.dd");
+    volume.save(path);
+    CNtfs fresh(std::make_unique<CRawDisk>(std::wstring(path.begin(), path.end()), false, false, 0),
+                0, source_kind::file);
+    dir_entry_set entries;
+    EXPECT_TRUE(read_directory_entries(fresh, L"", root, entries, false, opts));
+    EXPECT_EQ(entries.size(), 4u);  // the root, \a, \b and \z
 }
 
 TEST_F(Walk, ReadingSaysWhetherThereWasARecordOrAnIndex) {
