@@ -86,6 +86,14 @@ TEST_F(Enumerator, ChildThatCannotBeReadIsLeftOut) {
     EXPECT_EQ(report(L"\\", root), "\\\n\\a\n\\c\n");
 }
 
+TEST_F(Enumerator, NameBehindTheEndOfTheIndexIsNotListed) {
+    volume.directory(root, u"dir", 40);
+    volume.file(40, u"child", 64).data("");
+    volume.entry(65).standard_information().file_name(40, u"gone").data("");
+    volume.index(40).add_stale({.reference = 65, .key = support::file_name_value(40, u"gone")});
+    EXPECT_EQ(report(L"\\dir", 40), "\\dir\\\n\\dir\\child\n");
+}
+
 TEST_F(Enumerator, ChildWithoutANameUnderThisDirectoryIsLeftOut) {
     volume.directory(root, u"dir", 40);
     volume.file(40, u"moved", 64).data("");
