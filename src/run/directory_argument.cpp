@@ -12,6 +12,6 @@ std::string normalise_directory(std::string path) {
 
 std::wstring entry_path_prefix(const std::wstring& directory) {
     const std::size_t colon = directory.find(L':');
-    if (colon == std::wstring::npos || colon + 1 >= directory.size()) return directory;
+    if (colon == std::wstring::npos) return directory;
     return directory.substr(0, colon + 2);
 }

@@ -11,6 +11,7 @@ namespace {
 // Longer texts are not searched for references.
 constexpr std::size_t longest_searched = 512;
 
+// Holds no reference, so that the search may pass it again.
 constexpr const char* shadow_copy_device = "\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy";
 
 bool is_shadow_copy_name(std::string name) {
@@ -37,13 +38,11 @@ std::string expand_env(std::string text, bool allow_vss) {
             expanded.replace(open, length, value);
             if (std::find(seen.begin(), seen.end(), expanded) == seen.end()) {
                 text = std::move(expanded);
-                at = open;
                 continue;
             }
             at = close + 1;
         } else if (allow_vss && is_shadow_copy_name(name)) {
             text.replace(open, length, shadow_copy_device);
-            at = open + std::char_traits<char>::length(shadow_copy_device);
         } else {
             at = close + 1;
         }

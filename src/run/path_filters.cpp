@@ -16,9 +16,8 @@ constexpr wchar_t any = L'*';
 // Removes each "*" from `pattern` and notes whether one stood first or last. A "*" elsewhere is
 // dropped without a trace.
 void take_wildcards(std::wstring& pattern, std::uint8_t& wild_start, std::uint8_t& wild_end) {
-    if (pattern.empty()) return;
-    wild_start = pattern.front() == any;
-    wild_end = pattern.back() == any;
+    wild_start = pattern.starts_with(any);
+    wild_end = pattern.ends_with(any);
     ql::remove_char(pattern, any);
 }
 
@@ -46,7 +45,7 @@ path_filter make_item(const std::wstring& text) {
         return item;
     }
     take_wildcards(item.pattern, item.wild_start, item.wild_end);
-    item.in_path = !item.pattern.empty() && item.pattern.front() == L'/';
+    item.in_path = item.pattern.starts_with(L'/');
     return item;
 }
 
@@ -86,7 +85,7 @@ std::vector<std::uint8_t> hex_bytes(const std::string& text) {
 // backslashes of `dir` into slashes where the pattern isn't found at first.
 bool hits_directory(const std::wstring& pattern, std::wstring& dir) {
     std::size_t at = dir.find(pattern);
-    if (at == std::wstring::npos && dir.find(L'\\') != std::wstring::npos) {
+    if (at == std::wstring::npos) {
         ql::replace_char(dir, L'\\', L'/');
         at = dir.find(pattern);
     }
@@ -169,7 +168,7 @@ bool path_passes_filters(const cmd_params& params, const std::wstring& path,
 
     std::wstring dir;
     std::wstring name;
-    if (!split_path(path, dir, name)) return false;
+    split_path(path, dir, name);
     ql::lower_wide(name);
     ql::lower_wide(dir);
     return std::any_of(filters.begin(), filters.end(), [&](const path_filter& item) {
