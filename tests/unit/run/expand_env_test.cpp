@@ -16,7 +16,8 @@ protected:
     }
     void TearDown() override { SetUp(), unsetenv("QL_A"); }
 
-    static constexpr const char* names[] = {"QL_A", "QL_B", "QL_L", "QL_M", "QL_E", "VSS", "vss"};
+    static constexpr const char* names[] = {"QL_A", "QL_B", "QL_L", "QL_M", "QL_E", "K",
+                                            "NZ",   "NZq",  "W",    "VSS",  "vss"};
 };
 
 const std::string device = "\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy";
@@ -75,12 +76,22 @@ TEST_F(ExpandEnv, LengthIsTestedBeforeEachSearch) {
 TEST_F(ExpandEnv, ReferenceToItselfIsPassedAsAWhole) {
     setenv("QL_L", "%QL_L%", 1);
     EXPECT_EQ(expand_env("%QL_L%\\%QL_A%", false), "%QL_L%\\alpha");
+    EXPECT_EQ(expand_env("%QL_L%%QL_A%", false), "%QL_L%alpha");
 }
 
 TEST_F(ExpandEnv, ReferencesThatLeadToEachOtherEnd) {
     setenv("QL_L", "%QL_M%", 1);
     setenv("QL_M", "%QL_L%", 1);
     EXPECT_EQ(expand_env("%QL_L%\\%QL_A%", false), "%QL_M%\\alpha");
+}
+
+TEST_F(ExpandEnv, TextOfBeforeMayComeBackBehindAPassedReference) {
+    setenv("K", "%N", 1);
+    setenv("NZq", "%NZ%W%", 1);
+    setenv("NZ", "%K%Z%", 1);
+    setenv("W", "q%", 1);
+    // %NZq%, %NZ%W%, %K%Z%W%, and %NZ%W% again: K is passed. W makes the first text of it.
+    EXPECT_EQ(expand_env("%K%Zq%", false), "%K%Zq%");
 }
 
 TEST_F(ExpandEnv, ShadowCopyNameNeedsPermission) {

@@ -1,6 +1,7 @@
 #include "run/option_scan.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <set>
@@ -239,8 +240,11 @@ TEST(ScanOptions, NoWhitespaceTakesBlanksFromTheFinalSeparator) {
         {{"-no_whitespace", "-csv_separator", " \t "}, "\t"},
         {{"-no_whitespace", "-csv_separator", "tab"}, "\t"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(scan(c.options).params.csv_separator, c.separator);
+    for (const auto& c : cases) {
+        const scan run(c.options);
+        EXPECT_EQ(run.params.csv_separator, c.separator);
+        EXPECT_EQ(run.params.no_whitespace, 1);
+    }
 }
 
 TEST(ScanOptions, CsvClearsXml) {
@@ -457,6 +461,16 @@ TEST(ScanOptions, ResultsFileThatExistsIsGoneAfterTheScan) {
         EXPECT_FALSE(support::file_exists(file));
         EXPECT_EQ(run.args, append ? words{"-append"} : words{});
     }
+}
+
+// A second link to the file shows what the scan left in it.
+TEST(ScanOptions, AppendAnywhereBehindTheProgramSparesTheContent) {
+    const support::temp_dir dir;
+    const std::string file = dir.write("out.txt", "old");
+    const std::string link = dir.file("link.txt");
+    ASSERT_EQ(::link(file.c_str(), link.c_str()), 0);
+    EXPECT_TRUE(scan({"-append", "-out", file}).result);
+    EXPECT_EQ(support::read_file(link), "old");
 }
 
 TEST(ScanOptions, ResultsFileIsGoneEvenIfTheScanFailsLater) {

@@ -136,6 +136,10 @@ TEST(ParseFilterSignature, ReadsBytesAndOffset) {
         {"odd digit at the end", "4d5", {0x4d}, 0},
         {"no digits", "zz", {}, 0},
         {"half a pair", "4d5z6e", {0x4d}, 0},
+        {"every digit",
+         "0123456789abcdef10",
+         {0x01, 0x23, 0x45, 0x67, 0x89, 0xab, 0xcd, 0xef, 0x10},
+         0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -222,6 +226,8 @@ TEST(PathPassesFilters, DirectoryPatternsMatchWholeComponents) {
         {"/windows/sub", L"\\windows\\sub\\a.txt", true},
         {"/windows", L"c:/windows/a.txt", true},
         {"/windows", L"\\docs\\windows", false},  // a name is no directory
+        {"/abcd", L"\\abc\\def\\a.txt", false},
+        {"/windows", L"\\windows\\/windowsx\\a.txt", false},  // slashes go before backslashes
         {"*/windows", L"\\windows\\a.txt", true},
         {"\\windows", L"\\windows\\a.txt", false},  // only a slash makes a directory pattern
         {"/windows|a.txt", L"\\docs\\a.txt", true},
@@ -294,6 +300,14 @@ TEST(PathPassesFilters, SignatureIsReadFromTheHostsFile) {
         EXPECT_FALSE(path_passes_filters(cmd_params(), L"\\no such folder\\a.bin", filters,
                                          file_time_bounds(), false));
     }
+}
+
+// The system refuses to open a program that runs for writing.
+TEST(PathPassesFilters, FileOfASignatureIsOpenedForReadingOnly) {
+    filter_list filters;
+    parse_filter_signature(filters, "7f454c46");  // the start of an ELF file
+    EXPECT_TRUE(
+        path_passes_filters(cmd_params(), L"/proc/self/exe", filters, file_time_bounds(), false));
 }
 
 TEST(PathPassesFilters, TextWithoutASignatureHitsNothing) {

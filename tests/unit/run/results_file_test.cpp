@@ -1,5 +1,6 @@
 #include "run/results_file.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -39,6 +40,22 @@ TEST(TestResultsFile, TruncatesUnlessAppending) {
         ASSERT_EQ(::link(old.c_str(), link.c_str()), 0);
         EXPECT_TRUE(test_results_file(old, append));
         EXPECT_EQ(support::read_file(link), append ? "content" : "");
+    }
+}
+
+// The descriptor that the next file gets.
+int next_descriptor() {
+    const int fd = ::open("/dev/null", O_RDONLY);
+    ::close(fd);
+    return fd;
+}
+
+TEST(TestResultsFile, ClosesTheFile) {
+    const support::temp_dir dir;
+    const int before = next_descriptor();
+    for (const bool append : {false, true}) {
+        EXPECT_TRUE(test_results_file(dir.write("old", "content"), append));
+        EXPECT_EQ(next_descriptor(), before);
     }
 }
 

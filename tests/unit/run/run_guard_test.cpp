@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <type_traits>
 
 #include "run/cmd_params.h"
 #include "support/temp_dir.h"
@@ -36,6 +37,11 @@ bool is_elapsed_time(const std::string& text) {
     char* end = nullptr;
     const double seconds = std::strtod(number.c_str(), &end);
     return !number.empty() && *end == '\0' && seconds >= 0 && seconds < 60;
+}
+
+TEST(RunGuard, DutiesAreNotDoneTwice) {
+    EXPECT_FALSE(std::is_copy_constructible_v<run_guard>);
+    EXPECT_FALSE(std::is_copy_assignable_v<run_guard>);
 }
 
 TEST(RunGuard, IsSilentUnlessArmed) {
