@@ -554,6 +554,13 @@ TEST_F(Driver, EntryThatIsNoNumberIsTheMft) {
     whole_run({"-image", m_image, "-mft", "0"}).expect(0, "", terminal_clearing);
 }
 
+TEST_F(Driver, PathOfAnEntryThatIsNoNumberIsThatOfTheMft) {
+    const std::string trace = m_dir.file("trace.txt");
+    whole_run({"-image", m_image, "-mft", "zz", "-diags", trace}).expect(0, "", terminal_clearing);
+    const std::string text = support::read_file(trace);
+    EXPECT_NE(text.find("\n->anal: \\$MFT\n"), std::string::npos) << text;
+}
+
 TEST_F(Driver, EmptyEntryNumberIsNoEntry) {
     whole_run({"-image", m_image, "-mft", ""}).expect(0, root_rows(), terminal_clearing);
 }
