@@ -63,7 +63,7 @@ CRawDisk::CRawDisk(const std::vector<std::wstring>& files, bool write, bool no_o
     kind = disk_kind::vmdk;
     vmdk = std::make_unique<vmdk_chain>();
     vmdk->write_access = write;
-    if (!vmdk->add_files(files) || !vmdk->link()) return;
+    if (!vmdk->add_files(files) || !vmdk->link() || !vmdk->ready) return;
     const vmdk_extent& base = *vmdk->base;
     fd = base.fd;
     path_utf8 = base.path_utf8;

@@ -48,6 +48,7 @@ bool vmdk_metadata_reader::is_in_window(std::uint64_t position, std::size_t coun
 
 bool vmdk_metadata_reader::read(std::uint64_t position, std::size_t count, ql::bytes& out) {
     if (!is_in_window(position, count)) {
+        m_window_held = 0;  // whatever a failed read leaves in it
         if (::lseek(m_fd, static_cast<off_t>(position), SEEK_SET) == -1) return false;
         const ssize_t brought = ::read(m_fd, m_window.data(), m_window.size());
         if (brought == -1) return false;
