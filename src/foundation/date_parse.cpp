@@ -21,12 +21,11 @@ constexpr long max_field = 65535;
 // no day may have; a text that is no number is 0.
 std::uint16_t date_number(const std::string& text) {
     const long value = std::strtol(text.c_str(), nullptr, 10);
-    return static_cast<std::uint16_t>(value < 0 || value > max_field ? max_field : value);
+    return static_cast<std::uint16_t>(value < 0 ? max_field : std::min(value, max_field));
 }
 
 // The month whose English name starts with these three letters; 0 when there is none.
 std::uint16_t named_month(std::string text) {
-    lower(text);
     for (std::int32_t month = 1; month <= 12; ++month) {
         std::string name = month_abbrev(month);
         if (equal_nocase(name, text)) return static_cast<std::uint16_t>(month);

@@ -18,8 +18,7 @@ std::string lowered_and_trimmed(const std::string& text) {
 }
 
 bool begins_decimal(const std::string& text) {
-    if (text.empty()) return false;
-    const char first = text.front();
+    const char first = text[0];  // the NUL of an empty text is none
     return (first >= '0' && first <= '9') || first == '+' || first == '-';
 }
 
@@ -79,7 +78,7 @@ bool parse_number(const std::string& text, std::uint64_t& out) {
 bool parse_u32(const std::string& text, std::uint32_t& out) {
     out = 0;
     const std::string copy = lowered_and_trimmed(text);
-    if (copy.size() > 1 && copy[1] == 'x') {
+    if (copy.find('x', 1) == 1) {
         out = static_cast<std::uint32_t>(digits_from(text, 2, 16));
     } else if (copy.starts_with('x')) {
         out = static_cast<std::uint32_t>(digits_from(text, 1, 16));
@@ -117,7 +116,7 @@ bool parse_u32_any(const std::string& text, std::uint32_t& out) {
 bool parse_u64(const std::string& text, std::uint64_t& out) {
     constexpr std::size_t max_text = 31, max_hex = 16, max_octal = 23, max_decimal = 20;
     std::string copy = lowered_and_trimmed(text);
-    if (copy.empty() || copy.size() > max_text || !drop_leading_blanks(copy)) return false;
+    if (copy.size() > max_text || !drop_leading_blanks(copy)) return false;
 
     if (copy.size() > 2 && copy[1] == 'x')
         return copy.size() - 2 <= max_hex && read_by_stream(copy.substr(2), std::hex, out);

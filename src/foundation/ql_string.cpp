@@ -37,7 +37,7 @@ void replace_in(Text& text, Char from, Char to, bool ignore_case) {
     const Char low = ignore_case ? lowered(from) : from;
     const Char high = ignore_case ? uppered(from) : from;
     for (auto& c : text)
-        if (c == from || c == low || c == high) c = to;
+        if (c == low || c == high) c = to;
 }
 
 template <typename Text, typename Char>
@@ -110,11 +110,10 @@ wchar_t unit_at(bytes units, std::size_t index) {
     return static_cast<wchar_t>(le16(units, index * 2));
 }
 
-// How many units a text has before its zero unit, at most `limit`.
+// How many units a text has before its zero unit, at most `limit`. Behind the buffer all are zero.
 std::size_t count_units(bytes units, std::size_t limit) {
-    const std::size_t held = std::min(limit, units.size() / 2 + units.size() % 2);
     std::size_t count = 0;
-    while (count < held && unit_at(units, count) != 0)
+    while (count < limit && unit_at(units, count) != 0)
         ++count;
     return count;
 }
@@ -122,7 +121,7 @@ std::size_t count_units(bytes units, std::size_t limit) {
 // The most units that a text of `byte_length` bytes may have.
 std::size_t unit_limit(std::int64_t byte_length) {
     if (byte_length == -1) return units_of_unknown_length;
-    return byte_length < 0 ? 0 : static_cast<std::size_t>(byte_length / 2);
+    return static_cast<std::size_t>(std::max(byte_length / 2, std::int64_t{0}));
 }
 
 constexpr bool is_high_surrogate(wchar_t unit) { return (unit & 0xFC00) == 0xD800; }
