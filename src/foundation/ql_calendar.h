@@ -13,10 +13,10 @@ constexpr std::uint64_t ticks_1601_to_1970 = 116'444'736'000'000'000;
 
 // One day of the calendar.
 struct calendar_day {
-    int year = 0;
-    int month = 0;        // 1 to 12
-    int day = 0;          // 1 to 31
-    int day_of_week = 0;  // 0 is Sunday
+    int year;
+    int month;        // 1 to 12
+    int day;          // 1 to 31
+    int day_of_week;  // 0 is Sunday
 };
 
 constexpr bool is_leap_year(std::int64_t year) {
@@ -49,12 +49,12 @@ constexpr calendar_day day_to_calendar(std::uint32_t days) {
     const std::uint32_t day_of_year = left - (365 * year + year / 4 - year / 100);
     const std::uint32_t month = (5 * day_of_year + 2) / 153;  // 0 is March
 
-    calendar_day date;
-    date.day = static_cast<int>(day_of_year - (153 * month + 2) / 5) + 1;
-    date.month = static_cast<int>(month < 10 ? month + 3 : month - 9);
-    date.year = static_cast<int>(group * 400 + year + (month < 10 ? 0 : 1));
-    date.day_of_week = static_cast<int>((days + 1) % 7);
-    return date;
+    return {
+        static_cast<int>(group * 400 + year + (month < 10 ? 0 : 1)),
+        static_cast<int>(month < 10 ? month + 3 : month - 9),
+        static_cast<int>(day_of_year - (153 * month + 2) / 5) + 1,
+        static_cast<int>((days + 1) % 7),
+    };
 }
 
 static_assert(days_before_year(1970) == days_1601_to_1970);

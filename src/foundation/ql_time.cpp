@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "foundation/ql_calendar.h"
 
@@ -50,8 +51,7 @@ bool to_local_seconds(std::uint64_t unix_seconds, std::uint64_t& out) {
     static const std::int64_t offset = host_utc_offset();
     constexpr std::int64_t seconds_to_1970 = days_1601_to_1970 * seconds_a_day;
     constexpr std::int64_t limit = days_before_year(first_year_not_shown) * seconds_a_day;
-    constexpr std::uint64_t far_future = std::uint64_t{1} << 48;  // keeps the sum in 64 bits
-    if (unix_seconds > far_future) return false;
+    if (std::cmp_greater(unix_seconds, limit)) return false;  // keeps the sum in 64 bits
     const std::int64_t local_seconds =
         static_cast<std::int64_t>(unix_seconds) + seconds_to_1970 + offset;
     if (local_seconds >= limit) return false;
@@ -144,8 +144,7 @@ private:
 // The point and `digits` digits of the fraction, truncated. Only 3 to 9 digits are known; any other
 // number adds nothing.
 void put_fraction(short_text& out, std::uint32_t nanosecond, std::size_t digits) {
-    static constexpr std::array<std::uint32_t, 7> divisors = {1'000'000, 100'000, 10'000, 1'000,
-                                                              100,       10,      1};
+    static constexpr std::uint32_t divisors[] = {1'000'000, 100'000, 10'000, 1'000, 100, 10, 1};
     if (digits < 3 || digits > 9) return;
     // All digits of the fraction are those of its nanoseconds: fewer are its leading ones.
     out.put('.');
