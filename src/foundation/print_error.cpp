@@ -2,7 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
-#include <vector>
+#include <string>
 
 const char* const clear_line_bytes = "\x1b[2K\r    \r";
 
@@ -39,10 +39,9 @@ void print_error(const char* format, ...) {
     if (length >= 0 && length <= max_message) {
         // The terminator takes the place of the message's last character, which is the line end
         // of most messages.
-        std::vector<char> message(static_cast<std::size_t>(length) + 1);
-        const auto room = static_cast<std::size_t>(length);
-        if (std::vsnprintf(message.data(), room, format, arguments) >= 0)
-            write_to_screen(message.data());
+        std::string message(static_cast<std::size_t>(length), '\0');
+        if (std::vsnprintf(message.data(), message.size(), format, arguments) >= 0)
+            write_to_screen(message.c_str());
     }
     va_end(arguments);
 }

@@ -64,7 +64,7 @@ inline std::uint64_t le64(bytes b, std::size_t at) { return le_number<std::uint6
 constexpr bytes clip(bytes b, std::size_t at, std::size_t count = SIZE_MAX) {
     if (at >= b.size()) return {};
     const std::size_t left = b.size() - at;
-    return b.subspan(at, count < left ? count : left);
+    return b.subspan(at, std::min(count, left));
 }
 
 // The first bytes of `from`, as many as `out` holds; what `from` lacks stays as it is.

@@ -258,7 +258,7 @@ std::ostream& security_descriptor_text(std::ostream& stream, ql::bytes descripto
 //   16  u32  size of the entry
 //   20       self-relative security descriptor: its owner offset at 24, its group offset at 28
 bool parse_sds_entry(NTFS_SECURITY_ITEM& out, ql::bytes entry, std::uint64_t room) {
-    if (entry.data() == nullptr || ql::le32(entry, 16) > room) return false;
+    if (ql::le32(entry, 16) > room) return false;
     const std::uint32_t owner_offset = ql::le32(entry, 24);
     const std::uint32_t group_offset = ql::le32(entry, 28);
     if (owner_offset == 0 && group_offset == 0) return false;

@@ -51,7 +51,6 @@ bool file_object::open(const std::wstring& wide_path, bool write, bool share, bo
     std::wstring name = wide_path;  // `wide_path` may be this object's own
     close();
     ql::strip_trailing_separators(name);
-    if (name.empty()) return false;
 
     const int flags = !write ? O_RDONLY : truncate ? create_flags : write_flags;
     fd = ql::open_file(ql::to_utf8(name), flags);
@@ -65,7 +64,6 @@ bool file_object::open(const std::wstring& wide_path, bool write, bool share, bo
 }
 
 fileio_output* file_object::attach_stream() {
-    stream.reset();
     if (is_open) stream = std::make_unique<fileio_output>(this, stream_capacity);
     return stream.get();
 }
@@ -76,17 +74,14 @@ bool file_object::append(const std::uint8_t* data, std::uint32_t length) {
     ::lseek(fd, 0, SEEK_END);
     if (::write(fd, data, length) == -1) return false;
     const off_t end = ::lseek(fd, 0, SEEK_END);
-    size = end > 0 ? static_cast<std::uint64_t>(end) : 0;
+    size = static_cast<std::uint64_t>(std::max<off_t>(end, 0));
     position = size;
     return true;
 }
 
 void file_object::close() {
-    if (stream) {
-        stream->flush();
-        stream.reset();
-    }
-    if (fd != -1) ::close(fd);
+    stream.reset();  // writes what it holds
+    if (is_open) ::close(fd);
     fd = -1;
     size = 0;
     write_mode = false;

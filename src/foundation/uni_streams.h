@@ -98,7 +98,7 @@ public:
     std::int64_t write_block(const char* data, std::uint32_t length) override;
 
     file_object* file;
-    bool connected = false;
+    bool connected;
 };
 
 // The std::ostream that writes to a file_object.
@@ -108,7 +108,7 @@ public:
     fileio_output(file_object* file, std::uint32_t capacity);
 
     fileio_ostream streambuf;
-    bool attached = false;
+    bool attached;
 };
 
 // Swallows all output.
