@@ -66,7 +66,7 @@ TEST(ParseDate, KnowsAllMonthNames) {
         EXPECT_EQ(parsed(std::string("1-") + names[month - 1] + "-2021", "", "DMonY"),
                   (fields{2021, month, 1, 0, 0, 0, 0}));
     }
-    for (const char* name : {"xyz", "03", "march", "ma"}) {
+    for (const char* name : {"xyz", "03", "march", "ma", " mar", "mar "}) {
         SCOPED_TRACE(name);
         EXPECT_EQ(parsed(std::string("1-") + name + "-2021", "", "DMonY"), std::nullopt);
     }
@@ -117,6 +117,7 @@ TEST(ParseTime, ReadsHoursMinutesAndSeconds) {
         {" \t10:30:15\r\n", 10, 30, 15, 0},
         {":30", 0, 30, 0, 0},
         {"10:30:", 10, 30, 0, 0},
+        {"10: :15", 10, 0, 15, 0},  // a blank is a minute, if none that counts
         {"10:5:7", 10, 5, 7, 0},
         {"10.9:30.9", 10, 30, 0, 0},
         {"25:61:61", 25, 61, 61, 0},

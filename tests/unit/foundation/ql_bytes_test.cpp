@@ -11,7 +11,7 @@ namespace {
 const std::vector<std::uint8_t> ten = {0x81, 0x92, 0xA3, 0xB4, 0xC5, 0xD6, 0xE7, 0xF8, 0x09, 0x1A};
 
 // The number at `at` put together byte by byte.
-std::uint64_t assembled(const std::vector<std::uint8_t>& b, std::size_t at, std::size_t width) {
+std::uint64_t assembled(ql::bytes b, std::size_t at, std::size_t width) {
     std::uint64_t value = 0, place = 1;
     for (std::size_t i = 0; i < width; ++i, place *= 256)
         if (at < b.size() && i < b.size() - at) value += b[at + i] * place;
@@ -30,7 +30,7 @@ TEST(LittleEndian, LowestByteComesFirst) {
 
 TEST(LittleEndian, BytesBehindTheEndAreZeroAtEveryPlaceOfEveryBuffer) {
     for (std::size_t size = 0; size <= ten.size(); ++size) {
-        const std::vector<std::uint8_t> b(ten.begin(), ten.begin() + static_cast<long>(size));
+        const ql::bytes b = ql::bytes(ten).first(size);  // with other bytes behind it
         for (std::size_t at : {std::size_t{0}, std::size_t{1}, std::size_t{2}, std::size_t{3},
                                std::size_t{5}, std::size_t{7}, std::size_t{9}, std::size_t{10},
                                std::size_t{11}, SIZE_MAX - 7, SIZE_MAX - 1, SIZE_MAX}) {
@@ -57,6 +57,7 @@ TEST(Clip, EndsWithTheBuffer) {
     EXPECT_EQ(ql::clip(all, 4, 0).size(), 0u);
     EXPECT_EQ(ql::clip(all, 9, SIZE_MAX).size(), 1u);
     EXPECT_EQ(ql::clip(all, 10).size(), 0u);
+    EXPECT_EQ(ql::clip(all, 10).data(), nullptr);
     EXPECT_EQ(ql::clip(all, SIZE_MAX, SIZE_MAX).size(), 0u);
 }
 

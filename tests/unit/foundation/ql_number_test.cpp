@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <locale>
 #include <optional>
 #include <string>
 
@@ -123,7 +124,7 @@ TEST(ParseU32, TakesTheDigitsFromTheTextAsGiven) {
 }
 
 TEST(ParseU32, ClearsTheOutputWhenItRefuses) {
-    for (const char* text : {"", " ", "zz", "foo", "''", "'ab'", "'a", "a'b", "'ab"}) {
+    for (const char* text : {"", " ", "zz", "foo", "''", "'ab'", "'a", "a'b", "'ab", "ab'"}) {
         SCOPED_TRACE(text);
         std::uint32_t value = 77;
         EXPECT_FALSE(ql::parse_u32(text, value));
@@ -180,6 +181,7 @@ TEST(ParseU64, ReadsItsForms) {
         {"12 ", 12},
         {"0x10", 16},
         {"0XfF", 255},
+        {"0x5", 5},
         {"x10", 16},
         {"o17", 15},
         {"O17", 15},
@@ -209,12 +211,16 @@ TEST(ParseU64, RefusesWhatIsTooLongOrBroken) {
         "1 2",                               // a blank behind a digit
         "0 1",                               //
         "0x1 0",                             //
+        "9 1",                               //
+        "xa 1",                              //
+        "xf 1",                              //
         "18446744073709551616",              // does not fit
         "000000000000000000001",             // 21 characters
         "0x00000000000000001",               // 17 digits
         "x10000000000000000",                // does not fit
         "o00000000000000000000001",          // 24 characters
         "00000000000000000000000000000001",  // 32 characters
+        "x0000000000000000000000000000001",  //
     };
     for (const auto& text : texts) {
         SCOPED_TRACE(text);
@@ -222,6 +228,27 @@ TEST(ParseU64, RefusesWhatIsTooLongOrBroken) {
         EXPECT_FALSE(ql::parse_u64(text, value));
         EXPECT_EQ(value, 77u);
     }
+}
+
+// While it lives, streams group digits by commas unless they are told otherwise.
+class grouped_digits {
+public:
+    grouped_digits() : m_old(std::locale::global(std::locale(std::locale(), new by_commas))) {}
+    ~grouped_digits() { std::locale::global(m_old); }
+    grouped_digits(const grouped_digits&) = delete;
+    grouped_digits& operator=(const grouped_digits&) = delete;
+
+private:
+    struct by_commas : std::numpunct<char> {
+        char do_thousands_sep() const override { return ','; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    std::locale m_old;
+};
+
+TEST(ParseU64, EndsAtACommaInAnyLocale) {
+    const grouped_digits here;
+    EXPECT_EQ(read(ql::parse_u64, "1,234"), 1u);
 }
 
 TEST(ParseU64, TakesTheLongestTextsThatFit) {

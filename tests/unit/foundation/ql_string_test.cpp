@@ -4,7 +4,9 @@
 
 #include <clocale>
 #include <cstdint>
+#include <cwchar>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "support/byte_image.h"
@@ -140,7 +142,8 @@ TEST(ToWide, EveryPrefixOfASoundTextIsWholeOrEmpty) {
         std::size_t elements = 0;
         for (std::size_t i = 0; i < std::size(ends); ++i)
             if (ends[i] == length) elements = i + 1;
-        EXPECT_EQ(ql::to_wide(text.substr(0, length)), whole.substr(0, elements));
+        // What stands behind the prefix would go on with the cut sequence.
+        EXPECT_EQ(ql::to_wide(std::string_view(text).substr(0, length)), whole.substr(0, elements));
     }
 }
 
@@ -196,6 +199,7 @@ TEST(Utf16ToWide, StopsAtTheLimitOrAtTheFirstZeroUnit) {
     EXPECT_EQ(widened(disk, -2), (taken{0, L""}));
     EXPECT_EQ(widened({}, 8), (taken{0, L""}));
     EXPECT_EQ(widened(on_disk({0, 'a'}), 4), (taken{0, L""}));
+    EXPECT_EQ(std::wcslen(widened(disk, 2).text.c_str()), 1u);  // closed by a zero of its own
 }
 
 TEST(Utf16ToWide, TakesANameOf255UnitsWhole) {
@@ -330,6 +334,9 @@ TEST(ReplaceChar, ReplacesEachOccurrence) {
     std::wstring wide = L"a/b/";
     ql::replace_char(wide, L'/', L'\\');
     EXPECT_EQ(wide, L"a\\b\\");
+    wide = L"aA";
+    ql::replace_char(wide, L'a', L'x');
+    EXPECT_EQ(wide, L"xA");
 }
 
 TEST(ReplaceChar, HitsBothCasesWhenAskedTo) {

@@ -108,6 +108,10 @@ TEST(Time, StampsThatCannotBeShownKeepTheirNumberAndRenderEmpty) {
         EXPECT_EQ(t.filetime, c.ticks);
         EXPECT_EQ(t.filetime_checked, 0u);
         EXPECT_EQ(t.system_time.year, 0);
+        EXPECT_EQ(t.system_time.day_of_week, 0);
+        EXPECT_EQ(t.system_time.microsecond, 0u);
+        EXPECT_EQ(t.system_time.nanosecond, 0u);
+        EXPECT_EQ(t.system_time.picosecond, 0u);
         EXPECT_EQ(t.dos_date, 0);
         texts out{"old", "old"};
         EXPECT_EQ(ql::date_time_strings(out.date, out.time, t, default_style()), 0u);
@@ -274,6 +278,11 @@ TEST(ParseDateStyle, CompilesTheDefaults) {
     EXPECT_EQ(style.time_bits, 3 << 1);
     EXPECT_EQ(style.reserved, 0);
     EXPECT_EQ(style.fraction_digits(), 3u);
+}
+
+TEST(ParseDateStyle, StyleIsAllZeroAtFirst) {
+    EXPECT_TRUE(ql::date_style{}.is_zero());
+    EXPECT_EQ(ql::date_style{}.fraction_digits(), 0u);
 }
 
 TEST(ParseDateStyle, CompilesDateFormats) {

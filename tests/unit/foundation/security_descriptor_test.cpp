@@ -380,6 +380,11 @@ TEST(SecurityDescriptorText, LeavesOutWhatIsAbsentOrEmpty) {
               "Security Identifiers\n"
               "group sid [S-1-1-0]\n");
     EXPECT_EQ(descriptor_text({}), "Security Identifiers\n");
+    d = {};
+    d.owner = support::sid("S-1-1-0");
+    EXPECT_EQ(descriptor_text(d.build()),
+              "Security Identifiers\n"
+              "owner sid [S-1-1-0]\n");
 }
 
 TEST(SecurityDescriptorText, LeavesTheStreamAdjustedToTheRight) {
@@ -462,6 +467,8 @@ TEST(ParseSdsEntry, RefusesAnEntryLargerThanTheRoom) {
     const bytes entry = sds_entry(owned("S-1-1-0", "S-1-1-0"));
     NTFS_SECURITY_ITEM item;
     EXPECT_FALSE(parse_sds_entry(item, entry, entry.size() - 1));
+    EXPECT_EQ(item.id, 0u);  // as it was
+    EXPECT_EQ(item.sds_offset, 0u);
     EXPECT_TRUE(parse_sds_entry(item, entry, entry.size()));
     EXPECT_FALSE(parse_sds_entry(item, {}, 1000));
 }

@@ -6,11 +6,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <ostream>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -66,6 +68,12 @@ TEST_F(FileObject, IsClosedAtFirst) {
     std::vector<std::uint8_t> out;
     EXPECT_FALSE(m_file.read_at(out, 1, 0));
     EXPECT_FALSE(m_file.read_at(out, 0, 0));
+    const std::uint8_t byte = 'x';
+    EXPECT_FALSE(m_file.append(&byte, 0));
+    EXPECT_EQ(m_file.size, 0u);
+    EXPECT_EQ(m_file.position, 0u);
+    EXPECT_FALSE(m_file.write_mode);
+    EXPECT_FALSE(m_file.shared);
     EXPECT_EQ(m_file.attach_stream(), nullptr);
     EXPECT_EQ(m_file.stream, nullptr);
     m_file.close();
@@ -103,7 +111,10 @@ TEST_F(FileObject, WritingWithoutTruncationNeedsTheFile) {
     EXPECT_EQ(m_file.size, 5u);
     EXPECT_TRUE(append(m_file, " world"));
     EXPECT_EQ(m_file.size, 11u);
+    EXPECT_EQ(m_file.position, 11u);
     EXPECT_EQ(support::read_file(path), "hello world");
+    m_file.close();
+    EXPECT_FALSE(m_file.write_mode);
 }
 
 TEST_F(FileObject, TruncationCreatesOrEmptiesTheFile) {
@@ -197,6 +208,25 @@ TEST_F(FileObject, AppendsNothingFromNullAndZeroBytesWithSuccess) {
     const std::uint8_t byte = 'x';
     EXPECT_TRUE(m_file.append(&byte, 0));
     EXPECT_EQ(m_file.get_size(), 0u);
+
+    const std::string path = m_dir.write("read", "hello");
+    ASSERT_TRUE(m_file.open_for_write(path, false, false, false));
+    EXPECT_TRUE(m_file.append(&byte, 0)) << "nothing is written, so reading is enough";
+    EXPECT_EQ(m_file.position, 0u);
+}
+
+TEST_F(FileObject, OneByteIsASize) {
+    ASSERT_TRUE(m_file.open_for_write(m_dir.file("file"), true, false, true));
+    EXPECT_TRUE(append(m_file, "x"));
+    EXPECT_EQ(m_file.size, 1u);
+    EXPECT_EQ(m_file.get_size(), 1u);
+}
+
+TEST_F(FileObject, DeviceThatTakesEverythingKeepsTheSizeOfZero) {
+    ASSERT_TRUE(m_file.open_for_write("/dev/null", true, false, false));
+    EXPECT_TRUE(append(m_file, "hello"));
+    EXPECT_EQ(m_file.size, 0u);
+    EXPECT_EQ(m_file.position, 0u);
 }
 
 TEST_F(FileObject, ShortWriteIsNotNoticedButAFailedOneIs) {
@@ -293,6 +323,17 @@ TEST_F(FileObject, ReadsWhatIsLeftOfAFileThatShrankAfterItWasOpened) {
     EXPECT_EQ(out, bytes_of("he"));
 }
 
+TEST_F(FileObject, ReadsNoFurtherThanTheSizeThatTheFileHadWhenItWasOpened) {
+    const std::string path = m_dir.write("file", "hello");
+    ASSERT_TRUE(m_file.open_for_write(path, false, false, false));
+    uni::file_object writer;
+    ASSERT_TRUE(writer.open_for_write(path, true, false, false));
+    ASSERT_TRUE(append(writer, " world"));
+    std::vector<std::uint8_t> out;
+    EXPECT_TRUE(m_file.read_at(out, 100, 3));
+    EXPECT_EQ(out, bytes_of("lo"));
+}
+
 TEST_F(FileObject, FolderOpensAndFailsToRead) {
     ASSERT_TRUE(m_file.open_for_write(m_dir.path(), false, false, false));
     m_file.size = 10;  // what a seek gives for a folder differs between file systems
@@ -306,6 +347,9 @@ TEST_F(FileObject, ReadsAWholeFileUpToTheLimit) {
     std::vector<std::uint8_t> out;
     EXPECT_TRUE(m_file.read_whole(out, path, 100));
     EXPECT_EQ(out, bytes_of("hello"));
+    EXPECT_TRUE(m_file.is_open);
+    EXPECT_FALSE(m_file.write_mode);
+    EXPECT_FALSE(m_file.shared);
     EXPECT_TRUE(m_file.read_whole(out, path, 2));
     EXPECT_EQ(out, bytes_of("he"));
     EXPECT_TRUE(m_file.read_whole(out, path, 0));
@@ -331,6 +375,17 @@ TEST_F(FileObject, DestroyingFlushesTheStream) {
         *file.attach_stream() << "kept";
     }
     EXPECT_EQ(support::read_file(path), "kept");
+}
+
+TEST_F(FileObject, DestroyingClosesTheDescriptor) {
+    int fd = -1;
+    {
+        uni::file_object file;
+        ASSERT_TRUE(file.open_for_write(m_dir.file("file"), true, false, true));
+        fd = file.fd;
+        EXPECT_NE(::fcntl(fd, F_GETFD), -1);
+    }
+    EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
 }
 
 TEST_F(FileObject, DestroyedBufferWritesWhatItHolds) {
@@ -387,13 +442,15 @@ public:
     explicit recording_buffer(std::uint32_t bytes) : streambuf_generic_output<char>(bytes) {}
     std::int64_t write_block(const char* data, std::uint32_t length) override {
         if (refuses) return -1;
-        blocks.emplace_back(data, length);
-        return length;
+        const std::uint32_t taken = std::min(length, most);
+        blocks.emplace_back(data, taken);
+        return taken;
     }
     using streambuf_generic_output<char>::overflow;
 
     std::vector<std::string> blocks;
     bool refuses = false;
+    std::uint32_t most = UINT32_MAX;  // bytes that one block may have
 };
 
 using blocks = std::vector<std::string>;
@@ -464,6 +521,29 @@ TEST(OutputBuffer, RefusedBlockIsAFailureAndWritesNothingOutsideTheBuffer) {
     buffer.refuses = false;
     EXPECT_EQ(buffer.flush_buffer(), 0);
     EXPECT_EQ(buffer.blocks, (blocks{"abcd"}));
+}
+
+TEST(OutputBuffer, GoesOnBehindWhatABlockTook) {
+    recording_buffer buffer(8);
+    buffer.most = 3;
+    std::ostream stream(&buffer);
+    stream << "abcdefg" << std::flush;
+    EXPECT_TRUE(stream.good());
+    EXPECT_EQ(buffer.blocks, (blocks{"abc", "def", "g"}));
+}
+
+TEST(OutputBuffer, BlockThatTakesNothingIsAFailure) {
+    recording_buffer buffer(8);
+    buffer.most = 0;
+    std::ostream stream(&buffer);
+    stream << "abc" << std::flush;
+    EXPECT_TRUE(stream.bad());
+    EXPECT_EQ(buffer.blocks, (blocks{""}));
+}
+
+TEST(OutputBuffer, CannotBeCopied) {
+    EXPECT_FALSE(std::is_copy_constructible_v<recording_buffer>);
+    EXPECT_FALSE(std::is_copy_constructible_v<uni::fileio_ostream>);
 }
 
 TEST(OutputBuffer, WithoutAFileFails) {
