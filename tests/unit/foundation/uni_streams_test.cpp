@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -273,6 +274,26 @@ TEST_F(FileObject, PseudoFileThatGivesItselfInPiecesIsReadAsFarAsAsked) {
     std::vector<std::uint8_t> out;
     EXPECT_TRUE(m_file.read_at(out, 5000, 0));
     EXPECT_EQ(out.size(), 5000u);
+    EXPECT_EQ(std::count(out.begin(), out.end(), 0), 0) << "text from its first byte to its last";
+}
+
+// Of two pages of this process the second is gone: a read of both gets the first and then fails.
+TEST_F(FileObject, ReadThatFailsBehindItsFirstPieceIsAFailure) {
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    void* const pages =
+        ::mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(pages, MAP_FAILED);
+    std::vector<std::uint8_t> out(2 * page);
+    ASSERT_TRUE(m_file.open_for_write("/proc/self/mem", false, false, false));
+    ASSERT_EQ(::munmap(static_cast<char*>(pages) + page, page), 0);
+    const auto offset = reinterpret_cast<std::uintptr_t>(pages);
+    if (::pread(m_file.fd, out.data(), 2 * page, static_cast<off_t>(offset)) !=
+        static_cast<ssize_t>(page))
+        GTEST_SKIP() << "the memory of this process can't be read in pieces here";
+    m_file.size = UINT64_MAX;
+    EXPECT_FALSE(m_file.read_at(out, static_cast<std::int64_t>(2 * page), offset));
+    EXPECT_TRUE(out.empty());
+    ::munmap(pages, page);
 }
 
 TEST_F(FileObject, PseudoFileByAnotherSpellingHasNoSize) {
