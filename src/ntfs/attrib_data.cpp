@@ -84,7 +84,6 @@ void write_bytes(std::ostream& out, ql::bytes content) {
 bool CNtfs::read_attrib_bytes(const data_run_list& runs, std::uint64_t offset,
                               std::span<std::uint8_t> target, std::int64_t& size,
                               bool skip_sparse) {
-    if (target.data() == nullptr || size == 0 || runs.empty()) return false;
     std::uint64_t status = skip_sparse ? read_status::skip_sparse : 0;
     return read_runs_raw(runs, offset, target, size, status);
 }
@@ -124,7 +123,7 @@ bool CNtfs::read_runs_raw(const data_run_list& runs, std::uint64_t offset,
             from = walk.head();
             count = std::min(cluster - from, wanted);
         } else if (!following && walk.tail() != 0) {
-            count = std::min(wanted - done, walk.tail());
+            count = walk.tail();
         }
         count = std::min(count, target.size() - done);
         std::copy_n(buffer.begin() + static_cast<std::ptrdiff_t>(from), count,
@@ -202,7 +201,7 @@ bool CNtfs::stream_compressed(std::ostream& out, const data_run_list& runs, std:
                               std::uint64_t allocated) {
     std::vector<std::uint8_t> unit;
     if (!make_unit_buffer(run_bytes(runs, cluster_size(), false), unit)) return false;
-    const std::uint64_t extra = allocated > size ? allocated - size : 0;
+    const std::uint64_t extra = allocated - std::min(allocated, size);
     bool any_written = false;
     std::uint64_t position = 0;
     std::uint64_t wanted = unit.size();

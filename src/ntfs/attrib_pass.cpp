@@ -145,8 +145,7 @@ attrib_pass::fetched attrib_pass::fetch(std::uint64_t inode,
 void attrib_pass::walk_base() {
     record_attrib attribute = first_attrib(m_base);
     if (attribute.at == 0) return;
-    while (attribute.type() != attrib_type::end && attribute.length() != 0 &&
-           attribute.length() <= m_record_size) {
+    while (attribute.type() != attrib_type::end && attribute.length() != 0) {
         if (!take(attribute)) break;
         if (attribute.type() == attrib_type::attribute_list) m_lists.push_back(attribute);
         attribute.at += attribute.length();
@@ -267,7 +266,6 @@ const std::vector<std::uint8_t>* attrib_pass::extension(std::uint64_t entry) {
 // again adds nothing: its runs could be joined over and over, to more than the source holds.
 void attrib_pass::take_listed(const list_entry& entry, ql::bytes record) {
     record_attrib attribute = first_attrib(record);
-    if (attribute.length() >= m_record_size) return;
     // Behind the record all lengths are 0.
     while (attribute.type() != attrib_type::end && attribute.length() != 0) {
         if (attribute.type() == entry.type() && attribute.id() == entry.id() &&

@@ -8,9 +8,10 @@
 
 namespace {
 
-// Puts the low `width` bytes of `value` into the body of a row, lowest first.
-void put(NTFS_ATTRIB_ROW& row, std::size_t at, std::uint64_t value, std::size_t width) {
-    for (std::size_t i = 0; i < width; ++i) {
+// Puts the bytes of `value` into the body of a row, lowest first.
+template <typename Number>
+void put(NTFS_ATTRIB_ROW& row, std::size_t at, Number value) {
+    for (std::size_t i = 0; i < sizeof(Number); ++i) {
         row.body[at + i] = static_cast<std::uint8_t>(value >> (i * 8));
     }
 }
@@ -60,32 +61,32 @@ void row_writer::add_head() {
     const unsigned flags = (m_head.in_use() ? 0u : 1u) | (m_head.is_directory() ? 2u : 0u) | 4u |
                            (m_head.hard_link_count() & 15u) << 3 |
                            (m_head.base_ref() != 0 ? 0x80u : 0u);
-    put(row, 0, m_inode, 8);
-    put(row, 8, flags, 1);
-    put(row, 9, m_head.base_ref(), 8);
+    put(row, 0, m_inode);
+    put(row, 8, static_cast<std::uint8_t>(flags));
+    put(row, 9, m_head.base_ref());
 }
 
 void row_writer::add_std_info(const record_attrib& attribute) {
     NTFS_ATTRIB_ROW& row = add(attrib_type::standard_information, 0);
     const standard_information_value info{attribute.value()};
-    put(row, 0, info.created(), 8);
-    put(row, 8, info.modified(), 8);
-    put(row, 16, info.accessed(), 8);  // the row has it in front of mft changed
-    put(row, 24, info.mft_changed(), 8);
-    put(row, 32, info.attributes(), 4);
+    put(row, 0, info.created());
+    put(row, 8, info.modified());
+    put(row, 16, info.accessed());  // the row has it in front of mft changed
+    put(row, 24, info.mft_changed());
+    put(row, 32, info.attributes());
 }
 
 void row_writer::add_file_name(const record_attrib& attribute) {
     NTFS_ATTRIB_ROW& row = add(attrib_type::file_name, attribute.id());
     const file_name_value value{attribute.value_to_record_end()};
-    put(row, 0, value.parent_ref(), 8);
-    put(row, 8, value.created(), 8);
-    put(row, 16, value.modified(), 8);
-    put(row, 24, value.accessed(), 8);
-    put(row, 32, value.mft_changed(), 8);
-    put(row, 40, value.real_size(), 8);
-    put(row, 48, value.name_space(), 1);
-    put(row, 49, value.attributes(), 1);
+    put(row, 0, value.parent_ref());
+    put(row, 8, value.created());
+    put(row, 16, value.modified());
+    put(row, 24, value.accessed());
+    put(row, 32, value.mft_changed());
+    put(row, 40, value.real_size());
+    put(row, 48, value.name_space());
+    put(row, 49, static_cast<std::uint8_t>(value.attributes()));
     ql::append_utf8(row.file_name, file_name_of(attribute));
 }
 
@@ -105,12 +106,12 @@ void row_writer::add_attribute(const kept_attrib& kept) {
 void row_writer::fill_nonresident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept) const {
     const record_attrib& attribute = kept.attribute;
     const bool compressed = (attribute.flags() & 1u) != 0;
-    put(row, row_body::owner_ref, m_head.base_ref() != 0 ? m_head.base_ref() : m_inode, 8);
-    put(row, row_body::allocated_size, attribute.allocated_size(), 8);
-    put(row, row_body::real_size, attribute.real_size(), 8);
-    put(row, row_body::initialized_size, attribute.initialized_size(), 8);
-    put(row, row_body::compressed_size, compressed ? attribute.compressed_size() : 0, 8);
-    put(row, row_body::compression_unit, attribute.compression_unit(), 1);
+    put(row, row_body::owner_ref, m_head.base_ref() != 0 ? m_head.base_ref() : m_inode);
+    put(row, row_body::allocated_size, attribute.allocated_size());
+    put(row, row_body::real_size, attribute.real_size());
+    put(row, row_body::initialized_size, attribute.initialized_size());
+    put(row, row_body::compressed_size, compressed ? attribute.compressed_size() : 0);
+    put(row, row_body::compression_unit, attribute.compression_unit());
     row.runs = kept.runs;
 }
 
@@ -120,7 +121,7 @@ void row_writer::fill_resident(NTFS_ATTRIB_ROW& row, const record_attrib& attrib
     if (attribute.type() == attrib_type::object_id && length == 16) {
         std::copy(value.begin(), value.end(), row.body.begin());
     } else {
-        put(row, row_body::value_length, length, 4);
+        put(row, row_body::value_length, length);
     }
     if (m_with_values && length < m_record_size) {
         row.value.reserve(length);

@@ -26,9 +26,7 @@ bool CNtfs::read_attribute_list(const record_attrib& attribute, std::vector<std:
 
 bool load_attribute_list(CNtfs& ntfs, const record_attrib& attribute, attribute_list_body& body) {
     if (attribute.nonresident()) {
-        if (ntfs.disk() == nullptr || !ntfs.read_attribute_list(attribute, body.clusters)) {
-            return false;
-        }
+        if (!ntfs.read_attribute_list(attribute, body.clusters)) return false;
         body.entries = body.clusters;
         body.size = static_cast<std::int64_t>(attribute.real_size());
         return true;

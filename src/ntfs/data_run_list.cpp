@@ -28,7 +28,7 @@ run_step read_step(ql::bytes list, std::size_t at, unsigned width) {
 // One element in the walk of decode_attrib_runs; `lcn` and `vcn` are the running values.
 struct attrib_run {
     std::uint64_t lcn = 0;
-    std::uint64_t vcn = 0;
+    std::uint64_t vcn = 0;  // of its first cluster
     std::uint32_t num_clusters = 0;
     run_step step;
     unsigned offset_width = 0;
@@ -162,7 +162,6 @@ void to_data_run_list(const std::vector<NTFS_DATA>& decoded, data_run_list& out)
 
 data_run_list attribute_runs(const record_attrib& attribute) {
     data_run_list out;
-    if (attribute.length() == 0) return out;
     const ql::bytes list = attribute.from(attribute.run_list_offset());
     walk_attrib_runs(attribute, list, [&](const attrib_run& run) {
         const bool sparse = is_sparse(run.step.magnitude, out.size(), run.offset_width);

@@ -110,7 +110,7 @@ void mft_parser::take_security(const record_attrib& attribute) {
     const std::uint32_t id =
         standard_information_value{attribute.value_to_record_end()}.security_id();
     if (id == 0 || m_ntfs.m_mft_info.data_size == 0 || !m_ntfs.m_Validated) return;
-    if (!m_ntfs.load_security_table()) return;
+    (void)m_ntfs.load_security_table();  // no item is found in an empty one
     const NTFS_SECURITY_ITEM* item = m_ntfs.security_item(id);
     if (item != nullptr) m_out.security_text = item->owner_text;
 }
@@ -167,7 +167,7 @@ void mft_parser::expand_list(const record_attrib& attribute) {
 }
 
 void mft_parser::expand_entries(ql::bytes list, std::int64_t bytes_left) {
-    for (list_entry entry{list, 0}; bytes_left != 0;) {
+    for (list_entry entry{list, 0};;) {
         const std::uint16_t length = entry.length();
         if (length == 0 || length > bytes_left) return;
         if (entry.entry_number() != m_inode) take_listed(entry);
@@ -200,7 +200,6 @@ void mft_parser::take_listed(const list_entry& entry) {
 // Gives each run its first VCN: what all runs ahead of it hold.
 void mft_parser::number_runs() {
     std::uint64_t vcn = 0;
-    m_out.data_run_index.clear();
     for (std::size_t i = 0; i < m_out.data_runs.size(); ++i) {
         m_out.data_runs[i].vcn = vcn;
         m_out.data_run_index.insert_or_assign(vcn, i);  // an empty run gives way to the next

@@ -42,7 +42,7 @@ bool CNtfs::read_file_record(std::uint64_t inode, std::vector<std::uint8_t>& buf
     if (allocate) {
         if (!fits_source(length)) return false;
         buffer.resize(length);
-    } else if (size < length || buffer.size() < length || buffer.empty()) {
+    } else if (size < length || buffer.size() < length) {
         return false;
     }
     const bool usable = read_and_fix_record(position, length, buffer, size);

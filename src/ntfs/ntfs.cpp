@@ -38,7 +38,7 @@ std::uint32_t CNtfs::blocks_per_cluster() const {
 
 bool CNtfs::read_at(CRawDisk* source, std::uint64_t position, std::uint64_t volume_offset,
                     void* buffer, std::uint32_t& count) {
-    if (source == nullptr || buffer == nullptr || count == 0) return false;
+    if (source == nullptr) return false;
     std::uint32_t bytes_read = count;
     if (!source->read_bytes(buffer, bytes_read, position + volume_offset) || bytes_read == 0) {
         return false;
@@ -48,7 +48,7 @@ bool CNtfs::read_at(CRawDisk* source, std::uint64_t position, std::uint64_t volu
 }
 
 bool CNtfs::read_clusters(std::uint64_t lcn, void* buffer, std::uint32_t& count) {
-    if (!m_Validated || disk() == nullptr) return false;
+    if (!m_Validated) return false;
     if (cluster_size() == 0 || count % cluster_size() != 0) return false;
     return read_at(m_disk.get(), lcn * cluster_size(), m_volume_offset, buffer, count);
 }

@@ -22,12 +22,10 @@ reparse_names locate_reparse_names(const reparse_point& point) {
 bool has_reparse_target(const record_attrib& attribute) {
     if (attribute.value_offset() == 0 || attribute.value_length() < 17) return false;
     const reparse_point point{attribute.value_to_record_end()};
-    const unsigned data_length = point.data_length();
-    if (data_length == 0) return false;
-    if (attribute.value_offset() + data_length >= attribute.from(0).size()) return false;
+    if (point.data_length() >= point.value.size()) return false;
     if (point.substitute_length() == 0 && point.print_length() == 0) return false;
-    return point.substitute_offset() + 0u + point.substitute_length() < data_length &&
-           point.print_offset() + 0u + point.print_length() < data_length;
+    return point.substitute_offset() + point.substitute_length() < point.data_length() &&
+           point.print_offset() + point.print_length() < point.data_length();
 }
 
 std::wstring reparse_print_name(const reparse_point& point) {
