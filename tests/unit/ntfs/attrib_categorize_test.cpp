@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <fstream>
 #include <string>
 #include <utility>
@@ -249,7 +250,7 @@ TEST(AttribCategorize, EachTypeHasItsLabel) {
         const support::bytes value(32, 1);
         entry.keep_order();
         for (const std::uint32_t type : {0x40u, 0x50u, 0x60u, 0x70u, 0x80u, 0x90u, 0xA0u, 0xB0u,
-                                         0xD0u, 0xE0u, 0xF0u, 0x100u, 0x48u, 0x110u}) {
+                                         0xD0u, 0xE0u, 0xF0u, 0x100u, 0x48u, 0x110u, 0u}) {
             entry.resident(type, u"", value);
         }
     });
@@ -263,7 +264,7 @@ TEST(AttribCategorize, EachTypeHasItsLabel) {
                     Pair(key_of(9, 0xE0), "extended attribs"),
                     Pair(key_of(10, 0xF0), "property set"),
                     Pair(key_of(11, 0x100), "logged stream"), Pair(key_of(12, 0xFFFFFFFF), "unk"),
-                    Pair(key_of(13, 0xFFFFFFFF), "unk")));
+                    Pair(key_of(13, 0xFFFFFFFF), "unk"), Pair(key_of(14, 0xFFFFFFFF), "unk")));
 }
 
 TEST(AttribCategorize, AttributesAreOrderedByIdFirst) {
@@ -474,6 +475,23 @@ TEST(AttribCategorize, RecordWithoutAFirstAttributeHasNone) {
     EXPECT_TRUE(pass.result);
     EXPECT_THAT(pass.store.attributes, IsEmpty());
     EXPECT_THAT(pass.store.record_bytes, SizeIs(1024));
+
+    // With a count of 0 the header would do as an attribute of 48 bytes.
+    image.put(image.record_pos(64) + 6, 0, 2);
+    open_volume uncounted(image);
+    EXPECT_THAT(categorized(uncounted, 64).store.attributes, IsEmpty());
+}
+
+TEST(AttribCategorize, ListThatPassesTheEndOfItsRecordIsNotExpanded) {
+    support::ntfs_image image;
+    image.entry(65).base(file_reference(64, 1)).stream(u"s", "x").id(1);
+    image.entry(64)
+        .attribute_list({{.type = 0x80, .record = file_reference(65, 1), .id = 1}})
+        .edit(4, 1020, 4);
+    open_volume volume(image);
+    const pass_result pass = categorized(volume, 64);
+    EXPECT_TRUE(pass.result);
+    EXPECT_THAT(pass.store.attributes, IsEmpty());
 }
 
 // --- records that are taken and refused ---
@@ -607,6 +625,14 @@ TEST(AttribCategorize, SecondValueOfAKeyIsDropped) {
     });
     ASSERT_THAT(pass.store.attributes, SizeIs(1));
     EXPECT_EQ(pass.store.attributes.at(key_of(1, 0x80)).resident_value, support::as_bytes("first"));
+}
+
+TEST(AttribCategorize, UnnamedValuesOfOtherIdsStaySeparate) {
+    const pass_result pass = categorized_entry([](auto& entry) {
+        entry.data("first").id(1);
+        entry.data("second").id(2);
+    });
+    EXPECT_THAT(pass.store.attributes, SizeIs(2));
 }
 
 TEST(AttribCategorize, RunsOfOneKeyAndNameAreJoined) {
@@ -816,6 +842,7 @@ TEST(AttribCategorize, UnusableExtensionIsLeftOut) {
         {"INDX", 0, 0x58444E49, 4, ""},
         {"foreign", 0, 0, 4, ""},
         {"no first attribute", 20, 0, 2, ""},
+        {"sequence array at 42", 4, 42, 2, ""},
         {"first attribute of a record's length", 56 + 4, 1024, 4, ""},
     };
     for (const auto& c : cases) {
@@ -1018,6 +1045,43 @@ TEST(AttribCategorize, ListWhoseSizeWrapsTakesOneCluster) {
     EXPECT_TRUE(volume.ntfs.read_attribute_list(attribute, out, true));
     EXPECT_EQ(out.size(), cluster);
     EXPECT_TRUE(ql::has_text(out, 3, "NTFS    ")) << "the first cluster, and nothing over it";
+}
+
+TEST(AttribCategorize, ListIsFilledUpWithZeros) {
+    support::ntfs_image image;
+    const support::cluster_runs runs = image.store(support::bytes(4096, 0x41));
+    // Behind it three clusters, from two in front of the volume on, of which none is read.
+    support::run_list list;
+    list.add(runs[0].lcn, 1).add(~std::uint64_t{1}, 3);
+    support::record_builder record(64);
+    record.nonresident(support::type::attribute_list, u"", list.terminated(), {{0, 1}});
+    open_volume volume(image);
+    ASSERT_TRUE(volume.opened);
+    const support::bytes bytes = record.build_before_fixup();
+    record_attrib attribute;
+    ASSERT_TRUE(find_attrib(bytes, support::type::attribute_list, attribute, 1024));
+    std::vector<std::uint8_t> out;
+    EXPECT_TRUE(volume.ntfs.read_attribute_list(attribute, out));
+    support::bytes expected(4096, 0x41);
+    expected.resize(4 * 4096);
+    EXPECT_TRUE(out == expected);
+}
+
+TEST(AttribCategorize, ListWithoutClustersOrAboveTheSourceIsNone) {
+    for (const support::bytes& list :
+         {support::bytes{0x00}, support::bytes{0x04, 0, 0, 0, 0x80, 0}}) {
+        support::ntfs_image image;
+        support::record_builder record(64);
+        record.nonresident(support::type::attribute_list, u"", list, {{0, 1}});
+        open_volume volume(image);
+        ASSERT_TRUE(volume.opened);
+        const support::bytes bytes = record.build_before_fixup();
+        record_attrib attribute;
+        ASSERT_TRUE(find_attrib(bytes, support::type::attribute_list, attribute, 1024));
+        std::vector<std::uint8_t> out(3);
+        EXPECT_FALSE(volume.ntfs.read_attribute_list(attribute, out));
+        EXPECT_THAT(out, IsEmpty());
+    }
 }
 
 TEST(AttribCategorize, ListCutByTheEndOfTheImageLowersTheClusterSize) {

@@ -212,6 +212,33 @@ TEST(ReadRuns, ClusterCutByTheEndOfTheSource) {
               joined({cluster_content(29), part(cut, 0, 100)}));
 }
 
+TEST(ReadRuns, GapInTheRunsEndsTheRead) {
+    cluster_source source;
+    const data_run_list runs{{10, 0, 0, 1}, {12, 2, 0, 1}};
+    EXPECT_EQ(read_raw(source.ntfs, runs, 0, 3 * 512).content, cluster_content(10));
+}
+
+TEST(ReadRuns, ClusterBehindACutOneIsTakenAsFarAsThereIsRoom) {
+    cluster_source source(30 * cluster_bytes + 100);
+    EXPECT_EQ(read_raw(source.ntfs, {{20, 0, 0, 1}, {30, 1, 0, 1}, {10, 2, 0, 1}}, 0, 1024).content,
+              joined({cluster_content(20), part(cluster_content(30), 0, 100),
+                      part(cluster_content(10), 0, 412)}));
+}
+
+TEST(ReadRuns, SizeBelowTheTargetIsNotExceeded) {
+    cluster_source source;
+    for (const std::int64_t wanted : {513, 1000, 1024}) {
+        SCOPED_TRACE(wanted);
+        byte_list target(2000, 0xCC);
+        std::int64_t size = wanted;
+        std::uint64_t status = 0;
+        EXPECT_TRUE(source.ntfs.read_runs_raw(test_runs, 0, target, size, status));
+        EXPECT_EQ(size, wanted);
+        EXPECT_EQ(status & read_status::sparse_seen, 0u) << "the hole begins at 1024";
+        EXPECT_EQ(target[static_cast<std::size_t>(wanted)], 0xCC);
+    }
+}
+
 TEST(ReadRuns, TellsWhetherItReadAWholeAlignedUnit) {
     cluster_source source;
     const data_run_list runs{{0, 0, 0, 40}, {0, 65536, 0, 40}};
@@ -459,6 +486,22 @@ TEST(StreamAttribute, ChunksAboveTheUsualSizeAreReadFromALargeSource) {
     ASSERT_EQ(streamed.byte_count, 16u * cluster);
     EXPECT_TRUE(streamed.text.substr(39 * cluster_bytes, cluster_bytes) ==
                 text_of(cluster_content(39)));
+}
+
+TEST(StreamAttribute, ChunksOfAtMostOneMebibyteAreReadFromAnySource) {
+    const struct {
+        std::uint32_t cluster;
+        bool result;
+    } cases[] = {{16384, true}, {65536, true}, {65537, false}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.cluster);
+        cluster_source source(128 * 1024);
+        source.ntfs.m_cluster_size = static_cast<std::int32_t>(c.cluster);
+        const streamed_row streamed(
+            source.ntfs, row_with_runs({{0, 0, 1, 16}}, {.real = std::uint64_t{16} * c.cluster}));
+        EXPECT_EQ(streamed.result, c.result);
+        EXPECT_EQ(streamed.byte_count, c.result ? 16u * c.cluster : 0u);
+    }
 }
 
 // A row of `stored` units, each followed by a hole up to 16 clusters, from LCN 0 on.

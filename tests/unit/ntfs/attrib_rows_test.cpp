@@ -535,6 +535,16 @@ TEST(ListingRows, UnusableRecordHasNone) {
     EXPECT_FALSE(listing_rows(closed).read(5));
 }
 
+TEST(AttribRows, ValueUnderTheIdOfRunsLeavesThemAsTheyAre) {
+    const auto rows = rows_of_entry([](auto& entry) {
+        entry.stream_runs(u"s", {{100, 4}}, {.start_vcn = 7}).id(1);
+        entry.stream(u"s", "value").id(1);
+    });
+    ASSERT_THAT(rows, SizeIs(2));
+    ASSERT_THAT(rows[1].runs, SizeIs(1));
+    EXPECT_EQ(rows[1].runs[0].vcn, 7u);
+}
+
 TEST(AttribRows, BadRecordHasNoRows) {
     support::ntfs_image image;
     image.entry(64).keyword("BAAD").data("x");

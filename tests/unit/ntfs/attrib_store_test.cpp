@@ -70,6 +70,15 @@ TEST(RecordsStart, RowsAndNamesWithNothing) {
     EXPECT_THAT(name.attrib_head, Each(0));
 }
 
+TEST(RecordsStart, FieldsHoldTheStartsOfWhatIsOnDisk) {
+    EXPECT_EQ(sizeof(NTFS_STD_INFO_ITEM::value), 72u);
+    EXPECT_EQ(sizeof(NTFS_FILE_NAME_ITEM::value), 68u);
+    EXPECT_EQ(sizeof(NTFS_ENTRY_STORE::header), 42u);
+    EXPECT_EQ(sizeof(NTFS_NAME_ENTRY::file_name_body), 68u);
+    EXPECT_EQ(sizeof(NTFS_NAME_ENTRY::attrib_head), 72u);
+    EXPECT_EQ(sizeof(NTFS_INODE_INFO::file_name_body), 68u);
+}
+
 TEST(RecordsStart, ParsedEntriesAndContextsWithNothing) {
     const NTFS_INODE_INFO info;
     EXPECT_EQ(info.data_size, 0u);

@@ -143,6 +143,13 @@ TEST(DataRunList, KeepsWhatAnElementLooksLikeOnDisk) {
     EXPECT_TRUE(runs[1].raw_next.empty()) << "only one byte is left behind it";
 }
 
+TEST(DataRunList, SparseElementGoesNeitherForthNorBack) {
+    const std::vector<NTFS_DATA> runs = decoded(test_attribute({0x01, 0x90, 0x00}).get());
+    ASSERT_EQ(runs.size(), 1u);
+    EXPECT_EQ(runs[0].lcn_delta, 0u);
+    EXPECT_EQ(runs[0].negative_delta, 0);
+}
+
 TEST(DataRunList, ThreeBytesBehindAnElementAreKeptWhenTheAttributeHasThem) {
     const struct {
         std::size_t bytes_behind;

@@ -258,6 +258,56 @@ TEST(ParseInode, WalkEndsAtTheFirstBadAttribute) {
     }
 }
 
+TEST(ParseInode, AttributeOfLengthZeroIsTheLastAndIsTaken) {
+    record_builder record(6);
+    record.keep_order().file_name(5, u"a").data("four").edit(4, 0, 4);
+    const byte_list bytes = record.build_before_fixup();
+    const auto in_front =
+        static_cast<std::uint32_t>(record.attribute_offset(support::type::data) - 56);
+    for (const std::uint32_t left : {0u, 1u}) {
+        SCOPED_TRACE(left);
+        const NTFS_INODE_INFO info = record_parser(in_front + left).parse(bytes);
+        EXPECT_EQ(info.data_runs.size(), left);
+        EXPECT_EQ(info.data_run_index.size(), left) << "and numbered";
+    }
+}
+
+TEST(ParseInode, ResidentIndexAllocationIsPassedOver) {
+    const NTFS_INODE_INFO info =
+        parsed(record_builder(6)
+                   .resident(support::type::index_allocation, u"$I30", byte_list(16))
+                   .nonresident(support::type::bitmap, u"", cluster_runs{{9, 1}}));
+    EXPECT_TRUE(info.index_alloc_runs.empty());
+    EXPECT_EQ(info.bitmap_runs.size(), 1u);
+}
+
+TEST(ParseInode, EmptyRunListOfAnIndexEndsTheParse) {
+    const NTFS_INODE_INFO info =
+        parsed(record_builder(6)
+                   .nonresident(support::type::index_allocation, u"$I30", byte_list{0}, {{0, 1}})
+                   .nonresident(support::type::bitmap, u"", cluster_runs{{9, 1}}));
+    EXPECT_TRUE(info.bitmap_runs.empty());
+}
+
+// A record of 128 KiB whose $DATA has holes of one cluster all over, and a $BITMAP behind it. The
+// memory for the holes is more than is taken from any source.
+TEST(ParseInode, RunListOfMoreThan64KiBIsCutAndNumbered) {
+    constexpr std::uint32_t length = 0x11000;
+    support::byte_image image(0x20000);
+    image.put(20, 56, 2).put(56, 0x80, 4).put(60, length, 4).put(64, 1, 1).put(56 + 32, 64, 2);
+    for (std::size_t at = 56 + 64; at < 56 + length; ++at)
+        image.put(at, 1, 1);
+    constexpr std::size_t behind = 56 + length;
+    image.put(behind, 0xB0, 4).put(behind + 4, 72, 4).put(behind + 8, 1, 1);
+    image.put(behind + 32, 64, 2).put(behind + 64, 0x00090111, 4);
+    image.put(behind + 72, 0xFFFFFFFF, 4);
+    static_assert(0x8000 * sizeof(NTFS_DATA) > 1u << 20);
+    const NTFS_INODE_INFO info = record_parser(0x20000).parse(image.bytes());
+    EXPECT_EQ(info.data_runs.size(), 0x8000u);
+    EXPECT_EQ(info.data_run_index.size(), 0x8000u);
+    EXPECT_TRUE(info.bitmap_runs.empty());
+}
+
 TEST(ParseInode, ParsingReplacesUnlessToldToKeep) {
     record_parser parser;
     const byte_list record = record_builder(6)
@@ -371,6 +421,7 @@ TEST(MftAttributeList, ForeignRecordsContributeNothing) {
         {"another sequence number", 16, 2, 2}, {"keyword BAAD", 0, 0x44414142, 4},
         {"keyword INDX", 0, 0x58444E49, 4},    {"no record", 0, 0, 4},
         {"first attribute at 0", 20, 0, 2},    {"sequence array at 42", 4, 42, 2},
+        {"sequence array of nine", 6, 9, 2},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

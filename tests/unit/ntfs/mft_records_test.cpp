@@ -469,6 +469,27 @@ TEST(ReadFileRecord, StrideAboveTheSourceTakesNoMemory) {
     EXPECT_FALSE(volume.ntfs.is_directory(1));
 }
 
+TEST(ReadFileRecord, RecordSizeAboveTheSourceIsRefused) {
+    opened_volume volume(volume_with_file());
+    volume.ntfs.m_mft_record_size = 0x8000000;
+    EXPECT_FALSE(read_allocated(volume.ntfs, 0).result);
+    EXPECT_FALSE(read_vector(volume.ntfs, 30).result);
+}
+
+TEST(ReadFileRecord, RecordInTheBufferIsNotTakenForOneThatCanNotBeRead) {
+    opened_volume volume(volume_with_file());
+    record_read read = read_into(volume.ntfs, 30);
+    vector_read vector = read_vector(volume.ntfs, 30);
+    ASSERT_TRUE(read.result);
+    ASSERT_TRUE(vector.result);
+    volume.ntfs.m_disk->ok = false;
+    EXPECT_FALSE(volume.ntfs.read_file_record(30, read.bytes, read.position, read.size, false));
+    volume.ntfs.m_disk->ok = true;
+    // Far behind the end of the source.
+    volume.ntfs.m_mft_info.data_runs[0].lcn = 1u << 30;
+    EXPECT_FALSE(volume.ntfs.read_record_vector(30, vector.bytes, vector.position, vector.kind));
+}
+
 TEST(ReadFileRecord, ClosedSourceGivesNothing) {
     opened_volume volume(volume_with_file());
     volume.ntfs.m_disk->ok = false;
@@ -495,6 +516,10 @@ TEST(ReadRecordVector, NeedsAValidatedVolumeEvenForEntryZero) {
     EXPECT_FALSE(read_vector(volume.ntfs, 0).result);
     ASSERT_TRUE(volume.validate());
     EXPECT_TRUE(read_vector(volume.ntfs, 0).result);
+    volume.ntfs.m_Validated = false;
+    const vector_read read = read_vector(volume.ntfs, 0);
+    EXPECT_FALSE(read.result);
+    EXPECT_EQ(read.kind, record_kind::none);
 }
 
 TEST(ReadRecordVector, SmallRecordsAreBelowItsMinimum) {

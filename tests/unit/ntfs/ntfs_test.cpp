@@ -82,14 +82,22 @@ TEST(NtfsGeometry, PositionOfTheMftWrapsAtSixtyFourBits) {
     EXPECT_EQ(position, 5u * 4096) << "it is told even when record 0 fails";
 }
 
+TEST(NtfsGeometry, BootSectorTellsOfTheMirrorAndOfTheVolume) {
+    NTFS_BOOT boot;
+    boot.raw[56] = 3;
+    boot.raw[72] = 4;
+    EXPECT_EQ(boot.mftmirr_start_lcn(), 3u);
+    EXPECT_EQ(boot.volume_serial_number(), 4u);
+}
+
 TEST(NtfsGeometry, BlocksAndClusters) {
     const struct {
         std::int32_t cluster;
         std::uint32_t per_4k;
         std::uint32_t blocks;
-    } cases[] = {{0, 0, 0},    {512, 8, 0},  {1024, 4, 0},  {1536, 2, 0},
-                 {2048, 2, 0}, {4095, 1, 0}, {4096, 1, 1},  {4097, 1, 1},
-                 {6144, 1, 1}, {8192, 1, 2}, {65536, 1, 16}};
+    } cases[] = {{0, 0, 0},    {17, 240, 0}, {512, 8, 0},  {1024, 4, 0},
+                 {1536, 2, 0}, {2048, 2, 0}, {4095, 1, 0}, {4096, 1, 1},
+                 {4097, 1, 1}, {6144, 1, 1}, {8192, 1, 2}, {65536, 1, 16}};
     CNtfs ntfs(nullptr, 0, source_kind::file);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.cluster);
@@ -283,6 +291,31 @@ TEST(NtfsValidate, ValueBehindTheRunsOfTheMftCountsNothing) {
     EXPECT_EQ(volume.ntfs.get_total_mft_entries(), 64u);
 }
 
+TEST(NtfsValidate, LastRunsOfTheMftAndOfTheBitmapCount) {
+    ntfs_image image({.mft_records = 64});
+    const std::uint64_t lcn = image.record_pos(0) / 4096;
+    image.entry(0).data_runs({{lcn, 8}}).stream_runs(u"named", {{lcn, 16}});
+    image.entry(6).data_runs({{7, 1}}).stream_runs(u"named", {{8, 1}});
+    image_volume volume(image.build());
+    ASSERT_TRUE(volume.validate());
+    ASSERT_EQ(volume.ntfs.m_mft_info.data_runs.size(), 1u);
+    EXPECT_EQ(volume.ntfs.m_mft_info.data_runs[0].num_clusters, 16u);
+    ASSERT_EQ(volume.ntfs.m_bitmap_runs.size(), 1u);
+    EXPECT_EQ(volume.ntfs.m_bitmap_runs[0].lcn, 8u);
+}
+
+TEST(NtfsValidate, ReaderKnowsNothingBeforeIt) {
+    const CNtfs ntfs(nullptr, 0, source_kind::file);
+    EXPECT_EQ(ntfs.get_mft_record_size(), 1024u);
+    for (const std::uint64_t field :
+         {ntfs.m_total_mft_entries, ntfs.m_total_clusters, ntfs.m_mft_file_pos,
+          std::uint64_t{ntfs.m_bytes_per_file_record}, std::uint64_t{ntfs.cluster_size()},
+          std::uint64_t{ntfs.m_mft_cluster_per_record_fixed},
+          std::uint64_t{ntfs.m_sectors_per_cluster}})
+        EXPECT_EQ(field, 0u);
+    EXPECT_EQ(NTFS_DIR_CACHE_ENTRY{}.inode, 0u);
+}
+
 TEST(NtfsValidate, MftWithoutDataHasNoEntries) {
     ntfs_image image;
     // The type of $DATA becomes one that nobody looks for.
@@ -358,6 +391,14 @@ TEST(NtfsRead, RefusesWhatItCanNotRead) {
     EXPECT_FALSE(CNtfs::read_at(volume.ntfs.disk(), 0, 0, buffer.data(), count));
 }
 
+TEST(NtfsRead, OneByteCanBeRead) {
+    image_volume volume(byte_image(1000).put(10, 0x5A, 1));
+    std::uint8_t byte = 0;
+    std::uint32_t count = 1;
+    EXPECT_TRUE(CNtfs::read_at(volume.ntfs.disk(), 10, 0, &byte, count));
+    EXPECT_EQ(byte, 0x5A);
+}
+
 TEST(NtfsRead, CountComesBackAsTheBytesRead) {
     image_volume volume(byte_image(1000));
     std::vector<std::uint8_t> buffer(512);
@@ -403,6 +444,8 @@ TEST(NtfsRead, MemoryIsTakenForWhatTheSourceCanHold) {
     EXPECT_TRUE(volume.ntfs.fits_source(1000));
     EXPECT_FALSE(volume.ntfs.fits_source(1001));
     EXPECT_FALSE(volume.ntfs.fits_source(~0ull));
+    volume.ntfs.m_disk->size_bytes = INT64_MAX;
+    EXPECT_FALSE(volume.ntfs.fits_source(1ull << 62)) << "more than any address space";
     volume.ntfs.m_disk->size_bytes = -1;  // a source that can't tell its size
     EXPECT_FALSE(volume.ntfs.fits_source(1));
     EXPECT_FALSE(CNtfs(nullptr, 0, source_kind::file).fits_source(1));

@@ -488,6 +488,7 @@ TEST(PathLookup, PathsThatLeadNowhere) {
         {L"\\a/b", "\\a"},  // a slash makes the backslash a letter
         {L"\\temp/sub", "\\temp"},
         {L":\\temp", ""},
+        {L"c:\\x", "x"},
         {L":", ""},
     };
     for (const auto& c : cases) {

@@ -49,6 +49,7 @@ std::vector<std::uint32_t> ids_after_open(const ntfs_image& image) {
     std::vector<std::uint32_t> ids;
     for (const auto& [id, item] : volume.ntfs.m_security_table)
         ids.push_back(id);
+    EXPECT_EQ(volume.ntfs.load_security_table(), !ids.empty());
     return ids;
 }
 
@@ -341,6 +342,27 @@ TEST(SecurityTable, StepsFollowTheRoundedSize) {
     }
 }
 
+TEST(SecurityTable, EntryInTheRestOfTheLastSixteenBytesIsNone) {
+    // The first entry ends with the first byte of the 16 that begin at 80.
+    support::byte_image stream;
+    stream.put_bytes(80, sds_entry(0x101, 80, whole_entry));
+    stream.put_bytes(0, sds_entry(0x100, 0, 81));
+    EXPECT_EQ(ids_of_stream(stream.bytes()), id_list{0x100});
+}
+
+TEST(SecurityTable, LaterEntryMustEndInTheStream) {
+    const std::uint32_t second_at = (whole_entry + 15) / 16 * 16;
+    for (const std::uint32_t size : {whole_entry, whole_entry + 1}) {
+        SCOPED_TRACE(size);
+        support::byte_image stream;
+        stream.put_bytes(0, sds_entry(0x100, 0, whole_entry));
+        stream.put_bytes(second_at, sds_entry(0x101, second_at, size));
+        stream.resize(second_at + whole_entry);
+        EXPECT_EQ(ids_of_stream(stream.bytes()),
+                  size == whole_entry ? (id_list{0x100, 0x101}) : id_list{0x100});
+    }
+}
+
 TEST(SecurityTable, CompressedStreamIsLoaded) {
     ntfs_image image = secured_volume();
     byte_list stream = image.security().build();
@@ -367,6 +389,15 @@ TEST(SecurityTable, StreamFarAboveTheSourceIsNotLoaded) {
     set_bitmap_security(image, 0x100);
     const std::uint64_t entry_lcn = image.store(sds_entry(0x100, 0, whole_entry))[0].lcn;
     image.entry(9).stream_runs(u"$SDS", {{entry_lcn, 1}, {support::hole, 0xFFFFFFFF}});
+    EXPECT_EQ(ids_after_open(image), id_list{});
+}
+
+TEST(SecurityTable, StreamLittleAboveTheSourceIsNotLoaded) {
+    ntfs_image image;
+    set_bitmap_security(image, 0x100);
+    const std::uint64_t entry_lcn = image.store(sds_entry(0x100, 0, whole_entry))[0].lcn;
+    image.entry(9).stream_runs(u"$SDS", {{entry_lcn, 1}, {support::hole, 16384}});
+    ASSERT_LT(image.build().size(), 16384u * 4096);
     EXPECT_EQ(ids_after_open(image), id_list{});
 }
 
