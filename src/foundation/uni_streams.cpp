@@ -80,7 +80,10 @@ bool file_object::append(const std::uint8_t* data, std::uint32_t length) {
 }
 
 void file_object::close() {
-    stream.reset();  // writes what it holds
+    if (stream) {
+        stream->flush();
+        stream.reset();
+    }
     if (is_open) ::close(fd);
     fd = -1;
     size = 0;
