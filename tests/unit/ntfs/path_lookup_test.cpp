@@ -383,6 +383,21 @@ TEST(PathLookup, RecordsAboveTheStatedSizeCantBeRead) {
               "->inode not found for \\temp\n");
 }
 
+// A deleted file's name may stand there for long.
+TEST(PathLookup, NameBehindTheEndOfAnIndexIsNotFound) {
+    ntfs_image image = sample();
+    for (const std::uint64_t directory : {5u, 64u}) {
+        const std::uint64_t gone = directory + 65;
+        image.entry(gone).standard_information().file_name(directory, u"gone").data("");
+        image.index(directory).add_stale(
+            {.reference = gone, .key = support::file_name_value(directory, u"gone")});
+    }
+    open_volume volume(image);
+    EXPECT_EQ(entry_at(volume, L"\\gone"), 0u);
+    EXPECT_EQ(entry_at(volume, L"\\temp\\gone"), 0u);
+    EXPECT_EQ(entry_at(volume, L"\\temp\\sub"), 65u);
+}
+
 TEST(PathLookup, RootWithoutAnIndexHasNoneFound) {
     ntfs_image image = sample();
     image.index(5).put_in_root(0, 0, 4);
