@@ -78,7 +78,7 @@ bool parse_number(const std::string& text, std::uint64_t& out) {
 bool parse_u32(const std::string& text, std::uint32_t& out) {
     out = 0;
     const std::string copy = lowered_and_trimmed(text);
-    if (copy.find('x', 1) == 1) {
+    if (copy.find('x', 1) == 1) {  // whatever digit stands in front
         out = static_cast<std::uint32_t>(digits_from(text, 2, 16));
     } else if (copy.starts_with('x')) {
         out = static_cast<std::uint32_t>(digits_from(text, 1, 16));

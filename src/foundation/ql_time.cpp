@@ -51,7 +51,8 @@ bool to_local_seconds(std::uint64_t unix_seconds, std::uint64_t& out) {
     static const std::int64_t offset = host_utc_offset();
     constexpr std::int64_t seconds_to_1970 = days_1601_to_1970 * seconds_a_day;
     constexpr std::int64_t limit = days_before_year(first_year_not_shown) * seconds_a_day;
-    if (std::cmp_greater(unix_seconds, limit)) return false;  // keeps the sum in 64 bits
+    // So many seconds since 1970 are too many since 1601, and the sum below could wrap.
+    if (std::cmp_greater(unix_seconds, limit)) return false;
     const std::int64_t local_seconds =
         static_cast<std::int64_t>(unix_seconds) + seconds_to_1970 + offset;
     if (local_seconds >= limit) return false;

@@ -84,7 +84,7 @@ void file_object::close() {
         stream->flush();
         stream.reset();
     }
-    if (is_open) ::close(fd);
+    if (fd != -1) ::close(fd);
     fd = -1;
     size = 0;
     write_mode = false;

@@ -44,13 +44,15 @@ public:
     std::uint64_t overhead() const { return ql::le64(header, 64); }
 
     // The place in the file of byte `offset` of the disk. False when this file does not hold it.
+    // For an extent that was opened, as read().
     bool find_grain(std::uint64_t offset, std::uint64_t& position) const;
 
     // Bytes from `offset` to the end of its grain; 0 when the grain size is 0.
     std::uint64_t grain_left(std::uint64_t offset) const;
 
     // Reads `count` bytes, no more than grain_left(offset); `count` comes back as delivered. False
-    // for a hole, a place behind the end of the file or a failed read.
+    // for a hole, a place behind the end of the file or a failed read; `count` is then as it was
+    // or, of a grain that the end of the file cuts, what the file has of it.
     bool read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count);
 
     std::array<std::uint8_t, 513> header{};

@@ -14,8 +14,8 @@ void write_out_of_bounds(std::ostream& out, std::uint64_t offset) {
     out << "volume offset 0x" << std::hex << offset << " is not within image bounds" << std::endl;
 }
 
-// Fills `list`, from a damaged first sector if need be. `is_bare` tells that there is no list, but
-// an NTFS volume at the start. False, after a message, when nothing is found.
+// Fills `list`, from a damaged first sector if need be. Sets `is_bare`, which begins as false, when
+// there is no list, but an NTFS volume at the start. False, after a message, when nothing is found.
 bool list_volumes(std::ostream& out, CRawDisk& disk, partition_list& list, bool& is_bare) {
     if (!scan_partitions(disk, list, false, false)) {
         is_bare = has_ntfs_boot_sector(disk, 0);
