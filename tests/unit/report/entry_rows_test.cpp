@@ -9,6 +9,14 @@ using support::file_times;
 
 constexpr std::uint64_t root = 5;
 
+bytes record_in(CNtfs& ntfs, std::uint64_t entry) {
+    bytes record(ntfs.get_mft_record_size());
+    std::uint64_t position = 0;
+    std::int64_t size = static_cast<std::int64_t>(record.size());
+    EXPECT_TRUE(ntfs.read_file_record(entry, record, position, size, false));
+    return record;
+}
+
 class EntryRows : public listing::volume_test {
 protected:
     // The rows of `entry` under `parent` with the path "\Dir". The record handed in is that of
@@ -16,11 +24,7 @@ protected:
     std::vector<dir_entry> rows(std::uint64_t entry, std::uint64_t parent = root,
                                 bool append_name = true, std::uint64_t record_of = 0) {
         const std::unique_ptr<CNtfs> ntfs = open();
-        bytes record(ntfs->get_mft_record_size());
-        std::uint64_t position = 0;
-        std::int64_t size = static_cast<std::int64_t>(record.size());
-        EXPECT_TRUE(ntfs->read_file_record(record_of != 0 ? record_of : entry, record, position,
-                                           size, false));
+        const bytes record = record_in(*ntfs, record_of != 0 ? record_of : entry);
         dir_entry_set entries;
         EXPECT_TRUE(add_entry_rows(*ntfs, record, entry, parent, L"\\Dir", entries, show_indx,
                                    append_name, opts));
@@ -399,12 +403,8 @@ TEST_F(EntryRows, RowsKeepNothingOfTheRowsBeforeThem) {
     const std::unique_ptr<CNtfs> ntfs = open();
     entry_rows maker(*ntfs, opts);
     const auto rows_of = [&](std::uint64_t entry) {
-        bytes record(ntfs->get_mft_record_size());
-        std::uint64_t position = 0;
-        std::int64_t size = static_cast<std::int64_t>(record.size());
-        EXPECT_TRUE(ntfs->read_file_record(entry, record, position, size, false));
         dir_entry_set entries;
-        maker.add(record, entry, root, L"\\Dir", entries, false, true);
+        maker.add(record_in(*ntfs, entry), entry, root, L"\\Dir", entries, false, true);
         const std::vector<dir_entry> made(entries.begin(), entries.end());
         maker.recycle(entries);
         EXPECT_TRUE(entries.empty());
@@ -438,12 +438,8 @@ TEST_F(EntryRows, NamesKeepNothingOfTheNamesBeforeThem) {
     entry_rows maker(*ntfs, opts);
     std::vector<dir_entry> made;
     for (const std::uint64_t entry : {64u, 65u, 66u, 67u}) {
-        bytes record(ntfs->get_mft_record_size());
-        std::uint64_t position = 0;
-        std::int64_t size = static_cast<std::int64_t>(record.size());
-        EXPECT_TRUE(ntfs->read_file_record(entry, record, position, size, false));
         dir_entry_set entries;
-        maker.add(record, entry, root, L"", entries, false, true);
+        maker.add(record_in(*ntfs, entry), entry, root, L"", entries, false, true);
         ASSERT_EQ(entries.size(), 1u);
         made.push_back(*entries.begin());
     }
@@ -467,11 +463,7 @@ TEST_F(EntryRows, RowsOfOneKeyStayInTheOrderInWhichTheyWereMade) {
     entry_rows maker(*ntfs, opts);
     dir_entry_set entries;
     for (const std::uint64_t entry : {64u, 65u, 66u, 67u}) {
-        bytes record(ntfs->get_mft_record_size());
-        std::uint64_t position = 0;
-        std::int64_t size = static_cast<std::int64_t>(record.size());
-        EXPECT_TRUE(ntfs->read_file_record(entry, record, position, size, false));
-        maker.add(record, entry, root, L"", entries, false, true);
+        maker.add(record_in(*ntfs, entry), entry, root, L"", entries, false, true);
     }
     EXPECT_EQ(text_of({entries.begin(), entries.end()}),
               "1 same \\same 1\n1 SAME \\same 2\n1 Same \\same 4\n1 zzz \\zzz 3\n");
