@@ -90,8 +90,7 @@ bool vmdk_chain::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t&
         std::uint32_t step =
             static_cast<std::uint32_t>(std::min<std::uint64_t>(count - done, left));
         if (step == 0) return false;  // grains without a size
-        // A grain that can't be read is as empty as one that no file holds. Where the file ends
-        // inside of it the part behind the end is a step of its own.
+        // A grain that can't be read is as empty as one that no file holds.
         if (holder == nullptr || !holder->read(buffer + done, offset, step))
             std::memset(buffer + done, 0, step);
         done += step;

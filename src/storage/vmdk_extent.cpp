@@ -54,10 +54,11 @@ bool vmdk_extent::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t
     std::uint64_t position = 0;
     if (!find_grain(offset, position) || position >= file_size) return false;
     const std::uint64_t held = file_size - position;
-    count = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, held));
-    const ssize_t brought = ::pread(fd, buffer, count, static_cast<off_t>(position));
+    const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, held));
+    const ssize_t brought = ::pread(fd, buffer, wanted, static_cast<off_t>(position));
     if (brought < 1) return false;
     const std::size_t fresh = static_cast<std::size_t>(brought);
-    std::memset(buffer + fresh, 0, count - fresh);
+    std::memset(buffer + fresh, 0, wanted - fresh);
+    count = wanted;
     return true;
 }

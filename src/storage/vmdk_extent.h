@@ -51,8 +51,7 @@ public:
     std::uint64_t grain_left(std::uint64_t offset) const;
 
     // Reads `count` bytes, no more than grain_left(offset); `count` comes back as delivered. False
-    // for a hole, a place behind the end of the file or a failed read; `count` is then as it was
-    // or, of a grain that the end of the file cuts, what the file has of it.
+    // for a hole, a place behind the end of the file or a failed read, with `count` as it was.
     bool read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count);
 
     std::array<std::uint8_t, 513> header{};

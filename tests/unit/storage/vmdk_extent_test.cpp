@@ -210,6 +210,11 @@ TEST(VmdkExtent, GrainCutByTheEndOfTheFileComesShort) {
     EXPECT_EQ(part(got.buffer, 0, 100), part(pattern(grain_size, 13), 0, 100));
     EXPECT_FALSE(read(file.extent, 130 * grain_size + 100, 512).result);
     EXPECT_FALSE(read(file.extent, 130 * grain_size + 4095, 1).result);
+
+    ASSERT_EQ(::truncate(file.path.c_str(), static_cast<off_t>(last_grain)), 0);
+    const outcome gone = read(file.extent, 130 * grain_size, 512);
+    EXPECT_FALSE(gone.result);
+    EXPECT_EQ(gone.count, 512u) << "as it was";
 }
 
 TEST(VmdkExtent, FileThatShrinksGivesZeros) {
