@@ -85,14 +85,28 @@ bool CRawDisk::open_path() {
     return true;
 }
 
-bool CRawDisk::read_bytes(void* buffer, std::uint32_t& count, std::uint64_t offset) {
-    if (buffer == nullptr || !ok || count == 0) return false;
-    if (native_handle == -1 && fd == -1) return false;
+std::uint32_t CRawDisk::deliverable(std::uint32_t count, std::uint64_t offset) const {
+    if (!ok || (native_handle == -1 && fd == -1)) return 0;
     // Signed: an offset with the top bit set is below every size and fails later, in the seek.
-    if (size_bytes <= static_cast<std::int64_t>(offset)) return false;
+    if (size_bytes <= static_cast<std::int64_t>(offset)) return 0;
+    if (kind != disk_kind::file) return count;
+    const std::uint64_t left = static_cast<std::uint64_t>(size_bytes) - offset;
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(count, left));
+}
+
+std::uint64_t CRawDisk::next_held(std::uint64_t offset, std::uint64_t end) const {
+    if (offset >= end) return end;
+    return vmdk != nullptr ? vmdk->next_held(offset, end) : offset;
+}
+
+bool CRawDisk::read_bytes(void* buffer, std::uint32_t& count, std::uint64_t offset) {
+    const std::uint32_t wanted = deliverable(count, offset);
+    if (buffer == nullptr || wanted == 0) return false;
     switch (kind) {
         case disk_kind::file:
-            return read_file(buffer, count, offset);
+            if (!read_file(buffer, wanted, offset)) return false;
+            count = wanted;
+            return true;
         case disk_kind::physical_drive:
             return read_sector_aligned(buffer, count, offset);
         case disk_kind::vmdk:
@@ -103,13 +117,10 @@ bool CRawDisk::read_bytes(void* buffer, std::uint32_t& count, std::uint64_t offs
     return false;
 }
 
-bool CRawDisk::read_file(void* buffer, std::uint32_t& count, std::uint64_t offset) {
-    const std::uint64_t left = static_cast<std::uint64_t>(size_bytes) - offset;
-    const std::uint32_t wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, left));
+bool CRawDisk::read_file(void* buffer, std::uint32_t wanted, std::uint64_t offset) {
     // Seek and read in one call, which fails where the seek would, and without a descriptor.
     const ssize_t brought = ::pread(fd, buffer, wanted, static_cast<off_t>(offset));
     if (brought == -1) return false;
-    count = wanted;
     zero_rest(static_cast<std::uint8_t*>(buffer), wanted, brought);
     return true;
 }

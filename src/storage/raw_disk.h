@@ -43,6 +43,16 @@ public:
     // read fails.
     bool read_bytes(void* buffer, std::uint32_t& count, std::uint64_t offset);
 
+    // Returns the number of bytes that read_bytes delivers for `count` at `offset` if no system
+    // call fails: 0 if it refuses the request by its bounds, fewer than `count` at the end of a
+    // file. Drives and chains are not clamped.
+    std::uint32_t deliverable(std::uint32_t count, std::uint64_t offset) const;
+
+    // Returns the first byte position from `offset` on, and before `end`, that the source may hold;
+    // `end` if there is none. Every byte before it reads as zero, wherever a request starts and
+    // ends. A file or drive may hold all of its bytes, a chain only those of its files.
+    std::uint64_t next_held(std::uint64_t offset, std::uint64_t end) const;
+
     // Size in bytes; 0 when not open. A source that can't seek to its end has 2^64 - 1.
     std::uint64_t size_in_bytes() const;
     // Bytes that the source can hold: its size, and for a chain no more than its files have
@@ -71,6 +81,6 @@ public:
 
 private:
     bool open_path();
-    bool read_file(void* buffer, std::uint32_t& count, std::uint64_t offset);
+    bool read_file(void* buffer, std::uint32_t wanted, std::uint64_t offset);
     bool read_sector_aligned(void* buffer, std::uint32_t count, std::uint64_t offset);
 };

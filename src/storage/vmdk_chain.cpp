@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -80,6 +81,20 @@ vmdk_extent* vmdk_chain::holder_of(std::uint64_t offset) const {
         if (extent->find_grain(offset, position)) return extent;
     }
     return nullptr;
+}
+
+std::uint64_t vmdk_chain::next_held(std::uint64_t offset, std::uint64_t end) const {
+    constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+    if (!ready) return offset;
+    // Growing steps, so that no file is searched far past what another one holds.
+    for (std::uint64_t reach = 1 << 20;; reach = reach > most / 16 ? most : reach * 16) {
+        const std::uint64_t limit = end - offset > reach ? offset + reach : end;
+        std::uint64_t first = limit;
+        for (const vmdk_extent* extent = newest; extent != nullptr; extent = extent->parent) {
+            if (first > offset) first = extent->next_held(offset, first);
+        }
+        if (first < limit || limit == end) return first;
+    }
 }
 
 bool vmdk_chain::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count) {

@@ -31,6 +31,11 @@ public:
     // nothing can be read.
     bool read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count);
 
+    // Returns the first byte position from `offset` on, and before `end`, that a file of the chain
+    // may hold, hidden or not; `end` if there is none. Every byte before it reads as zero, wherever
+    // a read starts. Returns `offset` if reads there fail. `offset` is below `end`.
+    std::uint64_t next_held(std::uint64_t offset, std::uint64_t end) const;
+
     // The sizes of all files of the chain together. Their grains hold no more, whatever capacity
     // the headers claim.
     std::uint64_t file_bytes() const;

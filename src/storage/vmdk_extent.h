@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,6 +48,11 @@ public:
     // For an extent that was opened, as read().
     bool find_grain(std::uint64_t offset, std::uint64_t& position) const;
 
+    // Returns the first byte position of the disk from `offset` on, and before `end`, that may come
+    // from this file; `end` if there is none. Grains past the end of the file are not in it.
+    // Returns `offset` for grains of no size. `offset` is below `end`.
+    std::uint64_t next_held(std::uint64_t offset, std::uint64_t end) const;
+
     // Bytes from `offset` to the end of its grain; 0 when the grain size is 0.
     std::uint64_t grain_left(std::uint64_t offset) const;
 
@@ -83,6 +89,13 @@ public:
     std::wstring path_wide;
 
 private:
+    bool is_in_file(std::uint32_t sector) const;
+    void mark_tables();
+    std::optional<std::uint64_t> first_marked_entry(std::uint64_t index) const;
+    std::optional<std::uint64_t> next_marked_table(std::uint64_t table) const;
+    std::optional<std::uint64_t> first_stored_grain(std::uint32_t table, std::uint64_t grain,
+                                                    std::uint64_t end) const;
+
     bool read_metadata();
     bool read_header(vmdk_metadata_reader& reader);
     bool read_descriptor(vmdk_metadata_reader& reader);
@@ -90,4 +103,7 @@ private:
     bool read_directory(vmdk_metadata_reader& reader);
     bool read_tables(vmdk_metadata_reader& reader);
     bool read_first_sector(vmdk_metadata_reader& reader);
+
+    // One bit for each directory entry: set if its table has a grain that starts in the file.
+    std::vector<std::uint64_t> m_marks;
 };

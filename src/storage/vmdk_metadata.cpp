@@ -181,6 +181,7 @@ bool vmdk_extent::read_tables(vmdk_metadata_reader& reader) {
         }
         table_of_entry.push_back(place->second);
     }
+    mark_tables();
     return !table_of_entry.empty();
 }
 

@@ -305,6 +305,50 @@ TEST(RawDiskFile, NothingIsReadWithoutADescriptor) {
     EXPECT_TRUE(read(source.disk, 16, 0).result);
 }
 
+TEST(RawDiskFile, DeliverableIsWhatAReadDelivers) {
+    const struct {
+        const char* name;
+        std::uint32_t count;
+        std::uint64_t offset;
+        std::uint32_t file;
+        std::uint32_t drive;
+    } cases[] = {
+        {"inside", 100, 200, 100, 100},
+        {"up to the end", 100, 924, 100, 100},
+        {"across the end", 100, 925, 99, 100},
+        {"last byte", 0xFFFFFFFF, 1023, 1, 0xFFFFFFFF},
+        {"at the end", 100, 1024, 0, 0},
+        {"past the end", 100, top_bit - 1, 0, 0},
+        {"no bytes", 0, 200, 0, 0},
+        {"negative offset", 100, top_bit, 100, 100},
+    };
+    disk_file file{byte_image(pattern(1024))};
+    const drive_file drive{byte_image(pattern(1024))};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(file.disk.deliverable(c.count, c.offset), c.file);
+        EXPECT_EQ(drive.disk.deliverable(c.count, c.offset), c.drive);
+    }
+    file.disk.fd = -1;
+    EXPECT_EQ(file.disk.deliverable(1, 0), 0u);
+    file.disk.native_handle = 5;
+    EXPECT_EQ(file.disk.deliverable(1, 0), 1u);
+    file.disk.ok = false;
+    EXPECT_EQ(file.disk.deliverable(1, 0), 0u);
+}
+
+TEST(RawDiskFile, EveryByteMayBeHeld) {
+    const disk_file file{byte_image(1 << 20)};
+    const drive_file drive{byte_image(1 << 20)};
+    for (const CRawDisk* disk : {&file.disk, &drive.disk}) {
+        EXPECT_EQ(disk->next_held(0, 10), 0u);
+        EXPECT_EQ(disk->next_held(9, 10), 9u);
+        EXPECT_EQ(disk->next_held(10, 10), 10u);
+        EXPECT_EQ(disk->next_held(11, 10), 10u);
+        EXPECT_EQ(disk->next_held(top_bit, top_bit + 5), top_bit);
+    }
+}
+
 TEST(RawDiskFile, DestructionClosesTheDescriptor) {
     int fd = -1;
     {

@@ -1,0 +1,232 @@
+// Which ranges of a chain's disk its files hold.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "disk_file.h"
+#include "storage/raw_disk.h"
+#include "storage/vmdk_chain.h"
+#include "support/temp_dir.h"
+#include "support/vmdk_image.h"
+#include "vmdk_model.h"
+
+namespace {
+
+using support::bytes;
+using support::pattern;
+using support::vmdk_image;
+using support::vmdk_options;
+
+constexpr std::uint64_t sector = 512;
+constexpr std::uint64_t grain_size = 4096;
+constexpr vmdk_options small = {.capacity = 160, .grain_size = 8, .table_entries = 128};
+constexpr std::uint64_t table_span = 128 * grain_size;
+constexpr std::uint64_t period = table_span << 32;  // the directory is found by 32 bits
+constexpr std::uint64_t all = ~std::uint64_t{0};
+
+// A base and its deltas, opened as one source, with a model of each file.
+struct chain_disk {
+    explicit chain_disk(std::vector<vmdk_image> images) {
+        std::vector<std::wstring> paths;
+        for (std::uint32_t i = 0; i < images.size(); ++i) {
+            images[i].cid(i + 1);
+            if (i > 0) images[i].parent(i, "parent");
+            paths.push_back(widened(images[i].save(dir.file(std::to_string(i)))));
+            models.emplace_back(support::byte_image::load(dir.file(std::to_string(i))));
+        }
+        disk = std::make_unique<CRawDisk>(paths, false, false);
+    }
+    std::uint64_t next(std::uint64_t offset, std::uint64_t end = all) const {
+        return disk->next_held(offset, end);
+    }
+    bool holds(std::uint64_t offset) const {
+        return std::any_of(models.begin(), models.end(),
+                           [&](const vmdk_model& model) { return model.holds(offset); });
+    }
+
+    support::temp_dir dir;
+    std::vector<vmdk_model> models;
+    std::unique_ptr<CRawDisk> disk;
+};
+
+vmdk_image with_grains(const std::vector<std::uint64_t>& numbers,
+                       const vmdk_options& options = small) {
+    vmdk_image image(options);
+    for (const std::uint64_t number : numbers)
+        image.grain(number, pattern(options.grain_size * sector));
+    return image;
+}
+
+TEST(VmdkHeld, GapsBetweenGrainsArePassedOver) {
+    const chain_disk c({with_grains({3, 4, 7})});
+    ASSERT_TRUE(c.disk->ok);
+    EXPECT_EQ(c.next(0), 3 * grain_size);
+    EXPECT_EQ(c.next(3 * grain_size - 1), 3 * grain_size);
+    EXPECT_EQ(c.next(3 * grain_size), 3 * grain_size);
+    EXPECT_EQ(c.next(3 * grain_size + 5), 3 * grain_size + 5);
+    EXPECT_EQ(c.next(5 * grain_size - 1), 5 * grain_size - 1);
+    EXPECT_EQ(c.next(5 * grain_size), 7 * grain_size);
+    EXPECT_EQ(c.next(5 * grain_size + 1), 7 * grain_size);
+}
+
+TEST(VmdkHeld, EndBoundsTheResult) {
+    const chain_disk c({with_grains({3})});
+    EXPECT_EQ(c.next(0, 1), 1u);
+    EXPECT_EQ(c.next(0, 3 * grain_size), 3 * grain_size);
+    EXPECT_EQ(c.next(0, 3 * grain_size + 1), 3 * grain_size);
+    EXPECT_EQ(c.next(3 * grain_size + 2, 3 * grain_size + 2), 3 * grain_size + 2);
+    EXPECT_EQ(c.next(10, 5), 5u);
+}
+
+TEST(VmdkHeld, AnyFileOfTheChainHolds) {
+    const vmdk_options large = {.capacity = 160, .grain_size = 32};
+    const chain_disk c({with_grains({1}, large), with_grains({2, 12})});
+    EXPECT_EQ(c.next(0), 2 * grain_size);
+    EXPECT_EQ(c.next(3 * grain_size), 4 * grain_size);  // the second grain of the base
+    EXPECT_EQ(c.next(8 * grain_size), 12 * grain_size);
+}
+
+TEST(VmdkHeld, PartOfAGrainPastTheEndOfItsFileIsNotHeld) {
+    const vmdk_image image = with_grains({3, 4, 7});
+    support::byte_image cut = image.build();
+    cut.resize(image.grain_sector(7) * sector + 100);
+    support::temp_dir dir;
+    const CRawDisk disk({widened(cut.save(dir.file("cut")))}, false, false);
+    ASSERT_TRUE(disk.ok);
+    EXPECT_EQ(disk.next_held(7 * grain_size + 99, all), 7 * grain_size + 99);
+    EXPECT_EQ(disk.next_held(7 * grain_size + 100, 9 * grain_size), 9 * grain_size);
+    cut.resize(image.grain_sector(7) * sector);
+    const CRawDisk gone({widened(cut.save(dir.file("gone")))}, false, false);
+    EXPECT_EQ(gone.next_held(5 * grain_size, 9 * grain_size), 9 * grain_size);
+}
+
+TEST(VmdkHeld, TablesRepeatAfter32Bits) {
+    const chain_disk c({with_grains({3, 130}, {.grain_size = 8, .table_entries = 128})});
+    EXPECT_EQ(c.next(period), period + 3 * grain_size);
+    EXPECT_EQ(c.next(period + 4 * grain_size), period + 130 * grain_size);
+    // Table 128 is the first one past the directory: nothing is held up to the next period.
+    EXPECT_EQ(c.next(128 * table_span), period + 3 * grain_size);
+    EXPECT_EQ(c.next(5 * period + 128 * table_span), 6 * period + 3 * grain_size);
+    EXPECT_EQ(c.next(128 * table_span, period), period);
+    const std::uint64_t last_period = 0 - period;  // 2^64 is a multiple of the period
+    EXPECT_EQ(c.next(last_period + 128 * table_span), all);
+}
+
+TEST(VmdkHeld, GrainsOfNoSizeAreHeld) {
+    const chain_disk alone({with_grains({3}).put(20, 0, 8)});
+    ASSERT_TRUE(alone.disk->ok);
+    EXPECT_EQ(alone.next(0), 0u);
+    EXPECT_EQ(alone.next(77), 77u);
+    const chain_disk in_chain({with_grains({3}).put(20, 0, 8), with_grains({4})});
+    EXPECT_EQ(in_chain.next(77), 77u);
+}
+
+// Grains of 2^62 bytes: the span of a table of 128 is 0, and all offsets have the first entry.
+TEST(VmdkHeld, GrainsWhoseTableWrapsAreHeldAsFarAsTheFileReaches) {
+    constexpr std::uint64_t huge = std::uint64_t{1} << 62;
+    const chain_disk c({with_grains({0}).put(20, huge / sector, 8)});
+    ASSERT_TRUE(c.disk->ok);
+    const std::uint64_t size = support::byte_image::load(c.dir.file("0")).size();
+    EXPECT_EQ(c.next(size - 1), size - 1);
+    EXPECT_EQ(c.next(size), huge);
+    EXPECT_EQ(c.next(size, 2 * size), 2 * size);
+    EXPECT_EQ(c.next(huge + size), 2 * huge);
+    EXPECT_EQ(c.next(3 * huge + size), all);
+}
+
+TEST(VmdkHeld, ChainThatIsNotReadyIsHeld) {
+    const chain_disk c({with_grains({3})});
+    c.disk->vmdk->ready = false;
+    EXPECT_EQ(c.next(77), 77u);
+}
+
+// A run of 2^32 clusters of 64 KiB, on a disk of 2^53 sectors.
+TEST(VmdkHeld, HugeGapsTakeNoTime) {
+    constexpr std::uint64_t end = std::uint64_t{1} << 62;
+    const vmdk_options one_table = {.capacity = std::uint64_t{1} << 53, .grain_size = 128};
+    vmdk_image image({.capacity = 128 * 512, .grain_size = 128});
+    image.grain(3, pattern(65536)).put(12, one_table.capacity, 8);
+    const chain_disk c({image, image, image});
+    ASSERT_EQ(c.disk->size_in_bytes(), end);
+    const auto start = std::chrono::steady_clock::now();
+    constexpr std::uint64_t past_directory = std::uint64_t{128 * 512} << 16;
+    for (int i = 0; i < 1000; ++i) {
+        const std::uint64_t from = past_directory + static_cast<std::uint64_t>(i);
+        EXPECT_EQ(c.next(from, from + (std::uint64_t{1} << 48)), from + (std::uint64_t{1} << 48));
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+}
+
+// --- random chains ---
+
+using random_numbers = std::mt19937_64;
+
+vmdk_image random_layer(random_numbers& random) {
+    vmdk_options options;
+    options.grain_size = 1u << random() % 4;
+    options.table_entries = 1u << random() % 8;
+    options.capacity = 256;
+    options.descriptor_sectors = 2;
+    vmdk_image image(options);
+    const std::uint64_t grains = options.capacity / options.grain_size;
+    for (std::uint64_t left = random() % 12; left > 0; --left)
+        image.grain(random() % grains, pattern(options.grain_size * sector, 7));
+    const std::uint32_t entries[] = {1, 2, 0x7FFFFFFF, static_cast<std::uint32_t>(random() % 100)};
+    for (std::uint64_t left = random() % 3; left > 0; --left)
+        image.grain_entry(random() % grains, entries[random() % 4]);
+    if (random() % 4 == 0) image.without_table(1 + random() % 2);
+    return image;
+}
+
+bytes read(CRawDisk& disk, std::uint64_t offset, std::size_t count) {
+    bytes buffer(count, 0xEE);
+    auto wanted = static_cast<std::uint32_t>(count);
+    EXPECT_TRUE(disk.vmdk->read(buffer.data(), offset, wanted));
+    EXPECT_EQ(wanted, count);
+    return buffer;
+}
+
+void expect_zeros_between(chain_disk& c, std::uint64_t from, std::uint64_t to,
+                          random_numbers& random) {
+    const std::uint64_t start = from - std::min<std::uint64_t>(from, random() % 10000);
+    const bytes content = read(*c.disk, start, static_cast<std::size_t>(to - start));
+    const auto first = content.begin() + static_cast<std::ptrdiff_t>(from - start);
+    EXPECT_TRUE(std::all_of(first, content.end(), [](std::uint8_t b) { return b == 0; }))
+        << start << " " << from << " " << to;
+}
+
+TEST(VmdkHeld, AgreesWithTheBytesOfRandomChains) {
+    constexpr std::uint64_t sectors = 2000;  // past the capacity too, where directories are padded
+    random_numbers random(15);
+    std::uint64_t passed_over = 0;
+    for (int round = 0; round < 40; ++round) {
+        SCOPED_TRACE(round);
+        std::vector<vmdk_image> layers(1 + random() % 4);
+        for (vmdk_image& layer : layers)
+            layer = random_layer(random);
+        chain_disk c(layers);
+        ASSERT_TRUE(c.disk->ok);
+        std::vector<bool> held(sectors);
+        for (std::uint64_t i = 0; i < sectors; ++i)
+            held[i] = c.holds(i * sector);
+        for (int query = 0; query < 40; ++query) {
+            const std::uint64_t end = 1 + random() % (sectors * sector);
+            const std::uint64_t offset = random() % end;
+            std::uint64_t expected = offset;
+            while (expected < end && !held[expected / sector])
+                expected = (expected / sector + 1) * sector;
+            expected = std::min(expected, end);
+            EXPECT_EQ(c.next(offset, end), expected) << offset << " " << end;
+            if (expected > offset) expect_zeros_between(c, offset, expected, random);
+            passed_over += expected - offset;
+        }
+    }
+    EXPECT_GT(passed_over, sectors * sector);
+}
+
+}  // namespace
