@@ -38,9 +38,12 @@ void read_link(const std::vector<std::uint8_t>& record) {
                      fuzz::record_volume::record_size)) {
         return;
     }
-    const reparse_point point{attribute.value_to_record_end()};
+    const auto value = attribute.value_to_record_end();
+    const reparse_point point{value, value.size()};
     static_cast<void>(reparse_print_name(point));
-    if (has_reparse_target(attribute)) static_cast<void>(reparse_target(point));
+    if (has_reparse_target(attribute, record.size() - attribute.at)) {
+        static_cast<void>(reparse_target(point));
+    }
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // Input: u8 cluster size (bits 0 and 1) and whether the update sequences are made here (bit 2), u8
 // form of the listing, u16 sector size, then records of 1024 bytes for the entries 24 to 27; the
 // first one is \dir.
+#include "ntfs/attribute_list.h"
 #include "ntfs/file_record.h"
 #include "record_volume.h"
 

@@ -17,28 +17,28 @@ bool has_null_time(ql::bytes value, std::size_t at) {
     return false;
 }
 
-NTFS_STD_INFO_ITEM std_info_item(const record_attrib& attribute) {
+NTFS_STD_INFO_ITEM std_info_item(const kept_std_info& value) {
     NTFS_STD_INFO_ITEM item;
-    ql::copy_start(attribute.value(), item.value);
+    item.value = value;
     item.time_warning = has_null_time(item.value, 0);
     if (item.time_warning) item.warning = "null";
     return item;
 }
 
-NTFS_FILE_NAME_ITEM file_name_item(const record_attrib& attribute, std::uint64_t inode) {
+NTFS_FILE_NAME_ITEM file_name_item(const kept_name& name, std::uint64_t inode) {
     NTFS_FILE_NAME_ITEM item;
-    ql::copy_start(attribute.value_to_record_end(), item.value);
-    item.name = file_name_of(attribute);
+    item.value = name.value;
+    item.name = name.name;
     item.is_dos_name = file_name_value{item.value}.is_dos_name();
     item.time_warning = has_null_time(item.value, 8);
     if (item.time_warning) item.warning = "null";
-    item.attrib_id = attribute.id();
+    item.attrib_id = name.attrib_id;
     item.inode = inode;
     return item;
 }
 
-const char* label_of(const record_attrib& attribute) {
-    switch (attribute.type()) {
+const char* label_of(const kept_attrib& kept) {
+    switch (kept.type) {
         case attrib_type::object_id:
             return "obj id";
         case attrib_type::security_descriptor:
@@ -48,7 +48,7 @@ const char* label_of(const record_attrib& attribute) {
         case attrib_type::volume_information:
             return "vol info";
         case attrib_type::data:
-            return has_name(attribute) ? "ads" : "unnamed data";
+            return kept.name.empty() ? "unnamed data" : "ads";
         case attrib_type::index_root:
             return "indx root";
         case attrib_type::index_allocation:
@@ -90,39 +90,44 @@ std::string object_id_text(ql::bytes value) {
     return text;
 }
 
-// The value as words, for the types that have such a form. A security descriptor has none here: no
-// listing shows it.
-std::string value_text_of(const record_attrib& attribute, const std::wstring& name) {
+// The value as text, for the types that have such a form. The name of a volume is left out: that of
+// its attribute takes precedence. A security descriptor has no text here: no listing shows it.
+std::string value_text_of(const record_attrib& attribute, std::uint32_t record_size) {
     switch (attribute.type()) {
         case attrib_type::object_id:
             return object_id_text(attribute.value_to_record_end());
         case attrib_type::volume_name:
-            return name.empty() ? volume_name_value(attribute) : ql::to_utf8(name);
+            return volume_name_value(attribute);
         case attrib_type::volume_information:
             return volume_version_text(attribute.value_to_record_end());
-        case attrib_type::reparse_point:
-            return ql::to_utf8(reparse_target({attribute.value_to_record_end()}));
+        case attrib_type::reparse_point: {
+            const std::size_t at = attribute.at + attribute.value_offset();
+            return ql::to_utf8(reparse_target({attribute.value_to_record_end(), record_size - at}));
+        }
         default:
             return {};
     }
 }
 
-NTFS_ATTRIB_ITEM attrib_item(const kept_attrib& kept, bool keep_values) {
-    const record_attrib& attribute = kept.attribute;
+// What is taken of an attribute while its record is held.
+NTFS_ATTRIB_ITEM bytes_item(const record_attrib& attribute, std::uint32_t record_size) {
     NTFS_ATTRIB_ITEM item;
-    item.attrib_name = attribute_name(attribute);
-    item.label = label_of(attribute);
     const ql::bytes raw = ql::clip(attribute.record, attribute.at, attribute.length());
     item.raw.assign(raw.begin(), raw.end());
-    item.value_text = value_text_of(attribute, item.attrib_name);
-    item.is_data = attribute.type() == attrib_type::data;
+    item.value_text = value_text_of(attribute, record_size);
+    return item;
+}
+
+void complete_item(NTFS_ATTRIB_ITEM& item, const kept_attrib& kept, bool keep_values) {
+    item.attrib_name = kept.name;
+    item.label = label_of(kept);
+    if (kept.type == attrib_type::volume_name && !kept.name.empty()) {
+        item.value_text = ql::to_utf8(kept.name);
+    }
+    item.is_data = kept.type == attrib_type::data;
     item.is_ads = item.is_data && !item.attrib_name.empty();
     item.runs = kept.runs;
-    if (keep_values && !attribute.nonresident()) {
-        const ql::bytes value = attribute.value();
-        item.resident_value.assign(value.begin(), value.end());
-    }
-    return item;
+    if (keep_values) item.resident_value = kept.value;
 }
 
 }  // namespace
@@ -135,8 +140,16 @@ bool CNtfs::categorize_entry(NTFS_ENTRY_STORE& store, mft_entries_ctx& ctx, std:
     if (ctx.record_size == 0) ctx.record_size = get_mft_record_size();
     ctx.bytes_per_sector = get_bytes_per_sector();
 
-    attrib_pass pass(*this, {.keep_values = keep_values, .trace = &ctx});
-    if (!pass.run(inode, ctx.record_size)) return false;
+    const std::uint32_t record_size = ctx.record_size;
+    const auto take_bytes = [&](std::uint64_t key, const kept_attrib&,
+                                const record_attrib& attribute) {
+        store.attributes.emplace(key, bytes_item(attribute, record_size));
+    };
+    attrib_pass pass(*this, {.keep_values = keep_values,
+                             .with_values = keep_values,
+                             .on_insert = take_bytes,
+                             .trace = &ctx});
+    if (!pass.run(inode, record_size)) return false;
 
     const file_record head{pass.base_record()};
     store.inode = inode;
@@ -144,18 +157,17 @@ bool CNtfs::categorize_entry(NTFS_ENTRY_STORE& store, mft_entries_ctx& ctx, std:
     ql::copy_start(head.record, store.header);
     store.base_ref = head.base_ref();
     store.has_base = store.base_ref != 0;
-    for (const auto& [id, attribute] : pass.std_infos()) {
-        store.std_infos.emplace(id, std_info_item(attribute));
+    for (const auto& [id, value] : pass.std_infos()) {
+        store.std_infos.emplace(id, std_info_item(value));
     }
-    pass.file_names().for_each([&](const record_attrib& attribute) {
-        NTFS_FILE_NAME_ITEM item = file_name_item(attribute, inode);
+    pass.file_names().for_each([&](const kept_name& name) {
+        NTFS_FILE_NAME_ITEM item = file_name_item(name, inode);
         const std::uint64_t parent_ref = file_name_value{item.value}.parent_ref();
         const std::string key = name_key(entry_of(parent_ref), item.name, inode);
         store.file_names.emplace(key, std::move(item));
     });
-    for (const auto& [key, kept] : pass.attributes()) {
-        store.attributes.emplace(key, attrib_item(kept, keep_values));
-    }
+    for (const auto& [key, kept] : pass.attributes())
+        complete_item(store.attributes.at(key), kept, keep_values);
     store.seen_unnamed_data = pass.seen_unnamed_data();
     store.record_bytes.assign(head.record.begin(), head.record.end());
     return true;

@@ -1,8 +1,13 @@
-#include <algorithm>
-#include <cstdint>
-#include <optional>
-#include <sstream>
+#include "ntfs/attrib_data.h"
 
+#include <algorithm>
+#include <array>
+#include <ostream>
+#include <sstream>
+#include <string_view>
+#include <vector>
+
+#include "ntfs/cluster_walk.h"
 #include "ntfs/lznt1.h"
 #include "ntfs/ntfs.h"
 
@@ -10,73 +15,244 @@ namespace {
 
 constexpr std::uint64_t unit_clusters = 16;
 
-struct cluster_place {
-    std::uint64_t lcn = 0;
-    bool sparse = false;
-};
-
-// The clusters that a read of `size` bytes at `offset` touches, in order, as far as the runs go.
-class cluster_walk {
-public:
-    cluster_walk(const data_run_list& runs, std::uint64_t offset, std::uint64_t size,
-                 std::uint32_t cluster_size, bool skip_sparse)
-        : m_runs(runs),
-          m_lookup(runs),
-          m_first_vcn(offset / cluster_size),
-          m_end_vcn((offset + size) / cluster_size),
-          m_head(offset % cluster_size),
-          m_tail((offset + size) % cluster_size),
-          m_vcn(m_first_vcn),
-          m_skip_sparse(skip_sparse) {}
-
-    // The next cluster; none behind the last, or at the first that no run covers.
-    std::optional<cluster_place> next() {
-        for (; m_vcn >= m_first_vcn && m_vcn <= m_end_vcn; ++m_vcn) {
-            std::uint32_t run = 0;
-            cluster_place place;
-            if (!m_lookup.find(m_vcn, run, place.lcn)) break;
-            place.sparse = m_runs[run].sparse != 0;
-            if (place.sparse && m_skip_sparse) {
-                leave_out();
-                continue;
-            }
-            ++m_vcn;
-            return place;
-        }
-        return std::nullopt;
-    }
-
-    std::uint64_t first_vcn() const { return m_first_vcn; }
-    // Bytes of the first cluster in front of `offset`.
-    std::uint64_t head() const { return m_head; }
-    // Bytes wanted of the end cluster.
-    std::uint64_t tail() const { return m_tail; }
-
-private:
-    void leave_out() {
-        if (m_vcn == m_first_vcn) m_head = 0;
-        if (m_vcn == m_end_vcn) m_tail = 0;
-    }
-
-    const data_run_list& m_runs;
-    run_lookup m_lookup;
-    std::uint64_t m_first_vcn;
-    std::uint64_t m_end_vcn;
-    std::uint64_t m_head;
-    std::uint64_t m_tail;
-    std::uint64_t m_vcn;
-    bool m_skip_sparse;
-};
-
 // True for a row whose data is stored in compression units.
 bool is_compressed(const NTFS_ATTRIB_ROW& row) {
     return row.attrib_flags == 1 && ql::le8(row.body, row_body::compression_unit) != 0 &&
            ql::le64(row.body, row_body::compressed_size) != 0;
 }
 
-void write_bytes(std::ostream& out, ql::bytes content) {
-    out.write(reinterpret_cast<const char*>(content.data()),
-              static_cast<std::streamsize>(content.size()));
+// True if there is memory for a compression unit: one of a valid volume has at most 1 MiB, and a
+// larger one is read only if the source could hold it.
+bool fits_unit(const CNtfs& ntfs, std::uint64_t size) {
+    constexpr std::uint64_t largest_usual_unit = unit_clusters * 65536;
+    const CRawDisk* const disk = ntfs.disk();
+    return size <= largest_usual_unit || (disk != nullptr && size <= disk->held_bytes());
+}
+
+// Writes to an output stream.
+class stream_sink : public data_sink {
+public:
+    explicit stream_sink(std::ostream& out) : m_out(out) {}
+
+    bool put(ql::bytes content) override {
+        m_out.write(reinterpret_cast<const char*>(content.data()),
+                    static_cast<std::streamsize>(content.size()));
+        return true;
+    }
+    bool put_zeros(std::uint64_t count) override {
+        static constexpr std::array<std::uint8_t, 4096> zeros{};
+        while (count != 0 && m_out) {
+            const ql::bytes part = ql::clip(zeros, 0, count);
+            put(part);
+            count -= part.size();
+        }
+        return true;
+    }
+
+private:
+    std::ostream& m_out;
+};
+
+// Reads the clusters of an attribute that hold `size` bytes at `offset`, one at a time, and passes
+// what they deliver to `take(content, count)`: `count` bytes, of which `content` has the first and
+// the others are zero. Ends at the first cluster that no run covers or that cannot be read.
+//
+//   - The first cluster delivers its bytes from `offset` on, whole even if the source ends inside
+//   it.
+//   - The last one delivers no more than the end of the range.
+//   - All others deliver what was read of them.
+//
+// `status` in and out: bits of read_status. `buffer` is working memory. Returns the bytes
+// delivered.
+template <typename Take>
+std::uint64_t read_clusters_of(CNtfs& ntfs, const data_run_list& runs, std::uint64_t offset,
+                               std::uint64_t size, std::uint64_t& status,
+                               std::vector<std::uint8_t>& buffer, Take take) {
+    const std::uint32_t cluster = ntfs.cluster_size();
+    const CRawDisk* const disk = ntfs.disk();
+    const bool skip_sparse = (status & read_status::skip_sparse) != 0;
+    cluster_walk walk(runs, offset, size, cluster, skip_sparse);
+    status |= read_status::always;
+    if (walk.first_vcn() % 65536 == 0) {
+        status |= read_status::aligned;
+        if (size == unit_clusters * cluster) status |= read_status::whole_unit;
+    }
+
+    std::uint64_t done = 0;
+    bool is_first = true;
+    for (auto place = walk.next(); place && done < size; is_first = false) {
+        const auto following = walk.next();  // settles head and tail
+        std::uint32_t got = cluster;
+        if (place->sparse) {
+            buffer.clear();
+            status |= read_status::sparse_seen;
+        } else {
+            const std::uint64_t position = place->lcn * cluster + ntfs.m_volume_offset;
+            buffer.resize(disk != nullptr ? disk->deliverable(cluster, position) : 0);
+            if (!ntfs.read_clusters(place->lcn, buffer.data(), got)) break;
+        }
+
+        std::uint64_t from = 0;
+        std::uint64_t count = got;
+        if (is_first) {
+            from = walk.head();
+            count = std::min(cluster - from, size);
+        } else if (!following && walk.tail() != 0) {
+            count = walk.tail();
+        }
+        count = std::min(count, size - done);
+        take(ql::clip(buffer, from, count), count);
+        done += count;
+        place = following;
+    }
+    if (skip_sparse) status &= ~read_status::sparse_seen;
+    return done;
+}
+
+// Passes the data of a non-resident attribute to a sink.
+class run_streamer {
+public:
+    run_streamer(CNtfs& ntfs, const data_run_list& runs, data_sink& sink)
+        : m_ntfs(ntfs), m_runs(runs), m_sink(sink) {}
+
+    // Passes `size` bytes, 16 clusters at a time. Ends at the first chunk that cannot be read.
+    // Returns the bytes passed.
+    std::uint64_t stream_plain(std::uint64_t size);
+    // The same for compressed data, unit by unit. A unit that gives nothing ends the data.
+    // `allocated` bounds what is read of the last unit. Returns false if nothing was passed.
+    bool stream_compressed(std::uint64_t size, std::uint64_t allocated);
+
+private:
+    std::uint64_t stream_chunk(std::uint64_t offset, std::uint64_t size);
+    std::uint64_t known_zeros(std::uint64_t offset, std::uint64_t size) const;
+    bool stream_unit(ql::bytes unit, std::uint64_t left, std::uint64_t status);
+
+    CNtfs& m_ntfs;
+    const data_run_list& m_runs;
+    data_sink& m_sink;
+    bool m_is_wanted = true;             // the sink takes more
+    std::vector<std::uint8_t> m_buffer;  // one cluster
+};
+
+std::uint64_t run_streamer::stream_plain(std::uint64_t size) {
+    const std::uint64_t chunk = unit_clusters * m_ntfs.cluster_size();
+    std::uint64_t offset = 0;
+    while (m_is_wanted && offset < size) {
+        // Whole chunks of a hole deliver zeros: they are passed together.
+        std::uint64_t done = known_zeros(offset, size - offset) / chunk * chunk;
+        if (done != 0) {
+            m_is_wanted = m_sink.put_zeros(done);
+        } else {
+            done = stream_chunk(offset, std::min(chunk, size - offset));
+        }
+        if (done == 0) break;
+        offset += done;
+    }
+    return offset;
+}
+
+std::uint64_t run_streamer::stream_chunk(std::uint64_t offset, std::uint64_t size) {
+    std::uint64_t status = 0;
+    return read_clusters_of(m_ntfs, m_runs, offset, size, status, m_buffer,
+                            [this](ql::bytes content, std::uint64_t count) {
+                                m_is_wanted = m_is_wanted && m_sink.put(content) &&
+                                              m_sink.put_zeros(count - content.size());
+                            });
+}
+
+// Returns how many bytes from `offset` on are known to be zero without a read: the rest of a hole,
+// or clusters of which no file of a VMDK chain holds anything. Returns 0 inside a cluster.
+std::uint64_t run_streamer::known_zeros(std::uint64_t offset, std::uint64_t size) const {
+    const std::uint32_t cluster = m_ntfs.cluster_size();
+    if (offset % cluster != 0) return 0;
+    const std::uint64_t vcn = offset / cluster;
+    std::uint32_t index = 0;
+    std::uint64_t lcn = 0;
+    if (!run_lookup(m_runs).find(vcn, index, lcn)) return 0;
+    const data_run& run = m_runs[index];
+    // A run that is later in the data but earlier in the list takes precedence there.
+    std::uint64_t end_vcn = run.vcn + run.num_clusters;
+    for (std::uint32_t i = 0; i < index; ++i) {
+        if (m_runs[i].vcn > vcn) end_vcn = std::min(end_vcn, m_runs[i].vcn);
+    }
+    const std::uint64_t left = std::min((end_vcn - vcn) * cluster, size);
+    if (run.sparse != 0) return left;
+    const CRawDisk* const disk = m_ntfs.disk();
+    const std::uint64_t start = lcn * cluster + m_ntfs.m_volume_offset;
+    if (disk == nullptr || start >= disk->size_in_bytes()) return 0;
+    const std::uint64_t end = start + std::min(left, disk->size_in_bytes() - start);
+    return (disk->next_held(start, end) - start) / cluster * cluster;
+}
+
+bool run_streamer::stream_compressed(std::uint64_t size, std::uint64_t allocated) {
+    const std::uint64_t unit_size = std::min(unit_clusters * m_ntfs.cluster_size(),
+                                             run_bytes(m_runs, m_ntfs.cluster_size(), false));
+    if (unit_size == 0 || !fits_unit(m_ntfs, unit_size)) return false;
+    const std::uint64_t extra = allocated - std::min(allocated, size);
+    std::vector<std::uint8_t> unit;
+    bool any_passed = false;
+    std::uint64_t position = 0;
+    std::uint64_t wanted = unit_size;
+    for (std::uint64_t left = size; left != 0 && m_is_wanted;) {
+        unit.clear();
+        std::uint64_t status = 0;
+        const std::uint64_t got =
+            read_clusters_of(m_ntfs, m_runs, position, wanted, status, m_buffer,
+                             [&unit](ql::bytes content, std::uint64_t count) {
+                                 unit.insert(unit.end(), content.begin(), content.end());
+                                 unit.resize(unit.size() + count - content.size());
+                             });
+        if (got == 0 || !stream_unit(unit, left, status)) break;
+        any_passed = true;
+        left -= std::min(left, got);
+        position += got;
+        // Past the data a unit extends to its allocated end.
+        if (left < unit_size) wanted = left + std::min(extra, unit_size - left);
+    }
+    return any_passed;
+}
+
+// Passes the plain bytes of one unit. Returns false if it has none.
+bool run_streamer::stream_unit(ql::bytes unit, std::uint64_t left, std::uint64_t status) {
+    std::ostringstream plain;
+    std::uint32_t written = 0;
+    if (!decompress_unit(plain, written, unit, left, status | read_status::to_stream)) return false;
+    const std::string_view text = plain.view();
+    if (written == 0) return false;
+    m_is_wanted = m_sink.put({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    return true;
+}
+
+// True for a resident row with data. The end of the source may cut off all of its value.
+bool has_value(const NTFS_ATTRIB_ROW& row) {
+    const std::uint32_t length = ql::le32(row.body, row_body::value_length);
+    return !row.value.empty() ||
+           (row.runs.empty() && row.nonresident == 0 && length != 0 && length < row.record_size);
+}
+
+bool stream_value(const NTFS_ATTRIB_ROW& row, data_sink& sink, mft_entries_ctx& ctx) {
+    const std::uint32_t length = ql::le32(row.body, row_body::value_length);
+    ctx.diag("info: data size 0x%llx", static_cast<unsigned long long>(length));
+    if (length == 0) return false;
+    const ql::bytes value = ql::clip(row.value, 0, length);
+    if (sink.put(value)) sink.put_zeros(length - value.size());
+    ctx.byte_count += length;
+    return true;
+}
+
+bool stream_runs(CNtfs& ntfs, const NTFS_ATTRIB_ROW& row, data_sink& sink, mft_entries_ctx& ctx) {
+    std::uint64_t size = announced_size(row);
+    ctx.diag("info: data size 0x%llx", static_cast<unsigned long long>(size));
+    size = std::min(size, run_bytes(row.runs, ntfs.cluster_size(), false));
+    run_streamer streamer(ntfs, row.runs, sink);
+    if (!is_compressed(row)) {
+        ctx.byte_count += streamer.stream_plain(size);
+        return true;
+    }
+    const std::uint64_t allocated = ql::le64(row.body, row_body::allocated_size);
+    if (!streamer.stream_compressed(size, allocated)) return false;
+    ctx.byte_count += size;
+    return true;
 }
 
 }  // namespace
@@ -91,51 +267,27 @@ bool CNtfs::read_attrib_bytes(const data_run_list& runs, std::uint64_t offset,
 bool CNtfs::read_runs_raw(const data_run_list& runs, std::uint64_t offset,
                           std::span<std::uint8_t> target, std::int64_t& size,
                           std::uint64_t& status) {
-    const std::uint32_t cluster = cluster_size();
-    if (cluster == 0 || size <= 0 || !fits_source(cluster)) return false;
-    const bool skip_sparse = (status & read_status::skip_sparse) != 0;
+    if (cluster_size() == 0 || size <= 0) return false;
     const auto wanted = std::min(static_cast<std::uint64_t>(size), std::uint64_t{target.size()});
-    cluster_walk walk(runs, offset, wanted, cluster, skip_sparse);
-    status |= read_status::always;
-    if (walk.first_vcn() % 65536 == 0) {
-        status |= read_status::aligned;
-        if (wanted == unit_clusters * cluster) status |= read_status::whole_unit;
-    }
-
-    std::vector<std::uint8_t> buffer(cluster);
-    std::uint64_t done = 0;
-    bool is_first = true;
-    for (auto place = walk.next(); place && done < wanted; is_first = false) {
-        const auto following = walk.next();  // settles head and tail
-        std::uint32_t got = cluster;
-        if (place->sparse) {
-            std::fill(buffer.begin(), buffer.end(), std::uint8_t{0});
-            status |= read_status::sparse_seen;
-        } else if (!read_clusters(place->lcn, buffer.data(), got)) {
-            break;
-        } else {
-            std::fill(buffer.begin() + got, buffer.end(), std::uint8_t{0});
-        }
-
-        std::uint64_t from = 0;
-        std::uint64_t count = got;
-        if (is_first) {
-            from = walk.head();
-            count = std::min(cluster - from, wanted);
-        } else if (!following && walk.tail() != 0) {
-            count = walk.tail();
-        }
-        count = std::min(count, target.size() - done);
-        std::copy_n(buffer.begin() + static_cast<std::ptrdiff_t>(from), count,
-                    target.begin() + static_cast<std::ptrdiff_t>(done));
-        done += count;
-        place = following;
-    }
-
-    if (skip_sparse) status &= ~read_status::sparse_seen;
+    std::vector<std::uint8_t> buffer;
+    auto place = target.begin();
+    const std::uint64_t done =
+        read_clusters_of(*this, runs, offset, wanted, status, buffer,
+                         [&place](ql::bytes content, std::uint64_t count) {
+                             place = std::copy(content.begin(), content.end(), place);
+                             place = std::fill_n(place, count - content.size(), std::uint8_t{0});
+                         });
     if (done == 0) return false;
     size = static_cast<std::int64_t>(done);
     return true;
+}
+
+bool stream_row(CNtfs& ntfs, const NTFS_ATTRIB_ROW& row, data_sink& sink, mft_entries_ctx& ctx) {
+    ctx.byte_count = 0;
+    if (has_value(row)) return stream_value(row, sink, ctx);
+    if (!row.runs.empty()) return stream_runs(ntfs, row, sink, ctx);
+    ctx.diag("err: no data");
+    return false;
 }
 
 bool CNtfs::stream_attribute(const NTFS_ATTRIB_ROW& row, std::ostream& out, std::ostream& out2,
@@ -143,86 +295,13 @@ bool CNtfs::stream_attribute(const NTFS_ATTRIB_ROW& row, std::ostream& out, std:
     out.clear();
     out2.clear();
     ctx.byte_count = 0;
-    if (row.runs.empty() && row.value.empty()) {
-        ctx.diag("err: no data");
-        return false;
-    }
-    if (!out || !out2) return false;
-    return row.value.empty() ? stream_runs(row, out, ctx) : stream_value(row, out, ctx);
-}
-
-bool CNtfs::stream_value(const NTFS_ATTRIB_ROW& row, std::ostream& out, mft_entries_ctx& ctx) {
-    const std::uint32_t length = ql::le32(row.body, row_body::value_length);
-    ctx.diag("info: data size 0x%llx", static_cast<unsigned long long>(length));
-    if (length == 0) return false;
-    const ql::bytes value = ql::clip(row.value, 0, length);
-    write_bytes(out, value);
-    ctx.byte_count += value.size();
-    return true;
-}
-
-bool CNtfs::stream_runs(const NTFS_ATTRIB_ROW& row, std::ostream& out, mft_entries_ctx& ctx) {
-    std::uint64_t size = announced_size(row);
-    ctx.diag("info: data size 0x%llx", static_cast<unsigned long long>(size));
-    size = std::min(size, run_bytes(row.runs, cluster_size(), false));
-    if (is_compressed(row)) {
-        const std::uint64_t allocated = ql::le64(row.body, row_body::allocated_size);
-        if (!stream_compressed(out, row.runs, size, allocated)) return false;
-        ctx.byte_count += size;
-        return true;
-    }
-
-    std::vector<std::uint8_t> chunk;
-    if (!make_unit_buffer(size, chunk)) return false;
-    for (std::uint64_t offset = 0; offset < size;) {
-        auto count =
-            static_cast<std::int64_t>(std::min<std::uint64_t>(chunk.size(), size - offset));
-        std::uint64_t status = 0;
-        if (!read_runs_raw(row.runs, offset, chunk, count, status)) break;
-        const auto got = static_cast<std::size_t>(count);
-        write_bytes(out, ql::clip(chunk, 0, got));
-        ctx.byte_count += got;
-        offset += got;
-    }
-    return true;
-}
-
-// A buffer of 16 clusters, or of `limit` bytes when that is less. False when it would be larger
-// than any unit of a sound volume and than the source.
-bool CNtfs::make_unit_buffer(std::uint64_t limit, std::vector<std::uint8_t>& buffer) const {
-    constexpr std::uint64_t largest_usual_unit = unit_clusters * 65536;
-    const std::uint64_t size = std::min(unit_clusters * cluster_size(), limit);
-    if (size > largest_usual_unit && !fits_source(size)) return false;
-    buffer.resize(size);
-    return true;
+    if ((has_value(row) || !row.runs.empty()) && (!out || !out2)) return false;
+    stream_sink sink(out);
+    return stream_row(*this, row, sink, ctx);
 }
 
 bool CNtfs::stream_compressed(std::ostream& out, const data_run_list& runs, std::uint64_t size,
                               std::uint64_t allocated) {
-    std::vector<std::uint8_t> unit;
-    if (!make_unit_buffer(run_bytes(runs, cluster_size(), false), unit)) return false;
-    const std::uint64_t extra = allocated - std::min(allocated, size);
-    bool any_written = false;
-    std::uint64_t position = 0;
-    std::uint64_t wanted = unit.size();
-    for (std::uint64_t left = size; left != 0;) {
-        auto count = static_cast<std::int64_t>(wanted);
-        std::uint64_t status = 0;
-        if (!read_runs_raw(runs, position, unit, count, status)) break;
-        const auto got = static_cast<std::size_t>(count);
-
-        std::ostringstream plain;
-        std::uint32_t written = 0;
-        status |= read_status::to_stream;
-        if (!decompress_unit(plain, written, ql::clip(unit, 0, got), left, status)) break;
-        if (written == 0) break;
-        out << plain.view();
-        any_written = true;
-
-        left -= std::min<std::uint64_t>(left, got);
-        position += got;
-        // Behind the data a unit goes on to its allocated end.
-        if (left < unit.size()) wanted = left + std::min(extra, unit.size() - left);
-    }
-    return any_written;
+    stream_sink sink(out);
+    return run_streamer(*this, runs, sink).stream_compressed(size, allocated);
 }

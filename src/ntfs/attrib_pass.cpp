@@ -1,12 +1,14 @@
 #include "ntfs/attrib_pass.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "foundation/ql_string.h"
 #include "ntfs/attrib_store.h"
 #include "ntfs/attrib_values.h"
 #include "ntfs/attribute_list.h"
 #include "ntfs/ntfs.h"
+#include "ntfs/record_reader.h"
 #include "ntfs/reparse_point.h"
 
 namespace {
@@ -17,21 +19,17 @@ std::uint32_t type_in_key(std::uint32_t type) {
     return known ? type : 0xFFFFFFFFu;
 }
 
-// True for a type that is taken only with a value, and has none.
-bool lacks_value(const record_attrib& attribute) {
-    switch (attribute.type()) {
-        case attrib_type::standard_information:
-        case attrib_type::file_name:
-        case attrib_type::volume_information:
-            return attribute.value_offset() == 0 || attribute.value_length() == 0;
-        case attrib_type::object_id:
-            return attribute.value_offset() == 0 || attribute.value_length() < 16;
-        case attrib_type::reparse_point:
-            return !has_reparse_target(attribute);
-        default:
-            return false;
-    }
+// True if the attribute has a name, given the bytes from its start to the end of its record. The
+// bound counts units, not bytes: the end of a name may be past the end of the record, as zeros.
+bool has_name(const record_attrib& attribute, std::uint64_t left) {
+    const std::uint16_t offset = attribute.name_offset();
+    const std::uint8_t units = attribute.name_length();
+    return offset != 0 && units != 0 && std::uint64_t{offset} + units <= left &&
+           ql::le16(attribute.from(offset), 0) != 0;
 }
+
+// Extension records are read once while they take no more memory than this.
+constexpr std::size_t most_extension_bytes = 0x100000;
 
 }  // namespace
 
@@ -39,27 +37,12 @@ std::uint64_t attribute_key(const record_attrib& attribute) {
     return std::uint64_t{attribute.id()} << 48 | type_in_key(attribute.type());
 }
 
-bool has_name(const record_attrib& attribute) {
-    const std::size_t offset = attribute.name_offset();
-    const std::size_t units = attribute.name_length();
-    if (offset == 0 || units == 0) return false;
-    const ql::bytes rest = attribute.from(0);
-    // The bound counts units, not bytes: the end of a name may lie behind the record, as zeros.
-    return offset + units <= rest.size() && ql::le16(rest, offset) != 0;
-}
-
-std::wstring attribute_name(const record_attrib& attribute) {
+std::wstring attribute_name(const record_attrib& attribute, std::uint64_t left) {
     std::wstring name;
-    if (has_name(attribute)) {
+    if (has_name(attribute, left)) {
         ql::utf16_to_wide(attribute.from(attribute.name_offset()), attribute.name_length() * 2L,
                           name);
     }
-    return name;
-}
-
-std::wstring file_name_of(const record_attrib& attribute) {
-    std::wstring name;
-    read_file_name(attribute, name);
     return name;
 }
 
@@ -77,24 +60,28 @@ std::string volume_name_value(const record_attrib& attribute) {
 }
 
 void kept_names::add(const record_attrib& attribute, std::uint64_t inode) {
-    const auto key = [inode](const record_attrib& name) {
-        const file_name_value value{name.value_to_record_end()};
-        return name_key(entry_of(value.parent_ref()), file_name_of(name), inode);
+    const auto key = [inode](const kept_name& name) {
+        return name_key(entry_of(file_name_value{name.value}.parent_ref()), name.name, inode);
     };
+    kept_name added;
+    added.attrib_id = attribute.id();
+    ql::copy_start(attribute.value_to_record_end(), added.value);
+    read_file_name(attribute, added.name);
     if (m_by_key.empty() && !m_only.has_value()) {
-        m_only = attribute;
+        m_only = std::move(added);
         return;
     }
     if (m_only.has_value()) m_by_key.emplace(key(*m_only), *m_only);
     m_only.reset();
-    m_by_key.emplace(key(attribute), attribute);
+    std::string added_key = key(added);
+    m_by_key.emplace(std::move(added_key), std::move(added));
 }
 
 bool attrib_pass::run(std::uint64_t inode, std::uint32_t record_size) {
     forget();
     m_inode = inode;
     m_record_size = record_size;
-    const fetched result = fetch(inode, m_base);
+    const fetched result = fetch(m_ntfs.get_file_pos_for_inode(inode), m_base);
     if (result == fetched::usable) {
         walk_base();
         return true;
@@ -109,6 +96,7 @@ bool attrib_pass::run(std::uint64_t inode, std::uint32_t record_size) {
 void attrib_pass::forget() {
     m_seen_unnamed_data = false;
     m_extensions.clear();
+    m_extension_bytes = 0;
     m_listed.clear();
     m_lists.clear();
     m_std_infos.clear();
@@ -117,26 +105,18 @@ void attrib_pass::forget() {
     m_arena.release();
 }
 
-// Reads one record by the runs of $MFT, entry 0 as well, and undoes its update sequence. What the
-// end of the source cuts off is zero.
-attrib_pass::fetched attrib_pass::fetch(std::uint64_t inode,
+// Reads the record of an entry, 0 included, at its position by the runs of $MFT.
+attrib_pass::fetched attrib_pass::fetch(std::uint64_t position,
                                         std::vector<std::uint8_t>& record) const {
-    if (!m_ntfs.fits_source(m_record_size)) return fetched::failed;
-    record.resize(m_record_size);
-    std::uint32_t count = m_record_size;
-    if (!CNtfs::read_at(m_ntfs.disk(), m_ntfs.get_file_pos_for_inode(inode), m_ntfs.m_volume_offset,
-                        record.data(), count)) {
-        return fetched::failed;
-    }
-    std::fill(record.begin() + count, record.end(), std::uint8_t{0});
+    record_reader reader(m_ntfs, position, m_record_size, record);
+    if (!reader.read_start()) return fetched::failed;
     const file_record head{record};
     if (head.has_bad_keyword()) {
         if (m_options.trace != nullptr) m_options.trace->diag("err: fixup_mft type: BAAD");
         return fetched::bad;
     }
     if (!head.is_valid() && !head.has_index_keyword()) return fetched::failed;
-    apply_update_sequence(record, head.sequence_array_offset(), head.sequence_array_count(),
-                          record.size(), m_ntfs.get_bytes_per_sector());
+    reader.read_rest(m_record_size, m_options.with_values);
     return fetched::usable;
 }
 
@@ -154,14 +134,35 @@ void attrib_pass::walk_base() {
         expand(list);
 }
 
-// False, with nothing taken, for an attribute that passes the end of its record.
+// Bytes from the start of an attribute to the end of its record.
+std::uint64_t attrib_pass::left(const record_attrib& attribute) const {
+    return m_record_size - std::min<std::uint64_t>(attribute.at, m_record_size);
+}
+
+// True for a type that is taken only with a value, and has none.
+bool attrib_pass::lacks_value(const record_attrib& attribute) const {
+    switch (attribute.type()) {
+        case attrib_type::standard_information:
+        case attrib_type::file_name:
+        case attrib_type::volume_information:
+            return attribute.value_offset() == 0 || attribute.value_length() == 0;
+        case attrib_type::object_id:
+            return attribute.value_offset() == 0 || attribute.value_length() < 16;
+        case attrib_type::reparse_point:
+            return !has_reparse_target(attribute, left(attribute));
+        default:
+            return false;
+    }
+}
+
+// Returns false, with nothing taken, for an attribute that passes the end of its record.
 bool attrib_pass::take(const record_attrib& attribute) {
-    if (attribute.length() > attribute.from(0).size()) return false;
+    if (attribute.length() > left(attribute)) return false;
     if (lacks_value(attribute)) return true;
 
     switch (attribute.type()) {
         case attrib_type::standard_information:
-            if (m_options.with_names) m_std_infos.emplace(attribute.id(), attribute);
+            if (m_options.with_names) take_std_info(attribute);
             break;
         case attrib_type::attribute_list:
             break;
@@ -178,15 +179,20 @@ bool attrib_pass::take(const record_attrib& attribute) {
     return true;
 }
 
+void attrib_pass::take_std_info(const record_attrib& attribute) {
+    kept_std_info info{};
+    ql::copy_start(attribute.value(), info);
+    m_std_infos.emplace(attribute.id(), info);
+}
+
 // The parts of a long unnamed stream have ids of their own and are joined to the first one. Those
 // of a named stream meet only under one id.
 void attrib_pass::take_data(const record_attrib& attribute) {
-    const bool unnamed = !has_name(attribute);
+    const bool unnamed = !has_name(attribute, left(attribute));
     if (unnamed && attribute.nonresident() && m_seen_unnamed_data &&
         !m_attributes.contains(attribute_key(attribute))) {
         const auto is_unnamed_data = [](const auto& item) {
-            return item.second.attribute.type() == attrib_type::data &&
-                   !has_name(item.second.attribute);
+            return item.second.type == attrib_type::data && item.second.name.empty();
         };
         const auto first = std::find_if(m_attributes.begin(), m_attributes.end(), is_unnamed_data);
         if (first != m_attributes.end()) {
@@ -200,8 +206,8 @@ void attrib_pass::take_data(const record_attrib& attribute) {
     if (unnamed) m_seen_unnamed_data = true;
 }
 
-// Under a key that is taken, an attribute of the same name adds its runs to the one that is there;
-// with another name, or with a value to keep, it is dropped.
+// If the key of an attribute is in use, an attribute of the same name adds its runs to the one that
+// is there. One with another name, or with a value to keep, is dropped.
 void attrib_pass::insert_or_join(const record_attrib& attribute) {
     const std::uint64_t key = attribute_key(attribute);
     const auto kept = m_attributes.find(key);
@@ -211,16 +217,25 @@ void attrib_pass::insert_or_join(const record_attrib& attribute) {
     }
     const bool has_value = !attribute.nonresident() && attribute.value_length() != 0;
     if (has_value && m_options.keep_values) return;
-    if (attribute_name(kept->second.attribute) == attribute_name(attribute)) {
+    if (kept->second.name == attribute_name(attribute, left(attribute))) {
         join(kept->second, attribute);
     }
 }
 
 void attrib_pass::insert(std::uint64_t key, const record_attrib& attribute) {
-    const auto kept = m_attributes.emplace(key, kept_attrib{attribute, {}}).first;
-    if (m_options.with_runs && attribute.nonresident()) {
-        kept->second.runs = attribute_runs(attribute);
+    kept_attrib& kept = m_attributes[key];
+    kept.type = attribute.type();
+    ql::copy_start(ql::clip(attribute.from(0), 0, attribute.length()), kept.head);
+    kept.name = attribute_name(attribute, left(attribute));
+    if (attribute.nonresident()) {
+        if (m_options.with_runs) kept.runs = attribute_runs(attribute);
+    } else if (m_options.with_values || attribute.type() == attrib_type::object_id) {
+        constexpr std::size_t object_id_size = 16;
+        const ql::bytes value = attribute.value();
+        const ql::bytes wanted = m_options.with_values ? value : ql::clip(value, 0, object_id_size);
+        kept.value.assign(wanted.begin(), wanted.end());
     }
+    if (m_options.on_insert) m_options.on_insert(key, kept, attribute);
 }
 
 void attrib_pass::join(kept_attrib& kept, const record_attrib& attribute) const {
@@ -228,10 +243,10 @@ void attrib_pass::join(kept_attrib& kept, const record_attrib& attribute) const 
     merge_runs(attribute.nonresident() ? attribute_runs(attribute) : data_run_list{}, kept.runs);
 }
 
-void attrib_pass::expand(const record_attrib& list) {
-    attribute_list_body body;
-    if (!load_attribute_list(m_ntfs, list, body)) return;
-    for_each_list_entry(body, [this](const list_entry& entry) {
+void attrib_pass::expand(const record_attrib& attribute) {
+    auto list = open_attribute_list(m_ntfs, attribute);
+    if (!list) return;
+    for_each_list_entry(*list, [this](const list_entry& entry) {
         const std::uint64_t number = entry.entry_number();
         if (number == m_inode) return;  // its attributes were taken already
         if (m_options.trace != nullptr) {
@@ -239,38 +254,40 @@ void attrib_pass::expand(const record_attrib& list) {
                                   static_cast<unsigned long long>(m_inode),
                                   static_cast<unsigned long long>(number));
         }
-        if (const std::vector<std::uint8_t>* record = extension(number)) {
-            take_listed(entry, *record);
-        }
+        if (const extension_record* record = extension(number)) take_listed(entry, *record);
     });
 }
 
-// The record of an entry that a list names, read once; null when it is no FILE record.
-const std::vector<std::uint8_t>* attrib_pass::extension(std::uint64_t entry) {
+// Returns the record of an entry that a list names, valid until the next call; null if it is not a
+// FILE record.
+const attrib_pass::extension_record* attrib_pass::extension(std::uint64_t entry) {
     const auto known = m_extensions.find(entry);
     if (known != m_extensions.end()) return &known->second;
 
-    // A list that names more records than the source holds finds one record at many numbers.
-    if (!m_ntfs.fits_source((m_extensions.size() + 1) * std::uint64_t{m_record_size})) {
-        return nullptr;
-    }
-    std::vector<std::uint8_t> record;
-    if (fetch(entry, record) != fetched::usable) return nullptr;
-    const file_record head{record};
+    extension_record record{m_ntfs.get_file_pos_for_inode(entry), {}};
+    if (fetch(record.position, record.bytes) != fetched::usable) return nullptr;
+    const file_record head{record.bytes};
     if (!head.has_file_keyword() || head.first_attrib_offset() == 0) return nullptr;
+    if (m_extension_bytes + record.bytes.size() > most_extension_bytes) {
+        m_extensions.clear();
+        m_extension_bytes = 0;
+    }
+    m_extension_bytes += record.bytes.size();
     return &m_extensions.emplace(entry, std::move(record)).first->second;
 }
 
-// Takes each attribute of `record` that has the type and the id of a list entry. Nobody compares
-// sequence numbers: a record that was used again may add attributes. A list that names an attribute
-// again adds nothing: its runs could be joined over and over, to more than the source holds.
-void attrib_pass::take_listed(const list_entry& entry, ql::bytes record) {
-    record_attrib attribute = first_attrib(record);
-    // Behind the record all lengths are 0.
+// Takes each attribute of `record` that has the type and the id of a list entry. Sequence numbers
+// are not compared: a record that was used again may add attributes. A list that leads to an
+// attribute again adds nothing: its runs could be joined over and over, to more than the source
+// holds.
+void attrib_pass::take_listed(const list_entry& entry, const extension_record& record) {
+    record_attrib attribute = first_attrib(record.bytes);
+    // Past the end of the record all lengths are 0.
     while (attribute.type() != attrib_type::end && attribute.length() != 0) {
+        const std::uint64_t position = record.position + attribute.at;
         if (attribute.type() == entry.type() && attribute.id() == entry.id() &&
-            m_listed.insert(record.data() + attribute.at).second) {
-            take(attribute);
+            !m_listed.contains(position) && take(attribute)) {
+            m_listed.insert(position);
         }
         attribute.at += attribute.length();
     }

@@ -1,11 +1,13 @@
 // One pass over an MFT entry: the base record, then the extension records that its lists name.
 //
-// The pass keeps no copies: what it finds stays where it lies in the records, which the pass holds
-// until its next run. Stores and rows are built from it.
+// The pass copies what stores and rows need of each attribute. Of an extension record nothing else
+// is kept once the next one is read, so that memory does not grow with the records that a list
+// names.
 #pragma once
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory_resource>
 #include <optional>
@@ -19,26 +21,50 @@
 
 class CNtfs;
 
+struct kept_attrib;
+
 // What a pass does with the attributes it finds.
 struct attrib_pass_options {
     // Resident attributes with a value are never joined with another one of their key.
     bool keep_values = true;
+    // Values of resident attributes are copied; otherwise those of $OBJECT_ID alone.
+    bool with_values = true;
     // Run lists are decoded, and those of joined attributes merged.
     bool with_runs = true;
     // $STANDARD_INFORMATION and $FILE_NAME attributes are kept.
     bool with_names = true;
+    // Called with each attribute that gets a key of its own, while its record is held.
+    std::function<void(std::uint64_t key, const kept_attrib& kept, const record_attrib& attribute)>
+        on_insert = {};
     // Where reasons are traced; null for nowhere.
     cmd_params* trace = nullptr;
 };
 
 // One attribute of the entry, with the runs of all attributes that were joined to it.
 struct kept_attrib {
-    record_attrib attribute;
-    data_run_list runs;  // when non-resident
+    std::uint32_t type = 0;
+    // The start of the attribute's own bytes; zeros follow its length.
+    std::array<std::uint8_t, 72> head{};
+    std::wstring name;
+    std::vector<std::uint8_t> value;  // of a resident attribute, as far as its record is held
+    data_run_list runs;               // of a non-resident attribute
+
+    // The fields of the attribute's header.
+    record_attrib header() const { return {head, 0}; }
 };
 
-// The $FILE_NAME attributes of an entry in the order of their keys. Of two with one key the first
-// stays. The only name of an entry, which is the usual case, has no use for a key and gets none.
+// A $STANDARD_INFORMATION value; zeros follow a shorter one.
+using kept_std_info = std::array<std::uint8_t, 72>;
+
+// A $FILE_NAME attribute.
+struct kept_name {
+    std::uint16_t attrib_id = 0;
+    std::array<std::uint8_t, 68> value{};  // start of the value
+    std::wstring name;
+};
+
+// The $FILE_NAME attributes of an entry in the order of their keys. If two have the same key, the
+// first is kept. The only name of an entry, which is the usual case, gets no key.
 class kept_names {
 public:
     explicit kept_names(std::pmr::memory_resource* memory) : m_by_key(memory) {}
@@ -50,7 +76,7 @@ public:
         m_by_key.clear();
     }
 
-    // Calls `visit` with each attribute in the order of their keys.
+    // Calls `visit` with each name in the order of their keys.
     template <class Visitor>
     void for_each(Visitor visit) const {
         if (m_only.has_value()) visit(*m_only);
@@ -59,8 +85,8 @@ public:
     }
 
 private:
-    std::optional<record_attrib> m_only;
-    std::pmr::map<std::string, record_attrib> m_by_key;
+    std::optional<kept_name> m_only;
+    std::pmr::map<std::string, kept_name> m_by_key;
 };
 
 class attrib_pass {
@@ -71,36 +97,45 @@ public:
     attrib_pass(const attrib_pass&) = delete;
     attrib_pass& operator=(const attrib_pass&) = delete;
 
-    // Reads the entry and sorts its attributes. False when its record can't be used; the trace
-    // tells why. An extension record that can't be used is left out, and a damaged attribute ends
-    // the walk of its record; neither is a failure. What an earlier run found is gone.
+    // Reads the entry and sorts its attributes. Returns false if its record cannot be used; the
+    // trace says why. An extension record that cannot be used is left out, and a damaged attribute
+    // ends the walk of its record; neither is a failure. The results of an earlier run are dropped.
     // `record_size`: bytes in a file record.
     bool run(std::uint64_t inode, std::uint32_t record_size);
 
-    // The base record, update sequence applied.
+    // The base record as far as it was read, update sequence applied.
     ql::bytes base_record() const { return m_base; }
 
-    // $STANDARD_INFORMATION attributes by attribute id.
-    const std::pmr::map<std::uint16_t, record_attrib>& std_infos() const { return m_std_infos; }
+    // $STANDARD_INFORMATION values by attribute id.
+    const std::pmr::map<std::uint16_t, kept_std_info>& std_infos() const { return m_std_infos; }
     const kept_names& file_names() const { return m_file_names; }
-    // All other attributes by id << 48 | type; types without a meaning stand under 0xFFFFFFFF.
+    // All other attributes by id << 48 | type; types without a meaning are under 0xFFFFFFFF.
     const std::pmr::map<std::uint64_t, kept_attrib>& attributes() const { return m_attributes; }
     bool seen_unnamed_data() const { return m_seen_unnamed_data; }
 
 private:
     enum class fetched { failed, bad, usable };
 
-    fetched fetch(std::uint64_t inode, std::vector<std::uint8_t>& record) const;
-    const std::vector<std::uint8_t>* extension(std::uint64_t entry);
+    // A record of an entry that a list names.
+    struct extension_record {
+        std::uint64_t position;  // in the volume
+        std::vector<std::uint8_t> bytes;
+    };
+
+    fetched fetch(std::uint64_t position, std::vector<std::uint8_t>& record) const;
+    const extension_record* extension(std::uint64_t entry);
     void forget();
     void walk_base();
+    std::uint64_t left(const record_attrib& attribute) const;
+    bool lacks_value(const record_attrib& attribute) const;
     bool take(const record_attrib& attribute);
+    void take_std_info(const record_attrib& attribute);
     void take_data(const record_attrib& attribute);
     void insert_or_join(const record_attrib& attribute);
     void insert(std::uint64_t key, const record_attrib& attribute);
     void join(kept_attrib& kept, const record_attrib& attribute) const;
-    void expand(const record_attrib& list);
-    void take_listed(const list_entry& entry, ql::bytes record);
+    void expand(const record_attrib& attribute);
+    void take_listed(const list_entry& entry, const extension_record& record);
 
     CNtfs& m_ntfs;
     const attrib_pass_options m_options;
@@ -108,32 +143,30 @@ private:
     std::uint64_t m_inode = 0;
     bool m_seen_unnamed_data = false;
     std::vector<std::uint8_t> m_base;
-    std::map<std::uint64_t, std::vector<std::uint8_t>> m_extensions;  // by entry number
-    std::set<const std::uint8_t*> m_listed;  // attributes in them that were taken
-    std::vector<record_attrib> m_lists;      // of the base record
+    std::map<std::uint64_t, extension_record> m_extensions;  // by entry number, the latest ones
+    std::size_t m_extension_bytes = 0;                       // in them
+    std::set<std::uint64_t> m_listed;    // positions in the volume of attributes that were taken
+    std::vector<record_attrib> m_lists;  // of the base record
 
-    // The maps of an ordinary entry fit into this; those of others go on in the heap.
-    std::array<std::byte, 2048> m_arena_bytes;
+    // The maps of an ordinary entry fit into this; those of others continue in the heap.
+    std::array<std::byte, 4096> m_arena_bytes;
     std::pmr::monotonic_buffer_resource m_arena{m_arena_bytes.data(), m_arena_bytes.size()};
-    std::pmr::map<std::uint16_t, record_attrib> m_std_infos{&m_arena};
+    std::pmr::map<std::uint16_t, kept_std_info> m_std_infos{&m_arena};
     kept_names m_file_names{&m_arena};
     std::pmr::map<std::uint64_t, kept_attrib> m_attributes{&m_arena};
 };
 
-// The name of an attribute; empty when it has none, or when its offset and its number of 16-bit
-// units together pass the end of the record.
-std::wstring attribute_name(const record_attrib& attribute);
+// Returns the name of an attribute; empty if it has none, or if its offset and its number of 16-bit
+// units together pass the end of the record, which is `left` bytes after the start of the
+// attribute.
+std::wstring attribute_name(const record_attrib& attribute, std::uint64_t left);
 
-// The value of an unnamed $VOLUME_NAME attribute in UTF-8; empty when it is not resident.
+// Returns the value of an unnamed $VOLUME_NAME attribute in UTF-8; empty if it is not resident.
 std::string volume_name_value(const record_attrib& attribute);
 
-// True when attribute_name is not empty.
-bool has_name(const record_attrib& attribute);
-
-// The name in a $FILE_NAME attribute, which the end of the record may cut.
-std::wstring file_name_of(const record_attrib& attribute);
-// The same in place of what `name` held.
+// Replaces `name` with the name in a $FILE_NAME attribute, which the end of the record may
+// truncate.
 void read_file_name(const record_attrib& attribute, std::wstring& name);
 
-// Key of an attribute in the order of an entry's attributes: the id, then the type.
+// Returns the key of an attribute in the order of an entry's attributes: the id, then the type.
 std::uint64_t attribute_key(const record_attrib& attribute);

@@ -1,4 +1,7 @@
+#include "ntfs/attrib_rows.h"
+
 #include <algorithm>
+#include <utility>
 
 #include "foundation/ql_string.h"
 #include "ntfs/attrib_pass.h"
@@ -29,14 +32,14 @@ public:
           m_with_values(with_values) {}
 
     void add_head();
-    void add_std_info(const record_attrib& attribute);
-    void add_file_name(const record_attrib& attribute);
+    void add_std_info(const kept_std_info& value);
+    void add_file_name(const kept_name& name);
     void add_attribute(const kept_attrib& kept);
 
 private:
     NTFS_ATTRIB_ROW& add(std::uint32_t type, std::uint16_t id);
     void fill_nonresident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept) const;
-    void fill_resident(NTFS_ATTRIB_ROW& row, const record_attrib& attribute) const;
+    void fill_resident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept) const;
 
     std::vector<NTFS_ATTRIB_ROW>& m_rows;
     const file_record m_head;
@@ -66,19 +69,19 @@ void row_writer::add_head() {
     put(row, 9, m_head.base_ref());
 }
 
-void row_writer::add_std_info(const record_attrib& attribute) {
+void row_writer::add_std_info(const kept_std_info& value) {
     NTFS_ATTRIB_ROW& row = add(attrib_type::standard_information, 0);
-    const standard_information_value info{attribute.value()};
+    const standard_information_value info{value};
     put(row, 0, info.created());
     put(row, 8, info.modified());
-    put(row, 16, info.accessed());  // the row has it in front of mft changed
+    put(row, 16, info.accessed());  // before mft changed, unlike on the disk
     put(row, 24, info.mft_changed());
     put(row, 32, info.attributes());
 }
 
-void row_writer::add_file_name(const record_attrib& attribute) {
-    NTFS_ATTRIB_ROW& row = add(attrib_type::file_name, attribute.id());
-    const file_name_value value{attribute.value_to_record_end()};
+void row_writer::add_file_name(const kept_name& name) {
+    NTFS_ATTRIB_ROW& row = add(attrib_type::file_name, name.attrib_id);
+    const file_name_value value{name.value};
     put(row, 0, value.parent_ref());
     put(row, 8, value.created());
     put(row, 16, value.modified());
@@ -87,24 +90,24 @@ void row_writer::add_file_name(const record_attrib& attribute) {
     put(row, 40, value.real_size());
     put(row, 48, value.name_space());
     put(row, 49, static_cast<std::uint8_t>(value.attributes()));
-    ql::append_utf8(row.file_name, file_name_of(attribute));
+    ql::append_utf8(row.file_name, name.name);
 }
 
 void row_writer::add_attribute(const kept_attrib& kept) {
-    const record_attrib& attribute = kept.attribute;
+    const record_attrib attribute = kept.header();
     NTFS_ATTRIB_ROW& row = add(attribute.type(), attribute.id());
     row.attrib_flags = attribute.flags();
     row.nonresident = attribute.nonresident() ? 1 : 0;
     if (attribute.nonresident()) {
         fill_nonresident(row, kept);
     } else {
-        fill_resident(row, attribute);
+        fill_resident(row, kept);
     }
-    if (has_name(attribute)) row.name = ql::to_utf8(attribute_name(attribute));
+    if (!kept.name.empty()) row.name = ql::to_utf8(kept.name);
 }
 
 void row_writer::fill_nonresident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept) const {
-    const record_attrib& attribute = kept.attribute;
+    const record_attrib attribute = kept.header();
     const bool compressed = (attribute.flags() & 1u) != 0;
     put(row, row_body::owner_ref, m_head.base_ref() != 0 ? m_head.base_ref() : m_inode);
     put(row, row_body::allocated_size, attribute.allocated_size());
@@ -115,20 +118,19 @@ void row_writer::fill_nonresident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept)
     row.runs = kept.runs;
 }
 
-void row_writer::fill_resident(NTFS_ATTRIB_ROW& row, const record_attrib& attribute) const {
-    const std::uint32_t length = attribute.value_length();
-    const ql::bytes value = attribute.value();
-    if (attribute.type() == attrib_type::object_id && length == 16) {
-        std::copy(value.begin(), value.end(), row.body.begin());
+void row_writer::fill_resident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept) const {
+    const std::uint32_t length = kept.header().value_length();
+    if (kept.type == attrib_type::object_id && length == 16) {
+        std::copy(kept.value.begin(), kept.value.end(), row.body.begin());
     } else {
         put(row, row_body::value_length, length);
     }
-    if (m_with_values && length < m_record_size) {
-        row.value.reserve(length);
-        row.value.assign(value.begin(), value.end());
-        row.value.resize(length);  // what lies behind the record is zero
+    if (!m_with_values) return;
+    // Bytes past what the record holds are not kept: they are zero.
+    if (length < m_record_size) row.value = kept.value;
+    if (kept.type == attrib_type::volume_name) {
+        ql::utf16_to_utf8(kept.value, length, row.name, false);
     }
-    if (attribute.type() == attrib_type::volume_name) row.name = volume_name_value(attribute);
 }
 
 }  // namespace
@@ -144,15 +146,41 @@ bool CNtfs::get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& r
     writer.add_head();
     for (const auto& info : pass.std_infos())
         writer.add_std_info(info.second);
-    pass.file_names().for_each(
-        [&writer](const record_attrib& attribute) { writer.add_file_name(attribute); });
+    pass.file_names().for_each([&writer](const kept_name& name) { writer.add_file_name(name); });
     for (const auto& kept : pass.attributes())
         writer.add_attribute(kept.second);
     return true;
 }
 
+bool find_attrib_row(CNtfs& ntfs, std::uint64_t inode, std::uint32_t type, const std::string& name,
+                     NTFS_ATTRIB_ROW& row) {
+    if (!ntfs.is_open()) return false;
+    const std::uint32_t record_size = ntfs.get_mft_record_size();
+    kept_attrib first;
+    std::uint64_t first_key = ~std::uint64_t{0};
+    const auto keep_first = [&](std::uint64_t key, const kept_attrib& kept,
+                                const record_attrib& attribute) {
+        if (key > first_key || kept.header().type() != type) return;
+        if (ql::to_utf8(kept.name) != name) return;
+        first_key = key;
+        first = kept;
+        const ql::bytes value = attribute.nonresident() ? ql::bytes() : attribute.value();
+        first.value.assign(value.begin(), value.end());
+    };
+    attrib_pass pass(ntfs, {.with_values = false, .with_names = false, .on_insert = keep_first});
+    if (!pass.run(inode, record_size)) return false;
+    const auto kept = pass.attributes().find(first_key);
+    if (kept == pass.attributes().end()) return false;
+    first.runs = kept->second.runs;  // with those of attributes that were joined to it
+
+    std::vector<NTFS_ATTRIB_ROW> rows;
+    row_writer(rows, pass, inode, record_size, true).add_attribute(first);
+    row = std::move(rows.front());
+    return true;
+}
+
 listing_rows::listing_rows(CNtfs& ntfs)
-    : m_ntfs(ntfs), m_pass(ntfs, {.with_runs = false, .with_names = false}) {}
+    : m_ntfs(ntfs), m_pass(ntfs, {.with_values = false, .with_runs = false, .with_names = false}) {}
 
 bool listing_rows::read(std::uint64_t inode) {
     m_rows.clear();

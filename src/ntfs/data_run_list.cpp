@@ -129,12 +129,11 @@ bool decode_attrib_runs(const record_attrib& attribute, std::vector<NTFS_DATA>& 
 }
 
 bool decode_mft_runs(ql::bytes list, std::vector<NTFS_DATA>& out, std::uint32_t attrib_type,
-                     bool clear_first) {
+                     bool clear_first, std::size_t most_runs) {
     if (clear_first) out.clear();
-    const std::size_t count_before = out.size();
     std::uint64_t lcn = 0;
     std::size_t at = 0;
-    for (unsigned header = ql::le8(list, at); header != 0; header = ql::le8(list, at)) {
+    for (unsigned header = ql::le8(list, at); header != 0 && most_runs != 0; --most_runs) {
         const unsigned length_width = header & 0x0fu;
         const unsigned offset_width = header >> 4;
         lcn = read_step(list, at + 1 + length_width, offset_width).apply(lcn);
@@ -145,8 +144,9 @@ bool decode_mft_runs(ql::bytes list, std::vector<NTFS_DATA>& out, std::uint32_t 
         data.num_clusters = read_folded_length(list, at + 1, length_width);
         data.attrib_type = attrib_type;
         at += 1 + length_width + offset_width;
+        header = ql::le8(list, at);
     }
-    return out.size() > count_before;
+    return ql::le8(list, 0) != 0;
 }
 
 void to_data_run_list(const std::vector<NTFS_DATA>& decoded, data_run_list& out) {
@@ -176,7 +176,9 @@ std::uint64_t run_bytes(const data_run_list& runs, std::uint32_t cluster_size, b
     for (const data_run& run : runs) {
         if (run.sparse == 0 || !skip_sparse) clusters += run.num_clusters;
     }
-    return clusters * cluster_size;
+    // No size is larger than a number can state.
+    const bool fits = cluster_size == 0 || clusters <= all_ones / cluster_size;
+    return fits ? clusters * cluster_size : all_ones;
 }
 
 bool vcn_to_lcn(const data_run_list& runs, std::uint64_t vcn, std::uint32_t& run_index,

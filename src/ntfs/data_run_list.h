@@ -5,6 +5,7 @@
 // element before; F = 0 is a sparse run. A header byte of 0 ends the list.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -44,11 +45,11 @@ using data_run_list = std::vector<data_run>;
 // attribute length of 0; true otherwise, with what came before the first bad element.
 bool decode_attrib_runs(const record_attrib& attribute, std::vector<NTFS_DATA>& out);
 
-// The decoder for the metadata files $MFT and $Bitmap: ends only at a zero header byte or at the
-// end of `list`. Sparse runs get an all-ones lcn; vcn is left 0. With `clear_first` the vector is
-// emptied first. True when at least one element was taken.
+// The decoder for the metadata files $MFT and $Bitmap: ends only at a zero header byte, at the end
+// of `list` or after `most_runs`. Sparse runs get an all-ones lcn; vcn is left 0. With
+// `clear_first` the vector is emptied first. Returns true if the list has at least one element.
 bool decode_mft_runs(ql::bytes list, std::vector<NTFS_DATA>& out, std::uint32_t attrib_type,
-                     bool clear_first);
+                     bool clear_first, std::size_t most_runs = SIZE_MAX);
 
 // The compact list of what decode_attrib_runs gave. Behind the first element an offset of 0 counts
 // as sparse, whether or not an offset field was there.
@@ -57,7 +58,8 @@ void to_data_run_list(const std::vector<NTFS_DATA>& decoded, data_run_list& out)
 // decode_attrib_runs and to_data_run_list in one.
 data_run_list attribute_runs(const record_attrib& attribute);
 
-// Bytes that the runs cover, without sparse runs when `skip_sparse`.
+// Returns the bytes that the runs cover, without sparse runs if `skip_sparse`; 2^64 - 1 if there
+// are more.
 std::uint64_t run_bytes(const data_run_list& runs, std::uint32_t cluster_size, bool skip_sparse);
 
 // The first run that holds `vcn`: its index and the LCN, which stays 0 for a sparse run. False,

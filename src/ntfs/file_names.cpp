@@ -117,13 +117,13 @@ bool CNtfs::get_file_names(name_entry_list& names, std::uint64_t inode, ql::byte
     names.clear();
     const name_filter filter{all_namespaces, parent_filter};
     record_attrib list;
-    attribute_list_body body;
-    if (find_attrib(record, attrib_type::attribute_list, list, get_mft_record_size()) &&
-        load_attribute_list(*this, list, body)) {
-        extension_names extensions(*this, names, filter);
-        for_each_list_entry(body, [&extensions, inode](const list_entry& entry) {
-            if (entry.entry_number() != inode) extensions.collect(entry);
-        });
+    if (find_attrib(record, attrib_type::attribute_list, list, get_mft_record_size())) {
+        if (auto entries = open_attribute_list(*this, list)) {
+            extension_names extensions(*this, names, filter);
+            for_each_list_entry(*entries, [&extensions, inode](const list_entry& entry) {
+                if (entry.entry_number() != inode) extensions.collect(entry);
+            });
+        }
     }
     collect_names(names, record, filter);
     return !names.empty();

@@ -58,23 +58,8 @@ bool find_named_attrib(record_attrib& attribute, std::uint32_t type, ql::bytes n
     }
 }
 
-bool find_list_entry(list_entry& entry, std::int64_t& bytes_left, std::uint32_t type,
-                     ql::bytes name) {
-    for (;;) {
-        if (entry.type() == type &&
-            is_named(entry.list, entry.at + entry.name_offset(), entry.name_length(), name)) {
-            return true;
-        }
-        const std::uint16_t length = entry.length();
-        if (length == 0) {
-            bytes_left = 0;
-            return false;
-        }
-        bytes_left -= length;
-        if (bytes_left < 1) return false;
-        entry.at += length;
-        if (entry.type() == attrib_type::end) return false;
-    }
+bool list_entry::is_named(ql::bytes wanted) const {
+    return ::is_named(list, at + name_offset(), name_length(), wanted);
 }
 
 void apply_update_sequence(std::span<std::uint8_t> record, std::uint16_t array_offset,
@@ -93,9 +78,9 @@ void apply_update_sequence(std::span<std::uint8_t> record, std::uint16_t array_o
     }
 }
 
-bool apply_fixup(std::uint32_t& kind, std::span<std::uint8_t> record, std::uint32_t stride) {
+bool check_fixup(std::uint32_t& kind, ql::bytes record, std::uint64_t size, std::uint32_t stride) {
     kind = record_kind::none;
-    if (record.size() < 1024) return false;
+    if (size < 1024) return false;
     const file_record header{record};
     if (header.is_valid()) {
         kind = record_kind::file;
@@ -106,10 +91,15 @@ bool apply_fixup(std::uint32_t& kind, std::span<std::uint8_t> record, std::uint3
     } else {
         return false;
     }
-
     const std::uint16_t count = header.sequence_array_count();
     if (kind == record_kind::bad && count > 10) return false;
-    if (count > 1 && record.size() < (count - std::uint64_t{1}) * stride) return false;
-    apply_update_sequence(record, header.sequence_array_offset(), count, record.size(), stride);
+    return count < 2 || size >= (count - std::uint64_t{1}) * stride;
+}
+
+bool apply_fixup(std::uint32_t& kind, std::span<std::uint8_t> record, std::uint32_t stride) {
+    if (!check_fixup(kind, record, record.size(), stride)) return false;
+    const file_record header{record};
+    apply_update_sequence(record, header.sequence_array_offset(), header.sequence_array_count(),
+                          record.size(), stride);
     return true;
 }

@@ -153,12 +153,9 @@ struct list_entry {
     std::uint64_t entry_number() const { return ql::le48(list, at + 16); }
     std::uint16_t sequence() const { return ql::le16(list, at + 22); }
     std::uint16_t id() const { return ql::le16(list, at + 24); }
+    // True if the entry's name is `wanted`, UTF-16LE bytes.
+    bool is_named(ql::bytes wanted) const;
 };
-
-// The first list entry of `type` and `name` from `entry` on, which is tested first. `bytes_left`
-// counts down by each entry passed and is 0 after an entry of length 0.
-bool find_list_entry(list_entry& entry, std::int64_t& bytes_left, std::uint32_t type,
-                     ql::bytes name);
 
 // Puts the last two bytes of each block of `record` back from its update sequence array at
 // `array_offset`: words 1 to `array_count` - 1, at most `size` / `stride` blocks. The check value
@@ -175,7 +172,12 @@ constexpr std::uint32_t index = 2;
 constexpr std::uint32_t bad = 3;
 }  // namespace record_kind
 
-// The general form: tells the kind of a record of at least 1024 bytes and applies its update
-// sequence. False with kind 0 for a smaller record or an unknown keyword, false when `size` is
-// below (count - 1) * stride, and for a "BAAD" record with a count above 10.
+// Returns true if the update sequence of a record of `size` bytes, of which `record` holds the
+// first, can be applied, and sets its kind. Returns false with kind 0 for a record of less than
+// 1024 bytes or an unknown keyword; returns false if `size` is less than (count - 1) * stride, and
+// for a "BAAD" record with a count above 10.
+bool check_fixup(std::uint32_t& kind, ql::bytes record, std::uint64_t size, std::uint32_t stride);
+
+// The general form: check_fixup, then the update sequence is applied to the whole record. Returns
+// false, with the record unchanged, if check_fixup does.
 bool apply_fixup(std::uint32_t& kind, std::span<std::uint8_t> record, std::uint32_t stride);

@@ -3,17 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <span>
+#include <optional>
 #include <utility>
 
 #include "ntfs/attribute_list.h"
+#include "ntfs/index_blocks.h"
 #include "ntfs/ntfs.h"
 
 namespace {
 
-// Bytes of an index block, whatever the boot sector says.
-constexpr std::uint32_t block_size = 4096;
-constexpr std::uint32_t all_blocks = 0xFFFFFFFF;
 constexpr std::uint16_t largest_entry = 768;
 
 constexpr std::array<std::uint8_t, 8> i30_name = {'$', 0, 'I', 0, '3', 0, '0', 0};
@@ -61,147 +59,145 @@ bool collect_root(const record_attrib& root, std::vector<std::uint64_t>& childre
     return collect_entries(children, ql::clip(value, 16), include_slack);
 }
 
-// The entry number of the first list entry of `type` and name "$I30".
-bool find_listed_i30(const attribute_list_body& list, std::uint32_t type, std::uint64_t& number) {
-    list_entry entry{list.entries, 0};
-    std::int64_t left = list.size;
-    if (!find_list_entry(entry, left, type, i30_name)) return false;
-    number = entry.entry_number();
-    return true;
-}
-
-// Other than load_attribute_list: a resident list goes on to the end of its record, a non-resident
-// one ends with its runs, and holes in it are zeros.
-bool load_index_list(CNtfs& ntfs, const record_attrib& attribute, attribute_list_body& list) {
+// Opens an attribute list for a search. A resident list goes on to the end of its record, a
+// non-resident one ends with its data, and holes in it are zeros. Returns nullopt if a non-resident
+// list cannot be read.
+std::optional<list_cursor> open_index_list(CNtfs& ntfs, const record_attrib& attribute) {
     if (!attribute.nonresident()) {
-        list.entries = attribute.value_to_record_end();
-        list.size = attribute.value_length();
-        return true;
+        return list_cursor(attribute.value_to_record_end(), attribute.value_length());
     }
-    const data_run_list runs = attribute_runs(attribute);
-    const std::uint64_t total = run_bytes(runs, ntfs.cluster_size(), false);
-    if (total > std::numeric_limits<std::int32_t>::max() || !ntfs.fits_source(total)) return false;
-    list.clusters.assign(static_cast<std::size_t>(total), 0);
-    list.size = static_cast<std::int64_t>(total);
-    if (!ntfs.read_attrib_bytes(runs, 0, list.clusters, list.size, false)) return false;
-    list.entries = list.clusters;
-    return true;
+    auto clusters = open_list_data(ntfs, attribute);
+    if (clusters == nullptr) return std::nullopt;
+    list_cursor list(std::move(clusters), std::numeric_limits<std::int32_t>::max());
+    if (list.is_empty()) return std::nullopt;
+    return list;
 }
 
-// Reads the record of an entry into `record`, which has the room of one.
+// Reads the record of an entry into `record`. Returns false if it is no record, or if its size is
+// larger than that of the boot sector.
 bool read_record(CNtfs& ntfs, std::uint64_t number, std::vector<std::uint8_t>& record) {
     std::uint64_t position = 0;
-    auto size = static_cast<std::int64_t>(record.size());
+    std::int64_t size = ntfs.get_mft_record_size();
     return ntfs.read_file_record(number, record, position, size, false);
 }
 
-// Puts the clusters of an index together to blocks.
-class block_collector {
-public:
-    // blocks              zeros, room for whole blocks
-    // clusters_per_block  0 for clusters that hold whole blocks
-    // skip                blocks of the first cluster that are left out
-    block_collector(std::span<std::uint8_t> blocks, std::uint32_t cluster_size,
-                    std::uint32_t clusters_per_block, std::size_t skip,
-                    std::uint16_t bytes_per_sector)
-        : m_blocks(blocks),
-          m_cluster_size(cluster_size),
-          m_clusters_per_block(clusters_per_block),
-          m_skip(skip),
-          m_bytes_per_sector(bytes_per_sector) {}
-
-    bool is_full() const { return m_done * block_size >= m_blocks.size(); }
-
-    // Adds a cluster, as far as it was read.
-    void add(ql::bytes cluster) {
-        if (m_clusters_per_block != 0) {
-            add_part(cluster);
-        } else {
-            add_blocks(cluster);
+// Appends the entries of one node. `entries` starts at the first one and goes on to the end of the
+// buffer that holds the node; `index_length` bytes of it are in use.
+void collect_node(std::vector<std::uint64_t>& children, std::uint32_t index_length,
+                  ql::bytes entries, bool include_slack) {
+    std::size_t at = 0;
+    std::int64_t left = index_length;
+    // A node that fills its block to the last byte is taken for an empty one.
+    while (left > 0 && left < index_block_size) {
+        const std::uint16_t size = ql::le16(entries, at + 8);
+        const std::uint16_t key_size = ql::le16(entries, at + 10);
+        const std::uint16_t flags = ql::le16(entries, at + 12);
+        if (size > index_length || key_size > index_length) break;
+        if (size < key_size && !include_slack) break;
+        if (ql::le64(entries, at) != 0 && flags != 2 && flags != 3) {
+            children.push_back(ql::le48(entries, at));
+        } else if (!include_slack) {
+            break;
         }
+        left -= size;
+        at += size;
+        const std::uint16_t next_size = ql::le16(entries, at + 8);
+        if (next_size == 0 || next_size > largest_entry) break;
+    }
+}
+
+// The node of one index block, whose header is at offset 24.
+struct block_node {
+    static constexpr std::size_t header_offset = 24;
+
+    std::uint64_t entries_at;  // first entry, in bytes from the start of the block
+    std::uint32_t index_length;
+
+    explicit block_node(ql::bytes block)
+        : entries_at(header_offset + ql::le32(block, header_offset)),
+          index_length(ql::le32(block, header_offset + 4)) {}
+
+    bool is_usable() const { return index_length != 0 && index_length <= index_block_size; }
+    // True if nothing after the block can be looked at.
+    bool ends_in_block() const {
+        constexpr std::uint32_t entry_fields = 32;
+        return entries_at + index_length + entry_fields <= index_block_size;
+    }
+};
+
+// A node whose entries start in a block after its own.
+struct distant_node {
+    std::uint64_t block;
+    std::size_t entries_at;  // in that block
+    std::uint32_t index_length;
+};
+
+// Adds the entries of all blocks of an index, also of those that the index no longer uses.
+class allocation_reader {
+public:
+    allocation_reader(CNtfs& ntfs, const data_run_list& runs, std::vector<std::uint64_t>& children,
+                      bool include_slack)
+        : m_ntfs(ntfs), m_runs(runs), m_children(children), m_include_slack(include_slack) {}
+
+    // Returns false if the runs hold no block.
+    bool read() {
+        index_block_stream stream(m_ntfs, m_runs, 0);
+        if (stream.num_blocks() == 0) return false;
+        for (index_block_window window(stream); window.next();)
+            add_block(window);
+        if (!m_distant.empty()) read_distant();
+        return true;
     }
 
 private:
-    // A small cluster takes its full room even if the source ended inside it.
-    void add_part(ql::bytes cluster) {
-        const std::size_t at = m_done * block_size + m_parts * m_cluster_size;
-        std::copy(cluster.begin(), cluster.end(),
-                  m_blocks.begin() + static_cast<std::ptrdiff_t>(at));
-        if (++m_parts == m_clusters_per_block) finish_block();
+    void add_block(index_block_window& window) {
+        const ql::bytes block = window.block();
+        if (!ql::has_text(block, 0, "INDX")) return;
+        const block_node node(block);
+        if (!node.is_usable()) return;
+        if (node.entries_at >= index_block_size) {
+            m_distant.push_back({window.number() + node.entries_at / index_block_size,
+                                 node.entries_at % index_block_size, node.index_length});
+            return;
+        }
+        collect_node(
+            m_children, node.index_length,
+            ql::clip(node.ends_in_block() ? block : window.with_following(), node.entries_at),
+            m_include_slack);
     }
 
-    void add_blocks(ql::bytes cluster) {
-        const std::size_t whole = std::size_t{m_cluster_size} / block_size * block_size;
-        const ql::bytes content = ql::clip(cluster, 0, whole);
-        for (std::size_t at = std::exchange(m_skip, 0) * block_size;
-             at < content.size() && !is_full(); at += block_size) {
-            const ql::bytes part = ql::clip(content, at, block_size);
-            std::copy(part.begin(), part.end(), current_block().begin());
-            finish_block();
+    // Reads the blocks once more for the nodes that lead to later ones.
+    void read_distant() {
+        std::sort(m_distant.begin(), m_distant.end(),
+                  [](const distant_node& a, const distant_node& b) { return a.block < b.block; });
+        index_block_stream stream(m_ntfs, m_runs, 0);
+        index_block_window window(stream);
+        auto node = m_distant.begin();
+        while (node != m_distant.end() && window.next()) {
+            while (node != m_distant.end() && node->block < window.number())
+                ++node;  // in a block of zeros
+            for (; node != m_distant.end() && node->block == window.number(); ++node) {
+                collect_node(m_children, node->index_length,
+                             ql::clip(window.with_following(), node->entries_at), m_include_slack);
+            }
         }
     }
 
-    std::span<std::uint8_t> current_block() const {
-        return m_blocks.subspan(m_done * block_size, block_size);
-    }
-
-    void finish_block() {
-        const std::span<std::uint8_t> block = current_block();
-        const file_record head{block};
-        if (head.has_index_keyword()) {
-            apply_update_sequence(block, head.sequence_array_offset(), head.sequence_array_count(),
-                                  block_size, m_bytes_per_sector);
-        }
-        ++m_done;
-        m_parts = 0;
-    }
-
-    std::span<std::uint8_t> m_blocks;
-    std::uint32_t m_cluster_size;
-    std::uint32_t m_clusters_per_block;
-    std::size_t m_skip;
-    std::uint16_t m_bytes_per_sector;
-    std::size_t m_done = 0;   // blocks
-    std::size_t m_parts = 0;  // clusters of the block that is being put together
+    CNtfs& m_ntfs;
+    const data_run_list& m_runs;
+    std::vector<std::uint64_t>& m_children;
+    bool m_include_slack;
+    std::vector<distant_node> m_distant;
 };
-
-// Reads the clusters of a run from number `next` of it on into `cluster`, one after the other, up
-// to the first that can't be read. The end of the source may cut the last one.
-void collect_run(CNtfs& ntfs, const data_run& run, std::uint64_t next,
-                 std::vector<std::uint8_t>& cluster, block_collector& collector) {
-    for (; next < run.num_clusters && !collector.is_full(); ++next) {
-        std::uint32_t count = ntfs.cluster_size();
-        if (!ntfs.read_clusters(run.lcn + next, cluster.data(), count)) return;
-        collector.add(ql::clip(cluster, 0, count));
-    }
-}
 
 }  // namespace
 
 bool collect_entries(std::vector<std::uint64_t>& children, ql::bytes node_header,
                      bool include_slack) {
     const std::uint32_t index_length = ql::le32(node_header, 4);
-    if (index_length == 0 || index_length > block_size) return false;
-
-    std::size_t at = ql::le32(node_header, 0);
-    std::int64_t left = index_length;
-    // A node that fills its block to the last byte is taken for an empty one.
-    while (left > 0 && left < block_size) {
-        const std::uint16_t size = ql::le16(node_header, at + 8);
-        const std::uint16_t key_size = ql::le16(node_header, at + 10);
-        const std::uint16_t flags = ql::le16(node_header, at + 12);
-        if (size > index_length || key_size > index_length) break;
-        if (size < key_size && !include_slack) break;
-        if (ql::le64(node_header, at) != 0 && flags != 2 && flags != 3) {
-            children.push_back(ql::le48(node_header, at));
-        } else if (!include_slack) {
-            break;
-        }
-        left -= size;
-        at += size;
-        const std::uint16_t next_size = ql::le16(node_header, at + 8);
-        if (next_size == 0 || next_size > largest_entry) break;
-    }
+    if (index_length == 0 || index_length > index_block_size) return false;
+    collect_node(children, index_length, ql::clip(node_header, ql::le32(node_header, 0)),
+                 include_slack);
     return true;
 }
 
@@ -217,7 +213,7 @@ bool CNtfs::get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>&
                                 bool include_slack) {
     children.clear();
     const bool result = collect_children(inode, children, include_slack);
-    // An index is in the order of names, in which the entries often stand in order as well.
+    // An index is in the order of names, which is often that of the entries, too.
     if (!std::is_sorted(children.begin(), children.end())) {
         std::sort(children.begin(), children.end());
     }
@@ -228,7 +224,7 @@ bool CNtfs::get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>&
 // Appends the entries of the directory's whole index in the order in which they are read.
 bool CNtfs::collect_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
                              bool include_slack) {
-    std::vector<std::uint8_t> record(get_mft_record_size());
+    std::vector<std::uint8_t> record;
     if (!read_record(*this, inode, record)) return false;
     // An extension record answers for its base. A ring of base references has no answer.
     std::set<std::uint64_t> visited;
@@ -253,15 +249,15 @@ bool CNtfs::collect_children(std::uint64_t inode, std::vector<std::uint64_t>& ch
 bool CNtfs::collect_listed(const record_attrib& attribute, bool root_missing, std::uint64_t inode,
                            std::vector<std::uint64_t>& children, bool include_slack) {
     if (attribute.nonresident() && attribute.initialized_size() == 0) return true;
-    attribute_list_body list;
-    if (!load_index_list(*this, attribute, list)) return false;
-
     bool result = true;
-    std::vector<std::uint8_t> record(get_mft_record_size());
+    std::vector<std::uint8_t> record;
     for (const std::uint32_t type : {attrib_type::index_allocation, attrib_type::index_root}) {
         if (type == attrib_type::index_root && !root_missing) continue;
-        std::uint64_t number = 0;
-        if (!find_listed_i30(list, type, number) || number == inode) continue;
+        auto list = open_index_list(*this, attribute);
+        if (!list) return false;
+        if (!find_list_entry(*list, type, i30_name)) continue;
+        const std::uint64_t number = list->entry().entry_number();
+        if (number == inode) continue;
         if (!read_record(*this, number, record)) return false;
         record_attrib part = first_attrib(record);
         if (!find_named_attrib(part, type, i30_name, get_mft_record_size())) continue;
@@ -272,49 +268,11 @@ bool CNtfs::collect_listed(const record_attrib& attribute, bool root_missing, st
     return result;
 }
 
-// Adds the entries of all blocks of an $INDEX_ALLOCATION, also of those that the index no longer
-// uses. True when the blocks could be read, whatever they hold.
+// Adds the entries of all blocks of an $INDEX_ALLOCATION. True if there is at least one block,
+// regardless of what the blocks hold.
 bool CNtfs::collect_allocation(const record_attrib& attribute, std::vector<std::uint64_t>& children,
                                bool include_slack) {
     if (attribute.initialized_size() == 0) return false;
-    std::vector<std::uint8_t> blocks;
-    std::uint32_t count = all_blocks;
-    if (!read_index_blocks(blocks, count, attribute_runs(attribute), 0)) return false;
-    for (std::size_t at = 0; at + block_size <= blocks.size(); at += block_size) {
-        if (!ql::has_text(blocks, at, "INDX")) continue;
-        collect_entries(children, ql::clip(blocks, at + 24), include_slack);
-    }
-    return true;
-}
-
-bool CNtfs::read_index_blocks(std::vector<std::uint8_t>& out, std::uint32_t& block_count,
-                              const data_run_list& runs, std::uint32_t first_block) {
-    out.clear();
-    const std::uint32_t size = cluster_size();
-    const std::uint64_t bytes = run_bytes(runs, size, true);
-    if (bytes == 0 || !fits_source(bytes)) return false;
-
-    const std::uint32_t parts = size < block_size ? clusters_per_4k() : 0;
-    const std::uint32_t blocks = size < block_size ? 0 : blocks_per_cluster();
-    const std::uint64_t total = parts != 0 ? bytes / size / parts : bytes / size * blocks;
-    if (first_block >= total) return false;
-    block_count =
-        static_cast<std::uint32_t>(std::min<std::uint64_t>(block_count, total - first_block));
-    out.assign(std::size_t{block_count} * block_size, 0);
-
-    // Clusters in front of the first block, and blocks in front of it in its cluster.
-    std::uint64_t skip = parts != 0 ? std::uint64_t{first_block} * parts : first_block / blocks;
-    const std::size_t skip_blocks = parts != 0 ? 0 : first_block % blocks;
-
-    block_collector collector(out, size, parts, skip_blocks, get_bytes_per_sector());
-    std::vector<std::uint8_t> cluster(size);
-    for (const data_run& run : runs) {
-        if (run.sparse != 0) continue;
-        if (skip >= run.num_clusters) {
-            skip -= run.num_clusters;
-        } else {
-            collect_run(*this, run, std::exchange(skip, 0), cluster, collector);
-        }
-    }
-    return true;
+    const data_run_list runs = attribute_runs(attribute);
+    return allocation_reader(*this, runs, children, include_slack).read();
 }

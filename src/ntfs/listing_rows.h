@@ -16,7 +16,8 @@ public:
     explicit listing_rows(CNtfs& ntfs);
 
     // Reads what a listing shows of get_attrib_rows: the rows behind those of types 0x10 and 0x30,
-    // without runs and values. False, with no rows, when the record can't be used.
+    // without runs, values and volume names. Returns false, with no rows, if the record cannot be
+    // used.
     bool read(std::uint64_t inode);
 
     // Of the entry that was read last, by attribute id.

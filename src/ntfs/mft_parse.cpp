@@ -3,13 +3,14 @@
 #include <utility>
 
 #include "ntfs/attrib_values.h"
+#include "ntfs/attribute_list.h"
 #include "ntfs/ntfs.h"
 
 namespace {
 
 constexpr std::uint64_t mft_entry = 0;
 constexpr std::uint64_t always_taken = 1u << 20;  // bytes of memory, from any source
-// Less than this behind a list entry is no further one.
+// If less than this follows a list entry, the list ends.
 constexpr std::int64_t list_entry_size = 26;
 
 // One pass over the attributes of a metadata file and, when it has a list, of its extension
@@ -31,7 +32,8 @@ private:
     bool take_index_allocation(const record_attrib& attribute);
 
     void expand_list(const record_attrib& attribute);
-    void expand_entries(ql::bytes list, std::int64_t bytes_left);
+    void expand_entries(list_cursor list);
+    std::size_t most_runs() const;
     void take_listed(const list_entry& entry);
     void number_runs();
 
@@ -46,12 +48,6 @@ private:
 bool has_runs(const record_attrib& attribute) {
     return attribute.nonresident() &&
            (attribute.initialized_size() != 0 || attribute.length() > attribute.run_list_offset());
-}
-
-// Offsets in a record have 16 bits: no run list is longer, however large records claim to be.
-ql::bytes run_list_of(const record_attrib& attribute) {
-    constexpr std::size_t longest = 0x10000;
-    return ql::clip(attribute.from(attribute.run_list_offset()), 0, longest);
 }
 
 std::uint64_t memory_of(std::size_t runs) { return std::uint64_t{runs} * sizeof(NTFS_DATA); }
@@ -69,14 +65,12 @@ void mft_parser::parse(ql::bytes record, bool keep) {
     number_runs();
 }
 
-// Takes attributes from `attribute` on, or that one alone. False when a run list was empty. Ends
-// when more was taken than the source holds: its parts were named more than once.
+// Takes attributes from `attribute` on, or that one alone. Returns false if a run list was empty.
 bool mft_parser::walk(record_attrib attribute, bool keep, bool single) {
     std::int64_t budget = m_ntfs.m_bytes_per_file_record;
     for (;;) {
         const std::uint32_t length = attribute.length();
         if (attribute.type() == attrib_type::end || budget < 1 || length > budget) return true;
-        if (m_taken > always_taken && !m_ntfs.fits_source(m_taken)) return true;
         if (!take(attribute, keep)) return false;
         if (single || length == 0) return true;
         budget -= length;
@@ -128,10 +122,13 @@ bool mft_parser::take_content(const record_attrib& attribute, bool keep,
     if (attribute.nonresident()) {
         if (!has_runs(attribute)) return true;
         const std::size_t kept = keep ? runs.size() : 0;
-        if (!decode_mft_runs(run_list_of(attribute), runs, attribute.type(), !keep)) return false;
+        if (!decode_mft_runs(attribute.from(attribute.run_list_offset()), runs, attribute.type(),
+                             !keep, most_runs())) {
+            return false;
+        }
         m_taken += memory_of(runs.size() - kept);
         if (size == 0) size = attribute.real_size();
-    } else if (attribute.value_length() != 0) {
+    } else if (attribute.value_length() != 0 && most_runs() != 0) {
         const ql::bytes value = attribute.value();
         NTFS_DATA& data = runs.emplace_back();
         m_taken += memory_of(1) + value.size();
@@ -147,33 +144,45 @@ bool mft_parser::take_content(const record_attrib& attribute, bool keep,
 bool mft_parser::take_index_allocation(const record_attrib& attribute) {
     if (!has_runs(attribute)) return true;
     std::vector<NTFS_DATA> runs;
-    if (!decode_mft_runs(run_list_of(attribute), runs, attribute.type(), true)) return false;
+    if (!decode_mft_runs(attribute.from(attribute.run_list_offset()), runs, attribute.type(), true,
+                         most_runs())) {
+        return false;
+    }
     m_taken += memory_of(runs.size());
     m_out.index_alloc_runs.push_back(std::move(runs));
     m_out.index_alloc_names.push_back(name_inside(attribute));
     return true;
 }
 
+// Runs that are still taken. Memory is bounded by what the source holds: a source with more runs
+// than that has its clusters in them more than once.
+std::size_t mft_parser::most_runs() const {
+    const CRawDisk* const disk = m_ntfs.disk();
+    const std::uint64_t most = std::max(always_taken, disk != nullptr ? disk->held_bytes() : 0);
+    return (most - std::min(most, m_taken)) / sizeof(NTFS_DATA);
+}
+
 void mft_parser::expand_list(const record_attrib& attribute) {
     if (!attribute.nonresident()) {
         // An entry that passes the end of the value is read on in the record.
-        expand_entries(attribute.value_to_record_end(), attribute.value_length());
+        expand_entries({attribute.value_to_record_end(), attribute.value_length()});
         return;
     }
-    std::vector<std::uint8_t> list;
-    m_ntfs.read_attribute_list(attribute, list, true);
+    auto clusters = open_list_runs(m_ntfs, attribute, cluster_size_rule::keep);
+    if (clusters == nullptr) return;
     const std::uint64_t largest = INT64_MAX;
-    expand_entries(list, static_cast<std::int64_t>(std::min(attribute.real_size(), largest)));
+    expand_entries(
+        {std::move(clusters), static_cast<std::int64_t>(std::min(attribute.real_size(), largest))});
 }
 
-void mft_parser::expand_entries(ql::bytes list, std::int64_t bytes_left) {
-    for (list_entry entry{list, 0};;) {
+void mft_parser::expand_entries(list_cursor list) {
+    for (;;) {
+        const list_entry entry = list.entry();
         const std::uint16_t length = entry.length();
-        if (length == 0 || length > bytes_left) return;
+        if (length == 0 || length > list.left()) return;
         if (entry.entry_number() != m_inode) take_listed(entry);
-        bytes_left -= length;
-        if (bytes_left < list_entry_size) return;
-        entry.at += length;
+        list.advance(length);
+        if (list.left() < list_entry_size) return;
     }
 }
 
@@ -197,7 +206,7 @@ void mft_parser::take_listed(const list_entry& entry) {
     }
 }
 
-// Gives each run its first VCN: what all runs ahead of it hold.
+// Sets the first VCN of each run: the number of clusters in all runs before it.
 void mft_parser::number_runs() {
     std::uint64_t vcn = 0;
     for (std::size_t i = 0; i < m_out.data_runs.size(); ++i) {

@@ -1,24 +1,6 @@
 #include "ntfs/ntfs.h"
 
-#include <sys/mman.h>
-
 #include <utility>
-
-namespace {
-
-// False for a size that the system refuses to give memory for. Sizes that it always gives are not
-// tried.
-bool fits_memory(std::uint64_t size) {
-    constexpr std::uint64_t always_given = 1u << 24;
-    if (size <= always_given) return true;
-    void* const place =
-        ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (place == MAP_FAILED) return false;
-    ::munmap(place, size);
-    return true;
-}
-
-}  // namespace
 
 CNtfs::CNtfs(std::unique_ptr<CRawDisk> disk, std::uint64_t volume_offset, std::uint32_t kind)
     : m_disk(std::move(disk)), m_source_kind(kind), m_volume_offset(volume_offset) {}
@@ -51,13 +33,6 @@ bool CNtfs::read_clusters(std::uint64_t lcn, void* buffer, std::uint32_t& count)
     if (!m_Validated) return false;
     if (cluster_size() == 0 || count % cluster_size() != 0) return false;
     return read_at(m_disk.get(), lcn * cluster_size(), m_volume_offset, buffer, count);
-}
-
-bool CNtfs::fits_source(std::uint64_t size) const {
-    if (disk() == nullptr) return false;
-    const std::uint64_t source_size = m_disk->held_bytes();
-    // A source without an end has all ones: nothing can be read from it.
-    return source_size != ~std::uint64_t{0} && size <= source_size && fits_memory(size);
 }
 
 bool CNtfs::validate(std::uint64_t& mft_file_pos) {

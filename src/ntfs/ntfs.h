@@ -70,9 +70,6 @@ public:
     // Reads whole clusters from `lcn` on. `count` in: bytes wanted; out: bytes read. False unless
     // validated, for a `count` that is no whole number of clusters, and when nothing was read.
     bool read_clusters(std::uint64_t lcn, void* buffer, std::uint32_t& count);
-    // True when the source is large enough to hold `size` bytes, and there is memory for them.
-    // Sizes that come from the disk are tested by this before memory is taken for them.
-    bool fits_source(std::uint64_t size) const;
 
     // --- file records (mft_records.cpp) ---
 
@@ -82,19 +79,22 @@ public:
     // Reads one record and applies its update sequence. Accepts valid FILE records and whatever
     // begins with "INDX".
     //
-    // buffer    with `allocate`: replaced by one of the record's length; else used as it is
+    // buffer    replaced by the bytes of the record, as far as they are needed; bytes past its end
+    //           are zero
     // position  out: byte position in the volume
-    // size      in: bytes of `buffer` that may be used (not with `allocate`); out: bytes read,
-    //           fewer than the record where the source ends. What was not read is zero.
+    // size      in: bytes that the record may have (not with `allocate`); out: bytes that the
+    // source
+    //           has of the record
     //
-    // False when the record can't be read or is no record, when `size` is smaller than a record,
-    // and, but for entry 0, when the volume is not validated. With `allocate` the buffer is then
-    // empty.
+    // Returns false if the record cannot be read or is not a record, if `size` is smaller than a
+    // record, and, except for entry 0, if the volume is not validated. With `allocate` the buffer
+    // is empty then.
     bool read_file_record(std::uint64_t inode, std::vector<std::uint8_t>& buffer,
                           std::uint64_t& position, std::int64_t& size, bool allocate);
-    // Reads get_mft_record_size() bytes and applies apply_fixup, which also accepts "BAAD" and
-    // tells the `kind`, one of record_kind. `position` is the byte position in the volume. False
-    // when the volume is not validated, when nothing can be read, and when apply_fixup says so.
+    // Reads get_mft_record_size() bytes, as far as they are needed, and applies the update sequence
+    // under the rules of check_fixup, which also accepts "BAAD" and sets the `kind`, one of
+    // record_kind. `position` is the byte position in the volume. Returns false if the volume is
+    // not validated, if nothing can be read, and if check_fixup does.
     bool read_record_vector(std::uint64_t inode, std::vector<std::uint8_t>& record,
                             std::uint64_t& position, std::uint32_t& kind);
     // True when the record can be read and is a directory.
@@ -120,12 +120,6 @@ public:
                         std::uint64_t parent_filter = no_parent_filter);
     bool get_file_names(name_entry_list& names, std::uint64_t inode, ql::bytes record,
                         bool all_namespaces, std::uint64_t parent_filter);
-    // Reads the body of a non-resident $ATTRIBUTE_LIST cluster by cluster into `list`, which gets
-    // the size of all runs. A failed cluster ends its run, and the next run follows at once. A
-    // list that is cut by the end of the source lowers the cluster size to what was left there, for
-    // all reads of this volume that follow, unless `keep_cluster_size`.
-    bool read_attribute_list(const record_attrib& attribute, std::vector<std::uint8_t>& list,
-                             bool keep_cluster_size = false);
 
     // --- attribute data (attrib_data.cpp) ---
 
@@ -147,7 +141,7 @@ public:
     bool stream_compressed(std::ostream& out, const data_run_list& runs, std::uint64_t size,
                            std::uint64_t allocated);
 
-    // --- directory indexes (index_reader.cpp) ---
+    // --- directory indexes (index_reader.cpp, index_blocks.cpp) ---
 
     // Adds the entry numbers that the $I30 index of a directory names, stale ones included; with
     // `include_slack` also those that collect_entries takes for damage otherwise. False when the
@@ -156,14 +150,14 @@ public:
     // The same in place of what `children` held, in ascending order and each number once.
     bool get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
                              bool include_slack);
-    // Reads the 4096-byte blocks of an index, its holes left out, and applies their update
-    // sequences. A cluster that can't be read ends its run, and the next run follows at once; the
-    // room that is left behind the last one is zero.
+    // Reads the blocks of an index into one buffer; see index_block_stream. Blocks that cannot be
+    // read are zero.
     //
     // block_count  in: blocks wanted, 0xFFFFFFFF for all; out: blocks in `out`
-    // first_block  blocks in front of the first one wanted
+    // first_block  blocks before the first one wanted
     //
-    // False when the runs hold no block behind that, or more than the source.
+    // Returns false if the runs hold no block there, and if there is no memory for the blocks that
+    // they state. get_children does without the buffer.
     bool read_index_blocks(std::vector<std::uint8_t>& out, std::uint32_t& block_count,
                            const data_run_list& runs, std::uint32_t first_block);
 
@@ -210,11 +204,6 @@ private:
     const NTFS_DATA* find_mft_run(std::uint64_t vcn, std::uint64_t& first_vcn) const;
     // read_file_record into memory of its own, for what asks neither for the position nor the size.
     bool read_own_record(std::uint64_t inode, std::vector<std::uint8_t>& record);
-    bool read_and_fix_record(std::uint64_t position, std::uint32_t length,
-                             std::vector<std::uint8_t>& buffer, std::int64_t& size);
-    bool stream_value(const NTFS_ATTRIB_ROW& row, std::ostream& out, mft_entries_ctx& ctx);
-    bool stream_runs(const NTFS_ATTRIB_ROW& row, std::ostream& out, mft_entries_ctx& ctx);
-    bool make_unit_buffer(std::uint64_t limit, std::vector<std::uint8_t>& buffer) const;
     bool collect_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
                           bool include_slack);
     bool collect_allocation(const record_attrib& attribute, std::vector<std::uint64_t>& children,

@@ -1,5 +1,6 @@
 #include "ntfs/path_lookup.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "foundation/ql_string.h"
@@ -90,7 +91,6 @@ private:
 };
 
 bool path_walk::run(std::uint64_t& inode, bool follow_links) {
-    m_record.assign(m_ntfs.m_mft_record_size, 0);
     m_next = first_segment(m_segments);
     while (m_next < m_segments.size()) {
         const std::string key = search_key(m_segments[m_next]);
@@ -160,7 +160,7 @@ void path_walk::read_names(NTFS_DIR_CACHE_ENTRY& directory) {
         if (child == m_directory) continue;  // an index may list its own directory
         if (!read_record(child)) {
             m_trace.diag("err: readFR: inode 0x%llx", number(child));
-        } else if (m_record_bytes < static_cast<std::int64_t>(m_record.size())) {
+        } else if (m_record_bytes < std::int64_t{m_ntfs.m_mft_record_size}) {
             m_trace.diag("err: paramsFR: inode 0x%llx", number(child));
         } else {
             add_names(directory, child);
@@ -196,7 +196,10 @@ bool path_walk::restart_at_link(std::uint64_t child) {
         attribute.nonresident()) {
         return false;
     }
-    const reparse_point point{attribute.value_to_record_end()};
+    const std::size_t value_at = attribute.at + attribute.value_offset();
+    const std::size_t record_size = m_ntfs.m_mft_record_size;
+    const reparse_point point{attribute.value_to_record_end(),
+                              record_size - std::min(record_size, value_at)};
     if (point.data_length() == 0 || point.substitute_length() == 0) return false;
 
     std::wstring path = reparse_print_name(point);
@@ -214,7 +217,7 @@ bool path_walk::restart_at_link(std::uint64_t child) {
 
 bool path_walk::read_record(std::uint64_t inode) {
     std::uint64_t position = 0;
-    m_record_bytes = static_cast<std::int64_t>(m_record.size());
+    m_record_bytes = m_ntfs.m_mft_record_size;
     return m_ntfs.read_file_record(inode, m_record, position, m_record_bytes, false);
 }
 
@@ -257,7 +260,6 @@ bool resolve_path(std::uint64_t& inode, std::uint64_t& parent_inode, std::wstrin
     parent_inode = root_entry;
     inode = root_entry;
     resolved_path.clear();
-    if (!ntfs->fits_source(ntfs->m_mft_record_size)) return false;
     path_walk walk(*ntfs, std::move(segments), trace);
     if (!walk.run(inode, follow_links)) {
         trace.diag("inode not found for %S", in_volume.c_str());

@@ -1,5 +1,7 @@
 #include "ntfs/reparse_point.h"
 
+#include <algorithm>
+
 #include "foundation/ql_string.h"
 
 namespace {
@@ -9,20 +11,20 @@ constexpr std::size_t path_buffer = 16;
 }  // namespace
 
 reparse_names locate_reparse_names(const reparse_point& point) {
-    reparse_names names{path_buffer + point.substitute_offset(),
-                        path_buffer + point.print_offset()};
-    while (names.substitute_at < point.value.size() &&
-           ql::le16(point.value, names.substitute_at) == 0) {
-        names.substitute_at += 2;
-        names.print_at += 2;
-    }
-    return names;
+    const std::size_t start = path_buffer + point.substitute_offset();
+    std::size_t at = start;
+    while (at < point.value.size() && at < point.size && ql::le16(point.value, at) == 0)
+        at += 2;
+    // Only zeros follow what is held of the record.
+    if (at >= point.value.size() && at < point.size) at += (point.size - at + 1) / 2 * 2;
+    return {at, path_buffer + point.print_offset() + (at - start)};
 }
 
-bool has_reparse_target(const record_attrib& attribute) {
+bool has_reparse_target(const record_attrib& attribute, std::uint64_t left) {
     if (attribute.value_offset() == 0 || attribute.value_length() < 17) return false;
-    const reparse_point point{attribute.value_to_record_end()};
-    if (point.data_length() >= point.value.size()) return false;
+    const std::uint64_t value_room = left - std::min<std::uint64_t>(left, attribute.value_offset());
+    const reparse_point point{attribute.value_to_record_end(), value_room};
+    if (point.data_length() >= point.size) return false;
     if (point.substitute_length() == 0 && point.print_length() == 0) return false;
     return point.substitute_offset() + point.substitute_length() < point.data_length() &&
            point.print_offset() + point.print_length() < point.data_length();

@@ -13,7 +13,9 @@
 #include "ntfs/file_record.h"
 
 struct reparse_point {
-    ql::bytes value;  // from the start of the value to the end of the record
+    ql::bytes value;   // from the start of the value on, as far as its record is held
+    std::size_t size;  // bytes from the start of the value to the end of the record; zeros follow
+                       // what is held
 
     std::uint16_t data_length() const { return ql::le16(value, 4); }
     std::uint16_t substitute_offset() const { return ql::le16(value, 8); }
@@ -22,23 +24,24 @@ struct reparse_point {
     std::uint16_t print_length() const { return ql::le16(value, 14); }
 };
 
-// Where the two names of a link begin, in bytes from the start of the value.
+// Where the two names of a link start, in bytes from the start of the value.
 struct reparse_names {
     std::size_t substitute_at;
     std::size_t print_at;
 };
 
-// Both names, moved on together word by word while the word at the substitute name is zero. So the
-// flags of a symbolic link are skipped only when they are zero and the substitute name comes first.
+// Returns both names, moved on together word by word while the word at the substitute name is zero,
+// at most to the end of the record. The flags of a symbolic link are skipped only if they are zero
+// and the substitute name comes first.
 reparse_names locate_reparse_names(const reparse_point& point);
 
-// True when a $REPARSE_POINT attribute has a target to show: a value of at least 17 bytes inside
-// its record, a data length, and one name that is not empty; both names must end in front of the
-// data length.
-bool has_reparse_target(const record_attrib& attribute);
+// Returns true if a $REPARSE_POINT attribute has a target to show: a value of at least 17 bytes
+// inside its record, a data length, and one name that is not empty. Both names must end before the
+// data length. `left`: bytes from the attribute to the end of its record.
+bool has_reparse_target(const record_attrib& attribute, std::uint64_t left);
 
-// The print name, or the substitute name when there is none, up to a zero unit.
+// Returns the print name, or the substitute name if the print name is empty, up to a zero unit.
 std::wstring reparse_target(const reparse_point& point);
 
-// The print name, as path look-up follows it; may be empty.
+// Returns the print name, which path lookup follows; may be empty.
 std::wstring reparse_print_name(const reparse_point& point);

@@ -1,48 +1,104 @@
 #include <algorithm>
-#include <sstream>
-#include <string_view>
+#include <new>
 #include <utility>
+#include <vector>
 
-#include "foundation/uni_streams.h"
+#include "ntfs/attrib_data.h"
+#include "ntfs/attrib_rows.h"
 #include "ntfs/ntfs.h"
 
 namespace {
 
 constexpr std::uint64_t secure_entry = 9;
+constexpr std::uint64_t entry_alignment = 16;
 
-// True when the stream of `row` is one to hold in memory: no volume has a gigabyte of descriptors,
-// and a stream that is larger than the source is made of holes.
-bool is_loadable(const CNtfs& ntfs, const NTFS_ATTRIB_ROW& row) {
-    constexpr std::uint64_t never_loaded = 1u << 30;
-    const std::uint64_t size =
-        std::min(announced_size(row), run_bytes(row.runs, ntfs.cluster_size(), false));
-    return size < never_loaded && ntfs.fits_source(size);
-}
+// The $SDS stream without its long stretches of zeros. The parts between them are held apart, so
+// that a hole takes no memory.
+class descriptor_stream : public data_sink {
+public:
+    struct part {
+        std::uint64_t position;  // in the stream, a multiple of the alignment of entries
+        std::vector<std::uint8_t> content;
+    };
 
-// Adds the entries of an $SDS stream to `table`. An entry begins on a multiple of 16 and holds its
+    // `most_bytes`: the stream ends after so many bytes that are held. If a source has less, some
+    // of its clusters are in the stream more than once.
+    explicit descriptor_stream(std::uint64_t most_bytes) : m_most_bytes(most_bytes) {}
+
+    // Returns false if there is no memory for the content as well.
+    bool put(ql::bytes content) override {
+        const auto is_zero = [](std::uint8_t byte) { return byte == 0; };
+        if (std::all_of(content.begin(), content.end(), is_zero)) return put_zeros(content.size());
+        try {
+            append(content);
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+        return m_held <= m_most_bytes;
+    }
+
+    bool put_zeros(std::uint64_t count) override {
+        m_size += count;
+        m_zeros += count;
+        return true;
+    }
+
+    // Bytes in the stream.
+    std::uint64_t size() const { return m_size; }
+    const std::vector<part>& parts() const { return m_parts; }
+
+private:
+    void append(ql::bytes content) {
+        constexpr std::uint64_t shortest_hole = 0x10000;
+        if (m_parts.empty() || m_zeros >= shortest_hole) {
+            const std::uint64_t lead = m_size % entry_alignment;
+            m_parts.push_back({m_size - lead, {}});
+            m_zeros = lead;
+        }
+        std::vector<std::uint8_t>& last = m_parts.back().content;
+        last.resize(last.size() + m_zeros);
+        last.insert(last.end(), content.begin(), content.end());
+        m_size += content.size();
+        m_held += m_zeros + content.size();
+        m_zeros = 0;
+    }
+
+    std::uint64_t m_most_bytes;
+    std::uint64_t m_size = 0;
+    std::uint64_t m_held = 0;
+    std::uint64_t m_zeros = 0;  // at the end of the stream, not held
+    std::vector<part> m_parts;
+};
+
+// Adds the entries of an $SDS stream to `table`. An entry starts at a multiple of 16 and has its
 // own position:
 //
 //    4  u32  security id    8  u64  position in the stream    16  u32  size, header included
 //
-// Where none begins, the next multiple of 16 is tried: damage and the gaps between the blocks of
-// the stream are crossed that way. Of entries with one id, copies in the mirror blocks among them,
-// the first stays.
-void collect_descriptors(ql::bytes stream, std::map<std::uint32_t, NTFS_SECURITY_ITEM>& table) {
-    constexpr std::size_t alignment = 16;
+// If no entry starts at a position, the next multiple of 16 is tried: this crosses damage and the
+// gaps between the blocks of the stream. If several entries have the same id, such as the copies in
+// the mirror blocks, the first is kept.
+void collect_descriptors(const descriptor_stream& stream,
+                         std::map<std::uint32_t, NTFS_SECURITY_ITEM>& table) {
     constexpr std::uint32_t smallest_size = 41;
-    for (std::size_t at = 0; at < stream.size();) {
-        const std::size_t left = stream.size() - at;
-        const std::uint32_t size = ql::le32(stream, at + 16);
-        if (ql::le64(stream, at + 8) != at || size < smallest_size || size > left) {
-            at += alignment;
-            continue;
+    std::uint64_t next = 0;  // where the next entry may start
+    for (const descriptor_stream::part& part : stream.parts()) {
+        next = std::max(next, part.position);
+        while (next - part.position < part.content.size()) {
+            const ql::bytes entry = ql::clip(part.content, next - part.position);
+            const std::uint64_t left = stream.size() - next;
+            const std::uint32_t size = ql::le32(entry, 16);
+            if (ql::le64(entry, 8) != next || size < smallest_size || size > left) {
+                next += entry_alignment;
+                continue;
+            }
+            NTFS_SECURITY_ITEM item;
+            if (parse_sds_entry(item, entry, left)) {
+                const std::uint32_t id = item.id;
+                table.try_emplace(id, std::move(item));
+            }
+            next += (size + entry_alignment - 1) / entry_alignment * entry_alignment;
         }
-        NTFS_SECURITY_ITEM item;
-        if (parse_sds_entry(item, ql::clip(stream, at), left)) {
-            const std::uint32_t id = item.id;
-            table.try_emplace(id, std::move(item));
-        }
-        at += (std::size_t{size} + alignment - 1) / alignment * alignment;
     }
 }
 
@@ -50,19 +106,13 @@ void collect_descriptors(ql::bytes stream, std::map<std::uint32_t, NTFS_SECURITY
 
 bool CNtfs::load_security_table() {
     if (!m_Validated || !m_security_table.empty()) return !m_security_table.empty();
-    std::vector<NTFS_ATTRIB_ROW> rows;
-    if (!get_attrib_rows(secure_entry, rows)) return false;
-    const auto sds = std::find_if(rows.begin(), rows.end(), [](const NTFS_ATTRIB_ROW& row) {
-        return row.type == attrib_type::data && row.name == "$SDS";
-    });
-    if (sds == rows.end() || !is_loadable(*this, *sds)) return false;
+    NTFS_ATTRIB_ROW sds;
+    if (!find_attrib_row(*this, secure_entry, attrib_type::data, "$SDS", sds)) return false;
 
     mft_entries_ctx untraced;
-    std::ostringstream stream;
-    if (!stream_attribute(*sds, stream, uni::null_out, untraced)) return false;
-    const std::string_view text = stream.view();
-    collect_descriptors({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()},
-                        m_security_table);
+    descriptor_stream stream(m_disk->held_bytes());
+    if (!stream_row(*this, sds, stream, untraced)) return false;
+    collect_descriptors(stream, m_security_table);
     return !m_security_table.empty();
 }
 

@@ -52,16 +52,10 @@ public:
     directory_reader(CNtfs& ntfs, quorvel_opts& opts)
         : m_ntfs(ntfs), m_opts(opts), m_rows(ntfs, opts) {}
 
-    // Reads the record of an entry. False when it can't be read, or when records are too large for
-    // memory.
+    // Reads the record of an entry. Returns false if it cannot be read.
     bool read(std::uint64_t entry_num) {
-        const std::uint32_t record_size = m_ntfs.get_mft_record_size();
-        if (m_record.size() != record_size) {
-            if (!m_ntfs.fits_source(record_size)) return false;
-            m_record.resize(record_size);
-        }
         std::uint64_t position = 0;
-        std::int64_t size = record_size;
+        std::int64_t size = m_ntfs.get_mft_record_size();
         return m_ntfs.read_file_record(entry_num, m_record, position, size, false);
     }
 

@@ -96,7 +96,9 @@ std::uint32_t CRawDisk::deliverable(std::uint32_t count, std::uint64_t offset) c
 
 std::uint64_t CRawDisk::next_held(std::uint64_t offset, std::uint64_t end) const {
     if (offset >= end) return end;
-    return vmdk != nullptr ? vmdk->next_held(offset, end) : offset;
+    if (vmdk != nullptr) return vmdk->next_held(offset, end);
+    const bool is_open_file = kind == disk_kind::file && ok;
+    return is_open_file ? m_extents.next_data(fd, offset, end) : offset;
 }
 
 bool CRawDisk::read_bytes(void* buffer, std::uint32_t& count, std::uint64_t offset) {

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "storage/file_extents.h"
+
 class vmdk_chain;
 
 // How CRawDisk reads its source.
@@ -50,7 +52,8 @@ public:
 
     // Returns the first byte position from `offset` on, and before `end`, that the source may hold;
     // `end` if there is none. Every byte before it reads as zero, wherever a request starts and
-    // ends. A file or drive may hold all of its bytes, a chain only those of its files.
+    // ends. The holes of a sparse file are not held, nor are those that no file of a chain
+    // fills. A drive may hold all of its bytes.
     std::uint64_t next_held(std::uint64_t offset, std::uint64_t end) const;
 
     // Size in bytes; 0 when not open. A source that can't seek to its end has 2^64 - 1.
@@ -80,6 +83,8 @@ public:
     std::int64_t size_bytes = 0;
 
 private:
+    mutable file_extents m_extents;
+
     bool open_path();
     bool read_file(void* buffer, std::uint32_t wanted, std::uint64_t offset);
     bool read_sector_aligned(void* buffer, std::uint32_t count, std::uint64_t offset);

@@ -183,23 +183,49 @@ TEST_F(HostileSizes, RunsOfDataCostNoMemory) {
     }
 }
 
-// Holes are no part of an index that is read.
-TEST_F(HostileSizes, RunsOfAnIndexCostTheChildren) {
+// The children are in the root of the index. Holes are not a part of an index that is read: one
+// that has nothing else is damaged as a whole.
+std::string listed_beside(const support::cluster_runs& runs) {
+    const bool has_place = runs.size() > 1 || runs[0].lcn != support::hole;
+    return files(has_place ? "abcde" : "");
+}
+
+TEST_F(HostileSizes, RunsOfAnIndexCostNoMemory) {
     for (const support::cluster_runs& runs : huge_runs) {
         ntfs_image volume = sound_volume();
         volume.entry(40).nonresident(support::type::index_allocation, u"$I30", runs);
-        expect_listing(volume.build(), files(""));
+        expect_listing(volume.build(), listed_beside(runs));
     }
 }
 
-TEST_F(HostileSizes, RunsOfAnAttributeListCostTheList) {
+// The image without the part of a cluster at its end, which has the copy of the boot sector.
+support::byte_image whole_clusters(const ntfs_image& volume) {
+    support::byte_image image = volume.build();
+    return image.resize(image.size() / 4096 * 4096);
+}
+
+TEST_F(HostileSizes, RunsOfAnAttributeListCostNoMemory) {
     for (const support::cluster_runs& runs : huge_runs) {
         ntfs_image volume = sound_volume();
         volume.entry(66).attribute_list_runs(runs, {.real = all_63});
-        expect_listing(volume.build(), files("abcde"));
+        expect_listing(whole_clusters(volume), files("abcde"));
         // The list of a directory without index blocks is where they are looked for.
         volume.entry(40).attribute_list_runs(runs, {.real = all_63});
-        expect_listing(volume.build(), files(""));
+        expect_listing(whole_clusters(volume), files("abcde"));
+    }
+}
+
+// A list whose runs reach a part of a cluster at the end of the source sets the size of a cluster
+// to that part: no entry is found from then on. The last list of runs stays inside the volume.
+TEST_F(HostileSizes, AttributeListPastTheEndLowersTheClusterSize) {
+    for (const support::cluster_runs& runs : huge_runs) {
+        const bool is_inside = runs.front().count == 200;
+        ntfs_image volume = sound_volume();
+        ASSERT_NE(volume.build().size() % 4096, 0u);
+        volume.entry(66).attribute_list_runs(runs, {.real = 32});
+        expect_listing(volume.build(), files(is_inside ? "abcde" : "ab"));
+        volume.entry(40).attribute_list_runs(runs, {.real = 32});
+        expect_listing(volume.build(), is_inside ? files("abcde") : "");
     }
 }
 
@@ -343,7 +369,7 @@ TEST_F(HostileVirtualDisk, CapacityIsNoRoomForSizes) {
         volume.entry(66).attribute_list_runs(runs, {.real = all_63});
         support::vmdk_image disk;
         disk.content(volume.build()).put(12, huge_capacity, 8);
-        expect_paths(disk, files(""));
+        expect_paths(disk, listed_beside(runs));
     }
     ntfs_image volume = sound_volume();
     ask_for_security(volume);
@@ -402,7 +428,7 @@ TEST_F(HostileSizes, ClaimsWithinATerabyteNeedNoMemoryThatIsNotThere) {
     const support::program_result result =
         run({"\\dir", "-filepath_only", "-image", file}, limited);
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.standard_output, files(""));
+    EXPECT_EQ(result.standard_output, files("abcde"));
     EXPECT_EQ(result.standard_error, e2e::terminal_clearing);
 
     image.put(64, 0xE1, 1);  // records of 2 GiB

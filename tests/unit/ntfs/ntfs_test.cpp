@@ -438,17 +438,4 @@ TEST(NtfsRead, ClustersAreReadWhole) {
     EXPECT_FALSE(ntfs.read_clusters(3, buffer.data(), count));
 }
 
-TEST(NtfsRead, MemoryIsTakenForWhatTheSourceCanHold) {
-    image_volume volume(byte_image(1000));
-    EXPECT_TRUE(volume.ntfs.fits_source(0));
-    EXPECT_TRUE(volume.ntfs.fits_source(1000));
-    EXPECT_FALSE(volume.ntfs.fits_source(1001));
-    EXPECT_FALSE(volume.ntfs.fits_source(~0ull));
-    volume.ntfs.m_disk->size_bytes = INT64_MAX;
-    EXPECT_FALSE(volume.ntfs.fits_source(1ull << 62)) << "more than any address space";
-    volume.ntfs.m_disk->size_bytes = -1;  // a source that can't tell its size
-    EXPECT_FALSE(volume.ntfs.fits_source(1));
-    EXPECT_FALSE(CNtfs(nullptr, 0, source_kind::file).fits_source(1));
-}
-
 }  // namespace

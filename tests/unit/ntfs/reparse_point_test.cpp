@@ -25,7 +25,11 @@ struct reparse_in_record {
     std::vector<std::uint8_t> bytes;
     record_attrib attribute;
 
-    reparse_point point() const { return {attribute.value_to_record_end()}; }
+    reparse_point point() const {
+        const auto value = attribute.value_to_record_end();
+        return {value, value.size()};
+    }
+    std::uint64_t left() const { return bytes.size() - attribute.at; }
 };
 
 reparse_in_record with_value(const support::bytes& value) {
@@ -92,15 +96,27 @@ TEST(ReparsePoint, TargetEndsAtAZeroUnit) {
 
 TEST(ReparsePoint, SearchForANameEndsAtTheEndOfTheRecord) {
     const std::vector<std::uint8_t> zeros(64);
-    const reparse_point point{zeros};
+    const reparse_point point{zeros, zeros.size()};
     const reparse_names names = locate_reparse_names(point);
     EXPECT_EQ(names.substitute_at, 64u);
     EXPECT_EQ(names.print_at, 64u);
     EXPECT_EQ(reparse_target(point), L"");
 
     const std::vector<std::uint8_t> odd(63);
-    EXPECT_EQ(locate_reparse_names({odd}).substitute_at, 64u);
-    EXPECT_EQ(locate_reparse_names({}).substitute_at, 16u);
+    EXPECT_EQ(locate_reparse_names({odd, odd.size()}).substitute_at, 64u);
+    EXPECT_EQ(locate_reparse_names({{}, 0}).substitute_at, 16u);
+}
+
+// Of a record that the end of the source cuts off, zeros follow what was read.
+TEST(ReparsePoint, SearchForANameContinuesPastWhatIsHeld) {
+    const std::vector<std::uint8_t> zeros(64);
+    for (const std::size_t size : {65u, 66u, 1000u, 1001u}) {
+        const reparse_names names = locate_reparse_names({zeros, size});
+        EXPECT_EQ(names.substitute_at, (size + 1) / 2 * 2);
+        EXPECT_EQ(names.print_at, names.substitute_at);
+    }
+    EXPECT_EQ(locate_reparse_names({zeros, 0xFFFFFFFF}).substitute_at, 0x100000000u);
+    EXPECT_EQ(locate_reparse_names({zeros, 20}).substitute_at, 20u);
 }
 
 TEST(ReparsePoint, ZeroWordsInFrontOfBothNamesAreSkippedTogether) {
@@ -151,14 +167,14 @@ TEST(ReparsePoint, TargetNeedsAValueAndNamesInsideItsData) {
         builder.resident(support::type::reparse_point, u"", sound).edit(c.at, c.value, c.width);
         const reparse_in_record link(builder);
         ASSERT_EQ(link.attribute.at, 56u);
-        EXPECT_EQ(has_reparse_target(link.attribute), c.expected);
+        EXPECT_EQ(has_reparse_target(link.attribute, link.left()), c.expected);
     }
 }
 
 TEST(ReparsePoint, TargetNeedsOneName) {
     const auto link = with_value(reparse_value(mount_point_tag, u"", {.print = u""}));
     ASSERT_GE(link.attribute.value_length(), 17u);
-    EXPECT_FALSE(has_reparse_target(link.attribute));
+    EXPECT_FALSE(has_reparse_target(link.attribute, link.left()));
 }
 
 TEST(ReparsePoint, EveryPrefixOfARecordIsReadSafely) {
@@ -171,8 +187,9 @@ TEST(ReparsePoint, EveryPrefixOfARecordIsReadSafely) {
         const std::vector<std::uint8_t> cut(
             whole.bytes.begin(), whole.bytes.begin() + static_cast<std::ptrdiff_t>(size));
         const record_attrib attribute{cut, whole.attribute.at};
-        static_cast<void>(has_reparse_target(attribute));
-        const std::wstring target = reparse_target({attribute.value_to_record_end()});
+        static_cast<void>(has_reparse_target(attribute, whole.left()));
+        const auto value = attribute.value_to_record_end();
+        const std::wstring target = reparse_target({value, value.size()});
         EXPECT_LE(target.size(), std::wstring(L"\\??\\C:\\docs\\deep").size());
         if (size < path_buffer_at) continue;  // names lie where other bytes say
         EXPECT_TRUE(std::wstring_view(L"C:\\docs\\deep").starts_with(target))

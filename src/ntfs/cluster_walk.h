@@ -1,0 +1,67 @@
+// The clusters of an attribute in the order of its data.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "ntfs/data_run_list.h"
+
+// Where one cluster of an attribute is stored.
+struct cluster_place {
+    std::uint64_t lcn = 0;
+    bool sparse = false;
+};
+
+// Walks the clusters that a read of `size` bytes at `offset` touches, in order, as far as the runs
+// reach. `runs` must outlive the walk.
+class cluster_walk {
+public:
+    cluster_walk(const data_run_list& runs, std::uint64_t offset, std::uint64_t size,
+                 std::uint32_t cluster_size, bool skip_sparse)
+        : m_runs(runs),
+          m_lookup(runs),
+          m_first_vcn(offset / cluster_size),
+          m_end_vcn((offset + size) / cluster_size),
+          m_head(offset % cluster_size),
+          m_tail((offset + size) % cluster_size),
+          m_vcn(m_first_vcn),
+          m_skip_sparse(skip_sparse) {}
+
+    // Returns the next cluster, or nullopt after the last and at the first that no run covers.
+    std::optional<cluster_place> next() {
+        for (; m_vcn >= m_first_vcn && m_vcn <= m_end_vcn; ++m_vcn) {
+            std::uint32_t run = 0;
+            cluster_place place;
+            if (!m_lookup.find(m_vcn, run, place.lcn)) break;
+            place.sparse = m_runs[run].sparse != 0;
+            if (place.sparse && m_skip_sparse) {
+                leave_out();
+                continue;
+            }
+            ++m_vcn;
+            return place;
+        }
+        return std::nullopt;
+    }
+
+    std::uint64_t first_vcn() const { return m_first_vcn; }
+    // Bytes of the first cluster before `offset`.
+    std::uint64_t head() const { return m_head; }
+    // Bytes wanted of the end cluster.
+    std::uint64_t tail() const { return m_tail; }
+
+private:
+    void leave_out() {
+        if (m_vcn == m_first_vcn) m_head = 0;
+        if (m_vcn == m_end_vcn) m_tail = 0;
+    }
+
+    const data_run_list& m_runs;
+    run_lookup m_lookup;
+    std::uint64_t m_first_vcn;
+    std::uint64_t m_end_vcn;
+    std::uint64_t m_head;
+    std::uint64_t m_tail;
+    std::uint64_t m_vcn;
+    bool m_skip_sparse;
+};

@@ -1,0 +1,94 @@
+#include "ntfs/record_reader.h"
+
+#include <algorithm>
+#include <new>
+
+#include "ntfs/ntfs.h"
+
+namespace {
+
+constexpr std::uint32_t first_piece = 0x10000;
+constexpr std::uint32_t largest_piece = 0x100000;
+
+// Blocks that end this far past what was read are left out of the update sequence: only an "INDX"
+// record has so many, and its size is a claim.
+constexpr std::uint64_t most_fixed_past_end = 0x100000;
+
+// Grows `record` to `size` bytes with zeros. Returns false if there is no memory for them.
+bool grow(std::vector<std::uint8_t>& record, std::uint64_t size) {
+    try {
+        record.resize(size);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+record_reader::record_reader(CNtfs& ntfs, std::uint64_t position, std::uint32_t length,
+                             std::vector<std::uint8_t>& record)
+    : m_ntfs(ntfs),
+      m_source_pos(position + ntfs.m_volume_offset),
+      m_length(length),
+      m_record(record) {}
+
+bool record_reader::read_start() {
+    m_record.clear();
+    m_seen = 0;
+    const CRawDisk* const disk = m_ntfs.disk();
+    m_delivered = disk != nullptr ? disk->deliverable(m_length, m_source_pos) : 0;
+    return m_delivered != 0 && read_piece(std::min(m_delivered, first_piece));
+}
+
+void record_reader::read_rest(std::uint64_t fixed_size, bool with_values) {
+    fix_up(fixed_size);
+    while (m_seen < m_delivered) {
+        const std::uint64_t reach = record_reach(m_record, m_seen, with_values);
+        if (reach <= m_seen) return;
+        read_up_to(std::max(reach, 2 * m_seen));
+    }
+}
+
+void record_reader::fix_up(std::uint64_t fixed_size) {
+    const file_record header{m_record};
+    const std::uint16_t array_offset = header.sequence_array_offset();
+    const std::uint16_t array_count = header.sequence_array_count();
+    const std::uint32_t stride = m_ntfs.get_bytes_per_sector();
+    if (array_count < 2 || stride == 0) return;
+    const std::uint64_t blocks = std::min<std::uint64_t>(array_count - 1u, fixed_size / stride);
+    const std::uint64_t array_end = array_offset + array_count * std::uint64_t{2};
+    read_up_to(std::max(blocks * stride, array_end));
+    // A block that the end of the source cuts off ends in two bytes of the array, after zeros.
+    const std::uint64_t fixed_end =
+        std::min(blocks * stride, m_record.size() + most_fixed_past_end);
+    if (fixed_end > m_record.size() && !grow(m_record, fixed_end)) return;
+    apply_update_sequence(m_record, array_offset, array_count, fixed_size, stride);
+}
+
+// Reads on, to `end` or the end of the record. What no file of a VMDK chain holds is passed over;
+// it takes no memory unless bytes follow that are held.
+void record_reader::read_up_to(std::uint64_t end) {
+    end = std::min<std::uint64_t>(end, m_delivered);
+    while (m_seen < end) {
+        m_seen = m_ntfs.disk()->next_held(m_source_pos + m_seen, m_source_pos + end) - m_source_pos;
+        if (m_seen == end) return;
+        if (!read_piece(
+                static_cast<std::uint32_t>(std::min<std::uint64_t>(end - m_seen, largest_piece)))) {
+            m_seen = m_delivered;  // the rest of the record reads as zeros
+        }
+    }
+}
+
+// Reads `count` bytes at `m_seen`. Returns false, with the record as far as it was read, if the
+// read fails or there is no memory.
+bool record_reader::read_piece(std::uint32_t count) {
+    const std::size_t size_before = m_record.size();
+    if (!grow(m_record, m_seen + count)) return false;
+    if (!m_ntfs.disk()->read_bytes(m_record.data() + m_seen, count, m_source_pos + m_seen)) {
+        m_record.resize(size_before);
+        return false;
+    }
+    m_seen += count;
+    return true;
+}
