@@ -17,14 +17,14 @@ namespace {
 constexpr std::size_t max_minute_text = 31;
 constexpr long max_field = 65535;
 
-// A number of the date. What doesn't fit into a field becomes its largest value, which no month and
-// no day may have; a text that is no number is 0.
+// Parses a number of the date. A number that does not fit into a field is set to the field's
+// largest value, which is not a valid month or day. A text that is not a number is 0.
 std::uint16_t date_number(const std::string& text) {
     const long value = std::strtol(text.c_str(), nullptr, 10);
     return static_cast<std::uint16_t>(value < 0 ? max_field : std::min(value, max_field));
 }
 
-// The month whose English name starts with these three letters; 0 when there is none.
+// Returns the month whose English name starts with these three letters, or 0.
 std::uint16_t named_month(std::string text) {
     for (std::int32_t month = 1; month <= 12; ++month) {
         std::string name = month_abbrev(month);
@@ -38,7 +38,8 @@ std::uint16_t with_century(std::uint16_t year) {
     return static_cast<std::uint16_t>(year + (year >= 31 ? 1900 : 2000));
 }
 
-// Reads the date's fields in the order of the letters. False for an unknown month name.
+// Reads the fields of the date in the order of the letters. Returns false for an unknown month
+// name, a month above 12 or a day above 31.
 bool read_date(const std::string& date_text, std::string order, char separator,
                _windows_systemtime& out) {
     upper(order);
@@ -64,8 +65,8 @@ bool read_date(const std::string& date_text, std::string order, char separator,
     return out.month < 13 && out.day < 32;
 }
 
-// A decimal number of the time with its fraction, between 0 and the largest value of a field; 0 for
-// a text that is none.
+// Parses a decimal number of the time, with its fraction. The result is between 0 and the largest
+// value of a field; a text that is not a number is 0.
 double time_number(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(" \t+"), text.size()));
     double value = 0;
@@ -73,7 +74,7 @@ double time_number(std::string_view text) {
     return value > 0 ? std::min(value, static_cast<double>(max_field)) : 0;  // not a number is 0
 }
 
-// True when "pm" stands anywhere behind the first colon.
+// Returns true if "pm" occurs anywhere after the first colon.
 bool is_afternoon(const std::string& time_text) {
     const std::size_t colon = time_text.find(':');
     return time_text.find("pm", colon) != std::string::npos;
@@ -96,8 +97,8 @@ bool read_time(std::string time_text, _windows_systemtime& out) {
     return true;
 }
 
-// The test that adds a leap day to the months behind February. It looks at the years since 1900, so
-// that a stamp of March to December 2000 lies one day early.
+// Returns true if a leap day is added to the months after February. The leap-year rule is applied
+// to the years since 1900, so a date from March to December 2000 is one day early.
 bool adds_leap_day(std::int64_t year) {
     const std::int64_t since_1900 = year - 1900;
     return since_1900 > 0 && is_leap_year(since_1900);

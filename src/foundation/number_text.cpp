@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t max_digits = 20;  // of a 64-bit number in decimal
 
-// The digits of one number, in a buffer of its own.
+// The digits of one number, with their buffer.
 class digits {
 public:
     digits(std::uint64_t value, int base)
@@ -24,7 +24,7 @@ private:
     const char* m_end;
 };
 
-// Appends a number, filled up to `width` at the front.
+// Appends a number, padded on the left to `width` characters.
 void append_filled(std::string& out, const digits& number, std::size_t width, char fill) {
     const std::string_view text = number.text();
     if (text.size() < width) out.append(width - text.size(), fill);

@@ -1,4 +1,4 @@
-// The one way in which this program opens files and devices.
+// Opens files and devices. The whole program opens them through open_file.
 #pragma once
 
 #include <cstdint>
@@ -7,16 +7,16 @@
 namespace ql {
 
 // Opens `path_utf8` without blocking. `flags` are those of open(2); the non-blocking flag 0x800 is
-// always added. A file that is created gets mode 0606, and the mode argument is 0404 when the flags
-// ask for reading only.
+// always added. A file that is created gets mode 0606; the mode argument is 0404 if the flags
+// request read-only access.
 //
-// The result is the descriptor, which the caller closes, or -1 for an empty path, a failed open, a
-// failed fstat, a FIFO or a socket. Devices and folders are opened. `errno` is that of the call
-// that failed.
+// Returns the descriptor, which the caller closes. Returns -1 for an empty path, a failed open, a
+// failed fstat, a FIFO or a socket. Devices and directories are opened. `errno` is set only if a
+// system call failed, not for an empty path, a FIFO or a socket.
 int open_file(const std::string& path_utf8, int flags);
 
-// The size of an open file or block device by a seek to its end; -1 when the seek fails. The
-// position is back at the start afterwards.
+// Returns the size of an open file or block device, found by seeking to its end, and seeks back to
+// the start. Returns -1 if the seek fails.
 std::int64_t seek_size(int fd);
 
 }  // namespace ql

@@ -8,9 +8,10 @@ const char* const clear_line_bytes = "\x1b[2K\r    \r";
 
 namespace {
 
-constexpr int max_message = 4096;  // characters; what is longer never reaches the screen
+constexpr int max_message = 4096;  // characters; a longer message is not printed
 
-// The bytes that a message needs without its terminator; -1 when it can't be formatted.
+// Returns the length of the formatted message without its terminator, or -1 if it cannot be
+// formatted.
 int message_length(const char* format, va_list arguments) {
     va_list copy;
     va_copy(copy, arguments);
@@ -19,7 +20,7 @@ int message_length(const char* format, va_list arguments) {
     return length;
 }
 
-// A message that can't be written has nobody to tell.
+// Ignores errors: there is no other place to report them.
 void write_to_screen(const char* text) {
     static_cast<void>(std::fputs(text, stderr));
     static_cast<void>(std::fflush(stderr));
@@ -37,8 +38,7 @@ void print_error(const char* format, ...) {
     va_start(arguments, format);
     const int length = message_length(format, arguments);
     if (length >= 0 && length <= max_message) {
-        // The terminator takes the place of the message's last character, which is the line end
-        // of most messages.
+        // The terminator replaces the last character of the message, which is usually the line end.
         std::string message(static_cast<std::size_t>(length), '\0');
         if (std::vsnprintf(message.data(), message.size(), format, arguments) >= 0)
             write_to_screen(message.c_str());

@@ -1,4 +1,4 @@
-// What the user reads on standard error.
+// Messages to the user on standard error.
 #pragma once
 
 // The bytes that clear a progress line: ESC "[2K" CR, four blanks, CR.
@@ -8,8 +8,8 @@ extern const char* const clear_line_bytes;
 void clear_line();
 
 // Clears the line, then writes the formatted message to standard error without its last character
-// and flushes: "%s\n" shows no line end. A message of more than 4096 characters, and one that can't
-// be formatted, is dropped whole. A null `format` only clears the line.
+// and flushes: "%s\n" prints no line end. A message of more than 4096 characters, or one that
+// cannot be formatted, is not printed at all. A null `format` only clears the line.
 #if defined(__GNUC__)
 __attribute__((format(printf, 1, 2)))
 #endif

@@ -1,8 +1,8 @@
-// Numbers from on-disk bytes: bounded little-endian reads by offset.
+// Bounded little-endian reads of numbers from on-disk bytes, by offset.
 //
-// Everything that comes from a disk is held as bytes and read through these functions, never by
-// casting a pointer. Bytes behind the end of a buffer count as 0, so that a cut or damaged
-// structure gives zeros and never a neighbour's bytes.
+// All data from a disk is kept as bytes and read through these functions, never by casting a
+// pointer. Bytes past the end of a buffer read as 0, so that a truncated or damaged structure
+// yields zeros and never a neighbour's bytes.
 #pragma once
 
 #include <algorithm>
@@ -17,8 +17,8 @@ namespace ql {
 
 using bytes = std::span<const std::uint8_t>;
 
-// The `width` bytes at offset `at`, lowest first, as a number; width is 0 to 8.
-// Bytes behind the end of `b` count as 0: a field that straddles the end has zero high bytes.
+// Returns the little-endian number of `width` bytes (0 to 8) at offset `at`. Bytes past the end of
+// `b` read as 0: a field that straddles the end has zero high bytes.
 constexpr std::uint64_t le_uint(bytes b, std::size_t at, std::size_t width) {
     std::uint64_t value = 0;
     for (std::size_t i = width; i-- > 0;) {
@@ -28,8 +28,8 @@ constexpr std::uint64_t le_uint(bytes b, std::size_t at, std::size_t width) {
     return value;
 }
 
-// The number that fills a `Number` at offset `at`, as le_uint gives it. One that lies inside `b`
-// is one load: both machines that this program runs on store the lowest byte first.
+// Returns the number of type `Number` at offset `at`, with the same result as le_uint. A number
+// that is completely inside `b` is read by one load: every supported machine is little-endian.
 template <typename Number>
 inline Number le_number(bytes b, std::size_t at) {
     static_assert(std::endian::native == std::endian::little);
@@ -41,40 +41,40 @@ inline Number le_number(bytes b, std::size_t at) {
     return value;
 }
 
-// One byte; 0 behind the end.
+// Returns the byte at `at`, or 0 past the end.
 constexpr std::uint8_t le8(bytes b, std::size_t at) {
     return at < b.size() ? b[at] : std::uint8_t{0};
 }
 
-// Two bytes, lowest first.
+// Returns the two-byte little-endian number at `at`.
 inline std::uint16_t le16(bytes b, std::size_t at) { return le_number<std::uint16_t>(b, at); }
 
-// Four bytes, lowest first.
+// Returns the four-byte little-endian number at `at`.
 inline std::uint32_t le32(bytes b, std::size_t at) { return le_number<std::uint32_t>(b, at); }
 
-// The six bytes of an MFT entry number in a file reference.
+// Returns the six-byte MFT entry number of the file reference at `at`.
 inline std::uint64_t le48(bytes b, std::size_t at) {
     return le_number<std::uint64_t>(b, at) & 0xFFFFFFFFFFFF;
 }
 
-// Eight bytes, lowest first.
+// Returns the eight-byte little-endian number at `at`.
 inline std::uint64_t le64(bytes b, std::size_t at) { return le_number<std::uint64_t>(b, at); }
 
-// What stands from `at` on, at most `count` bytes; shorter or empty where `b` ends first.
+// Returns at most `count` bytes of `b` from offset `at`: fewer, or none, if `b` ends first.
 constexpr bytes clip(bytes b, std::size_t at, std::size_t count = SIZE_MAX) {
     if (at >= b.size()) return {};
     const std::size_t left = b.size() - at;
     return b.subspan(at, std::min(count, left));
 }
 
-// The first bytes of `from`, as many as `out` holds; what `from` lacks stays as it is.
+// Copies the first bytes of `from` to `out`. If `from` is shorter, the rest of `out` is unchanged.
 template <std::size_t size>
 void copy_start(bytes from, std::array<std::uint8_t, size>& out) {
     const bytes start = clip(from, 0, size);
     std::copy(start.begin(), start.end(), out.begin());
 }
 
-// The same, with zeros for what `from` lacks.
+// Like copy_start, but fills the rest of `out` with zeros.
 template <std::size_t size>
 void copy_with_zeros(bytes from, std::array<std::uint8_t, size>& out) {
     copy_start(from, out);
@@ -84,12 +84,12 @@ void copy_with_zeros(bytes from, std::array<std::uint8_t, size>& out) {
     }
 }
 
-// `dividend` / `divisor`; 0 for a divisor of 0, which a size from a disk may be.
+// Returns `dividend` / `divisor`, or 0 if the divisor, which may be a size from a disk, is 0.
 constexpr std::uint64_t quotient(std::uint64_t dividend, std::uint64_t divisor) {
     return divisor == 0 ? 0 : dividend / divisor;
 }
 
-// True when the bytes at `at` are those of `text`; false when they run past the end of `b`.
+// Returns true if the bytes at `at` equal `text`; false if `b` ends before them.
 inline bool has_text(bytes b, std::size_t at, const char* text) {
     const std::size_t length = std::strlen(text);
     const bytes part = clip(b, at, length);

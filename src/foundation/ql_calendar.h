@@ -1,4 +1,4 @@
-// Day counts of the Gregorian calendar, counted from 1601-01-01, the day 0 of FILETIME.
+// Day counts of the Gregorian calendar. Day 0 is 1601-01-01, as in FILETIME.
 #pragma once
 
 #include <cstdint>
@@ -23,25 +23,25 @@ constexpr bool is_leap_year(std::int64_t year) {
     return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
 }
 
-// Days from 1601-01-01 to 1 January of `year`; `year` from 1 on.
+// Returns the days from 1601-01-01 to 1 January of `year`, which is 1 or later.
 constexpr std::int64_t days_before_year(std::int64_t year) {
     const std::int64_t past = year - 1;
     constexpr std::int64_t leap_days_to_1600 = 388;
     return (year - 1601) * 365 + past / 4 - past / 100 + past / 400 - leap_days_to_1600;
 }
 
-// Days from 1 January to the first of `month` (1 to 12) in a year of the kind given.
+// Returns the days from 1 January to the first of `month` (1 to 12). `leap` is true in a leap year.
 constexpr std::int64_t days_before_month(int month, bool leap) {
     constexpr int common[] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
     return common[month - 1] + (leap && month > 2 ? 1 : 0);
 }
 
-// The date of a day counted from 1601-01-01.
+// Returns the date of a day counted from 1601-01-01.
 //
-// Years are counted from March here, so that the leap day is the last of its year and the lengths
-// of the months before it follow one formula. They are grouped by 400, which all have 146,097 days.
+// A year starts in March here, so that the leap day is the last day of its year and one formula
+// yields the lengths of the months before it. Any 400 consecutive years have 146,097 days.
 constexpr calendar_day day_to_calendar(std::uint32_t days) {
-    constexpr std::uint32_t from_march_of_year_0 = 584'694;  // to 1601-01-01
+    constexpr std::uint32_t from_march_of_year_0 = 584'694;  // days, to 1601-01-01
     const std::uint32_t all = days + from_march_of_year_0;
     const std::uint32_t group = all / 146'097;
     const std::uint32_t left = all % 146'097;

@@ -18,18 +18,18 @@ std::string lowered_and_trimmed(const std::string& text) {
 }
 
 bool begins_decimal(const std::string& text) {
-    const char first = text[0];  // the NUL of an empty text is none
+    const char first = text[0];  // NUL if the text is empty
     return (first >= '0' && first <= '9') || first == '+' || first == '-';
 }
 
-// The digits of `text` from `at` on. The reading stops at the first character that is no digit of
-// the base, and a text without digits is 0.
+// Parses the digits of `text` from `at` up to the first character that is not a digit of the base.
+// A text without digits is 0.
 std::uint64_t digits_from(const std::string& text, std::size_t at, int base) {
     return std::strtoull(text.c_str() + at, nullptr, base);
 }
 
-// Hexadecimal behind the first "x" or else octal behind the first "o" of a lowered text. False,
-// with `out` untouched, when it has neither.
+// Parses hexadecimal after the first "x", or else octal after the first "o", of a lowered text.
+// Returns false, with `out` unchanged, if the text has neither.
 bool read_marked(const std::string& lowered, std::uint64_t& out) {
     if (const auto x = lowered.find('x'); x != std::string::npos) {
         out = digits_from(lowered, x + 1, 16);
@@ -42,7 +42,7 @@ bool read_marked(const std::string& lowered, std::uint64_t& out) {
     return false;
 }
 
-// Takes the blanks in front of a number away. False when a blank stands behind a digit.
+// Removes the blanks before a number. Returns false if a blank follows a digit.
 bool drop_leading_blanks(std::string& text) {
     bool digit_before = false;
     for (const char c : text) {
@@ -53,8 +53,8 @@ bool drop_leading_blanks(std::string& text) {
     return true;
 }
 
-// One number from the start of `text` by a stream's own reader. False when there is none or when it
-// doesn't fit.
+// Parses one number at the start of `text` with a stream. Returns false if there is none or if it
+// does not fit.
 bool read_by_stream(const std::string& text, std::ios_base& (*base)(std::ios_base&),
                     std::uint64_t& out) {
     std::istringstream stream(text);
@@ -78,7 +78,7 @@ bool parse_number(const std::string& text, std::uint64_t& out) {
 bool parse_u32(const std::string& text, std::uint32_t& out) {
     out = 0;
     const std::string copy = lowered_and_trimmed(text);
-    if (copy.find('x', 1) == 1) {  // whatever digit stands in front
+    if (copy.find('x', 1) == 1) {  // the first character may be any
         out = static_cast<std::uint32_t>(digits_from(text, 2, 16));
     } else if (copy.starts_with('x')) {
         out = static_cast<std::uint32_t>(digits_from(text, 1, 16));

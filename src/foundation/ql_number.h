@@ -1,4 +1,4 @@
-// Number readers of the command line. All work on a lowered and trimmed copy of the text.
+// Parsers for the numbers of the command line. Each parses a lowered and trimmed copy of the text.
 #pragma once
 
 #include <cstdint>
@@ -6,28 +6,34 @@
 
 namespace ql {
 
-// Hexadecimal behind the first "x" anywhere, else octal behind the first "o" anywhere, else decimal
-// if the text begins with a digit, "+" or "-". The digits are read as strtoull reads them, so
-// hexadecimal and octal texts are always accepted and can be 0, and "-1" is 2^64 - 1.
-// False, with `out` untouched, for an empty text or one that begins with anything else.
+// Parses hexadecimal after the first "x" anywhere in the text, else octal after the first "o"
+// anywhere, else decimal if the text begins with a digit, "+" or "-". Digits are parsed as by
+// strtoull: hexadecimal and octal texts are always accepted and may yield 0, and "-1" is 2^64 - 1.
+// Returns false, with `out` unchanged, for an empty text or any other first character.
 bool parse_number(const std::string& text, std::uint64_t& out);
 
-// Second character "x": hexadecimal from the third; first "x" or "o": hexadecimal or octal from the
-// second; a digit, "+" or "-" first: decimal; three characters in single quotes: the code of the
-// middle one, lowered. The form is seen on the trimmed copy, the digits of hexadecimal and octal
-// are taken from `text` as given. `out` is 0 when the result is false.
+// Parses a 32-bit number. The form depends on the trimmed copy:
+//
+//   "x" as the second character   hexadecimal from the third
+//   "x" or "o" as the first       hexadecimal or octal from the second
+//   a digit, "+" or "-" first     decimal
+//   a character in single quotes  the code of that character, lowered
+//
+// The digits of hexadecimal and octal numbers are read from `text` itself. Returns false, with
+// `out` set to 0, for any other text.
 bool parse_u32(const std::string& text, std::uint32_t& out);
 
-// As parse_number, cut to 32 bits; decimals are read as a signed number. False leaves `out` alone.
+// Like parse_number, truncated to 32 bits, except that decimals are parsed as signed numbers.
+// Returns false with `out` unchanged.
 bool parse_count(const std::string& text, std::uint32_t& out);
 
-// As parse_number, cut to 32 bits. False leaves `out` alone.
+// Like parse_number, truncated to 32 bits. Returns false with `out` unchanged.
 bool parse_u32_any(const std::string& text, std::uint32_t& out);
 
-// Leading blanks are skipped, a blank behind a digit fails. At most 31 characters; "x" second (of
-// more than two): hexadecimal of at most 16 digits; "x" first: hexadecimal; "o" first: octal, at
-// most 23 characters; else decimal, at most 20 characters. False when the text is none of these or
-// doesn't fit.
+// Parses at most 31 characters: hexadecimal of at most 16 digits if the second of more than two
+// characters is "x"; hexadecimal if the first is "x"; octal, at most 23 characters, if the first is
+// "o"; else decimal, at most 20 characters. Blanks are ignored unless one follows a digit. Returns
+// false, with `out` unchanged, if the text has none of these forms or the number does not fit.
 bool parse_u64(const std::string& text, std::uint64_t& out);
 
 }  // namespace ql

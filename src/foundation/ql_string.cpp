@@ -12,7 +12,8 @@ namespace {
 constexpr std::uint32_t last_code_point = 0x10FFFF;
 constexpr std::size_t units_of_unknown_length = 500;
 
-// wchar_t is signed on x86-64: an element as the number that is compared and shifted.
+// Converts an element to an unsigned number for comparisons and shifts: wchar_t is signed on
+// x86-64.
 constexpr std::uint32_t code_of(wchar_t element) { return static_cast<std::uint32_t>(element); }
 
 template <typename Char>
@@ -45,7 +46,7 @@ std::uint32_t remove_from(Text& text, Char c) {
     return static_cast<std::uint32_t>(std::erase(text, c));
 }
 
-// Strips the characters of `set` from both ends; false if nothing is left.
+// Strips the characters of `set` from both ends. Returns false if nothing is left.
 template <typename Text>
 bool strip_both(Text& text, const typename Text::value_type* set) {
     const std::size_t last = text.find_last_not_of(set);
@@ -63,7 +64,7 @@ void strip_end(Text& text, const typename Text::value_type* set) {
     text.erase(text.find_last_not_of(set) + 1);  // npos + 1 is 0
 }
 
-// The two, three or four bytes of a code point from 0x80 to 0x10FFFF.
+// Appends the two, three or four bytes of a code point from 0x80 to 0x10FFFF.
 void append_multibyte(std::string& out, std::uint32_t code) {
     const auto tail = [&](unsigned shift) {
         out.push_back(static_cast<char>(0x80 | (code >> shift & 0x3F)));
@@ -81,7 +82,7 @@ void append_multibyte(std::string& out, std::uint32_t code) {
     tail(0);
 }
 
-// How many elements at the start of `wide` are below 0x80.
+// Counts the elements below 0x80 at the start of `wide`.
 std::size_t ascii_run(std::wstring_view wide) {
     std::size_t count = 0;
     while (count < wide.size() && code_of(wide[count]) < 0x80)
@@ -89,7 +90,7 @@ std::size_t ascii_run(std::wstring_view wide) {
     return count;
 }
 
-// How many bytes follow the lead byte `lead`; -1 if it is none.
+// Returns the number of bytes that follow the lead byte `lead`, or -1 if it is not a lead byte.
 int following_bytes(std::uint8_t lead) {
     if (lead < 0x80) return 0;
     if ((lead & 0xE0) == 0xC0) return 1;
@@ -98,19 +99,20 @@ int following_bytes(std::uint8_t lead) {
     return -1;
 }
 
-// True for what stands in the XML report as it is.
+// Returns true for a character that the XML report contains unescaped.
 constexpr bool is_xml_char(char c) {
     const auto byte = static_cast<std::uint8_t>(c);
     if (c == '<' || c == '>' || c == '&') return false;
     return (byte >= 0x20 && byte <= 0x7E) || c == '\r' || c == '\n';
 }
 
-// The unit with this index. Where the buffer ends in its middle, its high byte is zero.
+// Returns the unit with this index. If the buffer ends in the middle of the unit, its high byte is
+// 0.
 wchar_t unit_at(bytes units, std::size_t index) {
     return static_cast<wchar_t>(le16(units, index * 2));
 }
 
-// How many units a text has before its zero unit, at most `limit`. Behind the buffer all are zero.
+// Counts the units before the first zero unit, up to `limit`. Units past the buffer are zero.
 std::size_t count_units(bytes units, std::size_t limit) {
     std::size_t count = 0;
     while (count < limit && unit_at(units, count) != 0)
@@ -118,7 +120,7 @@ std::size_t count_units(bytes units, std::size_t limit) {
     return count;
 }
 
-// The most units that a text of `byte_length` bytes may have.
+// Returns the maximum number of units in a text of `byte_length` bytes.
 std::size_t unit_limit(std::int64_t byte_length) {
     if (byte_length == -1) return units_of_unknown_length;
     return static_cast<std::size_t>(std::max(byte_length / 2, std::int64_t{0}));
@@ -127,8 +129,8 @@ std::size_t unit_limit(std::int64_t byte_length) {
 constexpr bool is_high_surrogate(wchar_t unit) { return (unit & 0xFC00) == 0xD800; }
 constexpr bool is_low_surrogate(wchar_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
-// Joins the surrogate pairs of a text that has an element for each unit. A high surrogate without
-// its low one leaves the whole text as it is.
+// Joins the surrogate pairs of a text that has one element per unit. If a high surrogate lacks its
+// low surrogate, the text is unchanged.
 void join_pairs(std::wstring& text) {
     std::wstring joined;
     joined.reserve(text.size());

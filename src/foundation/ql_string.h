@@ -1,8 +1,8 @@
-// Text forms and their conversions.
+// Text encodings and conversions between them.
 //
-// Names and paths are wide strings inside the program, one code point an element; strings on disk
-// are UTF-16LE; what is printed is UTF-8. Nothing here depends on a locale: letters fold in ASCII
-// only, and no function reports an error by message.
+// Names and paths are wide strings inside the program, one code point per element. Strings on disk
+// are UTF-16LE; printed text is UTF-8. Nothing depends on a locale: only ASCII letters are
+// case-folded. No function prints an error.
 #pragma once
 
 #include <cstdint>
@@ -13,69 +13,71 @@
 
 namespace ql {
 
-// Wide text to UTF-8. Surrogates are written as three bytes like any other code point. An element
-// above 0x10FFFF ends the conversion: what came before it is the result.
+// Converts wide text to UTF-8. Surrogates are encoded as three bytes like any other code point. An
+// element above 0x10FFFF ends the conversion; the text before it is returned.
 std::string to_utf8(std::wstring_view wide);
 
-// Appends the UTF-8 form of `wide` to `out`; otherwise as to_utf8.
+// Appends the UTF-8 form of `wide` to `out`, converted as by to_utf8.
 void append_utf8(std::string& out, std::wstring_view wide);
 
-// UTF-8 to wide text. Overlong forms and surrogates are taken. A wrong lead byte, a wrong
-// continuation byte or a cut sequence anywhere makes the whole result empty.
+// Converts UTF-8 to wide text. Overlong forms and surrogates are accepted. Returns an empty text if
+// a lead byte or a continuation byte is invalid or if a sequence is truncated, anywhere in `utf8`.
 std::wstring to_wide(std::string_view utf8);
 
-// UTF-16LE text to wide text. Copying stops at the first zero unit or after `byte_length` / 2
-// units; a `byte_length` of -1 means at most 500 units. Units behind the end of `units` are zero.
+// Converts UTF-16LE to wide text, up to the first zero unit or to `byte_length` / 2 units. A
+// `byte_length` of -1 means at most 500 units. Units past the end of `units` are zero.
 //
-// Surrogate pairs become one element. One high surrogate without its low one makes the whole text
-// fall back to an element per unit, so that no name is lost.
-// The result is the number of bytes taken: 2 for each unit consumed, 0 for an empty buffer.
+// A surrogate pair becomes one element. If any high surrogate lacks its low surrogate, every unit
+// of the text becomes an element of its own, so that no name is lost. Returns the number of bytes
+// converted: 2 per unit, 0 for an empty buffer.
 std::uint32_t utf16_to_wide(bytes units, std::int64_t byte_length, std::wstring& out_wide);
 
-// utf16_to_wide and to_utf8 in one. With `count_terminator` the result is 2 more if there was room.
+// Converts UTF-16LE to UTF-8, as utf16_to_wide and to_utf8 do. With `count_terminator` the result
+// is 2 more if the text ended before `byte_length`.
 std::uint32_t utf16_to_utf8(bytes units, std::int64_t byte_length, std::string& out_narrow,
                             bool count_terminator);
 
-// Each byte widened to one element without decoding: byte 0xC3 is element 0xC3.
+// Widens each byte to one element without decoding: byte 0xC3 becomes element 0xC3.
 void bytes_to_wide(std::string_view narrow, std::wstring& out_wide);
 
-// The dashed text of a GUID: the first three fields little-endian, the rest in file order, in
-// lower-case hexadecimal. A null pointer leaves `out` empty. Reads 16 bytes.
+// Sets `out` to the text of the 16-byte GUID, with dashes and in lower-case hexadecimal. The first
+// three fields are little-endian; the others are in file order. `out` is empty for a null pointer.
 void format_guid(std::string& out, const std::uint8_t* bytes16);
 
-// Escapes UTF-8 text for the XML report: "&lt;", "&gt;", "&amp;"; a byte outside 0x20..0x7E becomes
-// "%" and two lower-case hexadecimal digits, but CR and LF stay as they are. Quotes are left alone.
+// Escapes UTF-8 text for the XML report: "&lt;", "&gt;", "&amp;". Any other byte outside 0x20 to
+// 0x7E, except CR and LF, becomes "%" and two lower-case hexadecimal digits. Quotes are not
+// escaped.
 void xml_escape(std::string& out, std::string_view text);
 
-// True when xml_escape leaves the text as it is.
+// Returns true if xml_escape would not change the text.
 bool is_xml_text(std::string_view text);
 
-// Replaces each `from` by `to`, in place. With `ignore_case` both cases of `from` are hit.
+// Replaces each `from` by `to`, in place. With `ignore_case` both cases of `from` are replaced.
 void replace_char(std::string& text, char from, char to, bool ignore_case = false);
 void replace_char(std::wstring& text, wchar_t from, wchar_t to, bool ignore_case = false);
 
-// Removes each `c`, in place; the result is how many went.
+// Removes each `c`, in place, and returns the number of characters removed.
 std::uint32_t remove_char(std::string& text, char c);
 std::uint32_t remove_char(std::wstring& text, wchar_t c);
 
-// ASCII case folding in place.
+// Fold ASCII letters to one case, in place.
 void lower(std::string& text);
 void upper(std::string& text);
 void lower_wide(std::wstring& text);
 
-// True when both texts are equal without regard to ASCII case: lengths first, then the lowered
-// texts. Both arguments are left in lower case.
+// Returns true if both texts are equal regardless of ASCII case. Lowers both arguments.
 bool equal_nocase(std::string& a, std::string& b);
 
-// wcscmp, or wcscasecmp with `ignore_case`. Two null pointers are equal; null sorts first.
+// Compares like wcscmp, or like wcscasecmp with `ignore_case`; elements are unsigned and only ASCII
+// is case-folded. Two null pointers are equal; null sorts first.
 std::int32_t compare_wide(const wchar_t* a, const wchar_t* b, bool ignore_case);
 
-// Strips blank, tab, CR and LF from both ends; false if nothing is left.
+// Strips blanks, tabs, CRs and LFs from both ends. Returns false if nothing is left.
 bool trim(std::string& text);
 bool trim(std::wstring& text);
 
-// Strips blanks from both ends, then tabs from both ends, then trailing CR, then trailing LF, one
-// pass of each. False if nothing is left after the blanks or after the tabs.
+// Strips blanks from both ends, then tabs from both ends, then trailing CRs, then trailing LFs, in
+// one pass each. Returns false if nothing is left after the blanks or after the tabs.
 bool trim_wide(std::wstring& text);
 
 // Removes trailing zero bytes.
@@ -84,7 +86,8 @@ void strip_trailing_nuls(std::string& text);
 // Removes every trailing slash and backslash.
 void strip_trailing_separators(std::wstring& text);
 
-// Every `find` in `text` replaced by `with`. An empty `text` or an empty `find` gives "".
+// Sets `out` to `text` with every `find` replaced by `with`, and returns it. The result is empty if
+// `text` or `find` is empty.
 std::string& replace_all(std::string& out, const std::string& text, const std::string& find,
                          const std::string& with);
 

@@ -12,10 +12,11 @@ namespace ql {
 
 namespace {
 
-// The local time of a stamp must lie before this year.
+// The local time of a displayable timestamp is before this year.
 constexpr std::int64_t first_year_not_shown = 3001;
 
-// The host's distance from UTC in seconds at this moment, standard time as mktime takes it.
+// Returns the host's current offset from UTC in seconds. mktime interprets both times as standard
+// time.
 std::int64_t host_utc_offset() {
     const std::time_t now = std::time(nullptr);
     std::tm local{}, utc{};
@@ -26,7 +27,8 @@ std::int64_t host_utc_offset() {
     return static_cast<std::int64_t>(hours * 3600.0f);
 }
 
-// Seconds since 1601 in the host's local time as broken-down fields, without a summer-time flag.
+// Converts seconds since 1601 in the host's local time to broken-down fields; the summer-time flag
+// is 0.
 std::tm local_time_fields(std::uint64_t local_seconds) {
     const auto days = static_cast<std::uint32_t>(local_seconds / seconds_a_day);
     const auto second_of_day = static_cast<int>(local_seconds % seconds_a_day);
@@ -44,14 +46,14 @@ std::tm local_time_fields(std::uint64_t local_seconds) {
     return fields;
 }
 
-// The stamp's local time in seconds since 1601, if that lies before the year 3001; false, with
-// `out` untouched, if not. The host's offset is taken once, so that all stamps of a run are
-// measured alike.
+// Computes the timestamp's local time in seconds since 1601. Returns false, with `out` unchanged,
+// if it is not before the year 3001. The host's offset is read once, so that it is the same for all
+// timestamps of a run.
 bool to_local_seconds(std::uint64_t unix_seconds, std::uint64_t& out) {
     static const std::int64_t offset = host_utc_offset();
     constexpr std::int64_t seconds_to_1970 = days_1601_to_1970 * seconds_a_day;
     constexpr std::int64_t limit = days_before_year(first_year_not_shown) * seconds_a_day;
-    // So many seconds since 1970 are too many since 1601, and the sum below could wrap.
+    // A larger value is out of range even when counted from 1601, and the sum below could wrap.
     if (std::cmp_greater(unix_seconds, limit)) return false;
     const std::int64_t local_seconds =
         static_cast<std::int64_t>(unix_seconds) + seconds_to_1970 + offset;
@@ -60,15 +62,15 @@ bool to_local_seconds(std::uint64_t unix_seconds, std::uint64_t& out) {
     return true;
 }
 
-// Seconds of a FILETIME since 1970, UTC, and since 1601 in local time. False for one that can't be
-// shown.
+// Computes the seconds of a FILETIME since 1970 in UTC and since 1601 in local time. Returns false
+// if it cannot be displayed.
 bool shown_seconds(std::uint64_t filetime, std::uint64_t& unix_seconds,
                    std::uint64_t& local_seconds) {
     return filetime != 0 && filetime_to_unix(filetime, unix_seconds) && unix_seconds != 0 &&
            to_local_seconds(unix_seconds, local_seconds);
 }
 
-// The date of a stamp before the year 3002.
+// Sets the date of a timestamp before the year 3002.
 void set_date(_windows_systemtime& fields, std::uint64_t filetime) {
     const calendar_day date = day_to_calendar(static_cast<std::uint32_t>(filetime / ticks_a_day));
     fields.year = static_cast<std::uint16_t>(date.year);
@@ -77,7 +79,7 @@ void set_date(_windows_systemtime& fields, std::uint64_t filetime) {
     fields.day = static_cast<std::uint16_t>(date.day);
 }
 
-// A time of day, as far as it is printed.
+// The printed fields of a time of day.
 struct clock_time {
     std::uint32_t hour;
     std::uint32_t minute;
@@ -108,20 +110,20 @@ void set_clock(_windows_systemtime& fields, std::uint64_t filetime) {
     fields.picosecond = std::uint64_t{clock.nanosecond} * 1'000;
 }
 
-// A date or a time while it is composed. The longest is a time with nine digits of a fraction, 18
+// A date or a time under construction. The longest text is a time with a nine-digit fraction, 18
 // characters.
 class short_text {
 public:
     void put(char c) { m_text[m_size++] = c; }
 
-    // `value` in decimal, filled with zeros to `digits` digits; higher digits are cut off.
+    // Appends the low `digits` decimal digits of `value`, padded with zeros.
     void put_number(std::uint32_t value, unsigned digits) {
         for (unsigned i = digits; i-- > 0; value /= 10)
             m_text[m_size + i] = static_cast<char>('0' + value % 10);
         m_size += digits;
     }
 
-    // put_number with two digits, which is what most fields have, without its loop.
+    // Like put_number for two digits, the width of most fields, without a loop.
     void put_two(std::uint32_t value) {
         m_text[m_size++] = static_cast<char>('0' + value / 10 % 10);
         m_text[m_size++] = static_cast<char>('0' + value % 10);
@@ -142,12 +144,12 @@ private:
     unsigned m_size = 0;
 };
 
-// The point and `digits` digits of the fraction, truncated. Only 3 to 9 digits are known; any other
-// number adds nothing.
+// Appends the point and `digits` digits of the fraction, truncated. Appends nothing unless `digits`
+// is 3 to 9.
 void put_fraction(short_text& out, std::uint32_t nanosecond, std::size_t digits) {
     static constexpr std::uint32_t divisors[] = {1'000'000, 100'000, 10'000, 1'000, 100, 10, 1};
     if (digits < 3 || digits > 9) return;
-    // All digits of the fraction are those of its nanoseconds: fewer are its leading ones.
+    // The full fraction is the nine digits of `nanosecond`; a shorter one is its leading digits.
     out.put('.');
     out.put_number(nanosecond / divisors[digits - 3], static_cast<unsigned>(digits));
 }
@@ -158,8 +160,8 @@ void put_clock(short_text& out, const clock_time& clock) {
     out.put_two(clock.minute);
 }
 
-// The date in the order of the style; nothing for an order that the style doesn't know. A year has
-// four digits under any style, and a style without a separator has a NUL byte between the fields.
+// Appends the date in the order of the style, or nothing if the style has no known order. The year
+// has four digits in every style. If the style has no separator, a NUL byte separates the fields.
 void put_styled_date(short_text& out, const _windows_systemtime& fields, date_style style) {
     const auto separator = static_cast<char>(style.separator);
     const unsigned order =
@@ -190,8 +192,8 @@ void put_styled_date(short_text& out, const _windows_systemtime& fields, date_st
     }
 }
 
-// The time of day under a style. All of it is composed in one function, so that the compiler knows
-// each place in the text.
+// Renders the time of day under a style. One function composes all of it, so that the compiler
+// knows each position in the text.
 void set_styled_time(std::string& out, const clock_time& clock, date_style style) {
     short_text text;
     put_clock(text, clock);
@@ -205,21 +207,21 @@ bool holds(const std::string& format, const char* part) {
     return format.find(part) != std::string::npos;
 }
 
-// The separator of a date format: "/", "-" or a blank, in this order of preference; 0 without any.
+// Returns the first of "/", "-" and blank that the date format contains, or 0.
 char separator_of(const std::string& date_format) {
     for (const char separator : {'/', '-', ' '})
         if (date_format.find(separator) != std::string::npos) return separator;
     return '\0';
 }
 
-// How many fraction digits a time format asks for: from its first "xxx" to its last "x". 0 when it
-// has no "xxx".
+// Returns the number of fraction digits in a time format, from its first "xxx" to its last "x", or
+// 0 if it does not contain "xxx".
 std::size_t fraction_width(const std::string& time_format) {
     const std::size_t first = time_format.find("xxx");
     return first == std::string::npos ? 0 : time_format.rfind('x') - first + 1;
 }
 
-// The date as the format text itself asks for it.
+// Appends the date as the format text specifies it.
 void put_formatted_date(short_text& out, const _windows_systemtime& fields,
                         const std::string& format) {
     const std::size_t year_at = format.find("yy");
@@ -273,8 +275,8 @@ std::uint8_t order_flag(std::size_t year_at, std::size_t month_at, std::size_t d
     return 0;
 }
 
-// Compiles a date format. False at the first of month, year and day that it doesn't name; what was
-// found before that stays in `style`.
+// Compiles a date format. Returns false at the first of month, year and day that the format lacks;
+// what was found before it is kept in `style`.
 bool compile_date(date_style& style, const std::string& format) {
     style.separator = static_cast<std::uint8_t>(separator_of(format));
 

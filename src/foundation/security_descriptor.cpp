@@ -16,7 +16,8 @@ struct numbered_name {
     const char* name;
 };
 
-// Last sub-authorities that mean the same in each domain, and those of the built-in groups.
+// Last sub-authorities that have the same meaning in every domain, and those of the built-in
+// groups.
 constexpr numbered_name rid_names[] = {
     {500, "User Admin"},
     {501, "User Guest"},
@@ -79,7 +80,7 @@ constexpr numbered_name authority_5_names[] = {
     {32, "Builtin Domain"},
 };
 
-// Bits of an access mask in the order in which they are named.
+// Bits of an access mask, in output order.
 constexpr numbered_name right_names[] = {
     {0x80000000, "GENERIC_READ"},    {0x40000000, "GENERIC_WRITE"},
     {0x20000000, "GENERIC_EXECUTE"}, {0x10000000, "GENERIC_ALL"},
@@ -95,8 +96,8 @@ const char* name_of(std::span<const numbered_name> names, std::uint32_t number) 
     return hit == names.end() ? unknown_name : hit->name;
 }
 
-// What stands behind `offset`, or the empty end of `b`: never a null pointer for a buffer that is
-// there.
+// Returns the bytes of `b` from `offset`, or its empty end. The pointer is null only if that of `b`
+// is.
 ql::bytes from_offset(ql::bytes b, std::size_t offset) {
     return b.subspan(std::min(offset, b.size()));
 }
@@ -110,7 +111,7 @@ ql::bytes from_offset(ql::bytes b, std::size_t offset) {
 std::uint8_t sub_authority_count(ql::bytes sid) { return ql::le8(sid, 1); }
 std::uint8_t authority(ql::bytes sid) { return ql::le8(sid, 7); }
 
-// The last sub-authority. A SID without any gives the four bytes in front of their place.
+// Returns the last sub-authority; for a SID without any, the four bytes before their position.
 std::uint32_t last_sub_authority(ql::bytes sid) {
     return ql::le32(sid, 4 + std::size_t{4} * sub_authority_count(sid));
 }
@@ -138,9 +139,9 @@ const char* well_known_name(ql::bytes sid) {
 //
 //    0  u8   type
 //    1  u8   flags
-//    2  u16  size, from one entry to the next; 0 stays in place
+//    2  u16  size, which is the distance to the next entry; 0 is not an error
 //    4  u32  access mask
-//    8  SID  trustee. Entries with more fields in front of it are read as if it stood here.
+//    8  SID  trustee, at this offset even in entry types that have other fields before it
 void add_ace(security_ace_rows& rows, ql::bytes ace) {
     security_ace_row row;
     const ql::bytes sid = from_offset(ace, 8);
@@ -216,7 +217,7 @@ void ace_type_text(std::uint8_t type, std::string& out, bool /*short_form*/) {
 // ACL:
 //
 //    0  u8   revision
-//    2  u16  size, not looked at
+//    2  u16  size, not checked
 //    4  u16  number of entries
 //    8       first entry
 bool acl_rows(security_ace_rows& rows_out, ql::bytes descriptor, std::uint32_t acl_offset) {
@@ -234,7 +235,7 @@ bool acl_rows(security_ace_rows& rows_out, ql::bytes descriptor, std::uint32_t a
 // Self-relative security descriptor:
 //
 //    0  u8   revision
-//    2  u16  control, not looked at
+//    2  u16  control, not checked
 //    4  u32  offset of the owner's SID, from the start of the descriptor; 0: none
 //    8  u32  offset of the group's SID
 //   12  u32  offset of the SACL

@@ -4,7 +4,8 @@
 
 namespace {
 
-// Cuts `path` at `separator_pos`; a name of ".." turns into "." in the directory `parent_step` up.
+// Splits `path` at `separator_pos`. A name of ".." is replaced by "." in the directory
+// `parent_step` above.
 void cut_at(const std::wstring& path, std::size_t separator_pos, const wchar_t* parent_step,
             std::wstring& dir_out, std::wstring& name_out) {
     std::wstring dir = path.substr(0, separator_pos);

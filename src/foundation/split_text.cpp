@@ -8,8 +8,8 @@
 
 namespace {
 
-// Cuts `text` at each character of `delimiters` and hands every piece to `take`. False for an
-// empty text.
+// Splits `text` at each character of `delimiters` and passes every piece to `take`. Returns false
+// for an empty text.
 template <typename Char, typename Take>
 bool cut(const std::basic_string<Char>& text, std::basic_string_view<Char> delimiters, Take take) {
     if (text.empty()) return false;

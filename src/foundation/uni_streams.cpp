@@ -18,7 +18,7 @@ constexpr std::uint64_t pseudo_file_size = 0x40000;
 constexpr int write_flags = O_RDWR;
 constexpr int create_flags = O_RDWR | O_CREAT | O_TRUNC;
 
-// Reads up to `wanted` bytes from `offset` on. The result is the bytes read, -1 on a failure.
+// Reads up to `wanted` bytes from `offset`. Returns the number of bytes read, or -1 on failure.
 std::int64_t read_fully(int fd, std::uint8_t* to, std::size_t wanted, std::uint64_t offset) {
     std::size_t done = 0;
     while (done < wanted) {
@@ -38,7 +38,7 @@ file_object::file_object() = default;
 file_object::~file_object() {
     try {
         close();
-    } catch (...) {  // a destructor has nobody to tell
+    } catch (...) {  // a destructor cannot report errors
     }
 }
 
@@ -48,7 +48,7 @@ bool file_object::open_for_write(const std::string& utf8_path, bool write, bool 
 }
 
 bool file_object::open(const std::wstring& wide_path, bool write, bool share, bool truncate) {
-    std::wstring name = wide_path;  // `wide_path` may be this object's own
+    std::wstring name = wide_path;  // a copy: `wide_path` may be the `path` that close() clears
     close();
     ql::strip_trailing_separators(name);
 
@@ -128,7 +128,7 @@ streambuf_generic_output<Char, Traits>::streambuf_generic_output(std::uint32_t c
     this->setp(buffer.data(), buffer.data() + buffer.size() - 1);
 }
 
-// The block writer of the derived class is gone by now: derived classes flush.
+// write_block of the derived class is no longer callable here, so derived classes flush.
 template <typename Char, typename Traits>
 streambuf_generic_output<Char, Traits>::~streambuf_generic_output() = default;
 
@@ -151,7 +151,7 @@ typename Traits::int_type streambuf_generic_output<Char, Traits>::overflow(
     Char* const last = first + buffer.size();
     const bool has_char = !Traits::eq_int_type(c, Traits::eof());
     if (has_char) {
-        if (this->pptr() == last) return Traits::eof();  // full since a write that failed
+        if (this->pptr() == last) return Traits::eof();  // full since a failed write
         *this->pptr() = Traits::to_char_type(c);
         this->pbump(1);
     }
@@ -159,7 +159,7 @@ typename Traits::int_type streambuf_generic_output<Char, Traits>::overflow(
     for (std::uint32_t written = 0; written < held;) {
         const std::int64_t taken = write_block(first + written, held - written);
         if (taken <= 0) {
-            if (this->pptr() == last) {  // the kept byte is taken: nothing goes behind it
+            if (this->pptr() == last) {  // the reserved byte is used: accept nothing after it
                 this->setp(first, last);
                 this->pbump(static_cast<int>(held));
             }
@@ -179,7 +179,7 @@ fileio_ostream::fileio_ostream(file_object* file_, std::uint32_t capacity_)
 fileio_ostream::~fileio_ostream() {
     try {
         flush_buffer();
-    } catch (...) {  // a destructor has nobody to tell
+    } catch (...) {  // a destructor cannot report errors
     }
 }
 
