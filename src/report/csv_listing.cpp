@@ -16,7 +16,7 @@ bool csv_header_pending = true;
 
 namespace {
 
-// Names of the columns of one stamp: when paired the first, else both.
+// Column names of one timestamp: the first alone if date and time are paired, else both.
 struct stamp_columns {
     const char* date;
     const char* time;
@@ -39,7 +39,7 @@ const char* type_text(std::uint32_t type) {
     }
 }
 
-// Replaces what would look like a separator in a name or path.
+// Replaces the character that could be mistaken for a separator in a name or path.
 void replace_separator(std::string& text, const quorvel_opts& settings) {
     if (settings.path_sep_to == 0) return;
     ql::replace_char(text, static_cast<char>(settings.path_sep_from),
@@ -125,8 +125,8 @@ private:
         append_split_path(m_path);
     }
 
-    // Two fields, file name and path. Only a slash splits, and paths are joined by backslashes: a
-    // path goes whole into the first field unless it holds a slash for another reason.
+    // Appends two fields, file name and path. Only a slash splits, but paths are joined by
+    // backslashes: the first field is the whole path unless a name contains a slash.
     void append_split_path(std::string_view path) {
         const std::size_t slash = path.rfind('/');
         if (slash == std::string_view::npos) {
@@ -165,7 +165,7 @@ private:
         append_stamp(stamps.accessed);
     }
 
-    // The blank stands in front of the date of a paired field and of the time otherwise.
+    // The padding blank precedes the date of a paired field, otherwise the time.
     void append_stamp(std::uint64_t filetime) {
         m_stamp.render(filetime);
         const bool paired = m_settings.pair_datetime != 0;
@@ -191,7 +191,7 @@ private:
         m_row += m_separator;
     }
 
-    // Without a short name its columns stand empty.
+    // The columns of a missing short name are empty.
     void append_short_name(const stamp_set& stamps) {
         if (stamps.created != 0) {
             append_stamps(stamps);

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-// One $FILE_NAME of a listed entry.
+// A $FILE_NAME of a listed entry.
 struct fn_entry {
     std::uint64_t parent_ref = 0;
     std::uint64_t created = 0;  // FILETIMEs
@@ -18,11 +18,11 @@ struct fn_entry {
     std::uint64_t accessed = 0;
     std::wstring name;
     std::uint8_t is_short = 0;   // the DOS name
-    std::uint8_t time_null = 0;  // one of the four stamps is 0
-    std::string_view comment;    // "fn:time null" then
+    std::uint8_t time_null = 0;  // one of the four timestamps is 0
+    std::string_view comment;    // "fn:time null" if so
 };
 
-// What a row stands for.
+// The kinds of row.
 namespace entry_type {
 constexpr std::uint32_t file = 1;
 constexpr std::uint32_t directory = 16;
@@ -30,15 +30,15 @@ constexpr std::uint32_t index_stream = 256;
 constexpr std::uint32_t data_stream = 4096;
 }  // namespace entry_type
 
-// Bit of dir_entry::flags: the FILE record is a directory.
+// The bit of dir_entry::flags that is set if the FILE record is a directory.
 constexpr std::uint16_t record_flag_directory = 0x0002;
 
-// One listed thing: a file, a directory, an alternate data stream or an index allocation stream.
+// A row: a file, a directory, an alternate data stream or an index allocation stream.
 struct dir_entry {
     std::vector<fn_entry> fn_list;             // names under this parent, in name-key order
     std::wstring parent_path;                  // the directory's path
     std::uint32_t type = 0;                    // one of entry_type
-    std::array<std::uint8_t, 16> object_id{};  // all zero when there is none
+    std::array<std::uint8_t, 16> object_id{};  // all zero if there is none
     std::uint64_t size = 0;    // bytes: allocated size, or the length of a resident value
     std::wstring link_target;  // always empty
     std::uint64_t mft_entry = 0;
@@ -54,23 +54,23 @@ struct dir_entry {
     std::uint32_t attributes = 0;  // file attribute flags
 };
 
-// True for all rows of a directory, those of its streams included.
+// Returns true for all rows of a directory, including those of its streams.
 inline bool is_of_directory(const dir_entry& entry) {
     return (entry.flags & record_flag_directory) != 0;
 }
 
-// True unless the object id is all zero.
+// Returns true unless the object id is all zero.
 inline bool has_object_id(const dir_entry& entry) {
     return std::any_of(entry.object_id.begin(), entry.object_id.end(),
                        [](std::uint8_t byte) { return byte != 0; });
 }
 
-// Orders rows by code point of their sort key, a prefix first.
+// Orders rows by their sort key, code point by code point; a prefix sorts first.
 struct by_full_path {
     bool operator()(const dir_entry& a, const dir_entry& b) const {
         return a.full_path < b.full_path;
     }
 };
 
-// Rows in report order; equal keys stay in the order of insertion.
+// Rows in report order. Rows with equal keys keep the order of insertion.
 using dir_entry_set = std::multiset<dir_entry, by_full_path>;

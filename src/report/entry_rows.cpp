@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint8_t first_bad_namespace = 5;
 
-// The stamps of a $FILE_NAME; one of an unknown namespace shows none.
+// Reads the timestamps of a $FILE_NAME. They are 0 for an unknown namespace.
 void read_name_stamps(const file_name_value& value, fn_entry& out) {
     if (value.name_space() >= first_bad_namespace) {
         out.parent_ref = out.created = out.modified = out.mft_changed = out.accessed = 0;
@@ -39,7 +39,8 @@ void read_name(const NTFS_NAME_ENTRY& name, fn_entry& out) {
     out.is_short = name.is_dos_name;
 }
 
-// The only name, or the first that is no DOS name; empty when there are DOS names alone.
+// Chooses the only name, or the first that is not a DOS name; empty if there are several DOS names
+// and no others.
 void choose_display_name(const name_entry_list& names, std::wstring& out) {
     out.clear();
     for (std::size_t i = 0; i < names.size(); ++i) {
@@ -49,7 +50,7 @@ void choose_display_name(const name_entry_list& names, std::wstring& out) {
     }
 }
 
-// Stamps and attributes. False without $STANDARD_INFORMATION.
+// Reads timestamps and attributes. Returns false if there is no $STANDARD_INFORMATION.
 bool read_standard_information(dir_entry& entry, ql::bytes record, std::uint32_t record_size) {
     record_attrib attribute;
     if (!find_attrib(record, attrib_type::standard_information, attribute, record_size)) {
@@ -64,8 +65,8 @@ bool read_standard_information(dir_entry& entry, ql::bytes record, std::uint32_t
     return true;
 }
 
-// The last object id, and the first link target, which ends the search. The rows of the volume
-// reader carry no text for reparse points, so that link fields stay empty in all reports.
+// Finds the last object id before the first link target, which ends the search. The volume reader
+// returns no text for reparse points, so the link fields of all reports are empty.
 void find_id_and_link(const std::vector<NTFS_ATTRIB_ROW>& rows,
                       std::array<std::uint8_t, 16>& object_id, std::wstring& link_target) {
     for (const NTFS_ATTRIB_ROW& row : rows) {
@@ -78,7 +79,7 @@ void find_id_and_link(const std::vector<NTFS_ATTRIB_ROW>& rows,
     }
 }
 
-// What the reports show as size: the allocated size, or the length of a resident value.
+// Returns the size that the reports show: the allocated size, or the length of a resident value.
 std::uint64_t shown_size(const NTFS_ATTRIB_ROW& row) {
     return row.nonresident != 0 ? ql::le64(row.body, row_body::allocated_size)
                                 : ql::le32(row.body, row_body::value_length);
@@ -93,14 +94,14 @@ bool is_stream(const NTFS_ATTRIB_ROW& row, bool show_indx) {
            (row.type == attrib_type::index_allocation && show_indx && !row.name.empty());
 }
 
-// Adds a row behind those of the same key. Files are read in the order of their entries, which is
-// often that of their names: the end is tried ahead of a search for the row's place.
+// Inserts a row after those with the same key. Files are read in the order of their entries, which
+// is often the order of their names, so the end is tried before a search for the position.
 void insert_row(dir_entry_set& entries, dir_entry_set::node_type row) {
     entries.insert(entries.end(), std::move(row));
 }
 
-// Names the row of a stream. An index of the root directory, whose name is ".", goes by the
-// stream's name alone.
+// Names the row of a stream. An index of the root directory, whose name is ".", is shown under the
+// name of the stream alone.
 void name_stream(dir_entry& row, const std::wstring& key, const std::wstring& stream) {
     row.full_path = key;
     row.full_path += L':';
@@ -142,8 +143,8 @@ void entry_rows::add(ql::bytes record, std::uint64_t entry_num, std::uint64_t pa
     add_rows(entries, show_indx);
 }
 
-// Reads what all rows of the entry share, and the attributes that get rows. False when the entry
-// has no row.
+// Reads the fields that all rows of the entry share, and the attributes that get rows. Returns
+// false if the entry has no rows.
 bool entry_rows::read_entry(ql::bytes record, std::uint64_t entry_num, std::uint64_t parent_num,
                             const std::wstring& path) {
     if (!m_ntfs.get_file_names(m_names, entry_num, record, true, parent_num)) return false;
@@ -161,7 +162,7 @@ bool entry_rows::read_entry(ql::bytes record, std::uint64_t entry_num, std::uint
     return m_rows.read(entry_num);
 }
 
-// The lower-cased path of an entry, which orders the rows and which the filters look at.
+// Sets the sort key of an entry, its lower-cased path. The filters match against it, too.
 void entry_rows::make_key(const std::wstring& path, bool append_name) {
     m_key = path;
     if (append_name) {
@@ -192,7 +193,7 @@ void entry_rows::add_rows(dir_entry_set& entries, bool show_indx) {
     if (!is_directory && std::none_of(rows.begin(), rows.end(), is_unnamed_data)) add_base(entries);
 }
 
-// The row of an entry that has no unnamed $DATA, and of each directory.
+// Adds the row of a directory or of an entry that has no unnamed $DATA.
 void entry_rows::add_base(dir_entry_set& entries) {
     const bool is_directory = is_of_directory(m_common);
     dir_entry_set::node_type made =
@@ -220,7 +221,7 @@ void entry_rows::add_stream(const NTFS_ATTRIB_ROW& row, dir_entry_set& entries) 
     insert_row(entries, std::move(node));
 }
 
-// A row with what all rows share; of size 0 and without an object id.
+// Returns a row with the fields that all rows share, size 0 and no object id.
 dir_entry_set::node_type entry_rows::make_row(std::uint32_t type) {
     dir_entry_set::node_type made = m_spare.take();
     made.value() = m_common;

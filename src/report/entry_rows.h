@@ -1,4 +1,4 @@
-// The rows of MFT entries, one entry after the other.
+// Builds the rows of MFT entries, one entry at a time.
 #pragma once
 
 #include <array>
@@ -14,20 +14,20 @@
 class CNtfs;
 class quorvel_opts;
 
-// Rows that were printed, with the memory of their texts, for the rows that are made next: without
-// it a listing would spend much of its time on taking memory and giving it back.
+// Rows that have been printed, for reuse. New rows take over the memory of their texts; without it
+// a listing would spend much of its time allocating and freeing memory.
 class spare_rows {
 public:
-    // A row that still has the content of an earlier one.
+    // Returns a row, which may have the content of an earlier one.
     dir_entry_set::node_type take();
-    // Takes all rows of `entries`.
+    // Moves all rows of `entries` into this object.
     void add(dir_entry_set& entries);
 
 private:
     std::vector<dir_entry_set::node_type> m_rows;
 };
 
-// Makes the rows of many entries in turn and keeps its buffers from one to the next.
+// Builds the rows of many entries in turn. The buffers are reused.
 class entry_rows {
 public:
     // Both must outlive this object.
@@ -37,7 +37,7 @@ public:
     void add(ql::bytes record, std::uint64_t entry_num, std::uint64_t parent_num,
              const std::wstring& path, dir_entry_set& entries, bool show_indx, bool append_name);
 
-    // Empties `entries`. What its rows held serves those that are made next.
+    // Clears `entries` and keeps the memory of its rows for new ones.
     void recycle(dir_entry_set& entries) { m_spare.add(entries); }
 
 private:
@@ -55,7 +55,7 @@ private:
     name_entry_list m_names;
     listing_rows m_rows;
     spare_rows m_spare;
-    dir_entry m_common;  // what all rows of the entry share
+    dir_entry m_common;  // the fields that all rows of the entry share
     std::wstring m_key;  // sort key of the entry itself
     std::array<std::uint8_t, 16> m_object_id{};
 };

@@ -14,26 +14,26 @@
 
 namespace {
 
-// A colon in front of this position belongs to a drive prefix, not to a stream.
+// A colon before this position belongs to a drive prefix, not to a stream.
 constexpr std::size_t first_stream_colon = 4;
 
-// The stream that a path asks for, "zone" in "\a\file.txt:zone"; empty for none.
+// Returns the stream named in a path, "zone" in "\a\file.txt:zone", or an empty text.
 std::wstring stream_of_path(const std::wstring& path) {
     const std::size_t colon = path.rfind(L':');
     if (colon == std::wstring::npos || colon < first_stream_colon) return {};
     return path.substr(colon + 1);
 }
 
-// True when a row stands for this stream, without regard to ASCII case.
+// Returns true if the row is that of the stream, regardless of ASCII case.
 bool is_stream_row(const dir_entry& entry, const std::wstring& stream) {
     const std::size_t colon = entry.name.rfind(L':');
     return colon != std::wstring::npos &&
            ql::compare_wide(entry.name.c_str() + colon + 1, stream.c_str(), true) == 0;
 }
 
-// Leaves only the row of the stream that was asked for; everything stays when there is none. The
-// name of a directory loses its stream and, with it, its last letter: "\dir:zone" is listed as
-// "\di:zone". A file's name is no part of `directory` any more.
+// Keeps only the row of the requested stream, or all rows if there is none. For a directory, the
+// stream and the last letter of the name are removed from opts.directory: "\dir:zone" is listed as
+// "\di:zone". For a file, `directory` no longer contains the name.
 void keep_stream_row(quorvel_opts& opts, const std::wstring& stream) {
     for (auto hit = opts.entries.begin(); hit != opts.entries.end(); ++hit) {
         if (!is_stream_row(*hit, stream)) continue;
@@ -46,7 +46,7 @@ void keep_stream_row(quorvel_opts& opts, const std::wstring& stream) {
     }
 }
 
-// Reads the directories of a walk, one after the other, into its own buffers.
+// Reads the directories of a walk one at a time. The buffers are reused.
 class directory_reader {
 public:
     directory_reader(CNtfs& ntfs, quorvel_opts& opts)
@@ -59,16 +59,16 @@ public:
         return m_ntfs.read_file_record(entry_num, m_record, position, size, false);
     }
 
-    // Adds the rows of the entry that was asked for, whose record was read. Its own rows stand
-    // under its first parent; those of its children follow unless a stream was asked for. False
-    // when the entry has no name.
+    // Adds the rows of the requested entry, whose record has been read. They are those of its first
+    // parent. Unless a stream is requested, the rows of its children follow. Returns false if the
+    // entry has no name.
     bool add_asked_rows();
 
     // Adds the rows of a directory and of its children; see read_directory_entries.
     bool add_directory(const std::wstring& path, std::uint64_t dir_entry_num,
                        dir_entry_set& entries, bool show_indx);
 
-    // Empties `entries` and keeps the memory of its rows.
+    // Clears `entries` and keeps the memory of its rows.
     void recycle(dir_entry_set& entries) { m_rows.recycle(entries); }
 
 private:
@@ -78,8 +78,8 @@ private:
     CNtfs& m_ntfs;
     quorvel_opts& m_opts;
     entry_rows m_rows;
-    std::vector<std::uint8_t> m_record;     // of the entry that was read last
-    std::vector<std::uint64_t> m_children;  // entries of the directory that was read last
+    std::vector<std::uint8_t> m_record;     // of the last entry read
+    std::vector<std::uint64_t> m_children;  // entries of the last directory read
 };
 
 bool directory_reader::add_asked_rows() {
@@ -92,7 +92,7 @@ bool directory_reader::add_asked_rows() {
     if (!file_record{m_record}.is_directory() && split_path(m_opts.directory, parent_path, name)) {
         m_opts.directory = parent_path;
     }
-    // Stays set for the paths that follow.
+    // Not reset: the option also applies to the paths after this one.
     if (!stream.empty()) m_opts.show_indx = 1;
     const bool show_indx = m_opts.show_indx != 0;
     m_rows.add(m_record, m_opts.dir_entry_num, entry_of(names.begin()->second.parent_ref),
@@ -112,7 +112,7 @@ bool directory_reader::add_directory(const std::wstring& path, std::uint64_t dir
     bool added = false;
     name_entry_map names;
     if (read(dir_entry_num) && m_ntfs.get_file_names(names, dir_entry_num, m_record)) {
-        // A directory with two names has a row for each.
+        // A directory with several names gets a row for each.
         for (const auto& [key, name] : names) {
             m_rows.add(m_record, dir_entry_num, entry_of(name.parent_ref), path, entries, show_indx,
                        false);
@@ -122,8 +122,8 @@ bool directory_reader::add_directory(const std::wstring& path, std::uint64_t dir
     return add_children(path, dir_entry_num, entries, show_indx) || added;
 }
 
-// Adds the rows of all children, in ascending order of their entries, so that the MFT is read
-// forward. A child that can't be read is left out. False when the index can't be read.
+// Adds the rows of all children in ascending order of their entries, so that the MFT is read
+// forward. Skips a child that cannot be read. Returns false if the index cannot be read.
 bool directory_reader::add_children(const std::wstring& path, std::uint64_t dir_entry_num,
                                     dir_entry_set& entries, bool show_indx) {
     if (!m_ntfs.get_sorted_children(dir_entry_num, m_children, false)) return false;
@@ -134,7 +134,7 @@ bool directory_reader::add_children(const std::wstring& path, std::uint64_t dir_
     return true;
 }
 
-// Prints one listing with the writer that the options chose. "-bodyfile" and "-csvl2t" have none.
+// Prints one listing in the selected format. "-bodyfile" and "-csvl2t" print none.
 void write_listing(quorvel_opts& opts, const std::wstring& path, std::uint64_t dir_entry_num,
                    dir_entry_set& recurse_list) {
     if (opts.out == nullptr || opts.no_listing != 0) return;
@@ -154,7 +154,7 @@ void write_listing(quorvel_opts& opts, const std::wstring& path, std::uint64_t d
     out.flush();
 }
 
-// Prints opts.entries and gives the subdirectories that are to be listed next.
+// Prints opts.entries and returns the subdirectories to list next.
 dir_entry_set list_level(quorvel_opts& opts, const std::wstring& path, std::uint64_t dir_entry_num,
                          std::uint32_t levels) {
     dir_entry_set subdirectories;
@@ -180,9 +180,9 @@ bool report_directory(quorvel_opts& opts, CNtfs& ntfs) {
     return true;
 }
 
-// Depth first: the listing of a directory is followed by those of its subdirectories, each with all
-// that is below it. The lists of all open levels are kept here and not on the call stack, so that
-// its depth is no limit.
+// Walks depth first: the listing of a directory is followed by those of its subdirectories, each
+// with everything below it. The pending lists of all levels are in a vector, not on the call stack,
+// which would limit the depth.
 void walk_directory(quorvel_opts& opts, CNtfs& ntfs, const std::wstring& path,
                     std::uint64_t dir_entry_num, std::uint32_t levels) {
     if (opts.entries.empty() || levels == 0) return;
@@ -197,13 +197,13 @@ void walk_directory(quorvel_opts& opts, CNtfs& ntfs, const std::wstring& path,
         }
         const auto next = list.extract(list.begin());
         const dir_entry& directory = next.value();
-        // Streams of subdirectories are on the list as well.
+        // The list also contains streams of subdirectories.
         if (directory.type != entry_type::directory) continue;
         reader.recycle(opts.entries);
         if (reader.add_directory(directory.parent_path, directory.mft_entry, opts.entries,
                                  opts.show_indx != 0) &&
             !opts.entries.empty()) {
-            // A list has subdirectories only while there are levels to go.
+            // The list has subdirectories only if it is not at the last level.
             const auto depth = static_cast<std::uint32_t>(open_lists.size());
             open_lists.push_back(
                 list_level(opts, directory.parent_path, directory.mft_entry, levels - depth));

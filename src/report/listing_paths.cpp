@@ -8,7 +8,7 @@ namespace {
 
 bool is_separator(std::uint32_t c) { return c == '\\' || c == '/'; }
 
-// A directory with levels to go, under the path that its own listing has.
+// Returns a copy of a subdirectory's row with the path of the subdirectory's own listing.
 dir_entry with_own_path(const dir_entry& entry) {
     dir_entry copy = entry;
     std::wstring& path = copy.parent_path;
@@ -17,13 +17,13 @@ dir_entry with_own_path(const dir_entry& entry) {
     return copy;
 }
 
-// `path` without its trailing backslashes; a path of nothing else stays whole.
+// Returns `path` without its trailing backslashes, or all of it if it has no other characters.
 std::string_view without_closing_backslashes(std::string_view path) {
     const std::size_t last = path.find_last_not_of('\\');
     return last == std::string_view::npos ? path : path.substr(0, last + 1);
 }
 
-// The stream part of a name, colon included; the whole of a name without a colon.
+// Returns the part of a name from its last colon, or all of a name without a colon.
 std::string_view stream_part(std::string_view name) {
     const std::size_t colon = name.rfind(':');
     return colon == std::string_view::npos ? name : name.substr(colon);
@@ -85,9 +85,9 @@ void listing_paths::append_path(std::string& row, const dir_entry& entry,
     }
 }
 
-// A stream of the listed entry itself hangs on the latest directory row, "\dir:zone", with no
-// backslash in front of the colon. When a single file is listed there is no such row, and its
-// streams show as ":zone" alone.
+// The path of a stream of the listed entry continues the latest directory row: "\dir:zone", without
+// a backslash before the colon. If the listed entry is a file there is no such row, and its streams
+// are shown as ":zone" alone.
 void listing_paths::append_stream_path(std::string& row, const dir_entry& entry,
                                        std::string_view name) const {
     if (entry.mft_entry == m_dir_entry_num) {

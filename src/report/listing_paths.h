@@ -1,4 +1,4 @@
-// What all reports share: which rows a directory's listing has, and what path each of them shows.
+// Shared by all reports: selects the rows of a directory's listing and composes their paths.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +8,8 @@
 
 #include "report/dir_entry.h"
 
-// Empties `recurse_list`. False when there is nothing to list: the line "no items in directory" has
-// then gone to `out`.
+// Clears `recurse_list`. Returns false if there is nothing to list, after writing the line "no
+// items in directory" to `out`.
 bool start_listing(std::ostream& out, dir_entry_set& recurse_list, const dir_entry_set& entries);
 
 // The paths of one directory's listing, in UTF-8 and joined by backslashes.
@@ -18,22 +18,22 @@ public:
     // dir_path       path of the listed directory; a backslash is added unless it ends in a
     //                backslash or a slash
     // dir_entry_num  its MFT entry
-    // last_level     subdirectories get rows; otherwise they go to `recurse_list`, which must
-    //                outlive this object
+    // last_level     subdirectories get rows; otherwise they are added to `recurse_list`, which
+    //                must outlive this object
     listing_paths(std::string dir_path, std::uint64_t dir_entry_num, bool last_level,
                   dir_entry_set& recurse_list);
 
-    // True when `entry`, shown under the name `name`, gets a row. For a directory `row_path` is
-    // set: to the listed directory, or to a subdirectory with a closing backslash. False for a
-    // subdirectory with levels to go: a copy with its own path went to `recurse_list`, and it leads
-    // its own listing later. Streams of directories are treated like their directory.
+    // Returns true if `entry`, shown under the name `name`, gets a row. For a directory, sets
+    // `row_path` to the listed directory, or to a subdirectory with a trailing backslash. Returns
+    // false for a subdirectory that has a listing of its own later, after adding a copy with its
+    // own path to `recurse_list`. Streams of directories are treated like their directory.
     bool take(const dir_entry& entry, std::string_view name);
 
-    // Appends the path that a row shows; nothing for an unknown type.
+    // Appends the path of a row, or nothing for an unknown type.
     void append_path(std::string& row, const dir_entry& entry, std::string_view name) const;
 
-    std::string dir_path;  // the listed directory, with a closing separator
-    // The latest directory row. Keeps its text from row to row, and starts empty.
+    std::string dir_path;  // the listed directory, with a trailing separator
+    // The path of the latest directory row, empty before the first. It is kept from row to row.
     std::string row_path;
 
 private:

@@ -1,4 +1,4 @@
-// The $FILE_NAME stamps that a row shows beside those of $STANDARD_INFORMATION.
+// The $FILE_NAME timestamps that a row shows next to those of $STANDARD_INFORMATION.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 #include "report/dir_entry.h"
 
-// Four FILETIMEs in the order of the reports.
+// Four FILETIMEs in report order.
 struct stamp_set {
     std::uint64_t created = 0;
     std::uint64_t modified = 0;
@@ -14,20 +14,21 @@ struct stamp_set {
     std::uint64_t accessed = 0;
 };
 
-// The stamps of the long and of the short name.
+// The timestamps of the long and of the short name.
 struct name_stamps {
     stamp_set long_name;
     stamp_set short_name;
 };
 
-// The stamps of $STANDARD_INFORMATION.
+// Returns the timestamps of $STANDARD_INFORMATION.
 stamp_set standard_stamps(const dir_entry& entry);
 
-// Of the names of each kind, the first with a non-zero `created` counts; when there is none, the
-// last, whose other stamps may still be set. All zero without a name of that kind.
+// Picks the first name of each kind with a non-zero `created`. If there is none, picks the last
+// name of that kind, whose other timestamps may be non-zero. All timestamps are 0 if there is no
+// such name.
 name_stamps pick_name_stamps(const std::vector<fn_entry>& fn_list);
 
-// True when the entry's stamps look set back: `created` and `mft_changed` of $STANDARD_INFORMATION
-// both lie more than a day before those of the long name. All four must be non-zero. A day is added
-// in 64 bits that wrap.
+// Returns true if the entry's timestamps may have been set back: `created` and `mft_changed` of
+// $STANDARD_INFORMATION are both more than a day before those of the long name. All four must be
+// non-zero. The day is added in 64-bit arithmetic, which wraps.
 bool has_time_discrepancy(const dir_entry& entry, const stamp_set& long_name);

@@ -1,5 +1,5 @@
-// The pieces that rows are composed of. A row is built in one string, which the next row reuses,
-// and goes to the stream in one write: a listing can have millions of them.
+// Building blocks of rows. A row is composed in one string, which is reused for the next row, and
+// written to the stream by one call: a listing can have millions of rows.
 #pragma once
 
 #include <cstddef>
@@ -8,16 +8,16 @@
 #include <string>
 #include <string_view>
 
-// Appends `text` filled up with blanks to `width` bytes, at the end or at the front. Longer text is
-// not cut.
+// Append `text`, padded with blanks to `width` bytes on the right (append_left) or on the left
+// (append_right). Longer text is not truncated.
 void append_left(std::string& row, std::string_view text, std::size_t width);
 void append_right(std::string& row, std::string_view text, std::size_t width);
 
-// Fills the field that begins at `start` of the row up with blanks to `width`.
+// Pads the field that begins at `start` of the row with blanks to `width` bytes.
 void fill_field(std::string& row, std::size_t start, std::size_t width);
 
-// Appends `value` in decimal, filled up with blanks at the front to `width`.
+// Appends `value` in decimal, padded with leading blanks to `width`.
 void append_right(std::string& row, std::uint64_t value, std::size_t width);
 
-// Writes `row` and a line end to `out`, flushes, and empties `row` for the next one.
+// Writes `row` and a line end to `out`, flushes `out` and clears `row` for the next row.
 void write_row(std::ostream& out, std::string& row);

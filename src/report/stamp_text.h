@@ -1,4 +1,4 @@
-// Time stamps as the reports print them.
+// Timestamps as the reports print them.
 #pragma once
 
 #include <cstdint>
@@ -7,14 +7,15 @@
 #include "foundation/ql_calendar.h"
 #include "foundation/ql_time.h"
 
-// Renders stamps under one style. The stamps of an entry are often the same and those of a
-// directory often fall on few days: what both texts show already is not rendered again.
+// Renders timestamps under one style. The timestamps of an entry are often equal, and those of a
+// directory often fall on a few days, so the texts of the previous call are reused where they
+// match.
 class stamp_text {
 public:
     explicit stamp_text(ql::date_style style) : m_style(style) {}
 
-    // Sets `date` and `time` to the texts of a FILETIME, UTC; both are empty for an invalid
-    // stamp, such as 0.
+    // Sets `date` and `time` to the texts of a FILETIME in UTC. Both are empty if it cannot be
+    // displayed, as for 0.
     void render(std::uint64_t filetime) {
         if (filetime == m_filetime) return;
         m_filetime = filetime;
@@ -45,5 +46,5 @@ private:
 
     ql::date_style m_style;
     std::uint64_t m_filetime = 0;  // what both texts show
-    std::uint64_t m_day = no_day;  // since 1601, the one that `date` shows
+    std::uint64_t m_day = no_day;  // the day since 1601 that `date` shows
 };

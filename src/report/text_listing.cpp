@@ -26,8 +26,8 @@ public:
           m_time_width(settings.date_format.size() + settings.time_format.size() + 1),
           m_show_objid(show_objid) {}
 
-    // The size heading stands one column left of the sizes, and a short date or time format makes
-    // the rows narrower than the header's first literal.
+    // The size heading is one column to the left of the sizes. With short date or time formats the
+    // rows are narrower than the header's first literal.
     void write_header() {
         append_left(m_row, "  last modified [UTC]  ", m_time_width);
         append_right(m_row, "MFT & seq num", 17);
@@ -53,7 +53,7 @@ public:
     }
 
 private:
-    // Blank, but as wide as ever, for a stamp that is no time.
+    // Appends blanks of the full width for an invalid timestamp.
     void append_time(std::uint64_t filetime) {
         m_stamp.render(filetime);
         const std::size_t start = m_row.size();
@@ -63,7 +63,7 @@ private:
         fill_field(m_row, start, m_time_width);
     }
 
-    // An unknown type leaves both fields out.
+    // Appends neither field for an unknown type.
     void append_size_and_label(const dir_entry& entry) {
         switch (entry.type) {
             case entry_type::file:

@@ -16,13 +16,13 @@ namespace {
 
 constexpr std::size_t size_width = 8;  // hexadecimal digits
 
-// What stands around the date and the time of one stamp.
+// The text around the date and the time of one timestamp.
 struct stamp_elements {
     std::string_view before_date;
     std::string_view between;
     std::string_view after_time;
 };
-// Of the stamps of one source, in the order of stamp_set.
+// The elements of one set of timestamps, in the order of stamp_set.
 using stamp_set_elements = std::array<stamp_elements, 4>;
 constexpr stamp_set_elements file_elements = {
     {{"<file_create_date>", "</file_create_date><file_create_time>", "</file_create_time>"},
@@ -48,14 +48,15 @@ constexpr stamp_set_elements short_name_elements = {
      {"<shortname_accessed_date>", "</shortname_accessed_date><shortname_accessed_time>",
       "</shortname_accessed_time>"}}};
 
-// The one blank inside is part of the format.
+// The blank in the second line is part of the format.
 constexpr std::string_view no_short_name =
     "<shortname_create_date/><shortname_create_time/>"
     "<shortname_altered_date/> <shortname_altered_time/>"
     "<shortname_mft_changed_date/><shortname_mft_changed_time/>"
     "<shortname_accessed_date/><shortname_accessed_time/>";
 
-// Escapes `text` in place, whatever was escaped in it before: "&lt;" becomes "&amp;lt;".
+// Escapes `text` in place. Text that is already escaped is escaped again: "&lt;" becomes
+// "&amp;lt;".
 void escape(std::string& text) {
     if (ql::is_xml_text(text)) return;
     std::string escaped;
@@ -88,16 +89,16 @@ public:
     }
 
 private:
-    // Streams of a directory have this form, too.
+    // Also used for streams of a directory.
     void append_directory_head() {
         escape(m_paths.row_path);
         append_element("directory", m_paths.row_path);
         m_row += "\n<filename>.</filename><dir>true</dir><size/>";
     }
 
-    // The path of the listing is escaped anew for each file and stays so: "a&b" shows as
-    // "a&amp;b" with the first file, as "a&amp;amp;b" with the second, and a subdirectory's path
-    // starts from what the files before it left.
+    // The path of the listing is escaped again for each file and the result is kept: "a&b" is
+    // "a&amp;b" in the first file's element and "a&amp;amp;b" in the second's. The path of a
+    // subdirectory starts with the result for the files before it.
     void append_file_head(std::uint64_t size) {
         escape(m_name);
         escape(m_paths.dir_path);
