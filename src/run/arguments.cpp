@@ -12,7 +12,7 @@ bool is_word(const std::string& word, const char* option) {
     return ql::equal_nocase(left, right);
 }
 
-// The index of the first entry from `from` on that equals `option`, or no_index.
+// Returns the index of the first entry from `from` that equals `option`, or no_index.
 std::size_t find_option(const char* option, const std::vector<std::string>& args,
                         std::size_t from) {
     for (std::size_t i = from; i < args.size(); ++i) {
@@ -21,8 +21,8 @@ std::size_t find_option(const char* option, const std::vector<std::string>& args
     return no_index;
 }
 
-// The index of the value behind the first `option`; no_index when there is no hit or when the hit
-// is the last word.
+// Returns the index of the value after the first `option`. Returns no_index if the option is absent
+// or the last argument.
 std::size_t find_value(const char* option, const std::vector<std::string>& args, std::size_t from) {
     const std::size_t index = find_option(option, args, from);
     if (index == no_index || index + 1 >= args.size()) return no_index;

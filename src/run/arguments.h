@@ -1,29 +1,30 @@
-// The argument vector: scans that remove what they recognise, and the pieces that the options need.
+// The argument vector: functions that find and remove options, and helpers for their values.
 //
-// Every scan compares whole words without regard to ASCII case.
+// Options match whole arguments, regardless of ASCII case.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <vector>
 
-// Fills `args_out` from the process entry's arguments; a null entry becomes an empty string.
+// Copies the arguments of main() to `args_out`. A null entry becomes an empty string.
 void collect_args(std::vector<std::string>& args_out, int argc, const char* const* argv);
 
-// True if a word equals `option`; the first hit is removed unless `keep` is set.
+// Returns true if an argument equals `option`, and removes the first such argument unless `keep` is
+// set.
 bool has_option(const char* option, std::vector<std::string>& args, bool keep = false);
 
-// True if a word equals `option` and a word follows it: `value_out` takes that word and both are
-// removed. The first hit decides: on the last word the result is false and nothing is removed.
+// Finds the first argument that equals `option`, sets `value_out` to the next argument and removes
+// both. Returns false, with nothing removed, if there is no such argument or if it is the last one.
 bool option_value(const char* option, std::string& value_out, std::vector<std::string>& args);
 
-// has_option and option_value from index `from` on, with nothing removed.
+// Like has_option and option_value from index `from` on, but remove nothing.
 bool peek_option(const char* option, const std::vector<std::string>& args, std::size_t from);
 bool peek_option_value(const char* option, std::string& value_out,
                        const std::vector<std::string>& args, std::size_t from);
 
-// Removes one entry; an index past the end is ignored.
+// Removes one entry. An index past the end is ignored.
 void remove_arg(std::size_t index, std::vector<std::string>& args);
 
-// The words joined by one blank, a word that contains a blank enclosed in `quote`.
+// Joins the arguments with blanks. An argument that contains a blank is enclosed in `quote`.
 void join_args(std::string& text_out, const std::vector<std::string>& args, char quote);

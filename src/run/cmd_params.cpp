@@ -6,7 +6,7 @@
 
 namespace {
 
-// The longest line is that of its format and this much more, the closing zero byte included.
+// The longest line is this much longer than its format, including the terminating zero byte.
 constexpr std::size_t diag_room = 256;
 
 }  // namespace
@@ -19,7 +19,7 @@ cmd_params::~cmd_params() = default;
 void cmd_params::diag(const char* format, ...) {
     if (diags_on == 0 || diags_stream == nullptr) return;
 
-    // Zeros, since a conversion that fails leaves what the formatter wrote in front of it.
+    // Zeros, because a conversion that fails leaves the output before it without a terminator.
     std::vector<char> text(std::strlen(format) + diag_room, '\0');
     std::va_list arguments;
     va_start(arguments, format);

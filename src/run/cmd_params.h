@@ -1,4 +1,4 @@
-// The common settings of a run and its diagnostic trace.
+// The common settings of a run, and its diagnostic trace.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@
 #include "foundation/ql_time.h"
 #include "run/path_filters.h"
 
-// What the common options make of the command line. Also the trace channel that the volume reader
-// writes its reasons to.
+// The settings that the common options set. Also the trace to which the volume reader writes the
+// reasons for its failures.
 class cmd_params {
 public:
     cmd_params();
@@ -19,18 +19,18 @@ public:
     cmd_params(const cmd_params&) = delete;
     cmd_params& operator=(const cmd_params&) = delete;
 
-    // Writes one line "->text" to the trace file and flushes it; nothing unless diags_on is set.
-    // The text is cut at the length of `format` plus 255 characters. `%S` takes wide text, of which
-    // the C locale prints ASCII only: other text ends the line there.
+    // Writes the line "->text" to the trace file and flushes it; does nothing unless diags_on is
+    // set. The text is truncated to the length of `format` plus 255 characters. `%S` formats wide
+    // text; the C locale can only print ASCII, and any other character ends the line.
     void diag(const char* format, ...);
 
-    std::string command_line;  // words with blanks in double quotes
+    std::string command_line;  // arguments with blanks in double quotes
     std::string program_name;  // file name of the program, without extension
     std::string results_file;  // "-out"
     std::string date_format = "yyyy-mm-dd";
     std::string time_format = "hh:mm:ss.xxx";
     ql::date_style date_style;
-    std::uint8_t path_sep_from = '|';  // what the CSV report replaces in paths; 0 for nothing
+    std::uint8_t path_sep_from = '|';  // replaced in paths by the CSV report; 0 for nothing
     std::uint8_t path_sep_to = ';';
     std::string csv_separator = " | ";
     std::uint8_t no_whitespace = 0;
@@ -55,7 +55,7 @@ public:
     std::uint8_t profile = 0;
     std::string signal_text;
     std::vector<path_filter> filters;
-    std::uint8_t time_from_on = 0;  // start of the date window: FILETIME and its checked form
+    std::uint8_t time_from_on = 0;  // start of the date window: FILETIME, 1 if displayable
     std::uint64_t time_from = 0;
     std::uint32_t time_from_alt = 0;
     std::uint8_t time_to_on = 0;  // end of the date window

@@ -15,8 +15,8 @@
 
 namespace {
 
-// Reads the files of the chain: the first word is a list, each further word is one path. False
-// when there is no such option.
+// Reads the files of the chain: the value of the first option is a list, that of each further one a
+// path. Returns false if there is no such option.
 bool read_vmdk_files(cmd_params& params, std::vector<std::string>& args, const char* vmdk_option) {
     std::string value;
     if (!option_value(vmdk_option, value, args)) return false;
@@ -26,7 +26,7 @@ bool read_vmdk_files(cmd_params& params, std::vector<std::string>& args, const c
     return true;
 }
 
-// As a C string: a NUL in a file's name ends the text.
+// Prints a C string: a NUL in a file's name ends the text.
 void print_messages(const std::ostringstream& messages) {
     std::cerr << messages.str().c_str() << "\n";
 }
@@ -50,7 +50,7 @@ bool check_chain(const cmd_params& params, const char* vmdk_option) {
     return false;
 }
 
-// Settles the volume of the chain. One that was found counts even where the check refuses it.
+// Finds the volume of the chain. A volume that was found is used even if the check rejects it.
 bool check_volume(cmd_params& params, std::vector<std::string>& args) {
     const bool ignore_image_size =
         params.vmdk_offset != 0 && has_option(word::ignore_image_size.text, args);

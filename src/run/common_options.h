@@ -1,4 +1,5 @@
-// The options that are read before the program's own: the common vocabulary and a VMDK chain.
+// Options that are read before those of the program itself: the common vocabulary and the VMDK
+// chain.
 #pragma once
 
 #include <string>
@@ -7,7 +8,7 @@
 class cmd_params;
 
 // Reads the common vocabulary, then the chain of `vmdk_option` ("-vmdk") with its "-offset" and
-// "-ignore_image_size", all of which leave `args`. A chain is checked: its files, then its volume.
-// False ends the run; the reason is on standard error.
+// "-ignore_image_size", and removes them from `args`. Checks the files of the chain, then its
+// volume. Returns false if the run must end; the reason is on standard error.
 bool parse_common_options(cmd_params& params, std::vector<std::string>& args,
                           const char* vmdk_option);

@@ -9,7 +9,7 @@
 
 namespace {
 
-// The two words of a window's value.
+// The date and the time of a window's value.
 struct window_text {
     std::string date;
     std::string time;

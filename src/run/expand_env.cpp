@@ -8,10 +8,10 @@
 
 namespace {
 
-// Longer texts are not searched for references.
+// References in longer texts are not expanded.
 constexpr std::size_t longest_searched = 512;
 
-// Holds no reference, so that the search may pass it again.
+// Contains no reference, so that the next search may start before it.
 constexpr const char* shadow_copy_device = "\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy";
 
 bool is_shadow_copy_name(std::string name) {
@@ -22,7 +22,7 @@ bool is_shadow_copy_name(std::string name) {
 }  // namespace
 
 std::string expand_env(std::string text, bool allow_vss) {
-    std::vector<std::string> seen;  // what the text was since the last reference was passed
+    std::vector<std::string> seen;  // each form of the text since the last reference was skipped
     std::size_t at = 0;
     while (text.size() <= longest_searched) {
         const std::size_t open = text.find('%', at);

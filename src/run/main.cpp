@@ -7,8 +7,8 @@
 
 namespace {
 
-// A standard stream that the caller has closed would lend its descriptor to the next file that is
-// opened: what is printed would go into the trace or the report.
+// Opens closed standard descriptors. Otherwise the next file to be opened would reuse one of them,
+// and printed text would end up in the trace or the report.
 void keep_standard_descriptors() {
     for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (::fcntl(fd, F_GETFD) == -1) ::open("/dev/null", O_RDWR);
@@ -17,7 +17,7 @@ void keep_standard_descriptors() {
 
 }  // namespace
 
-// No locale is set: what is printed does not depend on the user's.
+// The program sets no locale, so its output does not depend on that of the user.
 int main(int argc, char** argv) {
     keep_standard_descriptors();
     std::ios::sync_with_stdio(false);

@@ -26,7 +26,7 @@ bool pair_dates(cmd_params& params, const std::string&, words&) {
     return true;
 }
 
-// A trace that can't be opened is no trace, without a word.
+// A trace file that cannot be opened is ignored without a message.
 bool open_trace(cmd_params& params, const std::string& value, words&) {
     auto stream = std::make_unique<std::ofstream>(value, std::ios::out);
     if (!stream->is_open()) return true;
@@ -101,7 +101,7 @@ bool form_multiline(cmd_params& params, const std::string&, words&) {
     return true;
 }
 
-// --- aliases: checked and not used ---
+// --- aliases: checked, but not used ---
 
 bool has_pipe(const std::string& list) { return list.find('|') != std::string::npos; }
 
@@ -120,7 +120,7 @@ bool check_alias(cmd_params&, const std::string& value, words&) {
     return (has_pipe(value) && pairs_up(value)) || refuse_alias();
 }
 
-// A path alone has an alias of its own.
+// A single path needs no pair.
 bool check_alias_path(cmd_params&, const std::string& value, words&) {
     return !has_pipe(value) || pairs_up(value) || refuse_alias();
 }
@@ -175,7 +175,7 @@ bool take_window_stop(cmd_params& params, const std::string& value, words&) {
     return set_window_stop(params, value);
 }
 
-// --- how values are shown ---
+// --- presentation of values ---
 
 bool numbers_in_base10(cmd_params& params, const std::string&, words&) {
     params.hex_numbers = 0;
@@ -199,7 +199,7 @@ bool drop_whitespace(cmd_params& params, const std::string&, words&) {
     return true;
 }
 
-// Takes a format over, or tells that the default stays.
+// Sets a format, or reports that the default is used.
 void take_format(std::string& format, const std::string& value, bool accepted) {
     if (!accepted) {
         std::cerr << "invalid " << value << ", using default format\n";
@@ -227,8 +227,8 @@ bool be_quiet(cmd_params& params, const std::string&, words&) {
 
 using enum option_form;
 
-// The order of the rows is the order of the scan: a later row sees, and may undo, what an earlier
-// one has set, whatever the order of the words on the command line.
+// The table is in scan order: a later row sees, and may override, the settings of an earlier one,
+// regardless of the order of the arguments.
 constexpr option_spec vocabulary[] = {
     {"-pair_datetime", flag, pair_dates},
     {"-diags", value, open_trace},
@@ -278,13 +278,14 @@ constexpr option_spec vocabulary[] = {
     {"-quiet", flag, be_quiet},
 };
 
-// Takes the next occurrence of the option out of `args`.
+// Removes the next occurrence of the option from `args`.
 bool take_word(const option_spec& option, std::string& value, words& args) {
     if (option.form == flag) return has_option(option.word, args);
     return option_value(option.word, value, args);
 }
 
-// Looks for one option and applies it. `found` tells whether it was there. False ends the run.
+// Finds one option and applies it. `found` is set to whether it is present. Returns false if the
+// run must end.
 bool read_option(const option_spec& option, cmd_params& params, words& args, bool& found) {
     std::string value;
     found = take_word(option, value, args);
@@ -304,7 +305,7 @@ bool scan_options(cmd_params& params, std::vector<std::string>& args) {
     if (params.command_line.empty()) join_args(params.command_line, args, '"');
     if (params.program_name.empty()) params.program_name = program_name_of(args[0]);
 
-    std::string_view group;  // the word whose dependants are looked for
+    std::string_view group;  // the option whose dependent options are looked up
     for (const option_spec& option : vocabulary) {
         if (option.behind != nullptr && group != option.behind) continue;
         bool found = false;

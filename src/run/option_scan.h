@@ -1,4 +1,4 @@
-// The common option vocabulary: one table, which is also the order in which the words are read.
+// The common option vocabulary: one table, in the order in which the options are read.
 #pragma once
 
 #include <span>
@@ -7,36 +7,36 @@
 
 class cmd_params;
 
-// What follows an option's word.
+// What follows an option.
 enum class option_form {
     flag,    // nothing
-    value,   // one word, which is taken whatever it is
-    values,  // one word; the option may be given again
+    value,   // one argument, whatever it is
+    values,  // one argument; the option may be repeated
 };
 
-// One word of the vocabulary.
+// One option of the vocabulary.
 struct option_spec {
     const char* word;
     option_form form;
-    // Applies the option; `value` is empty for a flag. False ends the run, with the reason on
-    // standard error unless the option says otherwise.
+    // Applies the option; `value` is empty for a flag. Returns false if the run must end; the
+    // reason is on standard error unless the option documents otherwise.
     bool (*apply)(cmd_params& params, const std::string& value, std::vector<std::string>& args);
-    // The word without which this one is not looked for, or null. Of several words behind the same
-    // one only the first that is there is read; the others stay in the arguments.
+    // The option without which this one is ignored, or null. Of several options that depend on the
+    // same one, only the first that is present is read; the others remain in the arguments.
     const char* behind = nullptr;
 };
 
-// The vocabulary in the order of the scan.
+// Returns the vocabulary in scan order.
 std::span<const option_spec> common_options();
 
-// Reads the common options out of `args` into `params` and compiles the date style. Notes the
-// command line and the program's name first if they are not known yet. False when `args` is empty
-// or an option ends the run.
+// Reads the common options from `args` into `params` and compiles the date style. First sets the
+// command line and the program name unless they are set already. Returns false if `args` is empty
+// or if an option ends the run.
 bool scan_options(cmd_params& params, std::vector<std::string>& args);
 
-// Makes `text` the separator of the CSV report; "tab" and "\t" stand for one tab character. A
-// separator with a pipe or a comma in it is replaced by ";" or a blank where it occurs in paths.
+// Sets the separator of the CSV report; "tab" and "\t" mean a tab character. If the separator
+// contains a pipe or else a comma, that character is replaced in paths, by ";" or by a blank.
 void set_separator(cmd_params& params, const std::string& text);
 
-// The file name of the program at `path`, without its extension.
+// Returns the file name of the program at `path`, without its extension.
 std::string program_name_of(const std::string& path);

@@ -1,5 +1,5 @@
-// Every word that the command line knows. The common vocabulary is the table of run/option_scan;
-// the words that are read beside it, one by one, have their names here.
+// All options of the command line. The common vocabulary is the table of run/option_scan; the
+// options that are read separately, one by one, are named here.
 #pragma once
 
 #include <span>
@@ -7,7 +7,7 @@
 
 #include "run/option_scan.h"
 
-// A word of the command line and what follows it.
+// An option and what follows it.
 struct option_word {
     const char* text;
     option_form form;
@@ -15,13 +15,13 @@ struct option_word {
 
 namespace word {
 
-// Anywhere on the command line, they end the run with the help.
+// Anywhere on the command line, these end the run and print the help.
 inline constexpr option_word help_h{"-h", option_form::flag};
 inline constexpr option_word help{"-help", option_form::flag};
 inline constexpr option_word help_slash{"/?", option_form::flag};
 inline constexpr option_word help_long{"--help", option_form::flag};
 
-// Looked at beside "-out" and never taken out of the arguments.
+// Checked by "-out" and never removed from the arguments.
 inline constexpr option_word append{"-append", option_form::flag};
 
 inline constexpr option_word xml{"-xml", option_form::value};
@@ -40,8 +40,8 @@ inline constexpr option_word drivenum{"-drivenum", option_form::value};
 
 }  // namespace word
 
-// The words above.
+// Returns the options above.
 std::span<const option_word> driver_words();
 
-// The words above and the common vocabulary: all that the command line knows.
+// Returns the options above and the common vocabulary, which is all options of the command line.
 std::vector<option_word> all_words();

@@ -13,15 +13,15 @@ namespace {
 
 constexpr wchar_t any = L'*';
 
-// Removes each "*" from `pattern` and notes whether one stood first or last. A "*" elsewhere is
-// dropped without a trace.
+// Removes every "*" from `pattern` and records whether the first or last character was one. A "*"
+// elsewhere has no effect.
 void take_wildcards(std::wstring& pattern, std::uint8_t& wild_start, std::uint8_t& wild_end) {
     wild_start = pattern.starts_with(any);
     wild_end = pattern.ends_with(any);
     ql::remove_char(pattern, any);
 }
 
-// Moves what follows the first ":" from the pattern to the stream pattern.
+// Moves the text after the first ":" from the pattern to the stream pattern.
 void take_stream(path_filter& item) {
     const std::size_t colon = item.pattern.find(L':');
     if (colon == std::wstring::npos) return;
@@ -49,8 +49,8 @@ path_filter make_item(const std::wstring& text) {
     return item;
 }
 
-// The items of a list as they stand between the commas or, without a comma, between the pipes. A
-// text with neither is one item, blanks included.
+// Splits a list at its commas or, if it has none, at its pipes. A text with neither is one item,
+// including its blanks.
 std::vector<std::string> cut_items(const std::string& text) {
     std::vector<std::string> items;
     const bool commas = text.find(',') != std::string::npos;
@@ -62,14 +62,14 @@ std::vector<std::string> cut_items(const std::string& text) {
     return items;
 }
 
-// The value of a hexadecimal digit, -1 for any other character.
+// Returns the value of a hexadecimal digit, or -1 for any other character.
 int digit_value(char c) {
     if (c >= '0' && c <= '9') return c - '0';
     if (c >= 'a' && c <= 'f') return c - 'a' + 10;
     return -1;
 }
 
-// Two digits a byte; ends at the first pair that is none.
+// Parses two digits per byte, up to the first pair that is not hexadecimal.
 std::vector<std::uint8_t> hex_bytes(const std::string& text) {
     std::vector<std::uint8_t> out;
     for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
@@ -81,8 +81,9 @@ std::vector<std::uint8_t> hex_bytes(const std::string& text) {
     return out;
 }
 
-// True when the directory part holds the pattern as its end or in front of a slash. Turns the
-// backslashes of `dir` into slashes where the pattern isn't found at first.
+// Returns true if the first occurrence of the pattern in the directory part is followed by a slash
+// or by the end. If the pattern does not occur, replaces the backslashes of `dir` by slashes and
+// tries again.
 bool hits_directory(const std::wstring& pattern, std::wstring& dir) {
     std::size_t at = dir.find(pattern);
     if (at == std::wstring::npos) {
@@ -94,7 +95,7 @@ bool hits_directory(const std::wstring& pattern, std::wstring& dir) {
     return end == dir.size() || dir[end] == L'/';
 }
 
-// True when the file of this host at `path` holds the item's signature.
+// Returns true if the file at `path` on this host, not in the image, contains the item's signature.
 bool hits_signature(const path_filter& item, const std::wstring& path) {
     uni::file_object file;
     if (!file.open(path, false, false, false)) return false;
@@ -107,7 +108,7 @@ bool hits_name(const path_filter& item, const std::wstring& path, const std::wst
     const std::wstring& pattern = item.pattern;
     if (item.wild_start != 0 && item.wild_end != 0) return name.find(pattern) != std::wstring::npos;
     if (item.wild_start != 0) {
-        // Only the first occurrence counts: "*.txt" doesn't hit "a.txt.txt".
+        // Only the first occurrence is used: "*.txt" does not match "a.txt.txt".
         const std::size_t at = name.find(pattern);
         return at != std::wstring::npos && at + pattern.size() == name.size();
     }
@@ -116,7 +117,7 @@ bool hits_name(const path_filter& item, const std::wstring& path, const std::wst
     return !item.signature.empty() && hits_signature(item, path);
 }
 
-// True when the date window is off or the stamps are of a kind that it knows.
+// Returns true if the date window is off or if the timestamps are of a kind that it supports.
 bool passes_window(const cmd_params& params, const file_time_bounds& bounds) {
     if (params.time_from_on == 0 && params.time_to_on == 0) return true;
     return bounds.kind == 1 || bounds.kind == 8;

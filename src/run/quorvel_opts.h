@@ -15,11 +15,11 @@ public:
     quorvel_opts(const quorvel_opts&) = delete;
     quorvel_opts& operator=(const quorvel_opts&) = delete;
 
-    std::ostream* out = nullptr;  // where all reports go; not owned
+    std::ostream* out = nullptr;  // the stream of all reports; not owned
     std::wstring image_path;      // file name of the source
     std::uint32_t drive_number = 0xFFFFFFFF;
     std::uint64_t volume_offset = 0;  // bytes
-    std::wstring directory;           // the path that is listed
+    std::wstring directory;           // the listed path
     dir_entry_set entries;            // rows of the current listing
     std::uint64_t dir_entry_num = 0;  // MFT entry of `directory`
     std::uint8_t show_indx = 0;
@@ -27,7 +27,7 @@ public:
     std::uint8_t alldates = 0;
     std::uint8_t filepath_only = 0;
     std::uint8_t follow_links = 1;
-    std::uint32_t levels = 1;  // 1 is the directory alone
+    std::uint32_t levels = 1;  // 1 means the directory alone
     std::uint8_t no_listing = 0;
     std::uint8_t last_level = 0;  // the writers print subdirectory rows
 };

@@ -11,7 +11,7 @@
 
 namespace {
 
-// The time of the run in UTC; the date as the command line wants it.
+// Returns the current time in UTC, with the date in the format of the command line.
 std::string run_time(const std::vector<std::string>& args) {
     std::string date_format = "mm/dd/yyyy";
     peek_option_value("-dateformat", date_format, args, 1);

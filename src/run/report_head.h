@@ -1,4 +1,4 @@
-// The lines that stand above every report.
+// The header lines of every report.
 #pragma once
 
 #include <sys/utsname.h>
@@ -6,14 +6,14 @@
 #include <string>
 #include <vector>
 
-// The program's name and version, without a line end.
+// Returns the program's name and version, without a line end.
 std::string identification_line();
 
-// The name of the operating system: system, version and release, each followed by ";", then "64" or
-// "32" by the machine's name.
+// Returns the name of the operating system: system, version and release, each followed by ";", then
+// "64" if the machine's name contains it, else "32".
 std::string system_text(const utsname& system);
 
-// The three lines of the head, each with its line end: the program, then time, host and system of
-// the run, then the command line. `args` is the whole command line; "-dateformat" in it decides the
-// form of the date, "-pipe" puts a mark in front of the command line.
+// Returns the three header lines, each with its line end: the program; time, host and system of the
+// run; the command line. `args` is the whole command line. A "-dateformat" in it sets the format of
+// the date, and a "-pipe" adds a prefix to the command line.
 std::string report_head(const std::vector<std::string>& args);

@@ -28,27 +28,27 @@ namespace {
 constexpr int status_done = 0;
 constexpr int status_failed = -1;
 
-// What a run holds from its first step to its last. The output files are declared behind the
-// settings whose `out` points at them.
+// The state of a run from its first step to its last. The output files are declared after the
+// settings, whose `out` points to one of them.
 struct run_state {
-    std::vector<std::string> args;  // options leave it as they are read
+    std::vector<std::string> args;  // options are removed as they are read
     quorvel_opts opts;
     std::string head;  // the report head
     std::string xml_file;
-    std::string mft_arg;  // empty when there is none
+    std::string mft_arg;  // empty if there is none
     std::uint64_t mft_entry = 0;
     std::string source_name;  // of the image
     uni::file_object results;
     std::ofstream xml_stream;
 };
 
-// The paths to list, and what is known of them.
+// The paths to list.
 struct run_paths {
     std::vector<std::wstring> paths;
     bool is_dir = false;  // all of them are one directory, which is listed once
 };
 
-// The hook of "-signal", for which this program has nothing to do.
+// The callback for "-signal". It has nothing to do.
 void on_exit() {}
 
 int end_with_usage(int status) {
@@ -66,8 +66,8 @@ bool asks_for_help(std::vector<std::string>& args) {
 
 void write_head(const run_state& run, std::ostream& out) { out << run.head << std::endl; }
 
-// Reads "-xml". False, with the report head and the reason on standard output, when it is the last
-// word.
+// Reads "-xml". If it is the last argument, returns false and prints the report head and the reason
+// on standard output.
 bool read_xml_file(run_state& run) {
     if (option_value(word::xml.text, run.xml_file, run.args)) {
         run.opts.xml = 1;
@@ -85,7 +85,8 @@ bool read_common_options(run_state& run) {
     return false;
 }
 
-// Directs the report to the results file or to standard output.
+// Directs the report to the results file or to standard output. Returns false, after an error
+// message, if the results file cannot be opened.
 bool open_output(run_state& run) {
     run.opts.out = &std::cout;
     const std::string& name = run.opts.results_file;
@@ -98,7 +99,7 @@ bool open_output(run_state& run) {
     return true;
 }
 
-// A list of bare paths has no head.
+// A list of bare paths has no report head.
 void read_path_form(run_state& run) {
     if (has_option(word::filepath_only.text, run.args)) {
         run.opts.filepath_only = 1;
@@ -107,7 +108,8 @@ void read_path_form(run_state& run) {
     }
 }
 
-// "-recurse" and "-level" count the levels below the directory; what is no number is none.
+// "-recurse" and "-level" set the number of levels below the directory. A value that is not a
+// number means 0.
 void read_levels(run_state& run, const option_word& option) {
     std::string value;
     if (!option_value(option.text, value, run.args)) return;
@@ -133,13 +135,14 @@ void read_report_options(run_state& run) {
     read_levels(run, word::level);
 }
 
-// "-ignore_image_size" counts beside a volume offset only; without one it stays where it is.
+// "-ignore_image_size" is read only if there is a volume offset; otherwise it remains in the
+// arguments.
 bool read_ignore_image_size(run_state& run) {
     return run.opts.volume_offset != 0 && has_option(word::ignore_image_size.text, run.args);
 }
 
-// Checks the image and settles the volume offset. Without an offset on the command line the image
-// must be a bare volume, also one that the check refuses for its size.
+// Checks the image and determines the volume offset. Without an offset on the command line the
+// image must be a bare volume; it is also accepted if the check rejects it because of its size.
 bool settle_image(run_state& run) {
     std::uint64_t& offset = run.opts.volume_offset;
     const bool offset_given = offset != 0;
@@ -153,14 +156,14 @@ bool settle_image(run_state& run) {
     return false;
 }
 
-// Checks the drive of "-drivenum", if there is one. No drive is opened for a listing.
+// Checks the drive of "-drivenum", if given. Listings never open a drive.
 bool settle_drive(run_state& run) {
     std::string value;
     if (!option_value(word::drivenum.text, value, run.args)) return true;
     ql::parse_u32(value, run.opts.drive_number);
     const bool ignore_image_size = read_ignore_image_size(run);
     std::ostringstream messages;
-    bool found_ntfs = false;  // doesn't count for a drive
+    bool found_ntfs = false;  // not used for a drive
     const bool settled = check_drive(messages, run.opts.drive_number, run.opts.volume_offset,
                                      found_ntfs, ignore_image_size);
     std::cerr << messages.str();
@@ -172,13 +175,14 @@ bool settle_source(run_state& run) {
     return settle_drive(run);
 }
 
-// The first word that no option took, as a path inside the volume; the root when there is none.
+// Returns the first argument that is not part of an option, as a path inside the volume, or the
+// root.
 std::wstring read_directory(const run_state& run) {
     if (run.args.size() < 2) return L"\\";
     return ql::to_wide(normalise_directory(expand_env(run.args[1], true)));
 }
 
-// Bare paths exclude all other forms; XML goes before CSV.
+// Bare paths exclude all other forms; XML takes precedence over CSV.
 void settle_report_form(quorvel_opts& opts) {
     if (opts.filepath_only != 0) {
         opts.xml = 0;
@@ -198,7 +202,8 @@ void print_paths_note(const run_paths& run) {
     std::cerr << "\nWill output only first path\n";
 }
 
-// Turns the MFT entry into its paths. False when the entry can't be read or has no name.
+// Finds the paths of the MFT entry. Returns false, after an error message, if the entry cannot be
+// read or has no name.
 bool find_entry_paths(run_state& run, const std::wstring& directory, run_paths& out) {
     const volume_source source{run.opts.image_path, run.opts.volume_offset};
     if (!paths_for_entry(source, run.mft_entry, entry_path_prefix(directory), out.paths)) {
@@ -217,8 +222,8 @@ bool find_paths(run_state& run, const std::wstring& directory, run_paths& out) {
     return true;
 }
 
-// Directs the report to the XML file, with a head of its own. A file that can't be opened leaves
-// the report where it was.
+// Directs the report to the XML file, with a head of its own. If the file cannot be opened, the
+// report is written to the previous output.
 void open_xml_file(run_state& run) {
     if (run.opts.xml == 0 || run.xml_file.empty()) return;
     run.xml_stream.open(run.xml_file, std::ios::out | std::ios::trunc);
@@ -228,7 +233,7 @@ void open_xml_file(run_state& run) {
 }
 
 void list_paths(quorvel_opts& opts, const std::wstring& directory, run_paths run) {
-    // An entry without paths is listed nowhere, unless it is a directory: the argument stands in.
+    // An entry without paths is not listed, unless it is a directory: then the argument is listed.
     const std::size_t count = run.is_dir ? 1 : run.paths.size();
     if (run.paths.empty()) run.paths.push_back(directory);
     for (std::size_t i = 0; i < count; ++i) {
@@ -238,14 +243,14 @@ void list_paths(quorvel_opts& opts, const std::wstring& directory, run_paths run
     }
 }
 
-// Puts the rows of the last listing aside. The process is about to end, and the system takes its
-// memory back faster than the rows are given back one by one.
+// Keeps the rows of the last listing until the process ends. The system frees its memory faster
+// than the rows could be freed one by one.
 void put_aside(dir_entry_set& rows) {
     static dir_entry_set* const aside = new dir_entry_set;
     aside->swap(rows);
 }
 
-// From the settled source to the last path.
+// Runs the steps from the checked source to the last path.
 int list_source(run_state& run) {
     const std::wstring directory = read_directory(run);
     settle_report_form(run.opts);

@@ -1,6 +1,6 @@
-// The run from command line to exit status.
+// A run, from the command line to the exit status.
 #pragma once
 
-// Runs the program; the result is the exit status: 0 after the help and after a run that reached
-// its end, -1 otherwise. An argument that the standard library refuses ends the process.
+// Runs the program. Returns the exit status: 0 after the help or a completed run, otherwise -1. An
+// argument for which the standard library throws ends the process.
 int run(int argc, const char* const* argv);

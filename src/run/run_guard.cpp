@@ -24,6 +24,6 @@ void run_guard::arm(const cmd_params& params, void (*on_exit)()) {
 void run_guard::tell_elapsed_time() const {
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - m_start;
     std::cerr << "->" << elapsed.count() << " secs";
-    std::ofstream trace(m_trace_file, std::ios::app);  // takes nothing without a name
+    std::ofstream trace(m_trace_file, std::ios::app);  // not opened if the name is empty
     trace << "->" << elapsed.count() << " secs";
 }

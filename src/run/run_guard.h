@@ -1,4 +1,4 @@
-// The duties at the end of a run.
+// Actions at the end of a run.
 #pragma once
 
 #include <chrono>
@@ -6,8 +6,8 @@
 
 class cmd_params;
 
-// Clears the terminal's line and tells the elapsed time when it ends. Does nothing until it is
-// armed. Must outlive the settings, so that the trace file is closed by then.
+// Clears the terminal's line and prints the elapsed time in its destructor, if armed. It must
+// outlive the settings, so that the trace file is already closed.
 class run_guard {
 public:
     run_guard() = default;
@@ -15,8 +15,8 @@ public:
     run_guard(const run_guard&) = delete;
     run_guard& operator=(const run_guard&) = delete;
 
-    // Notes from `params` what is to be done at the end, and starts the measure of time. `on_exit`
-    // is called last if the settings hold a signal text.
+    // Copies from `params` what to do at the end, and starts the time measurement. `on_exit` is
+    // called last if the settings contain a signal text.
     void arm(const cmd_params& params, void (*on_exit)());
 
 private:
@@ -24,7 +24,7 @@ private:
 
     bool m_clear_line = false;
     bool m_profile = false;
-    std::string m_trace_file;  // empty when there is none
+    std::string m_trace_file;  // empty if there is none
     std::string m_signal_text;
     void (*m_on_exit)() = nullptr;
     std::chrono::steady_clock::time_point m_start;

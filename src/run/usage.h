@@ -1,4 +1,4 @@
-// The help.
+// The help text.
 #pragma once
 
 // Prints the usage text on standard error.
