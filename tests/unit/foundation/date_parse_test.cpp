@@ -22,7 +22,7 @@ struct fields {
     }
 };
 
-// Nothing when the text is refused.
+// Returns nullopt if the text is rejected.
 std::optional<fields> parsed(const std::string& date, const std::string& time = "",
                              const std::string& order = "YMD", char separator = '-') {
     ql::_windows_systemtime out;
@@ -45,7 +45,7 @@ std::optional<std::uint64_t> stamp(const fields& f) {
     return out;
 }
 
-TEST(ParseDate, TakesTheFieldsInTheirOrder) {
+TEST(ParseDate, ReadsTheFieldsInTheGivenOrder) {
     const fields expected{2021, 3, 4, 0, 0, 0, 0};
     EXPECT_EQ(parsed("2021-03-04"), expected);
     EXPECT_EQ(parsed("2021-3-4"), expected);
@@ -58,7 +58,7 @@ TEST(ParseDate, TakesTheFieldsInTheirOrder) {
     EXPECT_EQ(parsed("2021-MAR-04", "", "YMonD"), expected);
 }
 
-TEST(ParseDate, KnowsAllMonthNames) {
+TEST(ParseDate, ReadsAllMonthNames) {
     const char* names[] = {"jan", "FEB", "Mar", "apr", "may", "jun",
                            "jul", "aug", "sep", "oct", "nov", "dec"};
     for (int month = 1; month <= 12; ++month) {
@@ -76,14 +76,14 @@ TEST(ParseDate, SkipsEmptyFields) {
     EXPECT_EQ(parsed("-2021--03-04-"), (fields{2021, 3, 4, 0, 0, 0, 0}));
 }
 
-TEST(ParseDate, MissingFieldsAreZeroAndFurtherOnesAreNotRead) {
+TEST(ParseDate, MissingFieldsAreZeroAndExtraOnesAreIgnored) {
     EXPECT_EQ(parsed("2020-01"), (fields{2020, 1, 0, 0, 0, 0, 0}));
     EXPECT_EQ(parsed("2020-"), (fields{2020, 0, 0, 0, 0, 0, 0}));
     EXPECT_EQ(parsed("2020-1-2-99"), (fields{2020, 1, 2, 0, 0, 0, 0}));
     EXPECT_EQ(parsed("2020-1-2", "", "YM"), (fields{2020, 1, 0, 0, 0, 0, 0}));
 }
 
-TEST(ParseDate, YearsBelow100GetACentury) {
+TEST(ParseDate, AddsTheCenturyToYearsBelow100) {
     const struct {
         const char* text;
         int year;
@@ -95,7 +95,7 @@ TEST(ParseDate, YearsBelow100GetACentury) {
     }
 }
 
-TEST(ParseDate, RefusesMonthsAbove12AndDaysAbove31) {
+TEST(ParseDate, RejectsMonthsAbove12AndDaysAbove31) {
     EXPECT_EQ(parsed("2021-12-31"), (fields{2021, 12, 31, 0, 0, 0, 0}));
     EXPECT_EQ(parsed("2021-02-31"), (fields{2021, 2, 31, 0, 0, 0, 0}));
     EXPECT_EQ(parsed("2021-13-01"), std::nullopt);
@@ -117,7 +117,7 @@ TEST(ParseTime, ReadsHoursMinutesAndSeconds) {
         {" \t10:30:15\r\n", 10, 30, 15, 0},
         {":30", 0, 30, 0, 0},
         {"10:30:", 10, 30, 0, 0},
-        {"10: :15", 10, 0, 15, 0},  // a blank is a minute, if none that counts
+        {"10: :15", 10, 0, 15, 0},  // a blank minute is accepted and means 0
         {"10:5:7", 10, 5, 7, 0},
         {"10.9:30.9", 10, 30, 0, 0},
         {"25:61:61", 25, 61, 61, 0},
@@ -138,7 +138,7 @@ TEST(ParseTime, ReadsHoursMinutesAndSeconds) {
     }
 }
 
-TEST(ParseTime, AddsTwelveHoursForAPmBehindTheFirstColon) {
+TEST(ParseTime, AddsTwelveHoursForPmAfterTheFirstColon) {
     const struct {
         const char* text;
         int hour, minute;
@@ -162,7 +162,8 @@ TEST(ParseTime, NeedsAColonAndAMinute) {
 }
 
 TEST(ParseTime, FractionHasAPointInAnyLocale) {
-    // Whatever locale with a decimal comma this machine has; the C locale holds as well.
+    // Use any locale of this machine that has a decimal comma; the test also passes with the C
+    // locale.
     for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "C"}) {
         if (std::setlocale(LC_ALL, name) == nullptr) continue;
         SCOPED_TRACE(name);
@@ -206,7 +207,7 @@ TEST(FieldsToFiletime, CountsTheDaysOfEachMonth) {
     }
 }
 
-TEST(FieldsToFiletime, MarchToDecember2000LiesOneDayEarly) {
+TEST(FieldsToFiletime, MarchToDecember2000IsOneDayEarly) {
     EXPECT_EQ(stamp({2000, 2, 28, 0, 0, 0, 0}), filetime(2000, 2, 28));
     EXPECT_EQ(stamp({2000, 2, 29, 0, 0, 0, 0}), filetime(2000, 2, 29));
     EXPECT_EQ(stamp({2000, 3, 1, 0, 0, 0, 0}), filetime(2000, 2, 29));
@@ -214,7 +215,7 @@ TEST(FieldsToFiletime, MarchToDecember2000LiesOneDayEarly) {
     EXPECT_EQ(stamp({2001, 1, 1, 0, 0, 0, 0}), filetime(2001, 1, 1));
 }
 
-TEST(FieldsToFiletime, LeapDayFollowsTheYearsSince1900) {
+TEST(FieldsToFiletime, LeapDayDependsOnTheYearsSince1900) {
     EXPECT_EQ(stamp({1904, 3, 1, 0, 0, 0, 0}), filetime(1904, 3, 1));
     EXPECT_EQ(stamp({1896, 3, 1, 0, 0, 0, 0}), filetime(1896, 2, 29));  // before 1900: none
     EXPECT_EQ(stamp({1900, 3, 1, 0, 0, 0, 0}), filetime(1900, 3, 1));   // 1900 itself: none
@@ -222,7 +223,7 @@ TEST(FieldsToFiletime, LeapDayFollowsTheYearsSince1900) {
     EXPECT_EQ(stamp({2400, 3, 1, 0, 0, 0, 0}), filetime(2400, 2, 29));  // 500 years: none
 }
 
-TEST(FieldsToFiletime, RefusesAMonthAbove12) {
+TEST(FieldsToFiletime, RejectsAMonthAbove12) {
     ql::_windows_systemtime in;
     in.year = 2021;
     in.month = 13;

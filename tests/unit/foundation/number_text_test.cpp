@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(NumberText, NumbersAreFilledAndNeverCut) {
+TEST(NumberText, PadsNumbersAndNeverTruncates) {
     std::string row;
     ql::append_decimal(row, 0);
     row += '|';
@@ -20,7 +20,7 @@ TEST(NumberText, NumbersAreFilledAndNeverCut) {
     EXPECT_EQ(row, "0|18446744073709551615|0000|01abcdef|ffffffffffffffff");
 }
 
-TEST(NumberText, DecimalIsFilledWithBlanksAtTheFront) {
+TEST(NumberText, PadsDecimalWithLeadingBlanks) {
     std::string row = "x";
     ql::append_decimal(row, 7, 3);
     EXPECT_EQ(row, "x  7");

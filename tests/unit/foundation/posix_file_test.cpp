@@ -17,7 +17,7 @@ namespace {
 
 class PosixFile : public testing::Test {
 protected:
-    // Creates `name` through open_file with an open mask, and gives the mode bits of the new file.
+    // Creates `name` through open_file with a umask of 0 and returns the mode bits of the new file.
     mode_t created_mode(const char* name, int flags) {
         const mode_t old_mask = ::umask(0);
         const int fd = ql::open_file(m_dir.file(name), flags);
@@ -45,7 +45,7 @@ TEST_F(PosixFile, OpensAFileForReadingWithoutBlocking) {
     ::close(fd);
 }
 
-TEST_F(PosixFile, OpensForWritingWithTheFlagsGiven) {
+TEST_F(PosixFile, OpensForWritingWithTheGivenFlags) {
     const std::string path = m_dir.write("file", "hello");
     const int fd = ql::open_file(path, 2);
     ASSERT_NE(fd, -1);
@@ -65,7 +65,7 @@ TEST_F(PosixFile, CreatesFilesForOwnerAndOthers) {
     EXPECT_EQ(created_mode("read", O_RDONLY | O_CREAT), 0404u);
 }
 
-TEST_F(PosixFile, RefusesTheEmptyPathAndAMissingFile) {
+TEST_F(PosixFile, RejectsTheEmptyPathAndAMissingFile) {
     EXPECT_EQ(ql::open_file("", 0), -1);
     errno = 0;
     EXPECT_EQ(ql::open_file(m_dir.file("missing"), 0), -1);
@@ -73,14 +73,14 @@ TEST_F(PosixFile, RefusesTheEmptyPathAndAMissingFile) {
     EXPECT_FALSE(support::file_exists(m_dir.file("missing")));
 }
 
-TEST_F(PosixFile, RefusesAFifoAtOnce) {
+TEST_F(PosixFile, RejectsAFifoWithoutBlocking) {
     const std::string path = m_dir.file("fifo");
     ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
     EXPECT_EQ(ql::open_file(path, 0), -1);
     EXPECT_EQ(ql::open_file(path, 2), -1);
 }
 
-TEST_F(PosixFile, RefusedFifoLeavesNoDescriptorOpen) {
+TEST_F(PosixFile, RejectedFifoLeavesNoDescriptorOpen) {
     const std::string path = m_dir.file("fifo");
     ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
     const int next = ::dup(0);
@@ -92,7 +92,7 @@ TEST_F(PosixFile, RefusedFifoLeavesNoDescriptorOpen) {
     ::close(after);
 }
 
-TEST_F(PosixFile, RefusesASocket) {
+TEST_F(PosixFile, RejectsASocket) {
     const std::string path = m_dir.file("s");
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -105,7 +105,7 @@ TEST_F(PosixFile, RefusesASocket) {
     ::close(listener);
 }
 
-TEST_F(PosixFile, OpensFoldersAndDevices) {
+TEST_F(PosixFile, OpensDirectoriesAndDevices) {
     const int folder = ql::open_file(m_dir.path(), 0);
     EXPECT_NE(folder, -1);
     ::close(folder);
@@ -114,7 +114,7 @@ TEST_F(PosixFile, OpensFoldersAndDevices) {
     ::close(device);
 }
 
-TEST_F(PosixFile, SizeIsThatOfASeekToTheEnd) {
+TEST_F(PosixFile, SizeIsTheOffsetOfTheEnd) {
     const std::string path = m_dir.write("file", "hello");
     const int fd = ql::open_file(path, 0);
     ASSERT_NE(fd, -1);
@@ -130,7 +130,7 @@ TEST_F(PosixFile, SizeIsThatOfASeekToTheEnd) {
     ::close(huge_fd);
 }
 
-TEST_F(PosixFile, SizeOfWhatCannotSeekIsMinusOne) {
+TEST_F(PosixFile, SizeIsMinusOneIfSeekFails) {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     EXPECT_EQ(ql::seek_size(ends[0]), -1);

@@ -10,7 +10,7 @@ namespace {
 
 const std::string clearing = "\x1b[2K\r    \r";
 
-// Standard error of this process from here to the end of its life, by way of a temporary file.
+// Redirects standard error of this process to a temporary file during its lifetime.
 class captured_stderr {
 public:
     captured_stderr() : m_file(std::tmpfile()), m_saved(::dup(2)) {
@@ -25,7 +25,7 @@ public:
     captured_stderr(const captured_stderr&) = delete;
     captured_stderr& operator=(const captured_stderr&) = delete;
 
-    // What has reached the descriptor. Bytes that still wait in a stream's buffer aren't there.
+    // Returns the bytes that have reached the descriptor, without those still in a stream's buffer.
     std::string text() const {
         std::string content;
         char block[4096];
@@ -54,19 +54,19 @@ TEST(PrintError, LosesTheLastCharacterOfEachMessage) {
     EXPECT_EQ(screen.text(), clearing + "prob opening results file: a b.txt for writing");
 }
 
-TEST(PrintError, LosesALetterWhereThereIsNoLineEnd) {
+TEST(PrintError, LosesALetterIfThereIsNoLineEnd) {
     const captured_stderr screen;
     print_error("%s%d", "ab", 12);
     EXPECT_EQ(screen.text(), clearing + "ab1");
 }
 
-TEST(PrintError, KeepsTheLineEndOfTheTextInFrontOfItsOwn) {
+TEST(PrintError, KeepsALineEndBeforeTheLastOne) {
     const captured_stderr screen;
     print_error("%s\n", "first\nsecond\n");
     EXPECT_EQ(screen.text(), clearing + "first\nsecond\n");
 }
 
-TEST(PrintError, ShowsNothingOfMessagesWithNoneOrOneCharacter) {
+TEST(PrintError, PrintsNothingForMessagesOfAtMostOneCharacter) {
     const captured_stderr screen;
     print_error("%s", "");
     EXPECT_EQ(screen.text(), clearing);
@@ -106,7 +106,7 @@ TEST(PrintError, DropsAMessageThatCannotBeFormatted) {
     EXPECT_EQ(screen.text(), clearing);
 }
 
-// Ends the process without the flush of a regular end, behind a stream that keeps what it is given.
+// Ends the process without the flush of a normal exit, after printing to a buffered stream.
 [[noreturn]] void print_and_vanish(const char* format, const char* word) {
     std::setvbuf(stderr, nullptr, _IOFBF, BUFSIZ);
     print_error(format, word);

@@ -10,7 +10,7 @@ namespace {
 
 const std::vector<std::uint8_t> ten = {0x81, 0x92, 0xA3, 0xB4, 0xC5, 0xD6, 0xE7, 0xF8, 0x09, 0x1A};
 
-// The number at `at` put together byte by byte.
+// Computes the number at `at` byte by byte.
 std::uint64_t assembled(ql::bytes b, std::size_t at, std::size_t width) {
     std::uint64_t value = 0, place = 1;
     for (std::size_t i = 0; i < width; ++i, place *= 256)
@@ -28,9 +28,9 @@ TEST(LittleEndian, LowestByteComesFirst) {
     EXPECT_EQ(ql::le_uint(ten, 2, 0), 0u);
 }
 
-TEST(LittleEndian, BytesBehindTheEndAreZeroAtEveryPlaceOfEveryBuffer) {
+TEST(LittleEndian, BytesPastTheEndAreZeroAtEveryOffsetOfEveryBuffer) {
     for (std::size_t size = 0; size <= ten.size(); ++size) {
-        const ql::bytes b = ql::bytes(ten).first(size);  // with other bytes behind it
+        const ql::bytes b = ql::bytes(ten).first(size);  // followed by other bytes
         for (std::size_t at : {std::size_t{0}, std::size_t{1}, std::size_t{2}, std::size_t{3},
                                std::size_t{5}, std::size_t{7}, std::size_t{9}, std::size_t{10},
                                std::size_t{11}, SIZE_MAX - 7, SIZE_MAX - 1, SIZE_MAX}) {
@@ -61,7 +61,7 @@ TEST(Clip, EndsWithTheBuffer) {
     EXPECT_EQ(ql::clip(all, SIZE_MAX, SIZE_MAX).size(), 0u);
 }
 
-TEST(CopyStart, LeavesWhatTheSourceLacks) {
+TEST(CopyStart, LeavesMissingBytesUnchanged) {
     std::array<std::uint8_t, 4> out = {1, 2, 3, 4};
     ql::copy_start(ql::clip(ten, 8), out);
     EXPECT_EQ(out, (std::array<std::uint8_t, 4>{0x09, 0x1A, 3, 4}));
@@ -71,7 +71,7 @@ TEST(CopyStart, LeavesWhatTheSourceLacks) {
     EXPECT_EQ(out[0], 0x81) << "an empty source changes nothing";
 }
 
-TEST(CopyWithZeros, ClearsWhatTheSourceLacks) {
+TEST(CopyWithZeros, ZeroesMissingBytes) {
     std::array<std::uint8_t, 4> out = {1, 2, 3, 4};
     ql::copy_with_zeros(ql::clip(ten, 8), out);
     EXPECT_EQ(out, (std::array<std::uint8_t, 4>{0x09, 0x1A, 0, 0}));

@@ -14,7 +14,7 @@ constexpr std::uint64_t max_u64 = 0xFFFFFFFFFFFFFFFF;
 template <typename Number>
 using reader = bool (*)(const std::string&, Number&);
 
-// What a reader makes of `text`; nothing when it refuses.
+// Returns the number that the parser reads from `text`, or nullopt if it rejects the text.
 template <typename Number>
 std::optional<Number> read(reader<Number> parse, const std::string& text) {
     Number value = 77;
@@ -36,7 +36,7 @@ void expect_numbers(reader<Number> parse, const number_case<Number> (&cases)[N])
     }
 }
 
-TEST(ParseNumber, ReadsHexadecimalBehindTheFirstXAnywhere) {
+TEST(ParseNumber, ReadsHexadecimalAfterTheFirstXAnywhere) {
     const number_case<std::uint64_t> cases[] = {
         {"0x10", 16},
         {"x10", 16},
@@ -59,7 +59,7 @@ TEST(ParseNumber, ReadsHexadecimalBehindTheFirstXAnywhere) {
     expect_numbers(ql::parse_number, cases);
 }
 
-TEST(ParseNumber, ReadsOctalBehindTheFirstOElse) {
+TEST(ParseNumber, OtherwiseReadsOctalAfterTheFirstO) {
     const number_case<std::uint64_t> cases[] = {
         {"o17", 15}, {"12o7", 7}, {"0O10", 8}, {"foo", 0},
         {"o", 0},    {"o8", 0},   {"o189", 1}, {"o7o5", 7},
@@ -67,7 +67,7 @@ TEST(ParseNumber, ReadsOctalBehindTheFirstOElse) {
     expect_numbers(ql::parse_number, cases);
 }
 
-TEST(ParseNumber, ReadsDecimalElse) {
+TEST(ParseNumber, OtherwiseReadsDecimal) {
     const number_case<std::uint64_t> cases[] = {
         {"0", 0},
         {"12", 12},
@@ -85,7 +85,7 @@ TEST(ParseNumber, ReadsDecimalElse) {
     expect_numbers(ql::parse_number, cases);
 }
 
-TEST(ParseNumber, RefusesAnythingElseAndLeavesTheOutputAlone) {
+TEST(ParseNumber, RejectsAnythingElseAndLeavesTheOutputUnchanged) {
     for (const char* text : {"", " ", "\r\n\t", "zz", "abc", ".5", "'a'"}) {
         SCOPED_TRACE(text);
         std::uint64_t value = 77;
@@ -94,7 +94,7 @@ TEST(ParseNumber, RefusesAnythingElseAndLeavesTheOutputAlone) {
     }
 }
 
-TEST(ParseU32, ReadsItsForms) {
+TEST(ParseU32, ReadsEachForm) {
     const number_case<std::uint32_t> cases[] = {
         {"0x10", 16},       {"0X1f", 31},     {"zx10", 16},
         {"x10", 16},        {"X1F", 31},      {"o17", 15},
@@ -108,14 +108,14 @@ TEST(ParseU32, ReadsItsForms) {
     expect_numbers(ql::parse_u32, cases);
 }
 
-TEST(ParseU32, TakesOctalOnlyWithALeadingO) {
+TEST(ParseU32, ReadsOctalOnlyAfterALeadingO) {
     const number_case<std::uint32_t> cases[] = {{"12o7", 12}, {"0o17", 0}, {"foo", std::nullopt}};
     expect_numbers(ql::parse_u32, cases);
 }
 
-TEST(ParseU32, TakesTheDigitsFromTheTextAsGiven) {
+TEST(ParseU32, ReadsTheDigitsFromTheUntrimmedText) {
     const number_case<std::uint32_t> cases[] = {
-        {" 0x10", 0},  // the form is seen in "0x10", the digits are those of "x10"
+        {" 0x10", 0},  // the form is that of "0x10", the digits are those of "x10"
         {" x10", 0},   // "x10" again
         {"  o17", 0},  // " o17"
         {" 12", 12},
@@ -123,7 +123,7 @@ TEST(ParseU32, TakesTheDigitsFromTheTextAsGiven) {
     expect_numbers(ql::parse_u32, cases);
 }
 
-TEST(ParseU32, ClearsTheOutputWhenItRefuses) {
+TEST(ParseU32, ClearsTheOutputIfItRejectsTheText) {
     for (const char* text : {"", " ", "zz", "foo", "''", "'ab'", "'a", "a'b", "'ab", "ab'"}) {
         SCOPED_TRACE(text);
         std::uint32_t value = 77;
@@ -132,7 +132,7 @@ TEST(ParseU32, ClearsTheOutputWhenItRefuses) {
     }
 }
 
-TEST(ParseCount, ReadsAsParseNumberCutTo32Bits) {
+TEST(ParseCount, ReadsLikeParseNumberTruncatedTo32Bits) {
     const number_case<std::uint32_t> cases[] = {
         {"3", 3},
         {"-1", 0xFFFFFFFF},
@@ -146,13 +146,13 @@ TEST(ParseCount, ReadsAsParseNumberCutTo32Bits) {
         {"4294967297", 1},
         {"-2147483648", 0x80000000},
         {"+", 0},
-        {"9223372036854775808", 0xFFFFFFFF},  // the largest signed number, cut
+        {"9223372036854775808", 0xFFFFFFFF},  // the largest signed number, truncated
         {"-9223372036854775809", 0},
     };
     expect_numbers(ql::parse_count, cases);
 }
 
-TEST(ParseCount, LeavesTheOutputAloneWhenItRefuses) {
+TEST(ParseCount, LeavesTheOutputUnchangedIfItRejectsTheText) {
     for (const char* text : {"", "zz", "'a'"}) {
         SCOPED_TRACE(text);
         std::uint32_t value = 77;
@@ -161,7 +161,7 @@ TEST(ParseCount, LeavesTheOutputAloneWhenItRefuses) {
     }
 }
 
-TEST(ParseU32Any, FindsItsMarksAnywhere) {
+TEST(ParseU32Any, FindsItsMarkersAnywhere) {
     const number_case<std::uint32_t> cases[] = {
         {"0x10", 16},       {"abcX10", 16},     {"12o7", 7},          {"o12x34", 0x34},
         {"x12o34", 0x12},   {"12", 12},         {"-1", 0xFFFFFFFF},   {" +7", 7},
@@ -173,7 +173,7 @@ TEST(ParseU32Any, FindsItsMarksAnywhere) {
     EXPECT_EQ(value, 77u);
 }
 
-TEST(ParseU64, ReadsItsForms) {
+TEST(ParseU64, ReadsEachForm) {
     const number_case<std::uint64_t> cases[] = {
         {"0", 0},
         {"12", 12},
@@ -185,7 +185,7 @@ TEST(ParseU64, ReadsItsForms) {
         {"x10", 16},
         {"o17", 15},
         {"O17", 15},
-        {"x 12", 0x12},  // the "x" is no digit: the blank behind it goes
+        {"x 12", 0x12},  // "x" is not a digit, so the blank after it is removed
         {"0x 1f", 0x1F},
         {"- 1", max_u64},
         {"12:5", 12},
@@ -199,7 +199,7 @@ TEST(ParseU64, ReadsItsForms) {
     expect_numbers(ql::parse_u64, cases);
 }
 
-TEST(ParseU64, RefusesWhatIsTooLongOrBroken) {
+TEST(ParseU64, RejectsOverlongAndMalformedTexts) {
     const std::string texts[] = {
         "",
         " ",
@@ -208,7 +208,7 @@ TEST(ParseU64, RefusesWhatIsTooLongOrBroken) {
         "o",
         "o9",
         "xg",
-        "1 2",                               // a blank behind a digit
+        "1 2",                               // a blank after a digit
         "0 1",                               //
         "0x1 0",                             //
         "9 1",                               //
@@ -230,7 +230,7 @@ TEST(ParseU64, RefusesWhatIsTooLongOrBroken) {
     }
 }
 
-// While it lives, streams group digits by commas unless they are told otherwise.
+// Makes streams group digits by commas, during its lifetime, unless they are imbued with a locale.
 class grouped_digits {
 public:
     grouped_digits() : m_old(std::locale::global(std::locale(std::locale(), new by_commas))) {}
@@ -251,7 +251,7 @@ TEST(ParseU64, EndsAtACommaInAnyLocale) {
     EXPECT_EQ(read(ql::parse_u64, "1,234"), 1u);
 }
 
-TEST(ParseU64, TakesTheLongestTextsThatFit) {
+TEST(ParseU64, AcceptsTheLongestTextsThatFit) {
     const number_case<std::uint64_t> cases[] = {
         {"00000000000000000001", 1},             // 20 characters
         {"0x0000000000000001", 1},               // 16 digits

@@ -15,7 +15,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// Units as they stand on disk.
+// Returns the on-disk bytes of the units.
 std::vector<std::uint8_t> on_disk(const std::vector<std::uint16_t>& units) {
     std::vector<std::uint8_t> bytes;
     for (const auto unit : units) {
@@ -49,7 +49,7 @@ taken widened(const std::vector<std::uint16_t>& units) {
     return widened(disk, static_cast<std::int64_t>(disk.size()));
 }
 
-TEST(ToUtf8, WritesOneToFourBytesByTheSizeOfTheCodePoint) {
+TEST(ToUtf8, WritesOneToFourBytesPerCodePoint) {
     const struct {
         std::uint32_t code;
         std::string utf8;
@@ -89,7 +89,7 @@ TEST(ToUtf8, EndsAtAnElementBeyondUnicode) {
     EXPECT_EQ(ql::to_utf8(wide_of({0x110000})), "");
 }
 
-TEST(AppendUtf8, KeepsWhatTheTextHolds) {
+TEST(AppendUtf8, KeepsTheExistingText) {
     std::string text = "\xFFold";
     ql::append_utf8(text, L"");
     EXPECT_EQ(text, "\xFFold");
@@ -97,7 +97,7 @@ TEST(AppendUtf8, KeepsWhatTheTextHolds) {
     EXPECT_EQ(text, "\xFFoldn\xC3\xA9w");
 }
 
-TEST(ToWide, TakesOverlongFormsSurrogatesAndFourByteFormsBeyondUnicode) {
+TEST(ToWide, AcceptsOverlongFormsSurrogatesAndFourByteFormsBeyondUnicode) {
     EXPECT_EQ(ql::to_wide("\xE0\x81\xA1"), L"a");
     EXPECT_EQ(ql::to_wide("\xC1\xA1"), L"a");
     EXPECT_EQ(ql::to_wide("\xF0\x80\x81\xA1"), L"a");
@@ -109,20 +109,20 @@ TEST(ToWide, TakesOverlongFormsSurrogatesAndFourByteFormsBeyondUnicode) {
 
 TEST(ToWide, IsEmptyAfterOneBadByteAnywhere) {
     const std::string bad[] = {
-        "\x80",                  // a continuation byte leads
+        "\x80",                  // starts with a continuation byte
         "\xBF",                  //
         "\xF8\x88\x80\x80\x80",  // a lead byte of five
         "\xFC\x84\x80\x80\x80\x80",
         "\xFE",
         "\xFF",
-        "\xC3",           // cut
+        "\xC3",           // truncated
         "\xE2\x82",       //
         "\xF0\x9F\x98",   //
         "\xC3(",          // continuation byte missing
         "\xE2(\x82",      //
         "\xE2\x82(",      //
         "\xF0\x9F(\x80",  //
-        "\xC3\xC3\xA9",   // a lead byte in its place
+        "\xC3\xC3\xA9",   // a lead byte in its position
     };
     for (const auto& text : bad) {
         SCOPED_TRACE(testing::PrintToString(text));
@@ -133,7 +133,7 @@ TEST(ToWide, IsEmptyAfterOneBadByteAnywhere) {
     EXPECT_EQ(ql::to_wide(""), L"");
 }
 
-TEST(ToWide, EveryPrefixOfASoundTextIsWholeOrEmpty) {
+TEST(ToWide, EveryPrefixOfAValidTextIsWholeOrEmpty) {
     const std::string text = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
     const std::wstring whole = wide_of({'a', 0xE9, 0x20AC, 0x1F600});
     const std::size_t ends[] = {1, 3, 6, 10};
@@ -142,7 +142,7 @@ TEST(ToWide, EveryPrefixOfASoundTextIsWholeOrEmpty) {
         std::size_t elements = 0;
         for (std::size_t i = 0; i < std::size(ends); ++i)
             if (ends[i] == length) elements = i + 1;
-        // What stands behind the prefix would go on with the cut sequence.
+        // The bytes after the prefix would complete the truncated sequence.
         EXPECT_EQ(ql::to_wide(std::string_view(text).substr(0, length)), whole.substr(0, elements));
     }
 }
@@ -158,8 +158,8 @@ TEST(Utf16ToWide, LoneHighSurrogateTurnsTheWholeTextIntoUnits) {
     const std::vector<std::uint16_t> texts[] = {
         {0xD83D, 0xDE00, 'a', 0xD800, 'b'},  // in the middle
         {0xD83D, 0xDE00, 0xD800},            // at the limit
-        {0xD800, 0xD83D, 0xDE00},            // in front of another high one
-        {0xD83D, 0xDE00, 0xD800, 0xE000},    // in front of a unit above the surrogates
+        {0xD800, 0xD83D, 0xDE00},            // before another high one
+        {0xD83D, 0xDE00, 0xD800, 0xE000},    // before a unit above the surrogates
     };
     for (const auto& units : texts) {
         SCOPED_TRACE(testing::PrintToString(units));
@@ -174,12 +174,12 @@ TEST(Utf16ToWide, LoneHighSurrogateTurnsTheWholeTextIntoUnits) {
               "\xED\xA0\xBD\xED\xB8\x80\xED\xA0\x80");
 }
 
-TEST(Utf16ToWide, HighSurrogateInFrontOfTheZeroUnitIsALoneOne) {
+TEST(Utf16ToWide, HighSurrogateBeforeTheZeroUnitIsALoneOne) {
     EXPECT_EQ(widened({0xD83D, 0xDE00, 0xD800, 0, 0xDC00}),
               (taken{6, wide_of({0xD83D, 0xDE00, 0xD800})}));
 }
 
-TEST(Utf16ToWide, PairCutByTheLimitIsALoneHighSurrogate) {
+TEST(Utf16ToWide, PairTruncatedByTheLimitIsALoneHighSurrogate) {
     const auto disk = on_disk({'a', 0xD83D, 0xDE00});
     EXPECT_EQ(widened(disk, 4), (taken{4, wide_of({'a', 0xD83D})}));
 }
@@ -199,10 +199,10 @@ TEST(Utf16ToWide, StopsAtTheLimitOrAtTheFirstZeroUnit) {
     EXPECT_EQ(widened(disk, -2), (taken{0, L""}));
     EXPECT_EQ(widened({}, 8), (taken{0, L""}));
     EXPECT_EQ(widened(on_disk({0, 'a'}), 4), (taken{0, L""}));
-    EXPECT_EQ(std::wcslen(widened(disk, 2).text.c_str()), 1u);  // closed by a zero of its own
+    EXPECT_EQ(std::wcslen(widened(disk, 2).text.c_str()), 1u);  // has its own terminator
 }
 
-TEST(Utf16ToWide, TakesANameOf255UnitsWhole) {
+TEST(Utf16ToWide, ReadsAllOfANameOf255Units) {
     const std::vector<std::uint16_t> units(255, 0x4E00);
     EXPECT_EQ(widened(units), (taken{510, std::wstring(255, L'\x4E00')}));
 }
@@ -213,7 +213,7 @@ TEST(Utf16ToWide, UnknownLengthIsAtMost500Units) {
     EXPECT_EQ(widened(on_disk({'a', 0, 'b'}), -1), (taken{2, L"a"}));
 }
 
-TEST(Utf16ToWide, UnitsBehindTheBufferAreZero) {
+TEST(Utf16ToWide, UnitsPastTheBufferAreZero) {
     const std::vector<std::uint8_t> disk = {'a', 0, 0x34, 0x12, 'c'};
     EXPECT_EQ(widened(disk, 100), (taken{6, wide_of({'a', 0x1234, 'c'})}));
     EXPECT_EQ(widened(disk, -1), (taken{6, wide_of({'a', 0x1234, 'c'})}));
@@ -225,7 +225,7 @@ TEST(Utf16ToWide, UnitsBehindTheBufferAreZero) {
     }
 }
 
-TEST(Utf16ToUtf8, CountsTheTerminatorWhereThereIsRoom) {
+TEST(Utf16ToUtf8, CountsTheTerminatorIfThereIsSpace) {
     const auto disk = on_disk({'a', 0xE9, 0, 'b'});
     const struct {
         const char* name;
@@ -252,7 +252,7 @@ TEST(Utf16ToUtf8, CountsTheTerminatorWhereThereIsRoom) {
     EXPECT_EQ(text, "");
 }
 
-TEST(Utf16ToUtf8, GivesFourBytesForAPairAndSixForABrokenName) {
+TEST(Utf16ToUtf8, WritesFourBytesForAPairAndSixForABrokenOne) {
     std::string text;
     EXPECT_EQ(ql::utf16_to_utf8(on_disk({0xD83D, 0xDE00}), 4, text, false), 4u);
     EXPECT_EQ(text, "\xF0\x9F\x98\x80");
@@ -260,7 +260,7 @@ TEST(Utf16ToUtf8, GivesFourBytesForAPairAndSixForABrokenName) {
     EXPECT_EQ(text, "\xED\xA0\xBD\xED\xB8\x80\xED\xA0\x81");
 }
 
-TEST(BytesToWide, WidensEachByteWithoutASign) {
+TEST(BytesToWide, WidensEachByteWithoutSignExtension) {
     std::wstring wide = L"old";
     ql::bytes_to_wide("a\xC3\xFF\0z"s, wide);
     EXPECT_EQ(wide, wide_of({'a', 0xC3, 0xFF, 0, 'z'}));
@@ -285,7 +285,7 @@ TEST(FormatGuid, FirstThreeFieldsAreLittleEndian) {
     EXPECT_EQ(text, "");
 }
 
-TEST(XmlEscape, LeavesPrintableBytesButThreeAsTheyStand) {
+TEST(XmlEscape, LeavesAllButThreePrintableBytesUnchanged) {
     for (unsigned byte = 0; byte < 256; ++byte) {
         SCOPED_TRACE(byte);
         const char c = static_cast<char>(byte);
@@ -305,7 +305,7 @@ TEST(XmlEscape, LeavesPrintableBytesButThreeAsTheyStand) {
     }
 }
 
-TEST(XmlEscape, TurnsALetterOutsideAsciiIntoOneFormForEachByte) {
+TEST(XmlEscape, EscapesEachByteOfANonAsciiLetter) {
     std::string out;
     ql::xml_escape(out, "\xC3\xA9");
     EXPECT_EQ(out, "%c3%a9");
@@ -339,7 +339,7 @@ TEST(ReplaceChar, ReplacesEachOccurrence) {
     EXPECT_EQ(wide, L"xA");
 }
 
-TEST(ReplaceChar, HitsBothCasesWhenAskedTo) {
+TEST(ReplaceChar, ReplacesBothCasesOnRequest) {
     for (const char from : {'a', 'A'}) {
         std::string text = "aAbB";
         ql::replace_char(text, from, '-', true);
@@ -350,13 +350,13 @@ TEST(ReplaceChar, HitsBothCasesWhenAskedTo) {
     EXPECT_EQ(wide, L"aA--");
 }
 
-TEST(ReplaceChar, DoesNothingWhenBothAreTheSame) {
+TEST(ReplaceChar, DoesNothingIfBothAreEqual) {
     std::string text = "aA";
     ql::replace_char(text, 'a', 'a', true);
     EXPECT_EQ(text, "aA");
 }
 
-TEST(RemoveChar, TellsHowManyWent) {
+TEST(RemoveChar, ReturnsTheNumberRemoved) {
     std::string text = " a b ";
     EXPECT_EQ(ql::remove_char(text, ' '), 3u);
     EXPECT_EQ(text, "ab");
@@ -458,7 +458,7 @@ TEST(Trim, StripsBlanksTabsAndLineEndsFromBothEnds) {
     }
 }
 
-TEST(TrimWide, MakesOnePassForEachCharacter) {
+TEST(TrimWide, MakesOnePassPerCharacter) {
     const struct {
         const char* name;
         std::wstring text, left;
@@ -530,7 +530,7 @@ TEST(ReplaceAll, ReplacesEveryOccurrence) {
     EXPECT_EQ(text, "aa-bb");
 }
 
-TEST(XmlText, IsWhatEscapingLeavesAlone) {
+TEST(XmlText, IsTextThatEscapingDoesNotChange) {
     for (int byte = 0; byte < 256; ++byte) {
         SCOPED_TRACE(byte);
         const std::string text = std::string("a") + static_cast<char>(byte) + "b";

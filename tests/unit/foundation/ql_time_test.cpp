@@ -53,10 +53,10 @@ texts formatted(std::uint64_t ticks, const std::string& date_format,
     return out;
 }
 
-// 2021-03-04 05:06:07.1234567, which tells all fields apart.
+// 2021-03-04 05:06:07.1234567: all fields differ.
 constexpr std::uint64_t sample = filetime(2021, 3, 4, 5, 6, 7, 1234567);
 
-TEST(Time, KindsOfStampsHaveFixedNumbers) {
+TEST(Time, KindsOfTimestampsHaveFixedNumbers) {
     EXPECT_EQ(static_cast<std::uint32_t>(ql::type_time::filetime), 1u);
     EXPECT_EQ(static_cast<std::uint32_t>(ql::type_time::unix_seconds), 8u);
 }
@@ -84,7 +84,7 @@ TEST(Time, EachFractionFieldIsTheWholeFraction) {
     EXPECT_EQ(t.system_time.picosecond, 123456700000u);
 }
 
-TEST(Time, StampsThatCannotBeShownKeepTheirNumberAndRenderEmpty) {
+TEST(Time, InvalidTimestampsKeepTheirValueAndRenderEmpty) {
     const struct {
         const char* name;
         std::uint64_t ticks;
@@ -125,11 +125,11 @@ TEST(Time, StampsThatCannotBeShownKeepTheirNumberAndRenderEmpty) {
     }
 }
 
-TEST(Time, StampOfZeroHasNoUnixSeconds) {
+TEST(Time, TimestampOfZeroHasNoUnixSeconds) {
     EXPECT_EQ(ql::time(0, ql::type_time::filetime).unix_seconds, 0u);
 }
 
-TEST(Time, SecondSecondOf1970IsTheFirstThatShows) {
+TEST(Time, SecondSecondOf1970IsTheFirstValidOne) {
     EXPECT_EQ(shown(ticks_to_1970 + second), (texts{"1970-01-01", "00:00:01.000"}));
     EXPECT_EQ(shown(ticks_to_1970 + second + 9999999), (texts{"1970-01-01", "00:00:01.999"}));
 }
@@ -155,7 +155,7 @@ TEST(Time, RendersLeapDaysAndYearEndsExactly) {
         EXPECT_EQ(shown(c.ticks), c.expected);
 }
 
-// Counts the days by the lengths of the months, one by one.
+// Counts the days one by one, from the lengths of the months.
 TEST(Time, EveryDayFrom1970To3000FollowsTheDayBefore) {
     constexpr int lengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     int year = 1970, month = 1, day = 2, weekday = 5;  // 1970-01-02 was a Friday
@@ -198,7 +198,7 @@ TEST(Time, DosFormCovers1980To2037WithSecondsRoundedUp) {
     }
 }
 
-TEST(Time, TakesUnixSeconds) {
+TEST(Time, AcceptsUnixSeconds) {
     const ql::time t(1614834367, ql::type_time::unix_seconds);
     EXPECT_NE(t.valid, 0u);
     EXPECT_EQ(t.unix_seconds, 1614834367u);
@@ -224,7 +224,8 @@ TEST(Time, UnixSecondsOutOfRangeKeepTheirFiletime) {
     EXPECT_EQ(late.filetime, filetime(3002, 1, 1));
     EXPECT_EQ(late.filetime_checked, 0u);
     EXPECT_EQ(ql::time(0xFFFFFFFFFFFFFFFF, ql::type_time::unix_seconds).valid, 0u);
-    // 2^57 seconds are a multiple of 2^64 ticks: the stamp wraps to one that could be shown.
+    // 2^57 seconds are a multiple of 2^64 ticks: the value wraps to a FILETIME that could be
+    // displayed.
     const std::uint64_t wrapping = (std::uint64_t{1} << 57) + 1614834367;
     const ql::time wrapped(wrapping, ql::type_time::unix_seconds);
     EXPECT_EQ(wrapped.filetime, filetime(2021, 3, 4, 5, 6, 7));
@@ -248,7 +249,7 @@ TEST(Time, NowIsTheClockOfTheHost) {
     EXPECT_EQ(t.filetime % 10, 0u);  // whole microseconds
 }
 
-TEST(FiletimeToUnix, WrapsInFrontOf1970AndRefusesTheTopBit) {
+TEST(FiletimeToUnix, WrapsBefore1970AndRejectsTheTopBit) {
     std::uint64_t out = 77;
     EXPECT_TRUE(ql::filetime_to_unix(ticks_to_1970, out));
     EXPECT_EQ(out, 0u);
@@ -280,7 +281,7 @@ TEST(ParseDateStyle, CompilesTheDefaults) {
     EXPECT_EQ(style.fraction_digits(), 3u);
 }
 
-TEST(ParseDateStyle, StyleIsAllZeroAtFirst) {
+TEST(ParseDateStyle, StyleIsInitiallyZero) {
     EXPECT_TRUE(ql::date_style{}.is_zero());
     EXPECT_EQ(ql::date_style{}.fraction_digits(), 0u);
 }
@@ -289,7 +290,7 @@ TEST(ParseDateStyle, CompilesDateFormats) {
     const struct {
         const char* format;
         int separator, flags;
-        bool whole;  // the work reached the time format
+        bool whole;  // compilation reached the time format
     } cases[] = {
         {"mm/dd/yyyy", '/', 0x46, true},
         {"dd/mm/yy", '/', 0x2A, true},
@@ -301,18 +302,18 @@ TEST(ParseDateStyle, CompilesDateFormats) {
         {"yyyy mm-dd", '-', 0x86, true},
         {"mmddmmm yy", ' ', 0x29, true},  // the month is the "mmm"
         {"yymmddyyyy", 0, 0x46, true},    // the year is the "yyyy"
-        {"ddmmddyy", 0, 0x2A, true},      // of two fields of a kind the first counts
+        {"ddmmddyy", 0, 0x2A, true},      // the first of two fields of a kind is used
         {"mmddmmyy", 0, 0x4A, true},
         {"yymmddyy", 0, 0x8A, true},
         {"mmmddmmmyy", 0, 0x49, true},
         {"yyyymmddyyyy", 0, 0x86, true},
-        {"yy-dd-mm", '-', 0x0A, true},  // an order that nobody knows
+        {"yy-dd-mm", '-', 0x0A, true},  // an unknown order
         {"dd-yy-mm", '-', 0x0A, true},
         {"mm-yy-dd", '-', 0x0A, true},
         {"xx/yy/zz", '/', 0x00, false},  // no month
         {"abcdefgh", 0, 0x00, false},
         {"mm-dd-zz", '-', 0x02, false},    // no year
-        {"mmm,zz zz", ' ', 0x01, false},   // the comma is looked for behind the year
+        {"mmm,zz zz", ' ', 0x01, false},   // the comma is searched for after the year
         {"mm,yyyy zz", ' ', 0x16, false},  // no day
         {"", 0, 0x00, true},
     };
@@ -380,7 +381,7 @@ TEST(DateTimeStrings, RendersEachOrderOfTheDate) {
     }
 }
 
-TEST(DateTimeStrings, FormatThatStopsEarlyLeavesAnEmptyDateAndNoFraction) {
+TEST(DateTimeStrings, IncompleteFormatRendersAnEmptyDateAndNoFraction) {
     EXPECT_EQ(shown(sample, compiled("xx/yy/zz", "hh:mm:ss.xxx")), (texts{"", "05:06:07"}));
     EXPECT_EQ(shown(sample, compiled("mm-zz-zz", "hh:mm:ss.xxx")), (texts{"", "05:06:07"}));
 }
@@ -396,7 +397,7 @@ TEST(DateTimeStrings, StyleWithoutAMonthOrAnOrderHasNoDate) {
                   (texts{"", "05:06:07"}));
 }
 
-TEST(DateTimeStrings, StyleOfZerosShowsTheDefaultsUnlessDateAndTimeArePaired) {
+TEST(DateTimeStrings, ZeroStyleUsesTheDefaultsUnlessDateAndTimeArePaired) {
     const ql::time t(sample, ql::type_time::filetime);
     texts out;
     EXPECT_EQ(ql::date_time_strings(out.date, out.time, t, compiled("abcdefgh", "hh:mm:ss.xxxxx")),
@@ -408,7 +409,7 @@ TEST(DateTimeStrings, StyleOfZerosShowsTheDefaultsUnlessDateAndTimeArePaired) {
     EXPECT_EQ(out, (texts{"", "05:06:07"}));
     EXPECT_EQ(ql::date_time_strings(out.date, out.time, t, default_style()), t.valid);
     EXPECT_EQ(ql::date_time_strings(out.date, out.time, t, {0, 0, 0, 1}), t.valid);
-    EXPECT_EQ(out, (texts{"", "05:06:07"}));  // one byte of four is enough
+    EXPECT_EQ(out, (texts{"", "05:06:07"}));  // one non-zero byte of four is enough
 }
 
 TEST(DateTimeStrings, TruncatesTheFractionToTheDigitsOfTheStyle) {
@@ -423,7 +424,7 @@ TEST(DateTimeStrings, TruncatesTheFractionToTheDigitsOfTheStyle) {
     }
 }
 
-TEST(DateTimeStrings, FillsFractionsWithZerosAndNeverRounds) {
+TEST(DateTimeStrings, PadsFractionsWithZerosAndNeverRounds) {
     const struct {
         unsigned ticks, digits;
         const char* time;
@@ -455,7 +456,7 @@ TEST(DateTimeStrings, TimeIsAlwaysHoursMinutesAndSeconds) {
     }
 }
 
-TEST(FormatDateTime, ReadsTheDateFormatItself) {
+TEST(FormatDateTime, ReadsTheDateFormat) {
     const struct {
         const char* format;
         const char* date;
@@ -467,17 +468,17 @@ TEST(FormatDateTime, ReadsTheDateFormatItself) {
         {"dd-mmm-yyyy", "04-Mar-2021"},
         {"yyyy-mmm-dd", "2021-Mar-04"},
         {"yyyy-dd-mm", "2021-04-03"},
-        {"mm-yyyy-dd", "03-04-2021"},  // the year stands first or last
+        {"mm-yyyy-dd", "03-04-2021"},  // the year is first or last
         {"yyyymmdd", "20210304"},      // no separator, nothing between the fields
         {"mmm dd, yyyy", "Mar 04, 2021"},
         {"mmm dd yyyy", "Mar 04 2021"},
-        {"mmm, dd yyyy", "Mar 04 2021"},  // comma in front of the day
-        {"mmm-dd, yyyy", "Mar-04-2021"},  // separator isn't a blank
+        {"mmm, dd yyyy", "Mar 04 2021"},  // comma before the day
+        {"mmm-dd, yyyy", "Mar-04-2021"},  // the separator is not a blank
         {"dd mmm, yyyy", "04 Mar 2021"},  // day first
         {"yyyy mm dd,", "2021 03 04,"},
-        {"mmddmmm yy", "Mar 04 21"},  // the month stands where the first "mm" does
-        {"yymmddyyyy", "20210304"},   // the year stands where the first "yy" does
-        {"ddmmddyyyy", "04032021"},   // and the day where the first "dd" does
+        {"mmddmmm yy", "Mar 04 21"},  // the month is at the position of the first "mm"
+        {"yymmddyyyy", "20210304"},   // the year is at the position of the first "yy"
+        {"ddmmddyyyy", "04032021"},   // the day is at the position of the first "dd"
         {"mm-dd", "03/04/2021"},      // without a year
         {"yyyy-mm", "03/04/2021"},    // without a day
         {"yy dd", "03/04/21"},        // without a month
@@ -491,7 +492,7 @@ TEST(FormatDateTime, ReadsTheDateFormatItself) {
     }
 }
 
-TEST(FormatDateTime, ReadsTheTimeFormatItself) {
+TEST(FormatDateTime, ReadsTheTimeFormat) {
     const struct {
         const char* format;
         const char* time;
@@ -515,7 +516,7 @@ TEST(FormatDateTime, ReadsTheTimeFormatItself) {
     }
 }
 
-TEST(FormatDateTime, ResultTellsWhetherTheStampIsValid) {
+TEST(FormatDateTime, ReturnsWhetherTheTimestampIsValid) {
     texts out;
     EXPECT_NE(
         ql::format_date_time(out.date, out.time, ql::time(sample, ql::type_time::filetime), "", ""),
@@ -524,7 +525,7 @@ TEST(FormatDateTime, ResultTellsWhetherTheStampIsValid) {
         ql::format_date_time(out.date, out.time, ql::time(0, ql::type_time::filetime), "", ""), 0);
 }
 
-// Runs in a process of its own, since the host's zone is read once in the life of a process.
+// Runs in a separate process, because the host's zone is read once per process.
 [[noreturn]] void show_in_zone(const char* zone, std::uint64_t ticks) {
     ::setenv("TZ", zone, 1);
     ::tzset();
@@ -533,26 +534,26 @@ TEST(FormatDateTime, ResultTellsWhetherTheStampIsValid) {
     std::exit(0);
 }
 
-// GoogleTest runs suites of this name first, ahead of all tests that read the zone.
+// GoogleTest runs suites with this suffix first, before any test that reads the zone.
 class TimeZoneDeathTest : public testing::Test {
 protected:
-    // What a process shows of the stamp when its host lies in `zone`.
+    // Checks the text that a process prints for `ticks` if its host is in `zone`.
     void expect_in_zone(const char* zone, std::uint64_t ticks, const std::string& expected) {
         SCOPED_TRACE(zone);
         EXPECT_EXIT(show_in_zone(zone, ticks), testing::ExitedWithCode(0), "<" + expected + ">");
     }
 };
 
-TEST_F(TimeZoneDeathTest, DoesNotShowInTheText) {
+TEST_F(TimeZoneDeathTest, DoesNotAffectTheText) {
     for (const char* zone : {"UTC0", "AAA-14", "BBB12", "CCC-5:45DDD,M3.5.0,M10.5.0"})
         expect_in_zone(zone, sample, "2021-03-04 05:06:07\\.123");
 }
 
-TEST_F(TimeZoneDeathTest, FirstHoursOf1970ShowWestOfGreenwichToo) {
+TEST_F(TimeZoneDeathTest, FirstHoursOf1970AreValidWestOfGreenwichToo) {
     expect_in_zone("BBB12", ticks_to_1970 + second, "1970-01-01 00:00:01\\.000");
 }
 
-TEST_F(TimeZoneDeathTest, LastHoursBefore3001ShowWhereTheLocalYearIs3000) {
+TEST_F(TimeZoneDeathTest, LastHoursBefore3001AreValidIfTheLocalYearIs3000) {
     const std::uint64_t last_hour = filetime(3000, 12, 31, 23, 30);
     expect_in_zone("UTC0", last_hour, "3000-12-31 23:30:00\\.000");
     expect_in_zone("AAA-1", last_hour, " ");
@@ -562,15 +563,15 @@ TEST_F(TimeZoneDeathTest, LastHoursBefore3001ShowWhereTheLocalYearIs3000) {
     expect_in_zone("BBB1", filetime(3001, 1, 1, 1), " ");
 }
 
-// Of the two zones, one has summer time now and one has it when the stamp is made.
-TEST_F(TimeZoneDeathTest, SummerTimeDoesNotCountInTheRangeCheck) {
+// One zone has summer time now, the other at the time of the timestamp.
+TEST_F(TimeZoneDeathTest, RangeCheckIgnoresSummerTime) {
     for (const char* zone : {"AAA-1BBB,M4.1.0,M10.1.0", "AAA-1BBB,M10.1.0,M4.1.0"}) {
         expect_in_zone(zone, filetime(3000, 12, 31, 22, 30), "3000-12-31 22:30:00\\.000");
         expect_in_zone(zone, filetime(3000, 12, 31, 23), " ");
     }
 }
 
-TEST_F(TimeZoneDeathTest, OffsetOfTheHostIsTheSameForAllStamps) {
+TEST_F(TimeZoneDeathTest, OffsetOfTheHostIsTheSameForAllTimestamps) {
     const std::uint64_t last_hour = filetime(3000, 12, 31, 23, 30);
     const auto show_after_a_move = [=] {
         ::setenv("TZ", "UTC0", 1);
@@ -590,7 +591,7 @@ TEST_F(TimeZoneDeathTest, LocalFieldsFollowTheHost) {
                      f.tm_mday, f.tm_hour, f.tm_min, f.tm_sec, f.tm_wday, f.tm_yday, f.tm_isdst);
         std::exit(0);
     };
-    // 05:06:07 less five and a half hours is the evening before, a Wednesday.
+    // 05:06:07 minus five and a half hours is on the evening before, a Wednesday.
     EXPECT_EXIT(fields_west(), testing::ExitedWithCode(0),
                 "<121-2-3 23:36:7 wday 3 yday 61 dst 0>");
 }

@@ -44,7 +44,7 @@ std::string descriptor_text(const bytes& descriptor, const std::string& prefix =
     return stream.str();
 }
 
-// "sid / type / access / name" of each row in key order.
+// Returns "sid / type / access / name" for each row, in key order.
 std::vector<std::string> rows_at(const bytes& descriptor, std::uint32_t acl_offset) {
     security_ace_rows rows;
     rows["old"];
@@ -72,7 +72,7 @@ TEST(SidToString, UsesTheLastByteOfTheAuthorityOnly) {
     EXPECT_EQ(sid_text(support::sid(0x123456789A05, {18})), "S-1-5-18");
 }
 
-TEST(SidToString, ReadsCountAndValuesAsTheyStand) {
+TEST(SidToString, DoesNotValidateCountAndValues) {
     EXPECT_EQ(sid_text({1, 0, 0, 0, 0, 0, 0, 5}), "S-1-5");
     std::string all = "S-1-5";
     bytes sid = {1, 255, 0, 0, 0, 0, 0, 5};
@@ -83,7 +83,7 @@ TEST(SidToString, ReadsCountAndValuesAsTheyStand) {
     EXPECT_EQ(sid_text(sid), all);
 }
 
-TEST(SidToString, BytesBehindTheEndAreZero) {
+TEST(SidToString, BytesPastTheEndAreZero) {
     const bytes sid = support::sid("S-1-5-257-513");
     const std::string texts[] = {"S-0-0",        "S-1-0",       "S-1-0-0-0",     "S-1-0-0-0",
                                  "S-1-0-0-0",    "S-1-0-0-0",   "S-1-0-0-0",     "S-1-0-0-0",
@@ -97,7 +97,7 @@ TEST(SidToString, BytesBehindTheEndAreZero) {
     }
 }
 
-TEST(SidToStringChecked, NeedsRoomForItsSubAuthorities) {
+TEST(SidToStringChecked, NeedsSpaceForItsSubAuthorities) {
     const bytes one = support::sid("S-1-5-18"), two = support::sid("S-1-5-32-544");
     EXPECT_EQ(checked_text(one, 12), "S-1-5-18");
     EXPECT_EQ(checked_text(one, 11), "");
@@ -107,7 +107,7 @@ TEST(SidToStringChecked, NeedsRoomForItsSubAuthorities) {
     EXPECT_EQ(checked_text(two, 15), "");
     EXPECT_EQ(checked_text(two, 16), "S-1-5-32-544");
     EXPECT_EQ(checked_text(support::sid(5, {}), 12), "S-1-5");
-    EXPECT_EQ(checked_text(support::sid(5, {}), 11), "");  // though 8 would hold it
+    EXPECT_EQ(checked_text(support::sid(5, {}), 11), "");  // although the SID has only 8 bytes
     EXPECT_EQ(checked_text(support::sid(5, {}), 8), "");
     EXPECT_EQ(checked_text(support::sid(5, {1}, 255), 257 * 4 - 1), "");
     EXPECT_NE(checked_text(support::sid(5, {1}, 255), 257 * 4), "");
@@ -115,7 +115,7 @@ TEST(SidToStringChecked, NeedsRoomForItsSubAuthorities) {
 
 TEST(SidToStringChecked, IsEmptyForNoSid) { EXPECT_EQ(checked_text({}, 100), ""); }
 
-TEST(SidDisplayName, KnowsSidsOfOneSubAuthorityByTheirAuthority) {
+TEST(SidDisplayName, IdentifiesSidsOfOneSubAuthorityByTheirAuthority) {
     const struct {
         const char* sid;
         const char* name;
@@ -167,7 +167,7 @@ TEST(SidDisplayName, KnowsSidsOfOneSubAuthorityByTheirAuthority) {
     }
 }
 
-TEST(SidDisplayName, KnowsLongerSidsByTheirLastSubAuthority) {
+TEST(SidDisplayName, IdentifiesLongerSidsByTheirLastSubAuthority) {
     const struct {
         std::uint32_t rid;
         const char* name;
@@ -217,14 +217,14 @@ TEST(SidDisplayName, KnowsLongerSidsByTheirLastSubAuthority) {
     }
 }
 
-TEST(SidDisplayName, SidWithoutSubAuthorityGoesByTheBytesInFrontOfThem) {
+TEST(SidDisplayName, SidWithoutSubAuthorityIsIdentifiedByTheBytesBefore) {
     // The four bytes at offset 4: 544, lowest byte first.
     EXPECT_EQ(name_of({1, 0, 0, 0, 0x20, 0x02, 0, 0}), "Admins");
     EXPECT_EQ(name_of({1, 0, 0, 0, 0, 0, 0, 5}), "unk");
     EXPECT_EQ(name_of({}), "unk");
 }
 
-TEST(AccessMaskText, NamesGenericAndStandardRightsInTheirOrder) {
+TEST(AccessMaskText, NamesGenericAndStandardRightsInOrder) {
     const struct {
         unsigned bit;
         const char* name;
@@ -280,7 +280,7 @@ TEST(AclRows, JoinsTheRightsOfOneTrusteeAndType) {
                       0),
               (lines{"S-1-5-32-544 / access allowed / GENERIC_READ | GENERIC_WRITE | DELETE / "
                      "Admins"}));
-    // The types 0, 4 and 5 read alike; an empty text is joined as well.
+    // Types 0, 4 and 5 have the same name. An empty text is joined as well.
     EXPECT_EQ(
         rows_at(support::acl({support::ace(0, 0, 0, admins), support::ace(5, 0, 0x00010000, admins),
                               support::ace(4, 0, 0, admins)}),
@@ -293,21 +293,21 @@ TEST(AclRows, SpecificRightsAloneLeaveTheAccessEmpty) {
               (lines{"S-1-1-0 / access allowed /  / World"}));
 }
 
-TEST(AclRows, KeysGoByTheirBytes) {
+TEST(AclRows, SortsRowsByTheBytesOfTheirKeys) {
     const bytes acl = support::acl({support::ace(0, 0, 0, support::sid("S-1-5-21-500")),
                                     support::ace(0, 0, 0, support::sid("S-1-5-21-1000"))});
     EXPECT_EQ(rows_at(acl, 0), (lines{"S-1-5-21-1000 / access allowed /  / unk",
                                       "S-1-5-21-500 / access allowed /  / User Admin"}));
 }
 
-TEST(AclRows, StandsAnywhereInTheDescriptor) {
+TEST(AclRows, ReadsAnAclAnywhereInTheDescriptor) {
     bytes descriptor(20, 0xEE);
     const bytes acl = support::acl({support::ace(2, 0, 0x00010000, support::sid("S-1-1-0"))});
     descriptor.insert(descriptor.end(), acl.begin(), acl.end());
     EXPECT_EQ(rows_at(descriptor, 20), (lines{"S-1-1-0 / system audit / DELETE / World"}));
 }
 
-TEST(AclRows, EmptyListAndListBehindTheEndHaveNone) {
+TEST(AclRows, EmptyListAndListPastTheEndHaveNoRows) {
     EXPECT_EQ(rows_at(support::acl({}), 0), lines{});
     EXPECT_EQ(rows_at({}, 0), lines{});
     const bytes acl = support::acl({support::ace(0, 0, 0, support::sid("S-1-1-0"))});
@@ -315,7 +315,7 @@ TEST(AclRows, EmptyListAndListBehindTheEndHaveNone) {
     EXPECT_EQ(rows_at(acl, 0xFFFFFFFF), lines{});
 }
 
-TEST(AclRows, ManyEntriesOfSizeZeroStayInPlaceAndEnd) {
+TEST(AclRows, ManyEntriesOfSizeZeroDoNotLoopForever) {
     bytes acl = support::acl({support::ace(0, 0, 0x00010000, support::sid("S-1-1-0"))});
     acl[4] = acl[5] = 0xFF;  // 65535 entries
     acl[10] = acl[11] = 0;   // of no size
@@ -327,7 +327,7 @@ TEST(AclRows, ManyEntriesOfSizeZeroStayInPlaceAndEnd) {
     EXPECT_EQ(access.substr(0, 18), "DELETE | DELETE | ");
 }
 
-TEST(AclRows, EntriesBehindTheEndReadAsZeros) {
+TEST(AclRows, EntriesPastTheEndReadAsZeros) {
     bytes acl = support::acl({support::ace(1, 0, 0x00010000, support::sid("S-1-1-0"))});
     acl[4] = 3;
     EXPECT_EQ(rows_at(acl, 0), (lines{"S-0-0 / access allowed /  |  / unk",
@@ -346,7 +346,7 @@ TEST(AclRows, EveryPrefixOfAnAclIsRead) {
     }
 }
 
-// A descriptor with everything in it.
+// Returns a descriptor with owner, group and both lists.
 bytes full_descriptor() {
     support::security_descriptor d;
     d.owner = support::sid("S-1-5-18");
@@ -361,7 +361,7 @@ TEST(SecurityDescriptorText, WritesOwnerGroupAndLists) {
     EXPECT_EQ(descriptor_text(full_descriptor(), "> "),
               "> Security Identifiers\n"
               "> owner sid [S-1-5-18]\n"
-              "> group sid []\n"  // room for one sub-authority only
+              "> group sid []\n"  // space for one sub-authority only
               "\n"
               "> System Access Control List\n"
               "> system audit    World           DELETE\n"
@@ -371,7 +371,7 @@ TEST(SecurityDescriptorText, WritesOwnerGroupAndLists) {
               "> access allowed  Admins          GENERIC_ALL\n");
 }
 
-TEST(SecurityDescriptorText, LeavesOutWhatIsAbsentOrEmpty) {
+TEST(SecurityDescriptorText, OmitsAbsentAndEmptyParts) {
     support::security_descriptor d;
     EXPECT_EQ(descriptor_text(d.build()), "Security Identifiers\n");
     d.group = support::sid("S-1-1-0");
@@ -387,7 +387,7 @@ TEST(SecurityDescriptorText, LeavesOutWhatIsAbsentOrEmpty) {
               "owner sid [S-1-1-0]\n");
 }
 
-TEST(SecurityDescriptorText, LeavesTheStreamAdjustedToTheRight) {
+TEST(SecurityDescriptorText, LeavesTheStreamRightAdjusted) {
     std::ostringstream stream;
     const bytes descriptor = full_descriptor();
     std::ostream& result = security_descriptor_text(stream, descriptor, 0, "");
@@ -395,7 +395,7 @@ TEST(SecurityDescriptorText, LeavesTheStreamAdjustedToTheRight) {
     EXPECT_EQ(stream.flags() & std::ios::adjustfield, std::ios::right);
 }
 
-TEST(SecurityDescriptorText, OffsetsBehindTheEndReadAsZeros) {
+TEST(SecurityDescriptorText, OffsetsPastTheEndReadAsZeros) {
     bytes descriptor(20, 0);
     for (const std::size_t field : {4u, 8u, 12u, 16u})
         for (std::size_t i = 0; i < 4; ++i)
@@ -419,7 +419,7 @@ TEST(SecurityDescriptorText, EveryPrefixAndEveryDamagedByteEnds) {
     }
 }
 
-// One $SDS entry with `descriptor`.
+// Returns one $SDS entry with `descriptor`.
 bytes sds_entry(const support::security_descriptor& descriptor) {
     support::sds_stream stream;
     stream.add(0x105, descriptor.build());
@@ -435,9 +435,9 @@ support::security_descriptor owned(const char* owner, const char* group) {
     return d;
 }
 
-TEST(ParseSdsEntry, TakesIdOffsetOwnerAndGroup) {
+TEST(ParseSdsEntry, ReadsIdOffsetOwnerAndGroup) {
     bytes entry = sds_entry(owned("S-1-5-32-544", "S-1-5-18"));
-    entry[9] = 0x12;  // the offset that the entry tells of itself
+    entry[9] = 0x12;  // the offset that the entry states
     NTFS_SECURITY_ITEM item;
     ASSERT_TRUE(parse_sds_entry(item, entry, entry.size()));
     EXPECT_EQ(item.id, 0x105u);
@@ -463,11 +463,11 @@ TEST(ParseSdsEntry, OwnerOrGroupAloneIsEnough) {
     EXPECT_EQ(item.group_text, "S-1-1-0");
 }
 
-TEST(ParseSdsEntry, RefusesAnEntryLargerThanTheRoom) {
+TEST(ParseSdsEntry, RejectsAnEntryLargerThanTheStream) {
     const bytes entry = sds_entry(owned("S-1-1-0", "S-1-1-0"));
     NTFS_SECURITY_ITEM item;
     EXPECT_FALSE(parse_sds_entry(item, entry, entry.size() - 1));
-    EXPECT_EQ(item.id, 0u);  // as it was
+    EXPECT_EQ(item.id, 0u);  // unchanged
     EXPECT_EQ(item.sds_offset, 0u);
     EXPECT_TRUE(parse_sds_entry(item, entry, entry.size()));
     EXPECT_FALSE(parse_sds_entry(item, {}, 1000));
@@ -475,16 +475,16 @@ TEST(ParseSdsEntry, RefusesAnEntryLargerThanTheRoom) {
 
 TEST(ParseSdsEntry, RoomOfTheStreamLimitsTheSids) {
     bytes entry = sds_entry(owned("S-1-5-21-1", "S-1-5-21-2"));
-    entry[16] = 0;  // an entry that says it has no size
+    entry[16] = 0;  // an entry that states a size of 0
     const struct {
         std::uint64_t room;
         const char *owner, *group;
     } cases[] = {
         {0, "", ""},
         {39, "", ""},
-        {40, "S-1-5-21-1", ""},  // 16 bytes behind the first 24
+        {40, "S-1-5-21-1", ""},  // 16 bytes after the first 24
         {47, "S-1-5-21-1", ""},
-        {48, "S-1-5-21-1", "S-1-5-21-2"},  // 16 behind the first 32
+        {48, "S-1-5-21-1", "S-1-5-21-2"},  // 16 after the first 32
         {UINT64_MAX / 2, "S-1-5-21-1", "S-1-5-21-2"},
     };
     for (const auto& c : cases) {
@@ -496,7 +496,7 @@ TEST(ParseSdsEntry, RoomOfTheStreamLimitsTheSids) {
     }
 }
 
-TEST(ParseSdsEntry, EveryPrefixIsReadWithZerosBehindIt) {
+TEST(ParseSdsEntry, EveryPrefixIsReadAsIfFollowedByZeros) {
     const bytes whole = sds_entry(owned("S-1-5-32-544", "S-1-5-18"));
     for (std::size_t length = 1; length <= whole.size(); ++length) {
         SCOPED_TRACE(length);
@@ -506,7 +506,7 @@ TEST(ParseSdsEntry, EveryPrefixIsReadWithZerosBehindIt) {
     }
 }
 
-TEST(ParseSdsEntry, ClaimsOfAnAclCostNothing) {
+TEST(ParseSdsEntry, EntryCountOfAnAclIsIgnored) {
     support::security_descriptor d = owned("S-1-1-0", nullptr);
     d.dacl = support::acl({support::ace(0, 0, 0x00010000, support::sid("S-1-1-0"))});
     bytes entry = sds_entry(d);

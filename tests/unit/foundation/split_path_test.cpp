@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(SplitPath, CutsAtTheLastBackslashElseAtTheLastSlash) {
+TEST(SplitPath, SplitsAtTheLastBackslashElseAtTheLastSlash) {
     const struct {
         std::wstring path, dir, name;
     } cases[] = {
@@ -24,7 +24,7 @@ TEST(SplitPath, CutsAtTheLastBackslashElseAtTheLastSlash) {
     }
 }
 
-TEST(SplitPath, SeparatorAtTheStartAloneDoesNotCount) {
+TEST(SplitPath, IgnoresASeparatorAtTheStart) {
     for (const wchar_t* path : {L"\\notepad.exe", L"/notepad.exe", L"notepad.exe", L"\\", L"/",
                                 L".", L"..", L"\\..", L"/.."}) {
         SCOPED_TRACE(testing::PrintToString(path));
@@ -35,7 +35,7 @@ TEST(SplitPath, SeparatorAtTheStartAloneDoesNotCount) {
     }
 }
 
-TEST(SplitPath, SlashesDoNotCountBesideABackslashAtTheStart) {
+TEST(SplitPath, IgnoresSlashesIfABackslashIsAtTheStart) {
     std::wstring dir, name;
     EXPECT_TRUE(split_path(L"\\a/b", dir, name));
     EXPECT_EQ(dir, L".");
@@ -55,7 +55,7 @@ TEST(SplitPath, NameOfTwoDotsMovesIntoTheDirectory) {
     EXPECT_EQ(name, L"...");
 }
 
-TEST(SplitPath, RefusesTheEmptyPath) {
+TEST(SplitPath, RejectsTheEmptyPath) {
     std::wstring dir, name;
     EXPECT_FALSE(split_path(L"", dir, name));
 }

@@ -9,7 +9,7 @@ namespace {
 
 using words = std::vector<std::string>;
 
-TEST(SplitList, CutsTrimsAndDropsEmptyPieces) {
+TEST(SplitList, SplitsTrimsAndDropsEmptyPieces) {
     const struct {
         const char* name;
         const char* text;
@@ -45,7 +45,7 @@ TEST(SplitList, AppendsOnRequest) {
     EXPECT_EQ(out.size(), 3u);
 }
 
-TEST(SplitAny, CutsAtEachDelimiterOfTheSet) {
+TEST(SplitAny, SplitsAtEachDelimiter) {
     const struct {
         const char* name;
         const wchar_t* text;
