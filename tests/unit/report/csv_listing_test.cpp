@@ -10,7 +10,7 @@ class CsvListing : public writer_test {
 protected:
     CsvListing() { set_separator(",", ',', ' '); }
 
-    // The separator with what it makes of names.
+    // Sets the separator and the replacement of `from` in names.
     void set_separator(const std::string& text, char from, char to) {
         opts.csv_separator = text;
         opts.path_sep_from = static_cast<std::uint8_t>(from);
@@ -20,7 +20,7 @@ protected:
         opts.pair_datetime = 1;
         set_formats(opts.date_format, opts.time_format);
     }
-    // "-no_whitespace".
+    // Applies "-no_whitespace".
     void strip_whitespace() {
         opts.csv_space_field = 0;
         ql::remove_char(opts.csv_separator, ' ');
@@ -49,7 +49,7 @@ dir_entry make_report() {
     return file;
 }
 
-// Numbers and stamps of make_file(), default "-csv" form.
+// Numbers and timestamps of make_file() in the default "-csv" form.
 const std::string numbers = "0x00001000,0x00000020,0x0000050a,0x0002,0x0001,";
 const std::string stamps =
     "2021-03-04, 12:34:56.789,2021-03-04, 12:35:01.120,2021-03-04, 12:35:01.120,"
@@ -111,7 +111,7 @@ TEST_F(CsvListing, HeaderOfEveryColumnSet) {
     }
 }
 
-TEST_F(CsvListing, HeaderGoesOutOnceAndEmptySetLeavesItPending) {
+TEST_F(CsvListing, HeaderIsPrintedOnceAndEmptySetLeavesItPending) {
     recurse_list.insert(make_directory(L"old"));
     EXPECT_EQ(list(), "no items in directory\n");
     EXPECT_TRUE(recurse_list.empty());
@@ -124,7 +124,7 @@ TEST_F(CsvListing, HeaderGoesOutOnceAndEmptySetLeavesItPending) {
     EXPECT_EQ(list(), "file,c:\\data\\report.txt,," + numbers + stamps + ",\n");
 }
 
-TEST_F(CsvListing, HeaderGoesByItsOwnFlagAlone) {
+TEST_F(CsvListing, HeaderDependsOnlyOnItsOwnFlag) {
     add(make_report());
     opts.header_pending = 0;
     EXPECT_EQ(list().substr(0, 14), "type,filename,");
@@ -168,7 +168,7 @@ TEST_F(CsvListing, RowOfUnknownTypeHasAnEmptyPath) {
     EXPECT_EQ(rows(), "-,,," + numbers + stamps + ",\n");
 }
 
-TEST_F(CsvListing, OwnStreamOfTheRootKeepsItsOneBackslash) {
+TEST_F(CsvListing, OwnStreamOfTheRootKeepsItsOnlyBackslash) {
     parent = L"\\";
     add(make_own_row());
     add(make_own_stream(entry_type::data_stream, L".:zone"));
@@ -176,15 +176,15 @@ TEST_F(CsvListing, OwnStreamOfTheRootKeepsItsOneBackslash) {
     EXPECT_NE(text.find("ads,\\:zone,,"), std::string::npos) << text;
 }
 
-TEST_F(CsvListing, SubdirectoryWithLevelsToGoIsHandedBack) {
+TEST_F(CsvListing, SubdirectoryAboveTheLastLevelIsReturned) {
     opts.last_level = 0;
     add(make_directory(L"a,b"));
     EXPECT_EQ(rows(), "");
     ASSERT_EQ(recurse_list.size(), 1u);
-    EXPECT_EQ(recurse_list.begin()->parent_path, L"c:\\data\\a,b");  // as on the disk
+    EXPECT_EQ(recurse_list.begin()->parent_path, L"c:\\data\\a,b");  // as on disk
 }
 
-TEST_F(CsvListing, SeparatorIsReplacedInNamesAndPathsAlone) {
+TEST_F(CsvListing, SeparatorIsReplacedOnlyInNamesAndPaths) {
     parent = L"c:\\d,a";
     dir_entry file = make_file(L"x,y|z,.txt", 0x50a);
     file.link_target = L"l,k";
@@ -210,7 +210,7 @@ TEST_F(CsvListing, PipeBecomesASemicolonUnderTheDefaultSeparator) {
               "12:35:01.120 | 2021-03-04 |  12:35:02.000 |  | \n");
 }
 
-TEST_F(CsvListing, OtherSeparatorsMayStandInNames) {
+TEST_F(CsvListing, OtherSeparatorsAreKeptInNames) {
     set_separator(";", 0, 0);
     add(make_file(L"a;b,c|d", 0x50a));
     EXPECT_EQ(rows().substr(0, 23), "file;c:\\data\\a;b,c|d;;0");
@@ -244,7 +244,7 @@ TEST_F(CsvListing, NoWhitespaceLeavesThePipeOfTheDefaultSeparator) {
               "12:35:02.000||\n");
 }
 
-TEST_F(CsvListing, PaddingStandsBeforeThePairedFieldAndBeforeTheUnpairedTime) {
+TEST_F(CsvListing, PaddingPrecedesThePairedFieldOrTheUnpairedTime) {
     add(make_report());
     EXPECT_NE(rows().find(",2021-03-04, 12:34:56.789,2021"), std::string::npos);
     pair();
@@ -253,7 +253,7 @@ TEST_F(CsvListing, PaddingStandsBeforeThePairedFieldAndBeforeTheUnpairedTime) {
     EXPECT_NE(rows().find(",2021-03-04 12:34:56.789,2021"), std::string::npos);
 }
 
-TEST_F(CsvListing, InvalidStampLeavesItsFieldsEmpty) {
+TEST_F(CsvListing, InvalidTimestampLeavesItsFieldsEmpty) {
     dir_entry file = make_report();
     file.si_created = 0;
     file.si_modified = 1ull << 63;
@@ -281,13 +281,13 @@ TEST_F(CsvListing, NumbersGrowBeyondTheirWidth) {
                           stamps + ",\n");
 }
 
-TEST_F(CsvListing, SplitPathStaysWholeWithoutASlash) {
+TEST_F(CsvListing, PathWithoutASlashIsNotSplit) {
     opts.split_pathfile = 1;
     add(make_report());
     EXPECT_EQ(rows(), "file,c:\\data\\report.txt,,," + numbers + stamps + ",\n");
 }
 
-TEST_F(CsvListing, SplitAtSlashes) {
+TEST_F(CsvListing, SplitsAtSlashes) {
     const struct {
         const wchar_t* given;
         const wchar_t* name;
@@ -308,7 +308,7 @@ TEST_F(CsvListing, SplitAtSlashes) {
     }
 }
 
-TEST_F(CsvListing, SplitOfADirectoryThatEndsInASlash) {
+TEST_F(CsvListing, SplitsADirectoryThatEndsInASlash) {
     opts.split_pathfile = 1;
     parent = L"c:/data/";
     add(make_own_row());
@@ -354,7 +354,7 @@ TEST_F(CsvListing, WithoutADosNameItsColumnsAreEmpty) {
     EXPECT_EQ(std::count(text.begin(), text.end(), ','), 8 + 12 + 1);
 }
 
-TEST_F(CsvListing, DosNameWithoutCreationStampCountsAsNone) {
+TEST_F(CsvListing, DosNameWithoutCreationTimeIsIgnored) {
     opts.alldates = 1;
     dir_entry file = make_report();
     file.fn_list.push_back(make_name(false, created, modified, modified, accessed));
@@ -363,7 +363,7 @@ TEST_F(CsvListing, DosNameWithoutCreationStampCountsAsNone) {
     EXPECT_EQ(rows(), "file,c:\\data\\report.txt,," + numbers + stamps + stamps + ",,,,,,,,,\n");
 }
 
-TEST_F(CsvListing, LongNameWithoutCreationStampShowsItsOtherStamps) {
+TEST_F(CsvListing, LongNameWithoutCreationTimeShowsItsOtherTimestamps) {
     opts.alldates = 1;
     dir_entry file = make_report();
     file.fn_list.push_back(make_name(false, 0, modified, 0, accessed));
@@ -381,13 +381,13 @@ TEST_F(CsvListing, OnlyADosNameLeavesTheLongColumnsEmpty) {
               "file,c:\\data\\report.txt,," + numbers + stamps + ", ,, ,, ,, ," + stamps + ",\n");
 }
 
-TEST_F(CsvListing, AlldatesRowWithoutNamesLeavesTheNameColumnsOut) {
+TEST_F(CsvListing, AlldatesRowWithoutNamesOmitsTheNameColumns) {
     opts.alldates = 1;
     add(make_report());
     EXPECT_EQ(rows(), "file,c:\\data\\report.txt,," + numbers + stamps + ",\n");
 }
 
-TEST_F(CsvListing, DiscrepancyShowsOnlyWithAlldates) {
+TEST_F(CsvListing, DiscrepancyIsShownOnlyWithAlldates) {
     dir_entry file = make_report();
     file.fn_list.push_back(
         make_name(false, created + day + 1, modified, modified + day + 1, accessed));
@@ -399,7 +399,7 @@ TEST_F(CsvListing, DiscrepancyShowsOnlyWithAlldates) {
                           "2021-03-05, 12:35:01.120,2021-03-04, 12:35:02.000,,,,,,,,,true,\n");
 }
 
-TEST_F(CsvListing, ShortNameTakesNoPartInTheDiscrepancy) {
+TEST_F(CsvListing, DiscrepancyIgnoresTheShortName) {
     opts.alldates = 1;
     dir_entry file = make_report();
     file.fn_list.push_back(make_name(false, created, modified, modified, accessed));
@@ -436,7 +436,7 @@ protected:
     }
 };
 
-TEST_F(PathListing, OnePathARow) {
+TEST_F(PathListing, OnePathPerRow) {
     add(make_own_row());
     add(make_own_stream(entry_type::data_stream, L"data:zone"));
     add(make_directory(L"sub"));
@@ -460,7 +460,7 @@ TEST_F(PathListing, IndexStreamsAndUnknownTypesLeaveAnEmptyLine) {
     EXPECT_EQ(list(), "c:\\data\\\n\n\nc:\\data\\b\n");
 }
 
-TEST_F(PathListing, LinkTargetStandsInPlaceOfThePathOfAnyType) {
+TEST_F(PathListing, LinkTargetReplacesThePathOfAnyType) {
     dir_entry file = make_file(L"a");
     file.link_target = L"\\t\u00e4rget";
     add(file);
@@ -478,7 +478,7 @@ TEST_F(PathListing, NamelessStreamShowsTheLatestDirectoryRow) {
     EXPECT_EQ(list(), "c:\\data\\a\\\nc:\\data\\a\\\n");
 }
 
-TEST_F(PathListing, SubdirectoryWithLevelsToGoIsHandedBack) {
+TEST_F(PathListing, SubdirectoryAboveTheLastLevelIsReturned) {
     opts.last_level = 0;
     recurse_list.insert(make_directory(L"old"));
     add(make_directory(L"sub"));
@@ -488,7 +488,7 @@ TEST_F(PathListing, SubdirectoryWithLevelsToGoIsHandedBack) {
     EXPECT_EQ(recurse_list.begin()->parent_path, L"c:\\data\\sub");
 }
 
-TEST_F(PathListing, EmptySetGivesItsLine) {
+TEST_F(PathListing, EmptySetPrintsItsLine) {
     recurse_list.insert(make_directory(L"old"));
     EXPECT_EQ(list(), "no items in directory\n");
     EXPECT_TRUE(recurse_list.empty());

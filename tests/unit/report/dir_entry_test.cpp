@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(DirEntry, StartsWithNothing) {
+TEST(DirEntry, IsInitiallyEmpty) {
     const dir_entry row;
     EXPECT_TRUE(row.fn_list.empty());
     EXPECT_EQ(row.type, 0u);
@@ -20,7 +20,7 @@ TEST(DirEntry, StartsWithNothing) {
     EXPECT_EQ(row.attributes, 0u);
 }
 
-TEST(DirEntry, NamesStartWithNothing) {
+TEST(DirEntry, NamesAreInitiallyEmpty) {
     const fn_entry name;
     for (const std::uint64_t field :
          {name.parent_ref, name.created, name.modified, name.mft_changed, name.accessed})
@@ -30,7 +30,7 @@ TEST(DirEntry, NamesStartWithNothing) {
     EXPECT_EQ(name.comment, "");
 }
 
-TEST(DirEntry, OneBitOfTheFlagsMakesADirectory) {
+TEST(DirEntry, DirectoryBitMakesADirectory) {
     for (std::uint32_t flags = 0; flags < 16; ++flags) {
         dir_entry row;
         row.flags = static_cast<std::uint16_t>(flags);
@@ -38,7 +38,7 @@ TEST(DirEntry, OneBitOfTheFlagsMakesADirectory) {
     }
 }
 
-TEST(DirEntry, AnyByteMakesAnObjectId) {
+TEST(DirEntry, AnyNonZeroByteMakesAnObjectId) {
     for (std::size_t i = 0; i < 16; ++i) {
         dir_entry row;
         row.object_id[i] = 1;
@@ -46,7 +46,7 @@ TEST(DirEntry, AnyByteMakesAnObjectId) {
     }
 }
 
-TEST(DirEntry, RowsAreOrderedByTheirKeyAndEqualOnesByTheirArrival) {
+TEST(DirEntry, RowsAreOrderedByKeyAndEqualKeysByInsertion) {
     dir_entry_set rows;
     std::uint64_t arrival = 0;
     for (const wchar_t* key :

@@ -19,8 +19,8 @@ bytes record_in(CNtfs& ntfs, std::uint64_t entry) {
 
 class EntryRows : public listing::volume_test {
 protected:
-    // The rows of `entry` under `parent` with the path "\Dir". The record handed in is that of
-    // `entry`, or of `record_of`.
+    // Returns the rows of `entry` under `parent` with the path "\Dir". The record passed in is that
+    // of `entry`, or of `record_of` if it is not 0.
     std::vector<dir_entry> rows(std::uint64_t entry, std::uint64_t parent = root,
                                 bool append_name = true, std::uint64_t record_of = 0) {
         const std::unique_ptr<CNtfs> ntfs = open();
@@ -31,7 +31,7 @@ protected:
         return {entries.begin(), entries.end()};
     }
 
-    // One line a row: type, name, key and size.
+    // Formats each row as a line: type, name, key and size.
     static std::string text_of(const std::vector<dir_entry>& rows) {
         std::ostringstream text;
         for (const dir_entry& row : rows) {
@@ -93,12 +93,12 @@ TEST_F(EntryRows, DirectoryKeyIsThePathAloneUnlessTheNameIsAppended) {
     EXPECT_EQ(text_of(rows(64, root, false)), "16 Sub \\dir 0\n");
 }
 
-TEST_F(EntryRows, FileKeyHasTheNameInAnyCase) {
+TEST_F(EntryRows, FileKeyAlwaysHasTheName) {
     volume.file(root, u"F", 64).data("");
     EXPECT_EQ(text_of(rows(64, root, false)), "1 F \\dir\\f 0\n");
 }
 
-TEST_F(EntryRows, SizeIsTheAllocatedOneOfANonResidentAttribute) {
+TEST_F(EntryRows, SizeIsTheAllocatedSizeOfANonResidentAttribute) {
     volume.file(root, u"a", 64)
         .data_runs({{900, 3}}, {.allocated = 12288, .real = 9000, .initialized = 8000});
     volume.file(root, u"b", 65)
@@ -111,7 +111,7 @@ TEST_F(EntryRows, SizeIsTheAllocatedOneOfANonResidentAttribute) {
     EXPECT_EQ(text_rows(66), "1 c \\dir\\c 1311768467463790320\n");
 }
 
-TEST_F(EntryRows, SizeIsTheLengthOfAResidentValueAsItStands) {
+TEST_F(EntryRows, SizeIsTheStatedLengthOfAResidentValue) {
     volume.file(root, u"a", 64).data("abc").edit(16, 0xFFFFFFFF, 4);
     volume.file(root, u"b", 65).stream(u"s", "abc").edit(16, 0x80000000, 4);
     EXPECT_EQ(text_rows(64), "1 a \\dir\\a 4294967295\n");
@@ -149,7 +149,7 @@ TEST_F(EntryRows, DirectoryWithAnUnnamedStreamHasASecondRow) {
               "4096 Sub:zone \\dir\\sub:zone 2\n");
 }
 
-TEST_F(EntryRows, IndexStreamsShowOnlyWhenAskedFor) {
+TEST_F(EntryRows, IndexStreamsAreShownOnlyOnRequest) {
     volume.directory(root, u"Sub", 64);
     volume.index(64).in_blocks();
     volume.file(64, u"x", 65);
@@ -160,7 +160,7 @@ TEST_F(EntryRows, IndexStreamsShowOnlyWhenAskedFor) {
               "256 Sub:$I30 \\dir\\sub:$i30 4096\n");
 }
 
-TEST_F(EntryRows, IndexStreamOfTheRootGoesByItsOwnName) {
+TEST_F(EntryRows, IndexStreamOfTheRootHasOnlyItsOwnName) {
     volume.index(root).in_blocks();
     volume.file(root, u"x", 64);
     volume.entry(root).stream(u"zone", "1");
@@ -179,7 +179,7 @@ TEST_F(EntryRows, NamelessIndexAllocationIsSkipped) {
     EXPECT_EQ(text_rows(64), "1 f \\dir\\f 1\n");
 }
 
-TEST_F(EntryRows, OtherAttributesGiveNoRow) {
+TEST_F(EntryRows, OtherAttributesHaveNoRow) {
     volume.file(root, u"f", 64)
         .data("1")
         .resident(support::type::logged_utility_stream, u"$TXF_DATA", bytes(8))
@@ -202,7 +202,7 @@ std::array<std::uint8_t, 16> id_array(std::uint8_t first) {
     return id;
 }
 
-TEST_F(EntryRows, ObjectIdStandsOnTheUnnamedRowsAlone) {
+TEST_F(EntryRows, ObjectIdIsOnlyInTheUnnamedRows) {
     volume.file(root, u"f", 64).object_id(id_bytes(1)).data("1").stream(u"zone", "1");
     volume.directory(root, u"d", 65).object_id(id_bytes(2)).data("1").stream(u"zone", "1");
     std::vector<dir_entry> made = rows(64);
@@ -226,14 +226,14 @@ TEST_F(EntryRows, LaterObjectIdReplacesTheFirst) {
     EXPECT_EQ(rows(64).at(0).object_id, id_array(2));
 }
 
-TEST_F(EntryRows, ObjectIdBehindAReparsePointIsFound) {
+TEST_F(EntryRows, ObjectIdAfterAReparsePointIsFound) {
     volume.directory(root, u"j", 64)
         .reparse(support::mount_point_tag, u"\\??\\C:\\x")
         .object_id(id_bytes(3));
     EXPECT_EQ(rows(64).at(0).object_id, id_array(3));
 }
 
-TEST_F(EntryRows, LongObjectIdShowsTheLengthOfItsValue) {
+TEST_F(EntryRows, FirstBytesOfALongObjectIdAreTheLengthOfItsValue) {
     bytes value = id_bytes(1);
     value.resize(64);
     volume.file(root, u"f", 64).object_id(value).data("1");
@@ -252,7 +252,7 @@ TEST_F(EntryRows, LinksHaveAnEmptyTarget) {
 TEST_F(EntryRows, Win32NameIsShownAndBothNamesAreKept) {
     const file_times long_times{.created = 21, .modified = 22, .mft_changed = 23, .accessed = 24};
     const file_times short_times{.created = 31, .modified = 32, .mft_changed = 33, .accessed = 34};
-    // The DOS name comes first in the order of the keys.
+    // The DOS name is first in key order.
     volume.file(root, u"LONGNA~1.TXT", 64, {.space = support::dos, .times = short_times}).data("");
     volume.link(64, root, u"a long name.txt", {.space = support::win32, .times = long_times});
     const std::vector<dir_entry> made = rows(64);
@@ -282,7 +282,7 @@ TEST_F(EntryRows, FirstOfSeveralHardLinksIsShown) {
     EXPECT_EQ(rows(64).at(0).fn_list.size(), 2u);
 }
 
-TEST_F(EntryRows, OnlyNamesUnderTheParentCount) {
+TEST_F(EntryRows, OnlyNamesUnderTheParentAreUsed) {
     volume.directory(root, u"other", 40);
     volume.file(root, u"here", 64).data("");
     volume.link(64, 40, u"there");
@@ -292,12 +292,12 @@ TEST_F(EntryRows, OnlyNamesUnderTheParentCount) {
     EXPECT_EQ(text_of(rows(64, 41)), "");
 }
 
-TEST_F(EntryRows, SequenceNumberOfTheParentDoesNotCount) {
+TEST_F(EntryRows, SequenceNumberOfTheParentIsIgnored) {
     volume.file(root, u"f", 64, {.parent_sequence = 77}).data("");
     EXPECT_EQ(text_rows(64), "1 f \\dir\\f 0\n");
 }
 
-TEST_F(EntryRows, NameOfAnUnknownNamespaceHasNoStamps) {
+TEST_F(EntryRows, NameOfAnUnknownNamespaceHasNoTimestamps) {
     volume.file(root, u"f", 64, {.space = static_cast<support::name_space>(5)}).data("");
     volume.file(root, u"g", 65, {.space = static_cast<support::name_space>(4)}).data("");
     const std::vector<dir_entry> made = rows(64);
@@ -312,7 +312,7 @@ TEST_F(EntryRows, NameOfAnUnknownNamespaceHasNoStamps) {
     EXPECT_NE(rows(65).at(0).fn_list.at(0).created, 0u);
 }
 
-TEST_F(EntryRows, ZeroStampOfANameIsNoted) {
+TEST_F(EntryRows, ZeroTimestampOfANameIsNoted) {
     for (int zero = 0; zero < 4; ++zero) {
         SCOPED_TRACE(zero);
         const std::uint64_t number = 64 + static_cast<std::uint64_t>(zero);
@@ -334,7 +334,7 @@ TEST_F(EntryRows, EntryWithoutStandardInformationHasNoRow) {
 }
 
 TEST_F(EntryRows, ShortStandardInformationIsReadToTheEndOfTheRecord) {
-    // 8 bytes of value: the stamps behind the first come from the attribute that follows it.
+    // The value has 8 bytes: all timestamps but the first are read from the next attribute.
     volume.entry(64).standard_information({.length = 8}).file_name(root, u"f");
     const support::record_builder& record = volume.entry(64);
     const std::size_t at = record.attribute_offset(support::type::standard_information);
@@ -364,7 +364,7 @@ TEST_F(EntryRows, EntryWhoseAttributesCannotBeReadHasNoRow) {
     EXPECT_EQ(text_of(rows(65, root, true, 64)), "");
 }
 
-TEST_F(EntryRows, FiltersTakeFilesWithTheirStreamsAndNoDirectories) {
+TEST_F(EntryRows, FiltersApplyToFilesAndTheirStreamsButNotToDirectories) {
     volume.file(root, u"keep.EXE", 64).data("1").stream(u"s", "1");
     volume.file(root, u"drop.txt", 65).data("1").stream(u"s.exe", "1");
     volume.directory(root, u"sub", 66).stream(u"s", "1");
@@ -374,7 +374,7 @@ TEST_F(EntryRows, FiltersTakeFilesWithTheirStreamsAndNoDirectories) {
     EXPECT_EQ(text_rows(66), "16 sub \\dir\\sub 0\n4096 sub:s \\dir\\sub:s 1\n");
 }
 
-TEST_F(EntryRows, DateWindowTakesAllFilesAndNoDirectories) {
+TEST_F(EntryRows, DateWindowExcludesAllFilesButNoDirectories) {
     volume.file(root, u"f", 64).data("1");
     volume.directory(root, u"sub", 66).stream(u"s", "1");
     opts.time_to_on = 1;
@@ -391,7 +391,7 @@ TEST_F(EntryRows, StreamNamesOfAnyKind) {
     EXPECT_EQ(made[2].name, L"f:\U0001F600");
 }
 
-TEST_F(EntryRows, RowsKeepNothingOfTheRowsBeforeThem) {
+TEST_F(EntryRows, RowsContainNothingOfEarlierRows) {
     volume
         .file(root, u"long name.txt", 64,
               {.space = support::win32, .times = {.created = 11, .modified = 0}})
@@ -428,7 +428,7 @@ TEST_F(EntryRows, RowsKeepNothingOfTheRowsBeforeThem) {
     EXPECT_EQ(text_of(rows_of(64)), first);
 }
 
-TEST_F(EntryRows, NamesKeepNothingOfTheNamesBeforeThem) {
+TEST_F(EntryRows, NamesContainNothingOfEarlierNames) {
     volume.file(root, u"a", 64, {.times = {.modified = 0}});
     volume.file(root, u"b", 65);
     volume.file(root, u"c", 66, {.space = static_cast<support::name_space>(5)});
@@ -454,7 +454,7 @@ TEST_F(EntryRows, NamesKeepNothingOfTheNamesBeforeThem) {
     EXPECT_EQ(made[3].full_path, L"\\");
 }
 
-TEST_F(EntryRows, RowsOfOneKeyStayInTheOrderInWhichTheyWereMade) {
+TEST_F(EntryRows, RowsWithEqualKeysKeepTheirOrder) {
     volume.file(root, u"same", 64).data("1");
     volume.file(root, u"SAME", 65).data("22");
     volume.file(root, u"zzz", 66).data("333");

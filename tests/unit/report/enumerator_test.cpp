@@ -14,7 +14,7 @@ constexpr std::uint64_t root = 5;
 
 class Enumerator : public listing::volume_test {
 protected:
-    // Everything that listing `path`, which is the entry `number`, writes.
+    // Returns the complete output of listing `path`, which is the entry `number`.
     std::string report(const std::wstring& path, std::uint64_t number) {
         const std::unique_ptr<CNtfs> ntfs = open();
         opts.entries.clear();
@@ -27,7 +27,7 @@ protected:
     bool result = false;
 };
 
-TEST_F(Enumerator, DirectoryComesFirstThenItsChildrenWithoutRegardToCase) {
+TEST_F(Enumerator, DirectoryIsFirstThenItsChildrenRegardlessOfCase) {
     volume.directory(root, u"dir", 40);
     volume.file(40, u"b", 64).data("");
     volume.file(40, u"A", 65).data("");
@@ -37,7 +37,7 @@ TEST_F(Enumerator, DirectoryComesFirstThenItsChildrenWithoutRegardToCase) {
     EXPECT_TRUE(result);
 }
 
-TEST_F(Enumerator, ChildrenOfTheRootSortBehindItsOwnRow) {
+TEST_F(Enumerator, ChildrenOfTheRootSortAfterItsOwnRow) {
     volume.file(root, u"!", 64).data("");
     volume.directory(root, u"dir", 40);
     EXPECT_EQ(report(L"\\", root), "\\\n\\!\n\\dir\\\n");
@@ -54,8 +54,8 @@ TEST_F(Enumerator, DirectoryWithoutAnIndexHasItsOwnRow) {
     EXPECT_TRUE(result);
 }
 
-TEST_F(Enumerator, RecordsFartherApartThanTheVolumeAnnouncesCannotBeRead) {
-    volume.put(volume.record_pos(0) + 28, 2048, 4);  // bytes allocated, 1024 in the boot sector
+TEST_F(Enumerator, RecordsFartherApartThanTheVolumeStatesCannotBeRead) {
+    volume.put(volume.record_pos(0) + 28, 2048, 4);  // allocated bytes; 1024 in the boot sector
     EXPECT_EQ(report(L"\\", root), "");
     EXPECT_FALSE(result);
 }
@@ -66,7 +66,7 @@ TEST_F(Enumerator, IndexIsFollowedWithoutTheDirectoryBit) {
     EXPECT_EQ(report(L"\\dir", 40), ".\\child\n.\\dir\n");
 }
 
-TEST_F(Enumerator, EqualKeysStayInTheOrderOfTheEntries) {
+TEST_F(Enumerator, EqualKeysKeepTheOrderOfTheEntries) {
     volume.file(root, u"a", 66).data("");
     volume.file(root, u"A", 64).data("");
     EXPECT_EQ(report(L"\\", root), "\\\n\\A\n\\a\n");
@@ -78,7 +78,7 @@ TEST_F(Enumerator, DirectoryListedInItselfIsNotRepeated) {
     EXPECT_EQ(report(L"\\dir", 40), "\\dir\\\n");
 }
 
-TEST_F(Enumerator, ChildThatCannotBeReadIsLeftOut) {
+TEST_F(Enumerator, ChildThatCannotBeReadIsOmitted) {
     volume.file(root, u"a", 64).data("");
     volume.file(root, u"b", 65).data("").keyword("BAAD");
     volume.file(root, u"c", 66).data("");
@@ -86,7 +86,7 @@ TEST_F(Enumerator, ChildThatCannotBeReadIsLeftOut) {
     EXPECT_EQ(report(L"\\", root), "\\\n\\a\n\\c\n");
 }
 
-TEST_F(Enumerator, NameBehindTheEndOfTheIndexIsNotListed) {
+TEST_F(Enumerator, NamePastTheEndOfTheIndexIsNotListed) {
     volume.directory(root, u"dir", 40);
     volume.file(40, u"child", 64).data("");
     volume.entry(65).standard_information().file_name(40, u"gone").data("");
@@ -94,7 +94,7 @@ TEST_F(Enumerator, NameBehindTheEndOfTheIndexIsNotListed) {
     EXPECT_EQ(report(L"\\dir", 40), "\\dir\\\n\\dir\\child\n");
 }
 
-TEST_F(Enumerator, ChildWithoutANameUnderThisDirectoryIsLeftOut) {
+TEST_F(Enumerator, ChildWithoutANameUnderThisDirectoryIsOmitted) {
     volume.directory(root, u"dir", 40);
     volume.file(40, u"moved", 64).data("");
     volume.index(root).add(64, support::file_name_value(root, u"stale"));
@@ -113,7 +113,7 @@ TEST_F(Enumerator, FileInTheRootIsListedUnderADot) {
     EXPECT_EQ(report(L"\\notepad.exe", 64), ".\\notepad.exe\n");
 }
 
-TEST_F(Enumerator, HardLinkShowsTheFirstNameUnderTheFirstParent) {
+TEST_F(Enumerator, HardLinkIsListedUnderItsFirstNameAndParent) {
     volume.directory(root, u"a", 40);
     volume.directory(root, u"b", 41);
     volume.file(41, u"x", 64).data("");
@@ -122,7 +122,7 @@ TEST_F(Enumerator, HardLinkShowsTheFirstNameUnderTheFirstParent) {
     EXPECT_EQ(report(L"\\b\\x", 64), "\\b\\y\n");
 }
 
-TEST_F(Enumerator, DosNameHasNoSayInWhichParentComesFirst) {
+TEST_F(Enumerator, DosNameDoesNotDetermineTheFirstParent) {
     volume.directory(root, u"a", 40);
     volume.directory(root, u"b", 41);
     volume.file(41, u"long name", 64).data("");
@@ -130,7 +130,7 @@ TEST_F(Enumerator, DosNameHasNoSayInWhichParentComesFirst) {
     EXPECT_EQ(report(L"\\b\\long name", 64), "\\b\\long name\n");
 }
 
-TEST_F(Enumerator, EntryWithADosNameAloneIsListedAsAChildOnly) {
+TEST_F(Enumerator, EntryWithOnlyADosNameIsListedOnlyAsAChild) {
     volume.file(root, u"ONLY", 64, {.space = support::dos}).data("");
     EXPECT_EQ(report(L"\\only", 64), "no items\n\n");
     EXPECT_FALSE(result);
@@ -145,7 +145,7 @@ TEST_F(Enumerator, StreamOfAFileIsListedAlone) {
     EXPECT_EQ(opts.entries.size(), 1u);
 }
 
-TEST_F(Enumerator, StreamIsSoughtBehindTheLastColonAndTheFirstHitCounts) {
+TEST_F(Enumerator, StreamFollowsTheLastColonAndTheFirstMatchIsUsed) {
     volume.directory(root, u"dir", 40);
     volume.file(40, u"f.txt", 64).data("").stream(u"x:one", "1").stream(u"one", "12");
     opts.filepath_only = 0;
@@ -157,13 +157,13 @@ TEST_F(Enumerator, StreamIsSoughtBehindTheLastColonAndTheFirstHitCounts) {
               "2021-03-05 06:07:08.234          65    1            1   ads  :one\n");
 }
 
-TEST_F(Enumerator, StreamThatIsNotThereGivesAllRows) {
+TEST_F(Enumerator, MissingStreamListsAllRows) {
     volume.directory(root, u"dir", 40);
     volume.file(40, u"f.txt", 64).data("").stream(u"one", "1");
     EXPECT_EQ(report(L"\\dir\\f.txt:none", 64), "\\dir\\f.txt\n:one\n");
 }
 
-TEST_F(Enumerator, StreamOfADirectoryCutsOneLetterOfItsName) {
+TEST_F(Enumerator, StreamOfADirectoryRemovesOneLetterOfItsName) {
     volume.directory(root, u"dir", 40).stream(u"zone", "1");
     volume.file(40, u"child", 64);
     opts.filepath_only = 0;
@@ -173,7 +173,7 @@ TEST_F(Enumerator, StreamOfADirectoryCutsOneLetterOfItsName) {
     EXPECT_EQ(opts.directory, L"\\di");
 }
 
-TEST_F(Enumerator, XmlNamesTheStreamOfADirectoryInItsFrameAlone) {
+TEST_F(Enumerator, XmlShowsTheStreamOfADirectoryOnlyInItsFrame) {
     volume.directory(root, u"dir", 40).stream(u"zone", "1");
     opts.filepath_only = 0;
     opts.xml = 1;
@@ -183,14 +183,14 @@ TEST_F(Enumerator, XmlNamesTheStreamOfADirectoryInItsFrameAlone) {
         << text;
 }
 
-TEST_F(Enumerator, StreamOfADirectoryIsCutAtItsLastColon) {
+TEST_F(Enumerator, StreamOfADirectoryIsRemovedAtTheLastColon) {
     volume.directory(root, u"dir", 40).stream(u"zone", "1");
     report(L"c:\\dir:zone", 40);
     EXPECT_EQ(opts.directory, L"c:\\di");
 }
 
-// The colon that is cut at is then the one of the drive, and nothing stays in front of it.
-TEST_F(Enumerator, StreamOfAFileBehindADriveLetterCutsTheWholeDirectory) {
+// The last colon is then that of the drive, and nothing before it is left.
+TEST_F(Enumerator, StreamOfAFileAfterADriveLetterRemovesTheWholeDirectory) {
     volume.directory(root, u"dir", 40);
     volume.file(40, u"f.txt", 64).data("").stream(u"one", "1");
     EXPECT_EQ(report(L"c:\\dir\\f.txt:one", 64), ":one\n");
@@ -204,20 +204,20 @@ TEST_F(Enumerator, StreamOfAFileBehindADriveLetterCutsTheWholeDirectory) {
         << text;
 }
 
-TEST_F(Enumerator, StreamOfAFileBehindALeadingColonLeavesTheDirectory) {
+TEST_F(Enumerator, StreamOfAFileAfterALeadingColonKeepsTheDirectory) {
     volume.file(root, u"f.txt", 64).data("").stream(u"one", "1");
     EXPECT_EQ(report(L":\\f.txt:one", 64), ":one\n");
     EXPECT_EQ(opts.directory, L":");
 }
 
-TEST_F(Enumerator, StreamThatADirectoryLacksGivesItsRowsWithoutChildren) {
+TEST_F(Enumerator, MissingStreamOfADirectoryListsItsRowsWithoutChildren) {
     volume.directory(root, u"dir", 40);
     volume.file(40, u"child", 64);
     EXPECT_EQ(report(L"\\dir:none", 40), "\\dir:none\\\n");
     EXPECT_EQ(opts.directory, L"\\dir:none");
 }
 
-TEST_F(Enumerator, ColonNearTheStartOrAtTheEndIsNoStream) {
+TEST_F(Enumerator, ColonNearTheStartOrAtTheEndIsNotAStream) {
     volume.directory(root, u"d", 40);
     volume.file(40, u"child", 64);
     for (const wchar_t* path : {L"\\d:x", L"\\di:x", L"c:\\d", L"c:/x", L"\\dir1:"}) {
@@ -226,20 +226,20 @@ TEST_F(Enumerator, ColonNearTheStartOrAtTheEndIsNoStream) {
         EXPECT_EQ(report(path, 40), shown + "\n" + shown + "child\n");
         EXPECT_EQ(opts.show_indx, 0);
     }
-    EXPECT_EQ(report(L"\\dir:x", 40), "\\dir:x\\\n");  // position 4 is one
+    EXPECT_EQ(report(L"\\dir:x", 40), "\\dir:x\\\n");  // position 4 is a stream
 }
 
-TEST_F(Enumerator, IndexStreamsStayOnOnceAStreamWasAskedFor) {
+TEST_F(Enumerator, RequestedStreamEnablesIndexStreamsForTheNextPaths) {
     volume.directory(root, u"dir", 40);
     volume.index(40).in_blocks();
     volume.file(40, u"f", 64).stream(u"zone", "1");
     EXPECT_EQ(report(L"\\dir", 40), "\\dir\\\n\\dir\\f\n\\dir\\f:zone\n");
-    EXPECT_EQ(report(L"\\dir:$i30", 40), "\n");  // an index stream leaves its line empty
+    EXPECT_EQ(report(L"\\dir:$i30", 40), "\n");  // the line of an index stream is empty
     EXPECT_EQ(opts.show_indx, 1);
     EXPECT_EQ(report(L"\\dir", 40), "\\dir\\\n\n\\dir\\f\n\\dir\\f:zone\n");
 }
 
-TEST_F(Enumerator, UnreadableEntryGivesNoOutputAtAll) {
+TEST_F(Enumerator, UnreadableEntryPrintsNothing) {
     volume.file(root, u"f", 64).keyword("XXXX");
     EXPECT_EQ(report(L"\\f", 64), "");
     EXPECT_FALSE(result);
@@ -255,7 +255,7 @@ TEST_F(Enumerator, RecordsAboveTheSourceAreListed) {
     EXPECT_EQ(written(), ".\\f\n");
 }
 
-TEST_F(Enumerator, ListingGoesNowhereWithoutAnOutput) {
+TEST_F(Enumerator, ListingWithoutAnOutputPrintsNothing) {
     volume.file(root, u"f", 64).data("");
     opts.out = nullptr;
     for (const std::uint8_t xml : {std::uint8_t{0}, std::uint8_t{1}}) {
@@ -278,7 +278,7 @@ TEST_F(Enumerator, EntryWithoutStandardInformationHasNoItems) {
     EXPECT_TRUE(result);
 }
 
-TEST_F(Enumerator, NoItemsIsWrittenOnlyWhereThereIsAnOutput) {
+TEST_F(Enumerator, NoItemsIsPrintedOnlyToAnOutput) {
     volume.file(root, u"f", 64).remove(support::type::standard_information);
     opts.out = nullptr;
     EXPECT_EQ(report(L"\\f", 64), "");
@@ -315,7 +315,7 @@ protected:
     }
 };
 
-TEST_F(Walk, DirectoryAloneShowsItsSubdirectoriesAsRows) {
+TEST_F(Walk, SingleLevelListsSubdirectoriesAsRows) {
     EXPECT_EQ(report(L"\\", root), "\\\n\\a\\\n\\b\\\n\\z\n");
     EXPECT_EQ(opts.last_level, 1);
 }
@@ -343,13 +343,13 @@ TEST_F(Walk, SubdirectoriesFollowTheWholeListingDepthFirst) {
     }
 }
 
-TEST_F(Walk, NoLevelsGiveNoRows) {
+TEST_F(Walk, ZeroLevelsPrintNoRows) {
     opts.levels = 0;
     EXPECT_EQ(report(L"\\", root), "");
     EXPECT_TRUE(result);
 }
 
-TEST_F(Walk, StreamsOfASubdirectoryShowInItsOwnListing) {
+TEST_F(Walk, StreamsOfASubdirectoryAreInItsOwnListing) {
     volume.entry(40).stream(u"zone", "1");
     EXPECT_EQ(report(L"\\", root), "\\\n\\a\\\n\\a:zone\n\\b\\\n\\z\n");
     opts.levels = 2;
@@ -359,8 +359,8 @@ TEST_F(Walk, StreamsOfASubdirectoryShowInItsOwnListing) {
               "\\b\\\n\\b\\4\n");
 }
 
-// In a list of paths the row of an index is an empty line.
-TEST_F(Walk, IndexOfASubdirectoryShowsInItsOwnListingWhenAskedFor) {
+// In a path listing the row of an index is an empty line.
+TEST_F(Walk, RequestedIndexOfASubdirectoryIsInItsOwnListing) {
     volume.index(43).in_blocks();
     opts.levels = 2;
     const std::string others = "\\\n\\z\n\\a\\\n\\a\\1\n\\a\\sub\\\n";
@@ -379,7 +379,7 @@ TEST_F(Walk, DirectoryWithAnUnnamedStreamIsWalkedTwice) {
               "\\b<dir data entry>\\\n\\b<dir data entry>\\\n\\b<dir data entry>\\4\n");
 }
 
-TEST_F(Walk, SubdirectoryWithTwoNamesHasARowForEach) {
+TEST_F(Walk, SubdirectoryWithTwoNamesHasARowForEachName) {
     volume.link(43, 40, u"b again");
     opts.levels = 2;
     EXPECT_EQ(report(L"\\", root),
@@ -387,10 +387,10 @@ TEST_F(Walk, SubdirectoryWithTwoNamesHasARowForEach) {
               "\\a\\\n\\a\\1\n\\a\\b again\\\n\\a\\sub\\\n"
               "\\b\\\n\\b\\\n\\b\\4\n");
     opts.levels = 1;
-    EXPECT_EQ(report(L"\\b", 43), "\\b\\\n\\b\\4\n");  // listed itself, it has one
+    EXPECT_EQ(report(L"\\b", 43), "\\b\\\n\\b\\4\n");  // as the requested directory it has one row
 }
 
-TEST_F(Walk, DosNameOfASubdirectoryGivesNoSecondRow) {
+TEST_F(Walk, DosNameOfASubdirectoryAddsNoRow) {
     volume.link(43, root, u"B~1", {.space = support::dos});
     opts.levels = 2;
     EXPECT_EQ(report(L"\\", root),
@@ -399,7 +399,7 @@ TEST_F(Walk, DosNameOfASubdirectoryGivesNoSecondRow) {
               "\\b\\\n\\b\\4\n");
 }
 
-// Each of the two makes the rows of the whole entry, under its first name.
+// Each name yields the rows of the whole entry, under its first name.
 TEST_F(Walk, SubdirectoryWithTwoNamesInOneDirectoryHasItsRowsTwice) {
     volume.entry(43).stream(u"zone", "1");
     volume.link(43, root, u"bb");
@@ -411,7 +411,7 @@ TEST_F(Walk, SubdirectoryWithTwoNamesInOneDirectoryHasItsRowsTwice) {
               "\\b\\\n\\b\\\n\\b:zone\n\\b:zone\n\\b\\4\n");
 }
 
-TEST_F(Walk, SubdirectoryWithADosNameAloneHasNoRowAboveItsChildren) {
+TEST_F(Walk, SubdirectoryWithOnlyADosNameHasNoRowAboveItsChildren) {
     volume.directory(root, u"ONLY", 44, {.space = support::dos});
     volume.file(44, u"child", 69).data("");
     EXPECT_EQ(report(L"\\", root), "\\\n\\a\\\n\\b\\\n\\ONLY\\\n\\z\n");
@@ -423,7 +423,7 @@ TEST_F(Walk, SubdirectoryWithADosNameAloneHasNoRowAboveItsChildren) {
               "\\ONLY\\child\n");
 }
 
-TEST_F(Walk, SubdirectoryIsOneByItsBitAloneWhateverTheOtherFlagsSay) {
+TEST_F(Walk, OnlyTheDirectoryBitMakesASubdirectory) {
     opts.levels = 2;
     for (const unsigned flags : {0x0002u, 0x000Bu, 0xFFFFu, 0xFFFEu}) {
         SCOPED_TRACE(flags);
@@ -435,17 +435,17 @@ TEST_F(Walk, SubdirectoryIsOneByItsBitAloneWhateverTheOtherFlagsSay) {
     }
 }
 
-TEST_F(Walk, DirectoryFilterOfTheRootTakesItsOwnFilesAlone) {
+TEST_F(Walk, DirectoryFilterOfTheRootMatchesOnlyItsOwnFiles) {
     ASSERT_TRUE(parse_filter_list(opts.filters, "/"));
     opts.levels = 3;
     EXPECT_EQ(report(L"\\", root),
               "\\\n\\z\n"
               "\\a\\\n\\a\\sub\\\n\\a\\sub\\deep\\\n"
               "\\b\\\n");
-    EXPECT_EQ(report(L"\\z", 68), "no items\n\n");  // listed itself, it is ".\z"
+    EXPECT_EQ(report(L"\\z", 68), "no items\n\n");  // as the requested entry it is ".\z"
 }
 
-TEST_F(Walk, TreeWithALoopIsWalkedAsDeepAsTheLevelsGo) {
+TEST_F(Walk, TreeWithALoopIsWalkedDownToTheLevelLimit) {
     volume.link(40, 41, u"loop");  // \a\sub\loop is \a
     opts.levels = 5;
     EXPECT_EQ(report(L"\\a", 40),
@@ -459,8 +459,8 @@ TEST_F(Walk, TreeWithALoopIsWalkedAsDeepAsTheLevelsGo) {
               "\\a\\sub\\loop\\sub\\loop\\1\n\\a\\sub\\loop\\sub\\loop\\sub\\\n");
 }
 
-TEST_F(Walk, SubdirectoryThatCannotBeListedCostsNothingElse) {
-    // The record of \a is read as a child and lost to the walk only through its index.
+TEST_F(Walk, SubdirectoryThatCannotBeListedAffectsNothingElse) {
+    // The record of \a can be read as a child; only its index is damaged.
     volume.index(40).put_in_root(0, 0x77, 4);
     opts.levels = 3;
     EXPECT_EQ(report(L"\\", root), "\\\n\\z\n\\a\\\n\\b\\\n\\b\\4\n");
@@ -501,7 +501,7 @@ TEST_F(Walk, WriterIsChosenInOrder) {
     }
 }
 
-TEST_F(Walk, XmlStandsBehindCsvAndFormsWithoutRowsAndBeforeBarePaths) {
+TEST_F(Walk, XmlFollowsCsvAndRowlessFormsAndPrecedesBarePaths) {
     opts.xml = 1;
     opts.filepath_only = 1;
     EXPECT_NE(report(L"\\b", 43).find(">\n<data_entry><directory>\\b\\</directory>\n"),
@@ -529,7 +529,7 @@ TEST_F(Walk, BarePathsClearThePendingHeader) {
     EXPECT_TRUE(text_header_pending);
 }
 
-TEST_F(Walk, XmlFrameStandsAroundTheWholeWalk) {
+TEST_F(Walk, XmlFrameEnclosesTheWholeWalk) {
     opts.filepath_only = 0;
     opts.xml = 1;
     opts.levels = 2;
@@ -545,7 +545,7 @@ TEST_F(Walk, XmlFrameStandsAroundTheWholeWalk) {
     EXPECT_EQ(frame.substr(frame.size() - 13), ">\n</logdata>\n");
 }
 
-TEST_F(Walk, WalkOfNothingChangesNothing) {
+TEST_F(Walk, WalkWithoutEntriesChangesNothing) {
     const std::unique_ptr<CNtfs> ntfs = open();
     opts.last_level = 7;
     walk_directory(opts, *ntfs, L"\\", root, 3);
@@ -570,7 +570,7 @@ TEST_F(Walk, ReadingADirectoryValidatesTheVolumeFirst) {
     EXPECT_EQ(entries.size(), 4u);  // the root, \a, \b and \z
 }
 
-TEST_F(Walk, ReadingSaysWhetherThereWasARecordOrAnIndex) {
+TEST_F(Walk, ReturnsWhetherThereWasARecordOrAnIndex) {
     volume.directory(root, u"lost", 50).keyword("XXXX");
     volume.file(root, u"file", 51);
     const std::unique_ptr<CNtfs> ntfs = open();
@@ -581,7 +581,7 @@ TEST_F(Walk, ReadingSaysWhetherThereWasARecordOrAnIndex) {
     EXPECT_EQ(entries.size(), 1u);
 }
 
-TEST_F(Walk, ReadingANamelessDirectoryGivesItsChildren) {
+TEST_F(Walk, ReadingANamelessDirectoryAddsItsChildren) {
     volume.directory(root, u"nameless", 50).remove(support::type::file_name);
     volume.file(50, u"child", 51);
     const std::unique_ptr<CNtfs> ntfs = open();
@@ -612,9 +612,9 @@ TEST_F(Walk, DepthIsNotLimitedByTheCallStack) {
     opts.levels = 2000;
     std::string text;
     run_on_small_stack(512 * 1024, [&] { text = report(L"\\b", 43); });
-    // The 2000 listings take turns: \b, then x, then y ... x at the end. \b itself has its row and
-    // "4"; x has its row; y, which is \b with a name in two directories, two and "4". In the last
-    // listing the y below is a row.
+    // The 2000 listings alternate: \b, then x, then y ... x at the end. The first, \b, has its row
+    // and "4". x has its row. y, which is \b with a name in two directories, has two rows and "4".
+    // In the last listing the y below is a row.
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2 + 1000 * 1 + 999 * 3 + 1);
 }
 

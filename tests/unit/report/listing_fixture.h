@@ -1,4 +1,4 @@
-// Hand-made rows for the tests of the writers: the directory c:\data, entry 40.
+// Rows for the tests of the writers: the directory c:\data, entry 40.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,13 +19,13 @@ namespace listing {
 
 inline constexpr std::uint64_t dir_num = 40;
 
-// The stamps of the rows: 12:34:56.789, 12:35:01.120 (twice) and 12:35:02.000 on 2021-03-04.
+// The timestamps of the rows: 12:34:56.789, 12:35:01.120 (twice) and 12:35:02.000 on 2021-03-04.
 inline constexpr std::uint64_t created = support::filetime(2021, 3, 4, 12, 34, 56, 7890000);
 inline constexpr std::uint64_t modified = support::filetime(2021, 3, 4, 12, 35, 1, 1200000);
 inline constexpr std::uint64_t accessed = support::filetime(2021, 3, 4, 12, 35, 2);
 inline constexpr std::uint64_t day = 24ull * 60 * 60 * 10'000'000;
 
-// A row of `type` in c:\data. Directories have the directory bit; other bits are the test's matter.
+// Returns a row of `type` in c:\data. Directories have the directory bit; tests set other bits.
 inline dir_entry make_row(std::uint32_t type, const std::wstring& name, std::uint64_t mft_entry) {
     dir_entry row;
     row.type = type;
@@ -46,7 +46,7 @@ inline dir_entry make_row(std::uint32_t type, const std::wstring& name, std::uin
     return row;
 }
 
-// The row of c:\data itself.
+// Returns the row of c:\data itself.
 inline dir_entry make_own_row() {
     dir_entry row = make_row(entry_type::directory, L"data", dir_num);
     row.full_path = L"c:\\data";
@@ -61,7 +61,7 @@ inline dir_entry make_directory(const std::wstring& name, std::uint64_t mft_entr
     return make_row(entry_type::directory, name, mft_entry);
 }
 
-// A stream of the listed directory.
+// Returns the row of a stream of the listed directory.
 inline dir_entry make_own_stream(std::uint32_t type, const std::wstring& name) {
     dir_entry row = make_row(type, name, dir_num);
     row.flags = 3;
@@ -69,7 +69,7 @@ inline dir_entry make_own_stream(std::uint32_t type, const std::wstring& name) {
     return row;
 }
 
-// A name with its four stamps.
+// Returns a name with its four timestamps.
 inline fn_entry make_name(bool is_short, std::uint64_t fn_created, std::uint64_t fn_modified,
                           std::uint64_t fn_mft_changed, std::uint64_t fn_accessed) {
     fn_entry name;
@@ -98,7 +98,7 @@ protected:
 
     void add(const dir_entry& row) { opts.entries.insert(row); }
 
-    // What was written since the last call.
+    // Returns the text written since the last call.
     std::string written() {
         std::string text = out.str();
         out.str("");

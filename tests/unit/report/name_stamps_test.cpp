@@ -9,7 +9,7 @@ using listing::make_name;
 constexpr std::uint64_t day = listing::day;
 constexpr std::uint64_t base = listing::created;
 
-TEST(NameStamps, FirstNameOfEachKindWithACreationStampCounts) {
+TEST(NameStamps, PicksTheFirstNameOfEachKindWithACreationTime) {
     const name_stamps picked = pick_name_stamps({
         make_name(false, 0, 11, 12, 13),
         make_name(true, 0, 21, 22, 23),
@@ -26,7 +26,7 @@ TEST(NameStamps, FirstNameOfEachKindWithACreationStampCounts) {
     EXPECT_EQ(picked.short_name.accessed, 43u);
 }
 
-TEST(NameStamps, LastNameStaysWhenNoneHasACreationStamp) {
+TEST(NameStamps, PicksTheLastNameIfNoneHasACreationTime) {
     const name_stamps picked =
         pick_name_stamps({make_name(false, 0, 1, 2, 3), make_name(false, 0, 4, 5, 6)});
     EXPECT_EQ(picked.long_name.created, 0u);
@@ -36,7 +36,7 @@ TEST(NameStamps, LastNameStaysWhenNoneHasACreationStamp) {
     EXPECT_EQ(picked.short_name.accessed, 0u);
 }
 
-TEST(NameStamps, DiscrepancyNeedsBothStampsMoreThanADayBeforeTheName) {
+TEST(NameStamps, DiscrepancyNeedsBothTimesMoreThanADayBeforeTheName) {
     const struct {
         const char* name;
         std::uint64_t si_created, si_mft_changed, fn_created, fn_mft_changed;
@@ -52,7 +52,7 @@ TEST(NameStamps, DiscrepancyNeedsBothStampsMoreThanADayBeforeTheName) {
         {"no mft changed", base, 0, base + 2 * day, base + 2 * day, false},
         {"no name created", base, base, 0, base + 2 * day, false},
         {"no name mft changed", base, base, base + 2 * day, 0, false},
-        // The day is added in 64 bits: a stamp at their end comes out small.
+        // The day is added in 64-bit arithmetic: a timestamp near the maximum wraps to a small one.
         {"sums wrap", ~0ull, ~0ull, base, base, true},
         {"sum wraps to the stamp", ~0ull, ~0ull, day - 1, day, false},
         {"sum wraps below the stamp", ~0ull, ~0ull, day, day, true},
@@ -66,7 +66,7 @@ TEST(NameStamps, DiscrepancyNeedsBothStampsMoreThanADayBeforeTheName) {
     }
 }
 
-TEST(NameStamps, StandardStampsComeInTheOrderOfTheReports) {
+TEST(NameStamps, StandardStampsAreInReportOrder) {
     dir_entry entry;
     entry.si_created = 1;
     entry.si_modified = 2;

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(RowText, FieldsAreFilledWithBlanksAndNeverCut) {
+TEST(RowText, FieldsArePaddedWithBlanksAndNeverTruncated) {
     std::string row;
     append_left(row, "ab", 4);
     row += '|';
@@ -32,7 +32,7 @@ protected:
     }
 };
 
-TEST(RowText, RowEndsWithALineEndAndAFlushAndIsEmptiedForTheNext) {
+TEST(RowText, WriteRowAddsALineEndFlushesAndClearsTheRow) {
     flush_counter buffer;
     std::ostream out(&buffer);
     std::string row = "first";

@@ -25,7 +25,7 @@ texts rendered(stamp_text& stamp, std::uint64_t value) {
     return {stamp.date, stamp.time};
 }
 
-TEST(StampText, FollowsTheStampsFromOneToTheNext) {
+TEST(StampText, RendersEachTimestampOfASequence) {
     stamp_text stamp(style_of("yyyy-mm-dd", "hh:mm:ss.xxx"));
     const struct {
         const char* name;
@@ -51,8 +51,8 @@ TEST(StampText, FollowsTheStampsFromOneToTheNext) {
     }
 }
 
-// Stamps of all kinds, valid or not, show as they do one by one.
-TEST(StampText, ShowsWhatDateTimeStringsGives) {
+// Renders a sequence of valid and invalid timestamps like date_time_strings.
+TEST(StampText, RendersLikeDateTimeStrings) {
     const std::vector<std::uint64_t> values = {filetime(2021, 3, 4, 5, 6, 7, 1234567),
                                                filetime(2021, 3, 4),
                                                0,

@@ -6,7 +6,7 @@ namespace {
 
 using namespace listing;
 
-// 23 wide, 17, 12 and 7 wide, the name, then an empty line.
+// Columns 23, 17, 12 and 7 wide, the name, then an empty line.
 const std::string header =
     "  last modified [UTC]  "
     "    MFT & seq num"
@@ -14,7 +14,7 @@ const std::string header =
     "       "
     "  name\n\n";
 
-// The fixed fields of a row with the modified stamp of the fixture, by arithmetic of widths.
+// Returns the fixed fields of a row with the fixture's modification time, computed from the widths.
 std::string fixed_fields(const std::string& entry, const std::string& seq) {
     return "2021-03-04 12:35:01.120" + std::string(12 - entry.size(), ' ') + entry + ' ' +
            std::string(4 - seq.size(), ' ') + seq + ' ';
@@ -32,7 +32,7 @@ protected:
         write_text_listing(out, recurse_list, opts, parent, dir_num, show_objid);
         return written();
     }
-    // Rows alone.
+    // Returns the listing without its header.
     std::string rows(bool show_objid = false) {
         text_header_pending = false;
         return list(show_objid);
@@ -62,7 +62,7 @@ TEST_F(TextListing, HeaderLineWithDefaultFormats) {
               "  last modified [UTC]      MFT & seq num       size          name\n\n");
 }
 
-TEST_F(TextListing, HeaderGoesOutOnceForAllListings) {
+TEST_F(TextListing, HeaderIsPrintedOnceForAllListings) {
     add(make_file(L"a"));
     EXPECT_EQ(opts.header_pending, 1);
     EXPECT_EQ(list(), header + file_row("1290", "c:\\data\\a"));
@@ -71,7 +71,7 @@ TEST_F(TextListing, HeaderGoesOutOnceForAllListings) {
     EXPECT_EQ(list(), file_row("1290", "c:\\data\\a"));
 }
 
-TEST_F(TextListing, HeaderGoesByItsOwnFlagAlone) {
+TEST_F(TextListing, HeaderDependsOnlyOnItsOwnFlag) {
     add(make_file(L"a"));
     opts.header_pending = 0;
     EXPECT_EQ(list(), header + file_row("1290", "c:\\data\\a"));
@@ -82,7 +82,7 @@ TEST_F(TextListing, HeaderGoesByItsOwnFlagAlone) {
     EXPECT_FALSE(text_header_pending);
 }
 
-TEST_F(TextListing, EmptySetGivesItsLineAndLeavesTheHeaderPending) {
+TEST_F(TextListing, EmptySetPrintsItsLineAndLeavesTheHeaderPending) {
     recurse_list.insert(make_directory(L"old"));
     EXPECT_EQ(list(), "no items in directory\n");
     EXPECT_TRUE(recurse_list.empty());
@@ -92,10 +92,10 @@ TEST_F(TextListing, EmptySetGivesItsLineAndLeavesTheHeaderPending) {
     EXPECT_EQ(list(), header + file_row("1290", "c:\\data\\a"));
 }
 
-TEST_F(TextListing, ShortFormatsNarrowTheRowsAndNotTheHeader) {
+TEST_F(TextListing, ShortFormatsNarrowTheRowsButNotTheHeader) {
     set_formats("mm/dd/yy", "hh:mm:ss");
     add(make_file(L"a"));
-    // 8 + 8 + 1 is 17, but the date shows the full year: 19.
+    // 8 + 8 + 1 is 17, but the date has the full year: 19.
     EXPECT_EQ(list(), header + "03/04/2021 12:35:01" + "        1290    2         4096        " +
                           "c:\\data\\a\n");
 }
@@ -113,7 +113,7 @@ TEST_F(TextListing, LongFormatsWidenTheRowsAndTheHeader) {
                   std::string(29, ' ') + "        1290    2         4096        c:\\data\\b\n");
 }
 
-TEST_F(TextListing, StampThatIsNoTimeLeavesTheColumnBlank) {
+TEST_F(TextListing, InvalidTimestampLeavesTheColumnBlank) {
     const std::uint64_t stamps[] = {0, 1ull << 63, support::filetime(1969, 12, 31, 23, 59, 59),
                                     support::filetime(3001, 1, 2)};
     for (const std::uint64_t stamp : stamps) {
@@ -127,7 +127,7 @@ TEST_F(TextListing, StampThatIsNoTimeLeavesTheColumnBlank) {
     }
 }
 
-TEST_F(TextListing, DateFormatWithoutSeparatorShowsNulBytes) {
+TEST_F(TextListing, DateFormatWithoutSeparatorPrintsNulBytes) {
     set_formats("yyyymmdd", "hh:mm:ss.xxx");  // 8 + 12 + 1 = 21, the cell has 23
     add(make_file(L"a"));
     using namespace std::string_literals;
@@ -135,7 +135,7 @@ TEST_F(TextListing, DateFormatWithoutSeparatorShowsNulBytes) {
                           "        1290    2         4096        c:\\data\\a\n");
 }
 
-TEST_F(TextListing, NulBytesCountInTheColumn) {
+TEST_F(TextListing, NulBytesAddToTheColumnWidth) {
     set_formats("yyyymmdd", "hh:mm:ss.xxxxxx");  // 8 + 15 + 1 = 24, the cell has 26
     opts.time_format = "hh:mm:ss.xxxxxxxxx";     // 8 + 18 + 1 = 27
     add(make_file(L"a"));
@@ -150,7 +150,7 @@ TEST_F(TextListing, FormatsThatCompileToNothingKeepTheirWidth) {
     EXPECT_EQ(rows(), "2021-03-04 12:35:01.120        1290    2         4096        c:\\data\\a\n");
 }
 
-TEST_F(TextListing, SubdirectoryWithLevelsToGoIsHandedBackInsteadOfPrinted) {
+TEST_F(TextListing, SubdirectoryAboveTheLastLevelIsReturnedInsteadOfPrinted) {
     opts.last_level = 0;
     add(make_own_row());
     add(make_directory(L"Sub"));
@@ -183,7 +183,7 @@ TEST_F(TextListing, SubdirectoryPathIsJoinedWithoutDoublingTheSeparator) {
     }
 }
 
-TEST_F(TextListing, StreamOfASubdirectoryIsHandedBackWithIt) {
+TEST_F(TextListing, StreamOfASubdirectoryIsReturnedWithIt) {
     opts.last_level = 0;
     dir_entry stream = make_row(entry_type::data_stream, L"sub:zone", 1234);
     stream.flags = 3;
@@ -199,7 +199,7 @@ TEST_F(TextListing, OnTheLastLevelSubdirectoriesAreRows) {
     EXPECT_TRUE(recurse_list.empty());
 }
 
-TEST_F(TextListing, OwnRowShowsThePathAsGivenWithAClosingBackslash) {
+TEST_F(TextListing, OwnRowShowsTheGivenPathWithATrailingBackslash) {
     const struct {
         const wchar_t* given;
         const char* shown;
@@ -215,7 +215,7 @@ TEST_F(TextListing, OwnRowShowsThePathAsGivenWithAClosingBackslash) {
     }
 }
 
-TEST_F(TextListing, SlashesOfTheGivenPathStayAndBackslashesFollow) {
+TEST_F(TextListing, SlashesOfTheGivenPathAreKeptAndBackslashesFollow) {
     parent = L"c:/data";
     add(make_own_row());
     add(make_file(L"a"));
@@ -255,14 +255,14 @@ TEST_F(TextListing, OwnStreamWithoutAColonShowsItsWholeName) {
                           "        4096  indx  c:\\data$I30\n");
 }
 
-TEST_F(TextListing, OwnStreamShowsWhatFollowsTheLastColonOfItsName) {
+TEST_F(TextListing, OwnStreamShowsItsNameFromTheLastColon) {
     add(make_own_row());
     add(make_own_stream(entry_type::data_stream, L"data:a:b"));
     EXPECT_EQ(rows(), dir_row("40", "c:\\data\\") + fixed_fields("40", "2") +
                           "        4096   ads  c:\\data:b\n");
 }
 
-TEST_F(TextListing, OwnStreamDropsAllClosingBackslashesUnlessNothingElseIsLeft) {
+TEST_F(TextListing, OwnStreamDropsAllTrailingBackslashesUnlessThePathIsEmptyThen) {
     const struct {
         const wchar_t* given;
         const char* own;
@@ -283,13 +283,13 @@ TEST_F(TextListing, OwnStreamDropsAllClosingBackslashesUnlessNothingElseIsLeft) 
     }
 }
 
-TEST_F(TextListing, StreamOfASingleListedFileShowsAlone) {
+TEST_F(TextListing, StreamOfASingleListedFileHasNoPath) {
     dir_entry stream = make_row(entry_type::data_stream, L"a.txt:zone", dir_num);
     add(stream);
     EXPECT_EQ(rows(), fixed_fields("40", "2") + "        4096   ads  :zone\n");
 }
 
-TEST_F(TextListing, NamelessStreamShowsWhatTheLatestDirectoryRowLeft) {
+TEST_F(TextListing, NamelessStreamShowsTheLatestDirectoryRow) {
     dir_entry nameless = make_row(entry_type::data_stream, L"", 1300);
     nameless.full_path = L"c:\\data\\a";
     add(nameless);  // before any directory row
@@ -330,7 +330,7 @@ TEST_F(TextListing, LinkTargetFollowsThePathOfAnyType) {
                           fixed_fields("1300", "2") + "        4096   ads  c:\\data\\c:s -> y\n");
 }
 
-TEST_F(TextListing, ObjectIdStandsOnlyWhereThereIsOneAndWasAskedFor) {
+TEST_F(TextListing, ObjectIdIsPrintedOnlyIfPresentAndRequested) {
     dir_entry file = make_file(L"a");
     for (std::uint8_t i = 0; i < 16; ++i)
         file.object_id[i] = i;
@@ -343,7 +343,7 @@ TEST_F(TextListing, ObjectIdStandsOnlyWhereThereIsOneAndWasAskedFor) {
     EXPECT_EQ(rows(false), plain + file_row("1290", "c:\\data\\b"));
 }
 
-TEST_F(TextListing, OneByteMakesAnObjectId) {
+TEST_F(TextListing, OneNonZeroByteMakesAnObjectId) {
     for (std::size_t place = 0; place < 16; ++place) {
         SCOPED_TRACE(place);
         opts.entries.clear();
@@ -354,7 +354,7 @@ TEST_F(TextListing, OneByteMakesAnObjectId) {
     }
 }
 
-TEST_F(TextListing, LargeNumbersPushTheColumns) {
+TEST_F(TextListing, LargeNumbersShiftTheColumns) {
     dir_entry file = make_file(L"a", 1234567890123);
     file.seq_num = 65535;
     file.size = 0xFFFFFFFFFFFFFFFFu;
@@ -383,7 +383,7 @@ TEST_F(TextListing, OptionsOfOtherReportsChangeNothing) {
     EXPECT_EQ(rows(), plain);
 }
 
-TEST_F(TextListing, NamesComeOutInUtf8UpToAnImpossibleCharacter) {
+TEST_F(TextListing, NamesArePrintedInUtf8UpToAnInvalidCharacter) {
     add(make_file(L"1\u00e9\u20ac\U0001F600"));
     add(make_file(std::wstring(L"2x") + static_cast<wchar_t>(0xD800) + L"y"));
     add(make_file(std::wstring(L"3x") + static_cast<wchar_t>(0x110000) + L"y"));

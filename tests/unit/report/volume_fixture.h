@@ -1,4 +1,4 @@
-// A volume that a test builds, opened, with the settings of a run.
+// A volume that the test builds and opens, with the settings of a run.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -28,10 +28,10 @@ protected:
         csv_header_pending = true;
         ql::parse_date_style(opts.date_style, opts.date_format, opts.time_format, false);
         opts.out = &out;
-        opts.filepath_only = 1;  // most tests look at the paths alone
+        opts.filepath_only = 1;  // most tests check only the paths
     }
 
-    // The volume as built so far, opened.
+    // Opens the volume in its current state.
     std::unique_ptr<CNtfs> open() {
         const std::string path = dir.file("volume.dd");
         volume.save(path);

@@ -76,7 +76,7 @@ TEST_F(XmlListing, StreamsOfDirectoriesHaveTheDirectoryForm) {
                           directory_element("c:\\data\\sub:zone\\"));
 }
 
-TEST_F(XmlListing, TypeAndSequenceAndAttributesAreNotLookedAt) {
+TEST_F(XmlListing, TypeSequenceNumberAndAttributesAreIgnored) {
     dir_entry odd = make_file(L"a");
     odd.type = 77;
     odd.seq_num = 9;
@@ -98,7 +98,7 @@ TEST_F(XmlListing, EachFileEscapesTheDirectoryOnceMore) {
                           file_element("c:\\a&amp;amp;amp;b\\", "4"));
 }
 
-TEST_F(XmlListing, EachListingStartsFromThePathAsItIs) {
+TEST_F(XmlListing, EachListingStartsWithTheUnescapedPath) {
     parent = L"c:\\a&b";
     add(make_file(L"1"));
     EXPECT_EQ(list(), file_element("c:\\a&amp;b\\", "1"));
@@ -154,7 +154,7 @@ TEST_F(XmlListing, SizeIsHexadecimalOrDecimal) {
     }
 }
 
-TEST_F(XmlListing, LinkTargetGoesOutAsItIs) {
+TEST_F(XmlListing, LinkTargetIsNotEscaped) {
     dir_entry file = make_file(L"a");
     file.link_target = L"<\u00e9&>";
     add(file);
@@ -162,7 +162,7 @@ TEST_F(XmlListing, LinkTargetGoesOutAsItIs) {
               std::string::npos);
 }
 
-TEST_F(XmlListing, InvalidStampsLeaveEmptyElementsInTheLongForm) {
+TEST_F(XmlListing, InvalidTimestampsLeaveEmptyElementsInTheLongForm) {
     dir_entry file = make_file(L"a");
     file.si_created = file.si_modified = file.si_mft_changed = file.si_accessed = 0;
     add(file);
@@ -197,7 +197,7 @@ const std::string report_head =
     "<data_entry><directory>c:\\data\\</directory>\n<filename>a</filename><dir/>"
     "<size>00001000</size><sym_link/>";
 
-TEST_F(XmlListing, AlldatesAddsTheStampsOfTheLongName) {
+TEST_F(XmlListing, AlldatesAddsTheTimestampsOfTheLongName) {
     opts.alldates = 1;
     dir_entry file = make_file(L"a");
     file.fn_list.push_back(make_name(false, created, modified, modified + day, accessed));
@@ -206,7 +206,7 @@ TEST_F(XmlListing, AlldatesAddsTheStampsOfTheLongName) {
     EXPECT_EQ(list(), report_head + file_stamps + long_name_stamps + no_short_name + plain_end);
 }
 
-TEST_F(XmlListing, AlldatesAddsTheStampsOfTheShortName) {
+TEST_F(XmlListing, AlldatesAddsTheTimestampsOfTheShortName) {
     opts.alldates = 1;
     dir_entry file = make_file(L"a");
     file.fn_list.push_back(make_name(false, created, modified, modified + day, accessed));
@@ -231,7 +231,7 @@ TEST_F(XmlListing, AlldatesWithoutNamesAddsNothing) {
     EXPECT_EQ(list(), file_element("c:\\data\\", "a"));
 }
 
-TEST_F(XmlListing, AlldatesWithADosNameAloneLeavesTheLongStampsEmpty) {
+TEST_F(XmlListing, AlldatesWithOnlyADosNameLeavesTheLongTimestampsEmpty) {
     opts.alldates = 1;
     dir_entry file = make_file(L"a");
     file.fn_list.push_back(make_name(true, created, modified, modified, accessed));
@@ -246,7 +246,7 @@ TEST_F(XmlListing, AlldatesWithADosNameAloneLeavesTheLongStampsEmpty) {
         << text;
 }
 
-TEST_F(XmlListing, DiscrepancyIsToldOnlyWithAlldates) {
+TEST_F(XmlListing, DiscrepancyIsReportedOnlyWithAlldates) {
     dir_entry file = make_file(L"a");
     file.fn_list.push_back(
         make_name(false, created + 2 * day, modified, modified + 2 * day, accessed));
@@ -256,7 +256,7 @@ TEST_F(XmlListing, DiscrepancyIsToldOnlyWithAlldates) {
     EXPECT_NE(list().find("<time_discrepancy>true</time_discrepancy>"), std::string::npos);
 }
 
-TEST_F(XmlListing, ObjectIdIsWrittenWithoutBeingAskedFor) {
+TEST_F(XmlListing, ObjectIdIsWrittenWithoutBeingRequested) {
     dir_entry file = make_file(L"a");
     for (std::uint8_t i = 0; i < 16; ++i)
         file.object_id[i] = i;
@@ -279,7 +279,7 @@ TEST_F(XmlListing, OptionsOfOtherReportsChangeNothing) {
     EXPECT_EQ(list(), file_element("c:\\data\\", "a|b,c"));
 }
 
-TEST_F(XmlListing, SubdirectoryWithLevelsToGoIsHandedBack) {
+TEST_F(XmlListing, SubdirectoryAboveTheLastLevelIsReturned) {
     opts.last_level = 0;
     recurse_list.insert(make_directory(L"old"));
     add(make_directory(L"a&b"));
@@ -288,9 +288,9 @@ TEST_F(XmlListing, SubdirectoryWithLevelsToGoIsHandedBack) {
     EXPECT_EQ(recurse_list.begin()->parent_path, L"c:\\data\\a&b");
 }
 
-TEST_F(XmlListing, EmptySetGivesItsLine) { EXPECT_EQ(list(), "no items in directory\n"); }
+TEST_F(XmlListing, EmptySetPrintsItsLine) { EXPECT_EQ(list(), "no items in directory\n"); }
 
-// The opening with date and time taken out, which must be those of now.
+// Checks the opening with its date and time removed; they must be the current ones.
 class XmlFrame : public writer_test {
 protected:
     std::string opening() {
@@ -307,7 +307,7 @@ protected:
         return text + " has no time of now, such as " + from;
     }
 
-    // Whole seconds, so that few moments lie between two candidates.
+    // Rounds to whole seconds, so that only a few candidates are possible.
     std::string stamp(const ql::time& t) const {
         std::string date;
         std::string time;
@@ -316,7 +316,7 @@ protected:
     }
 };
 
-TEST_F(XmlFrame, OpeningNamesImagePathAndMoment) {
+TEST_F(XmlFrame, OpeningHasImagePathDateAndTime) {
     set_formats("mm/dd/yyyy", "hh:mm:ss");
     opts.image_path = L"my \u00e9&\"disk.dd";
     dir_entry first = make_own_row();
