@@ -16,13 +16,13 @@ TEST(CollectArgs, NullEntryBecomesEmptyString) {
     EXPECT_EQ(args, (words{"quorvel", "", "-csv"}));
 }
 
-TEST(CollectArgs, NoEntriesGiveAnEmptyVector) {
+TEST(CollectArgs, NoEntriesMakeAnEmptyVector) {
     words args = {"old"};
     collect_args(args, 0, nullptr);
     EXPECT_TRUE(args.empty());
 }
 
-TEST(HasOption, RemovesOnlyTheFirstHit) {
+TEST(HasOption, RemovesOnlyTheFirstMatch) {
     words args = {"q", "-csv", "a", "-CSV"};
     EXPECT_TRUE(has_option("-csv", args));
     EXPECT_EQ(args, (words{"q", "a", "-CSV"}));
@@ -31,7 +31,7 @@ TEST(HasOption, RemovesOnlyTheFirstHit) {
     EXPECT_EQ(args, (words{"q", "a"}));
 }
 
-TEST(HasOption, MatchesWholeWordsWithoutCase) {
+TEST(HasOption, MatchesWholeArgumentsRegardlessOfCase) {
     const struct {
         const char* word;
         bool hit;
@@ -51,19 +51,19 @@ TEST(HasOption, FoldsAsciiLettersOnly) {
     EXPECT_TRUE(has_option("-\xC3\x84", args));
 }
 
-TEST(HasOption, KeepsTheWordOnRequest) {
+TEST(HasOption, KeepsTheOptionOnRequest) {
     words args = {"q", "-csv"};
     EXPECT_TRUE(has_option("-csv", args, true));
     EXPECT_EQ(args, (words{"q", "-csv"}));
 }
 
-TEST(HasOption, LooksAtTheProgramPathToo) {
+TEST(HasOption, SearchesTheProgramPathToo) {
     words args = {"-csv", "x"};
     EXPECT_TRUE(has_option("-csv", args));
     EXPECT_EQ(args, (words{"x"}));
 }
 
-TEST(OptionValue, TakesWhateverFollows) {
+TEST(OptionValue, AcceptsAnyNextArgument) {
     words args = {"q", "-Filter", "-CSV", "dir"};
     std::string value;
     EXPECT_TRUE(option_value("-filter", value, args));
@@ -71,7 +71,7 @@ TEST(OptionValue, TakesWhateverFollows) {
     EXPECT_EQ(args, (words{"q", "dir"}));
 }
 
-TEST(OptionValue, ValueMayBeTheLastWord) {
+TEST(OptionValue, ValueMayBeTheLastArgument) {
     words args = {"q", "-IMAGE", "Disk.DD"};
     std::string value;
     EXPECT_TRUE(peek_option_value("-image", value, args, 0));
@@ -82,7 +82,7 @@ TEST(OptionValue, ValueMayBeTheLastWord) {
     EXPECT_EQ(args, (words{"q"}));
 }
 
-TEST(OptionValue, LooksAtTheProgramPathToo) {
+TEST(OptionValue, SearchesTheProgramPathToo) {
     words args = {"-image", "disk.dd", "x"};
     std::string value;
     EXPECT_TRUE(option_value("-image", value, args));
@@ -90,7 +90,7 @@ TEST(OptionValue, LooksAtTheProgramPathToo) {
     EXPECT_EQ(args, (words{"x"}));
 }
 
-TEST(OptionValue, LastWordStaysAndIsNoHit) {
+TEST(OptionValue, OptionAsLastArgumentIsIgnoredAndKept) {
     words args = {"q", "dir", "-offset"};
     std::string value = "untouched";
     EXPECT_FALSE(option_value("-offset", value, args));
@@ -98,7 +98,7 @@ TEST(OptionValue, LastWordStaysAndIsNoHit) {
     EXPECT_EQ(args, (words{"q", "dir", "-offset"}));
 }
 
-TEST(OptionValue, FirstHitDecidesBesideADuplicate) {
+TEST(OptionValue, FirstOfTwoOptionsIsUsed) {
     words args = {"q", "-out", "-out", "x"};
     std::string value;
     EXPECT_TRUE(option_value("-out", value, args));
@@ -107,7 +107,7 @@ TEST(OptionValue, FirstHitDecidesBesideADuplicate) {
     EXPECT_FALSE(option_value("-out", value, args));
 }
 
-TEST(PeekOption, LooksFromTheIndexAndRemovesNothing) {
+TEST(PeekOption, SearchesFromTheIndexAndRemovesNothing) {
     const words args = {"-pipe", "a", "-Pipe"};
     EXPECT_TRUE(peek_option("-pipe", args, 0));
     EXPECT_TRUE(peek_option("-pipe", args, 2));
@@ -116,7 +116,7 @@ TEST(PeekOption, LooksFromTheIndexAndRemovesNothing) {
     EXPECT_FALSE(peek_option("-pipe", {"-pipe", "a"}, 1));
 }
 
-TEST(PeekOptionValue, TakesTheFollowingWord) {
+TEST(PeekOptionValue, ReturnsTheNextArgument) {
     const words args = {"-f", "zero", "-F", "one", "-f"};
     std::string value;
     EXPECT_TRUE(peek_option_value("-f", value, args, 1));
@@ -135,7 +135,7 @@ TEST(RemoveArg, IgnoresAnIndexPastTheEnd) {
     EXPECT_EQ(args, (words{"b"}));
 }
 
-TEST(JoinArgs, QuotesWordsWithABlankOnly) {
+TEST(JoinArgs, QuotesOnlyArgumentsWithABlank) {
     const struct {
         const char* name;
         words args;
@@ -157,7 +157,7 @@ TEST(JoinArgs, QuotesWordsWithABlankOnly) {
     }
 }
 
-TEST(JoinArgs, UsesTheQuoteGiven) {
+TEST(JoinArgs, UsesTheGivenQuote) {
     std::string text;
     join_args(text, {"a b", "c"}, '"');
     EXPECT_EQ(text, "\"a b\" c");

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Settings whose trace goes to a file of the test.
+// Settings with a trace in a temporary file.
 class CmdParamsTrace : public testing::Test {
 protected:
     CmdParamsTrace() : m_params(std::make_unique<cmd_params>()) {
@@ -35,13 +35,13 @@ TEST_F(CmdParamsTrace, LineIsFlushedWithItsEnd) {
               "->info: inode found for seg: docs : 0x1234\n");
 }
 
-TEST_F(CmdParamsTrace, LineIsCutAtTheFormatAnd255Characters) {
+TEST_F(CmdParamsTrace, LineIsTruncatedToTheFormatAnd255Characters) {
     const std::string text(400, 'x');
-    m_params->diag("%s", text.c_str());  // room for 2 + 256 bytes with the closing zero
+    m_params->diag("%s", text.c_str());  // space for 2 + 256 bytes, including the terminator
     EXPECT_EQ(trace(), "->" + text.substr(0, 257) + "\n");
 }
 
-TEST_F(CmdParamsTrace, LineOfExactlyTheRoomIsWhole) {
+TEST_F(CmdParamsTrace, LineOfMaximumLengthIsNotTruncated) {
     const std::string text(255, 'y');
     m_params->diag("ab%s", text.c_str());  // 4 + 255 characters fit
     EXPECT_EQ(trace(), "->ab" + text + "\n");
@@ -58,7 +58,7 @@ TEST_F(CmdParamsTrace, WideTextOutsideAsciiEndsTheLineThere) {
     EXPECT_EQ(trace(), "->anal: \n->next\n");
 }
 
-TEST_F(CmdParamsTrace, NarrowUtf8PassesAsItIs) {
+TEST_F(CmdParamsTrace, NarrowUtf8IsUnchanged) {
     m_params->diag("seg: %s",
                    "gr\xC3\xB6\xC3\x9F"
                    "e");
@@ -67,13 +67,13 @@ TEST_F(CmdParamsTrace, NarrowUtf8PassesAsItIs) {
               "e\n");
 }
 
-TEST_F(CmdParamsTrace, NothingIsWrittenWhileItIsOff) {
+TEST_F(CmdParamsTrace, NothingIsWrittenIfTheTraceIsOff) {
     m_params->diags_on = 0;
     m_params->diag("seg: %s", "docs");
     EXPECT_EQ(trace(), "");
 }
 
-TEST_F(CmdParamsTrace, EndOfTheSettingsClosesTheFile) {
+TEST_F(CmdParamsTrace, DestructorClosesTheFile) {
     *m_params->diags_stream << "unflushed";
     m_params.reset();
     EXPECT_EQ(trace(), "unflushed");
@@ -89,7 +89,7 @@ TEST(CmdParams, TraceWithoutAFileIsSilent) {
 
 TEST(CmdParams, DestructorIsVirtual) { EXPECT_TRUE(std::has_virtual_destructor_v<cmd_params>); }
 
-TEST(CmdParams, DefaultsAreThoseOfARunThatNamesNothing) {
+TEST(CmdParams, DefaultsAreThoseOfARunWithoutOptions) {
     const cmd_params params;
     EXPECT_EQ(params.command_line, "");
     EXPECT_EQ(params.program_name, "");

@@ -8,7 +8,7 @@
 #include "run/cmd_params.h"
 #include "support/temp_dir.h"
 
-// Chains that open are tested by whole runs.
+// Valid chains are covered by whole runs.
 
 namespace {
 
@@ -30,7 +30,7 @@ struct reading {
     std::string messages;
 };
 
-TEST(ParseCommonOptions, WithoutAChainTheScanDecides) {
+TEST(ParseCommonOptions, WithoutAChainReturnsTheResultOfTheScan) {
     const reading run({"-csv", "\\docs", "-offset", "5", "-ignore_image_size"});
     EXPECT_TRUE(run.result);
     EXPECT_EQ(run.params.csv, 1);
@@ -39,13 +39,13 @@ TEST(ParseCommonOptions, WithoutAChainTheScanDecides) {
     EXPECT_FALSE(reading({"-sqlite", "x"}).result);
 }
 
-TEST(ParseCommonOptions, ChainAsLastWordStays) {
+TEST(ParseCommonOptions, ChainAsLastArgumentIsKept) {
     const reading run({"-vmdk"});
     EXPECT_TRUE(run.result);
     EXPECT_EQ(run.args, (words{"-vmdk"}));
 }
 
-TEST(ParseCommonOptions, FirstWordIsAListAndFurtherWordsArePaths) {
+TEST(ParseCommonOptions, FirstValueIsAListAndFurtherValuesArePaths) {
     const support::temp_dir dir;
     const std::string a = dir.file("a.vmdk");
     const reading run({"-vmdk", a + " | b;c , ", "-VMDK", " d|e ", "-vmdk", "f"});
@@ -57,15 +57,15 @@ TEST(ParseCommonOptions, FirstWordIsAListAndFurtherWordsArePaths) {
     EXPECT_TRUE(run.args.empty());
 }
 
-TEST(ParseCommonOptions, OffsetGoesToTheChain) {
+TEST(ParseCommonOptions, OffsetAppliesToTheChain) {
     const support::temp_dir dir;
     const reading run({"-vmdk", dir.file("a"), "-offset", "0x10000", "-ignore_image_size"});
     EXPECT_FALSE(run.result);
     EXPECT_EQ(run.params.vmdk_offset, 0x10000u);
-    EXPECT_EQ(run.args, (words{"-ignore_image_size"}));  // the chain was refused before
+    EXPECT_EQ(run.args, (words{"-ignore_image_size"}));  // the chain was rejected first
 }
 
-TEST(ParseCommonOptions, EmptyListsAreRefusedWithAnEmptyLine) {
+TEST(ParseCommonOptions, EmptyListsAreRejectedWithAnEmptyLine) {
     for (const char* list : {"|,;", "", " ", "\xFF"}) {
         SCOPED_TRACE(list);
         const reading run({"-vmdk", list});
@@ -75,7 +75,7 @@ TEST(ParseCommonOptions, EmptyListsAreRefusedWithAnEmptyLine) {
     }
 }
 
-TEST(ParseCommonOptions, FurtherWordThatIsNotUtf8IsAnEmptyPath) {
+TEST(ParseCommonOptions, FurtherValueThatIsNotUtf8IsAnEmptyPath) {
     const support::temp_dir dir;
     const reading run({"-vmdk", "|", "-vmdk", "\xFF"});
     EXPECT_FALSE(run.result);
@@ -84,7 +84,7 @@ TEST(ParseCommonOptions, FurtherWordThatIsNotUtf8IsAnEmptyPath) {
 }
 
 TEST(ParseCommonOptions, MessageEndsAtANulInAName) {
-    // C0 80 is a long form of the code 0, which cuts the name where it is opened, too.
+    // C0 80 is an overlong form of code point 0, which also ends the name when the file is opened.
     const support::temp_dir dir;
     const std::string name = dir.file("missing");
     const reading run({"-vmdk", name + "\xC0\x80.vmdk"});

@@ -14,7 +14,7 @@ using support::filetime;
 
 constexpr std::uint64_t all_ones = ~std::uint64_t{0};
 
-// A window set by a start and an end; an empty text leaves the option out.
+// A window with a start and an end; an empty text omits the option.
 struct window {
     window(const std::string& start, const std::string& stop) {
         testing::internal::CaptureStderr();
@@ -32,7 +32,7 @@ struct window {
 const std::string bad_start = "invalid start time, ignoring\n";
 const std::string bad_stop = "invalid stop time, ignoring\n";
 
-TEST(DateWindow, StartOpensTheEndToTheMaximum) {
+TEST(DateWindow, StartMovesTheEndToTheMaximum) {
     const window w("2020-01-02", "");
     EXPECT_TRUE(w.start_result);
     EXPECT_EQ(w.messages, "");
@@ -57,7 +57,7 @@ TEST(DateWindow, StartIsReadAsYearMonthDay) {
         {"20-02-03", filetime(2020, 2, 3)},
         {"99-02-03", filetime(1999, 2, 3)},
         {"2000-02-29", filetime(2000, 2, 29)},
-        {"2000-03-01", filetime(2000, 2, 29)},  // a day early from March 2000 on
+        {"2000-03-01", filetime(2000, 2, 29)},  // a day early from March 2000
         {"2000-12-31", filetime(2000, 12, 30)},
         {"2001-01-01", filetime(2001, 1, 1)},
     };
@@ -70,7 +70,7 @@ TEST(DateWindow, StartIsReadAsYearMonthDay) {
     }
 }
 
-TEST(DateWindow, EndsThatCannotBeShownCountToo) {
+TEST(DateWindow, DatesThatCannotBeDisplayedAreAccepted) {
     const window w("1960-01-02", "1960-01-03");
     EXPECT_EQ(w.messages, "");
     EXPECT_EQ(w.params.time_from_on, 1);
@@ -81,7 +81,7 @@ TEST(DateWindow, EndsThatCannotBeShownCountToo) {
     EXPECT_EQ(w.params.time_to_alt, 0u);
 }
 
-TEST(DateWindow, ValueWithoutADateIsRefusedInSilence) {
+TEST(DateWindow, ValueWithoutADateIsRejectedSilently) {
     for (const char* value : {"x", "20200101", " 2020-01-01", " ", "20200101 10-11"}) {
         SCOPED_TRACE(value);
         const window start(value, "");
@@ -98,7 +98,7 @@ TEST(DateWindow, ValueWithoutADateIsRefusedInSilence) {
     EXPECT_FALSE(set_window_stop(params, ""));
 }
 
-TEST(DateWindow, UnreadableStartClosesTheWindow) {
+TEST(DateWindow, InvalidStartTurnsTheWindowOff) {
     for (const char* value : {"2020-13-01", "2020-01-32", "2020-01-02 10", "2020-01-02 10:"}) {
         SCOPED_TRACE(value);
         const window w(value, "");
@@ -111,7 +111,7 @@ TEST(DateWindow, UnreadableStartClosesTheWindow) {
     }
 }
 
-TEST(DateWindow, StartIsClearedBeforeItIsRead) {
+TEST(DateWindow, StartIsClearedBeforeItIsParsed) {
     cmd_params params;
     EXPECT_TRUE(set_window_start(params, "2020-01-02"));
     EXPECT_FALSE(set_window_start(params, "x"));
@@ -120,7 +120,7 @@ TEST(DateWindow, StartIsClearedBeforeItIsRead) {
     EXPECT_EQ(params.time_from_alt, 0u);
 }
 
-TEST(DateWindow, UnreadableStartClosesAWindowThatWasOpen) {
+TEST(DateWindow, InvalidStartTurnsOffAWindowThatWasOn) {
     cmd_params params;
     EXPECT_TRUE(set_window_start(params, "2020-01-02"));
     testing::internal::CaptureStderr();
@@ -132,7 +132,7 @@ TEST(DateWindow, UnreadableStartClosesAWindowThatWasOpen) {
     EXPECT_EQ(params.time_to_alt, 0u);
 }
 
-TEST(DateWindow, SlashGoesBeforeDash) {
+TEST(DateWindow, SlashTakesPrecedenceOverDash) {
     const window w("2020-01/02", "");  // the fields "2020-01" and "02": year 2020, month 2
     EXPECT_TRUE(w.start_result);
     EXPECT_EQ(w.messages, "");
@@ -149,7 +149,7 @@ TEST(DateWindow, StopWithoutTimeIsTheEndOfItsDay) {
     EXPECT_EQ(window("", "2020-01-02 ").params.time_to, filetime(2020, 1, 2, 23, 59, 59));
 }
 
-TEST(DateWindow, StopTakesItsTime) {
+TEST(DateWindow, StopWithTimeIsUsed) {
     EXPECT_EQ(window("", "2020-01-02 00:00").params.time_to, filetime(2020, 1, 2));
 }
 
@@ -157,19 +157,19 @@ TEST(DateWindow, StopBeforeTheStartIsIgnored) {
     const window w("2020-01-02", "2020-01-01");
     EXPECT_TRUE(w.stop_result);
     EXPECT_EQ(w.messages, bad_stop);
-    EXPECT_EQ(w.params.time_from_on, 1);  // the start stays
+    EXPECT_EQ(w.params.time_from_on, 1);  // the start is kept
     EXPECT_EQ(w.params.time_to_on, 0);
     EXPECT_EQ(w.params.time_to, 0u);
     EXPECT_EQ(w.params.time_to_alt, 0u);
 }
 
-TEST(DateWindow, StopAtTheStartIsTaken) {
+TEST(DateWindow, StopAtTheStartIsAccepted) {
     const window w("2020-01-02 10:00", "2020-01-02 10:00");
     EXPECT_EQ(w.messages, "");
     EXPECT_EQ(w.params.time_to, filetime(2020, 1, 2, 10));
 }
 
-TEST(DateWindow, UnreadableStopLeavesTheStart) {
+TEST(DateWindow, InvalidStopKeepsTheStart) {
     const window w("2020-01-02", "2020-13-01");
     EXPECT_EQ(w.messages, bad_stop);
     EXPECT_EQ(w.params.time_from_on, 1);

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(NormaliseDirectory, GivesAPathInsideTheVolume) {
+TEST(NormaliseDirectory, ReturnsAPathInsideTheVolume) {
     const struct {
         const char* typed;
         const char* path;
@@ -22,16 +22,16 @@ TEST(NormaliseDirectory, GivesAPathInsideTheVolume) {
         {"", ""},
         {"c:", "c:"},
         {"/docs/sub/", "\\docs\\sub"},
-        {"c:/x", "c:\\x"},  // slashes are turned after the drive letter was looked for
-        {"c:/", "c:\\"},    // three characters stay whole
+        {"c:/x", "c:\\x"},  // slashes are replaced after the search for the drive
+        {"c:/", "c:\\"},    // three characters are kept
         {"ab\\", "ab\\"},   // likewise
         {"abc\\", "abc"},
-        {"abc\\\\", "abc\\"},  // one backslash goes
+        {"abc\\\\", "abc\\"},  // one backslash is removed
         {"abc//", "abc\\"},
         {"\\docs:\\sub", "\\doc"},         // p = 5: six characters from 4 on
         {"ab:\\cd", "acd"},                // p = 2: three characters from 1 on
-        {"c:\\a:\\b", "\\a:\\b"},          // only the first one counts
-        {"\\a.txt:zone", "\\a.txt:zone"},  // a stream is no drive
+        {"c:\\a:\\b", "\\a:\\b"},          // only the first one is used
+        {"\\a.txt:zone", "\\a.txt:zone"},  // a stream is not a drive
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.typed);
@@ -39,7 +39,7 @@ TEST(NormaliseDirectory, GivesAPathInsideTheVolume) {
     }
 }
 
-TEST(NormaliseDirectory, NothingBeforeTheColonIsRefusedByTheLibrary) {
+TEST(NormaliseDirectory, ColonAtTheStartMakesTheLibraryThrow) {
     EXPECT_THROW(normalise_directory(":\\"), std::out_of_range);
     EXPECT_THROW(normalise_directory(":\\docs"), std::out_of_range);
 }

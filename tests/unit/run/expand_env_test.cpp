@@ -22,7 +22,7 @@ protected:
 
 const std::string device = "\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy";
 
-TEST_F(ExpandEnv, ReplacesWhatIsSetAndPassesTheRest) {
+TEST_F(ExpandEnv, ReplacesSetVariablesAndKeepsTheRest) {
     const struct {
         const char* name;
         const char* text;
@@ -61,36 +61,37 @@ TEST_F(ExpandEnv, ValueMayCompleteAReference) {
     EXPECT_EQ(expand_env("%QL_B%_A%", false), "alpha");
 }
 
-TEST_F(ExpandEnv, GrowingValueEndsBehind512Characters) {
+TEST_F(ExpandEnv, GrowingValueEndsAfter512Characters) {
     setenv("QL_L", "x%QL_L%", 1);
-    // Each round puts one more "x" in front of the six characters of the reference.
+    // Each round adds an "x" before the six characters of the reference.
     EXPECT_EQ(expand_env("%QL_L%", false), std::string(507, 'x') + "%QL_L%");
 }
 
-TEST_F(ExpandEnv, LengthIsTestedBeforeEachSearch) {
+TEST_F(ExpandEnv, LengthIsCheckedBeforeEachSearch) {
     EXPECT_EQ(expand_env(std::string(506, 'x') + "%QL_A%", false), std::string(506, 'x') + "alpha");
     EXPECT_EQ(expand_env(std::string(507, 'x') + "%QL_A%", false),
               std::string(507, 'x') + "%QL_A%");
 }
 
-TEST_F(ExpandEnv, ReferenceToItselfIsPassedAsAWhole) {
+TEST_F(ExpandEnv, ReferenceToItselfIsKept) {
     setenv("QL_L", "%QL_L%", 1);
     EXPECT_EQ(expand_env("%QL_L%\\%QL_A%", false), "%QL_L%\\alpha");
     EXPECT_EQ(expand_env("%QL_L%%QL_A%", false), "%QL_L%alpha");
 }
 
-TEST_F(ExpandEnv, ReferencesThatLeadToEachOtherEnd) {
+TEST_F(ExpandEnv, MutualReferencesEnd) {
     setenv("QL_L", "%QL_M%", 1);
     setenv("QL_M", "%QL_L%", 1);
     EXPECT_EQ(expand_env("%QL_L%\\%QL_A%", false), "%QL_M%\\alpha");
 }
 
-TEST_F(ExpandEnv, TextOfBeforeMayComeBackBehindAPassedReference) {
+TEST_F(ExpandEnv, EarlierTextMayRecurAfterASkippedReference) {
     setenv("K", "%N", 1);
     setenv("NZq", "%NZ%W%", 1);
     setenv("NZ", "%K%Z%", 1);
     setenv("W", "q%", 1);
-    // %NZq%, %NZ%W%, %K%Z%W%, and %NZ%W% again: K is passed. W makes the first text of it.
+    // %NZq%, %NZ%W%, %K%Z%W%, and %NZ%W% again, so %K% is skipped. Then %W% recreates the first
+    // text.
     EXPECT_EQ(expand_env("%K%Zq%", false), "%K%Zq%");
 }
 
@@ -101,7 +102,7 @@ TEST_F(ExpandEnv, ShadowCopyNameNeedsPermission) {
     EXPECT_EQ(expand_env("%vss%1", false), "%vss%1");
 }
 
-TEST_F(ExpandEnv, VariableCalledVssWins) {
+TEST_F(ExpandEnv, VariableNamedVssTakesPrecedence) {
     setenv("vss", "mine", 1);
     EXPECT_EQ(expand_env("%vss%1", true), "mine1");
     EXPECT_EQ(expand_env("%VSS%1", true), device + "1");

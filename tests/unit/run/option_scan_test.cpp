@@ -15,7 +15,7 @@ namespace {
 
 using words = std::vector<std::string>;
 
-// One scan of "q" and `options`: what it leaves, what it sets and what it says.
+// The result of scanning "q" and `options`: arguments left, settings and messages.
 struct scan {
     explicit scan(const words& options) {
         args = options;
@@ -32,7 +32,7 @@ struct scan {
     std::string messages;
 };
 
-TEST(CommonOptions, VocabularyIsInTheOrderOfTheScan) {
+TEST(CommonOptions, VocabularyIsInScanOrder) {
     const words expected = {"-pair_datetime",
                             "-diags",
                             "-l2",
@@ -85,7 +85,7 @@ TEST(CommonOptions, VocabularyIsInTheOrderOfTheScan) {
     EXPECT_EQ(actual, expected);
 }
 
-TEST(CommonOptions, FormsTellWhichWordsTakeAValue) {
+TEST(CommonOptions, FormsStateWhichOptionsHaveAValue) {
     const std::set<std::string> with_value = {"-diags",
                                               "-alias",
                                               "-aliaspath",
@@ -121,12 +121,12 @@ TEST(CommonOptions, FormsTellWhichWordsTakeAValue) {
     }
 }
 
-TEST(ScanOptions, EveryWordLeavesTheArguments) {
+TEST(ScanOptions, EveryOptionIsRemovedFromTheArguments) {
     for (const option_spec& option : common_options()) {
         const std::string word = option.word;
         if (option.behind != nullptr || word == "-sqlite" || word == "-sqlite_log" ||
             word == "-alias" || word == "-out" || word == "-outfile" || word == "-diags") {
-            continue;  // these have tests of their own
+            continue;  // covered by tests of their own
         }
         SCOPED_TRACE(word);
         words options = {"\\before", word, "\\after"};
@@ -139,7 +139,7 @@ TEST(ScanOptions, EveryWordLeavesTheArguments) {
     }
 }
 
-TEST(ScanOptions, ValueOptionAsLastWordStays) {
+TEST(ScanOptions, ValueOptionAsLastArgumentIsKept) {
     for (const option_spec& option : common_options()) {
         if (option.form == option_form::flag) continue;
         SCOPED_TRACE(option.word);
@@ -150,20 +150,20 @@ TEST(ScanOptions, ValueOptionAsLastWordStays) {
     }
 }
 
-TEST(ScanOptions, EmptyArgumentsAreRefused) {
+TEST(ScanOptions, EmptyArgumentsAreRejected) {
     cmd_params params;
     words args;
     EXPECT_FALSE(scan_options(params, args));
     EXPECT_EQ(params.command_line, "");
 }
 
-TEST(ScanOptions, UnknownWordsStay) {
+TEST(ScanOptions, UnknownArgumentsAreKept) {
     const scan run({"-csvx", "\\docs", "-append", "-l2", "-image"});
     EXPECT_TRUE(run.result);
     EXPECT_EQ(run.args, (words{"-csvx", "\\docs", "-append", "-l2", "-image"}));
 }
 
-TEST(ScanOptions, CommandLineIsNotedBeforeAnythingIsTaken) {
+TEST(ScanOptions, CommandLineIsStoredBeforeOptionsAreRemoved) {
     const scan run({"\\my docs", "-csv", "-quiet"});
     EXPECT_EQ(run.params.command_line, "q \"\\my docs\" -csv -quiet");
     EXPECT_EQ(run.params.program_name, "q");
@@ -230,7 +230,7 @@ TEST(ScanOptions, NoWhitespaceClearsTheFiller) {
     EXPECT_EQ(run.params.csv_space_field, 0);
 }
 
-TEST(ScanOptions, NoWhitespaceTakesBlanksFromTheFinalSeparator) {
+TEST(ScanOptions, NoWhitespaceRemovesBlanksFromTheFinalSeparator) {
     const struct {
         words options;
         const char* separator;
@@ -256,7 +256,7 @@ TEST(ScanOptions, CsvClearsXml) {
     EXPECT_EQ(params.csv, 1);
 }
 
-TEST(ScanOptions, LaterFormsOfTheTableUndoEarlierOnes) {
+TEST(ScanOptions, LaterFormsOfTheTableOverrideEarlierOnes) {
     struct forms {
         int csv, l2t, gen, body, multi;
         const char* separator;
@@ -333,7 +333,7 @@ TEST(ScanOptions, HeaderIsPendingAgainAfterFormsWithoutCsv) {
     }
 }
 
-TEST(SetSeparator, ChoosesWhatIsReplacedInPaths) {
+TEST(SetSeparator, SelectsTheReplacementInPaths) {
     const struct {
         const char* text;
         const char* separator;
@@ -357,7 +357,7 @@ TEST(SetSeparator, ChoosesWhatIsReplacedInPaths) {
 
 // --- trace ---
 
-TEST(ScanOptions, TraceOpensWithTheCommandLine) {
+TEST(ScanOptions, TraceStartsWithTheCommandLine) {
     const support::temp_dir dir;
     const std::string file = dir.write("trace", "old content");
     {
@@ -370,7 +370,7 @@ TEST(ScanOptions, TraceOpensWithTheCommandLine) {
     EXPECT_EQ(support::read_file(file), "->q \"\\my docs\" -diags " + file + "\n");
 }
 
-TEST(ScanOptions, TraceThatCantBeOpenedIsNoTrace) {
+TEST(ScanOptions, TraceThatCannotBeOpenedIsIgnored) {
     const support::temp_dir dir;
     const scan run({"-diags", dir.file("missing/trace"), "-l3"});
     EXPECT_TRUE(run.result);
@@ -382,7 +382,7 @@ TEST(ScanOptions, TraceThatCantBeOpenedIsNoTrace) {
     EXPECT_TRUE(run.args.empty());
 }
 
-TEST(ScanOptions, TraceLevelsAreReadBesideATraceOnly) {
+TEST(ScanOptions, TraceLevelsAreReadOnlyWithATrace) {
     const support::temp_dir dir;
     const std::string file = dir.file("trace");
     const struct {
@@ -404,7 +404,7 @@ TEST(ScanOptions, TraceLevelsAreReadBesideATraceOnly) {
     }
 }
 
-// --- refusals ---
+// --- rejections ---
 
 TEST(ScanOptions, AliasesMustComeInPairs) {
     const std::string refusal = "imbalanced alias to true pathfiles, aborting\n";
@@ -430,16 +430,16 @@ TEST(ScanOptions, AliasesMustComeInPairs) {
     }
 }
 
-TEST(ScanOptions, DatabasesAreRefused) {
+TEST(ScanOptions, DatabasesAreRejected) {
     for (const char* word : {"-sqlite", "-sqlite_log"}) {
         const scan run({word, "x", "-base10"});
         EXPECT_FALSE(run.result);
         EXPECT_EQ(run.messages, "This option is not offered in this build\n");
-        EXPECT_EQ(run.params.hex_numbers, 1);  // the scan has ended
+        EXPECT_EQ(run.params.hex_numbers, 1);  // not reached by the scan
     }
 }
 
-TEST(ScanOptions, RefusalsStandAheadOfTheResultsFile) {
+TEST(ScanOptions, RejectionsPrecedeTheResultsFile) {
     const support::temp_dir dir;
     const std::string file = dir.write("out.txt", "old");
     EXPECT_FALSE(scan({"-out", file, "-sqlite", "x"}).result);
@@ -449,7 +449,7 @@ TEST(ScanOptions, RefusalsStandAheadOfTheResultsFile) {
 
 // --- results file ---
 
-TEST(ScanOptions, ResultsFileThatExistsIsGoneAfterTheScan) {
+TEST(ScanOptions, ExistingResultsFileIsDeletedByTheScan) {
     for (const bool append : {false, true}) {
         const support::temp_dir dir;
         const std::string file = dir.write("out.txt", "old");
@@ -463,8 +463,8 @@ TEST(ScanOptions, ResultsFileThatExistsIsGoneAfterTheScan) {
     }
 }
 
-// A second link to the file shows what the scan left in it.
-TEST(ScanOptions, AppendAnywhereBehindTheProgramSparesTheContent) {
+// A second link to the file shows its content after the scan.
+TEST(ScanOptions, AppendAnywhereInTheArgumentsPreservesTheContent) {
     const support::temp_dir dir;
     const std::string file = dir.write("out.txt", "old");
     const std::string link = dir.file("link.txt");
@@ -473,7 +473,7 @@ TEST(ScanOptions, AppendAnywhereBehindTheProgramSparesTheContent) {
     EXPECT_EQ(support::read_file(link), "old");
 }
 
-TEST(ScanOptions, ResultsFileIsGoneEvenIfTheScanFailsLater) {
+TEST(ScanOptions, ResultsFileIsDeletedEvenIfTheScanFailsLater) {
     const support::temp_dir dir;
     const std::string file = dir.write("out.txt", "old");
     const scan run({"-out", file, "-cmd_start_time", "x"});
@@ -492,7 +492,7 @@ TEST(ScanOptions, SecondResultsOptionIsUsed) {
     EXPECT_FALSE(support::file_exists(second));
 }
 
-TEST(ScanOptions, ResultsFileThatCantBeOpenedEndsTheScan) {
+TEST(ScanOptions, ResultsFileThatCannotBeOpenedEndsTheScan) {
     const support::temp_dir dir;
     const std::string file = dir.file("missing/out.txt");
     const scan run({"-out", file, "-base10"});
@@ -501,7 +501,7 @@ TEST(ScanOptions, ResultsFileThatCantBeOpenedEndsTheScan) {
     EXPECT_EQ(run.params.hex_numbers, 1);
 }
 
-// --- the rest ---
+// --- other options ---
 
 TEST(ScanOptions, FlagsSetTheirFields) {
     EXPECT_EQ(scan({"-split_pathfile"}).params.split_pathfile, 1);
@@ -512,13 +512,13 @@ TEST(ScanOptions, FlagsSetTheirFields) {
     EXPECT_EQ(scan({"-signal", "HUP"}).params.signal_text, "HUP");
 }
 
-TEST(ScanOptions, ValueOptionsTakeOptionsAsValues) {
+TEST(ScanOptions, ValueOptionsAcceptOptionsAsValues) {
     const scan run({"-signal", "-hostname", "x", "-username"});
     EXPECT_EQ(run.params.signal_text, "-hostname");
     EXPECT_EQ(run.args, (words{"x", "-username"}));
 }
 
-TEST(ScanOptions, FiltersAddUpInOrder) {
+TEST(ScanOptions, FiltersAreAddedInOrder) {
     const scan run({"-filter", "a|b", "-filter_sig", "4d5a", "-Filter", "c", "-filter_path", "/X",
                     "-filter_sig", "ff|1"});
     EXPECT_TRUE(run.args.empty());
@@ -531,7 +531,7 @@ TEST(ScanOptions, FiltersAddUpInOrder) {
         EXPECT_EQ(item.root, L"/x");
 }
 
-TEST(ScanOptions, FormatsAreAcceptedByTheirLength) {
+TEST(ScanOptions, FormatsAreAcceptedIfTheirLengthIsValid) {
     const struct {
         const char* option;
         const char* format;
@@ -577,7 +577,7 @@ TEST(ScanOptions, AcceptedFormatsAreLoweredAndCompiled) {
     EXPECT_EQ(run.params.date_style.time_bits, 6 << 1);
 }
 
-TEST(ScanOptions, RefusedFormatsLeaveTheDefaults) {
+TEST(ScanOptions, RejectedFormatsKeepTheDefaults) {
     const scan run({"-dateformat", "m/d/yy", "-timeformat", "hh"});
     EXPECT_EQ(run.params.date_format, "yyyy-mm-dd");
     EXPECT_EQ(run.params.time_format, "hh:mm:ss.xxx");
@@ -585,7 +585,7 @@ TEST(ScanOptions, RefusedFormatsLeaveTheDefaults) {
               "invalid m/d/yy, using default format\ninvalid hh, using default format\n");
 }
 
-TEST(ScanOptions, DateWithoutSeparatorEndsTheScanInSilence) {
+TEST(ScanOptions, DateWithoutSeparatorEndsTheScanSilently) {
     for (const char* word : {"-cmd_start_time", "-cmd_stop_time"}) {
         const scan run({word, "20200101", "-base10"});
         EXPECT_FALSE(run.result);

@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST(DriverWords, AreThoseBesideTheCommonVocabulary) {
+TEST(DriverWords, AreThoseOutsideTheCommonVocabulary) {
     const std::map<std::string, option_form> expected = {
         {"-h", option_form::flag},
         {"-help", option_form::flag},
@@ -35,7 +35,7 @@ TEST(DriverWords, AreThoseBesideTheCommonVocabulary) {
     EXPECT_EQ(actual, expected);
 }
 
-TEST(AllWords, HoldBothTablesEachWordOnce) {
+TEST(AllWords, ContainEachOptionOfBothTablesOnce) {
     std::set<std::string> seen;
     for (const option_word& known : all_words())
         EXPECT_TRUE(seen.insert(known.text).second) << known.text;

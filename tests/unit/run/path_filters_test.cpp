@@ -22,7 +22,7 @@ bool passes(const std::string& list, const std::wstring& path) {
     return path_passes_filters(cmd_params(), path, parsed(list), file_time_bounds(), false);
 }
 
-TEST(ParseFilterList, CutsAtPipesOrCommas) {
+TEST(ParseFilterList, SplitsAtPipesOrCommas) {
     const struct {
         const char* name;
         const char* text;
@@ -51,7 +51,7 @@ TEST(ParseFilterList, CutsAtPipesOrCommas) {
     }
 }
 
-TEST(ParseFilterList, AppendsToWhatIsThere) {
+TEST(ParseFilterList, AppendsToTheExistingItems) {
     filter_list filters = parsed("a");
     EXPECT_TRUE(parse_filter_list(filters, "b|c"));
     ASSERT_EQ(filters.size(), 3u);
@@ -66,7 +66,7 @@ TEST(ParseFilterList, StarAloneReplacesTheWholeList) {
     EXPECT_EQ(filters[0].match_all, 1);
 }
 
-TEST(ParseFilterList, MarksWildcards) {
+TEST(ParseFilterList, RecordsWildcards) {
     const struct {
         const char* item;
         const wchar_t* pattern;
@@ -97,7 +97,7 @@ TEST(ParseFilterList, MarksWildcards) {
     }
 }
 
-TEST(ParseFilterList, TakesTheStreamPartAtTheFirstColon) {
+TEST(ParseFilterList, StreamPartStartsAtTheFirstColon) {
     const struct {
         const char* item;
         const wchar_t* pattern;
@@ -179,11 +179,11 @@ TEST(PathPassesFilters, NamesMatchByTheirPatterns) {
         {"a.txt", L"\\dir\\b.txt", false},
         {"a.txt", L"\\dir\\aa.txt", false},
         {"a.txt", L"\\a.txt\\b", false},
-        {"a.txt", L"\\\\a.txt", true},  // a file of the root
-        {"a.txt", L".\\a.txt", true},   // a file that is listed itself
+        {"a.txt", L"\\\\a.txt", true},  // a file in the root
+        {"a.txt", L".\\a.txt", true},   // a file that is itself the listed path
         {"a.txt", L"a.txt", true},
         {"*.txt", L"\\dir\\a.txt", true},
-        {"*.txt", L"\\dir\\a.txt.txt", false},  // the first occurrence isn't at the end
+        {"*.txt", L"\\dir\\a.txt.txt", false},  // the first occurrence is not at the end
         {"*.txt", L"\\dir\\a.txtx", false},
         {"*.txt", L"\\dir\\.txt", true},
         {"a*", L"\\dir\\abc", true},
@@ -199,7 +199,7 @@ TEST(PathPassesFilters, NamesMatchByTheirPatterns) {
         {"*", L"\\dir\\a", true},
         {"*:zone", L"\\dir\\a", true},
         {"b|*:zone", L"\\dir\\a", true},
-        {"a.txt:zone", L"\\dir\\a.txt", true},  // the stream part does not count
+        {"a.txt:zone", L"\\dir\\a.txt", true},  // the stream part is ignored
         {"\xC3\xA4.txt", L"\\dir\\\u00e4.txt", true},
         {"\xC3\x84.txt", L"\\dir\\\u00e4.txt", false},
         {"\xFF", L"\\dir\\a", false},  // not UTF-8: an empty pattern
@@ -222,14 +222,14 @@ TEST(PathPassesFilters, DirectoryPatternsMatchWholeComponents) {
         {"/windows", L"\\WINDOWS\\a.txt", true},
         {"/windows", L"\\windowsx\\a.txt", false},
         {"/windows", L"\\mywindows\\a.txt", false},
-        {"/win", L"\\windows\\win\\a.txt", false},  // the first occurrence decides
+        {"/win", L"\\windows\\win\\a.txt", false},  // only the first occurrence is used
         {"/windows/sub", L"\\windows\\sub\\a.txt", true},
         {"/windows", L"c:/windows/a.txt", true},
-        {"/windows", L"\\docs\\windows", false},  // a name is no directory
+        {"/windows", L"\\docs\\windows", false},  // a name is not a directory
         {"/abcd", L"\\abc\\def\\a.txt", false},
-        {"/windows", L"\\windows\\/windowsx\\a.txt", false},  // slashes go before backslashes
+        {"/windows", L"\\windows\\/windowsx\\a.txt", false},  // slashes are searched for first
         {"*/windows", L"\\windows\\a.txt", true},
-        {"\\windows", L"\\windows\\a.txt", false},  // only a slash makes a directory pattern
+        {"\\windows", L"\\windows\\a.txt", false},  // a directory pattern starts with a slash
         {"/windows|a.txt", L"\\docs\\a.txt", true},
         {"/docs|/windows", L"\\windows\\a.txt", true},
     };
@@ -239,7 +239,7 @@ TEST(PathPassesFilters, DirectoryPatternsMatchWholeComponents) {
     }
 }
 
-TEST(PathFilter, StartsWithNothing) {
+TEST(PathFilter, IsInitiallyEmpty) {
     const path_filter item;
     EXPECT_EQ(item.root_len, 0u);
     EXPECT_EQ(item.signature_offset, 0u);
@@ -258,11 +258,11 @@ TEST(PathPassesFilters, EmptyPathNeverPasses) {
     EXPECT_FALSE(passes("*", L""));
 }
 
-TEST(PathPassesFilters, EmptyListLetsEverythingPass) {
+TEST(PathPassesFilters, EmptyListPassesEverything) {
     EXPECT_TRUE(path_passes_filters(cmd_params(), L"\\a", {}, file_time_bounds(), false));
 }
 
-TEST(PathPassesFilters, OpenWindowStopsRowsOfKindZero) {
+TEST(PathPassesFilters, ActiveWindowRejectsRowsOfKindZero) {
     for (const bool start : {true, false}) {
         cmd_params params;
         (start ? params.time_from_on : params.time_to_on) = 1;
@@ -278,7 +278,7 @@ TEST(PathPassesFilters, OpenWindowStopsRowsOfKindZero) {
     }
 }
 
-TEST(PathPassesFilters, SignatureIsReadFromTheHostsFile) {
+TEST(PathPassesFilters, SignatureIsReadFromAFileOfTheHost) {
     const support::temp_dir dir;
     const std::string path = dir.write("a.bin", "xxMZyy");
     const std::wstring wide(path.begin(), path.end());
@@ -302,7 +302,7 @@ TEST(PathPassesFilters, SignatureIsReadFromTheHostsFile) {
     }
 }
 
-// The system refuses to open a program that runs for writing.
+// The system refuses to open the file of a running program for writing.
 TEST(PathPassesFilters, FileOfASignatureIsOpenedForReadingOnly) {
     filter_list filters;
     parse_filter_signature(filters, "7f454c46");  // the start of an ELF file
@@ -310,7 +310,7 @@ TEST(PathPassesFilters, FileOfASignatureIsOpenedForReadingOnly) {
         path_passes_filters(cmd_params(), L"/proc/self/exe", filters, file_time_bounds(), false));
 }
 
-TEST(PathPassesFilters, TextWithoutASignatureHitsNothing) {
+TEST(PathPassesFilters, TextWithoutASignatureMatchesNothing) {
     const support::temp_dir dir;
     const std::string path = dir.write("a.bin", "MZ");
     filter_list filters;
@@ -319,7 +319,7 @@ TEST(PathPassesFilters, TextWithoutASignatureHitsNothing) {
                                      file_time_bounds(), false));
 }
 
-TEST(PathPassesFilters, SignatureIsSoughtBesideTheOtherItems) {
+TEST(PathPassesFilters, SignatureIsCheckedInAdditionToOtherItems) {
     const support::temp_dir dir;
     const std::string path = dir.write("a.bin", "MZ");
     const std::wstring wide(path.begin(), path.end());

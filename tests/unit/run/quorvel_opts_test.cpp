@@ -30,7 +30,7 @@ TEST(QuorvelOpts, DefaultsAreATextReportOfOneLevel) {
     EXPECT_EQ(opts.csv_separator, " | ");
 }
 
-TEST(QuorvelOpts, EndThroughTheBaseClosesTheTrace) {
+TEST(QuorvelOpts, DestructionThroughTheBaseClosesTheTrace) {
     const support::temp_dir dir;
     const std::string path = dir.file("trace.txt");
     std::unique_ptr<cmd_params> params = std::make_unique<quorvel_opts>();

@@ -27,7 +27,7 @@ std::string utc(std::time_t at, const char* format) {
     return text.data();
 }
 
-// The heads that a call between the two times may give.
+// Returns the headers that a call between the two times may return.
 words possible_heads(const char* date_format, const std::string& command, std::time_t before,
                      std::time_t after) {
     utsname system{};
@@ -44,22 +44,22 @@ words possible_heads(const char* date_format, const std::string& command, std::t
 void expect_head(const words& args, const char* date_format, const std::string& command) {
     const std::time_t before = std::time(nullptr);
     const std::string head = report_head(args);
-    const std::time_t after = std::time(nullptr) + 1;  // its clock can lag behind the report's
+    const std::time_t after = std::time(nullptr) + 1;  // time() can lag behind the report's clock
     EXPECT_THAT(possible_heads(date_format, command, before, after), testing::Contains(head));
 }
 
 TEST(ReportHead, HasThreeLines) { expect_head({"./q", "-csv"}, "%m/%d/%Y", "./q -csv"); }
 
-TEST(ReportHead, QuotesWordsWithBlanks) {
+TEST(ReportHead, QuotesArgumentsWithBlanks) {
     expect_head({"q", "\\my docs"}, "%m/%d/%Y", "q '\\my docs'");
 }
 
-TEST(ReportHead, PipeMarksTheCommandLine) {
+TEST(ReportHead, PipeAddsAPrefixToTheCommandLine) {
     expect_head({"q", "-PIPE"}, "%m/%d/%Y", "<filelist> ... | q -PIPE");
-    expect_head({"-pipe", "x"}, "%m/%d/%Y", "-pipe x");  // not as the program's path
+    expect_head({"-pipe", "x"}, "%m/%d/%Y", "-pipe x");  // not if it is the program's path
 }
 
-TEST(ReportHead, DateIsWrittenAsTheCommandLineWantsIt) {
+TEST(ReportHead, DateHasTheFormatOfTheCommandLine) {
     const struct {
         const char* option;
         const char* strftime_format;
@@ -68,8 +68,8 @@ TEST(ReportHead, DateIsWrittenAsTheCommandLineWantsIt) {
         {"dd-mm-yyyy", "%d-%m-%Y"},
         {"mm/dd/yy", "%m/%d/%y"},
         {"yy/mm/dd", "%y/%m/%d"},
-        {"m/d/yy", "%m/%d/%y"},      // no option for the rows, and shown here all the same
-        {"MM-DD-YYYY", "%m/%d/%Y"},  // capitals are no fields
+        {"m/d/yy", "%m/%d/%y"},      // rejected as a format of the rows, but used here
+        {"MM-DD-YYYY", "%m/%d/%Y"},  // upper-case letters are not fields
         {"", ""},
     };
     for (const auto& c : cases) {
@@ -79,7 +79,7 @@ TEST(ReportHead, DateIsWrittenAsTheCommandLineWantsIt) {
     }
 }
 
-TEST(ReportHead, DateFormatWithoutValueIsNone) {
+TEST(ReportHead, DateFormatWithoutValueIsIgnored) {
     expect_head({"q", "-dateformat"}, "%m/%d/%Y", "q -dateformat");
 }
 

@@ -7,7 +7,7 @@
 
 #include "unit/run/usage_text.h"
 
-// Whole runs are tested end to end; here is what a caller of run() sees.
+// Whole runs are covered by the end-to-end tests. These tests cover only the result of run().
 
 namespace {
 
@@ -28,19 +28,19 @@ TEST(Run, NoArgumentsAtAllFail) {
     EXPECT_EQ(r.errors, "");
 }
 
-TEST(Run, ProgramAloneGetsTheHelp) {
+TEST(Run, ProgramWithoutArgumentsPrintsTheHelp) {
     const result r = run_with({"anything"});
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.errors, usage_text);
 }
 
-TEST(Run, NullArgumentIsAnEmptyWord) {
+TEST(Run, NullArgumentIsAnEmptyString) {
     const result r = run_with({nullptr});
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.errors, usage_text);
 }
 
-TEST(Run, HelpWordsWinAnywhere) {
+TEST(Run, HelpOptionsTakePrecedenceAnywhere) {
     for (const char* word : {"-h", "-help", "/?", "--help", "-HELP"}) {
         SCOPED_TRACE(word);
         const result r = run_with({"q", "-filter", word, "-image"});

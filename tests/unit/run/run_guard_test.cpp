@@ -20,7 +20,7 @@ const std::string clearing = "\x1b[2K\r    \r";
 int exits = 0;
 void count_exit() { ++exits; }
 
-// What a guard writes to standard error when it ends, armed by `arm`.
+// Returns what a guard armed by `arm` writes to standard error when it is destroyed.
 std::string output_of(const std::function<void(run_guard&)>& arm) {
     testing::internal::CaptureStderr();
     {
@@ -30,7 +30,7 @@ std::string output_of(const std::function<void(run_guard&)>& arm) {
     return testing::internal::GetCapturedStderr();
 }
 
-// True for "->", a decimal number and " secs", without a line end.
+// Returns true for "->", a decimal number and " secs", without a line end.
 bool is_elapsed_time(const std::string& text) {
     if (!text.starts_with("->") || !text.ends_with(" secs")) return false;
     const std::string number = text.substr(2, text.size() - 7);
@@ -39,7 +39,7 @@ bool is_elapsed_time(const std::string& text) {
     return !number.empty() && *end == '\0' && seconds >= 0 && seconds < 60;
 }
 
-TEST(RunGuard, DutiesAreNotDoneTwice) {
+TEST(RunGuard, CannotBeCopied) {
     EXPECT_FALSE(std::is_copy_constructible_v<run_guard>);
     EXPECT_FALSE(std::is_copy_assignable_v<run_guard>);
 }
@@ -60,13 +60,13 @@ TEST(RunGuard, ClearsTheTerminalLineAtTheEnd) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), clearing);
 }
 
-TEST(RunGuard, QuietDropsTheClearing) {
+TEST(RunGuard, QuietDoesNotClearTheLine) {
     cmd_params params;
     params.progress_line = 0;
     EXPECT_EQ(output_of([&](run_guard& guard) { guard.arm(params, count_exit); }), "");
 }
 
-TEST(RunGuard, TellsTheElapsedTimeBehindTheClearing) {
+TEST(RunGuard, PrintsTheElapsedTimeAfterClearingTheLine) {
     cmd_params params;
     params.profile = 1;
     const std::string output = output_of([&](run_guard& guard) { guard.arm(params, count_exit); });
@@ -74,7 +74,7 @@ TEST(RunGuard, TellsTheElapsedTimeBehindTheClearing) {
     EXPECT_TRUE(is_elapsed_time(output.substr(clearing.size()))) << output;
 }
 
-TEST(RunGuard, MeasuresFromTheMomentItIsArmed) {
+TEST(RunGuard, MeasuresFromTheCallOfArm) {
     using clock = std::chrono::steady_clock;
     constexpr std::chrono::milliseconds pause(200);
     cmd_params params;
@@ -82,7 +82,7 @@ TEST(RunGuard, MeasuresFromTheMomentItIsArmed) {
     params.progress_line = 0;
     clock::time_point armed;
     const std::string output = output_of([&](run_guard& guard) {
-        std::this_thread::sleep_for(pause);  // ahead of the measure
+        std::this_thread::sleep_for(pause);  // before the measurement starts
         armed = clock::now();
         guard.arm(params, count_exit);
         std::this_thread::sleep_for(pause);
@@ -90,7 +90,7 @@ TEST(RunGuard, MeasuresFromTheMomentItIsArmed) {
     const std::chrono::duration<double> at_most = clock::now() - armed;
     ASSERT_TRUE(is_elapsed_time(output)) << output;
     const double seconds = std::strtod(output.c_str() + 2, nullptr);
-    const double rounding = 0.001;  // of a text of six digits
+    const double rounding = 0.001;  // of a text with six digits
     EXPECT_GE(seconds, std::chrono::duration<double>(pause).count() - rounding);
     EXPECT_LE(seconds, at_most.count() + rounding);
 }
@@ -99,7 +99,7 @@ TEST(RunGuard, AppendsTheElapsedTimeToTheTrace) {
     const support::temp_dir dir;
     const std::string file = dir.file("trace");
     const std::string output = output_of([&](run_guard& guard) {
-        cmd_params params;  // ends, and closes its trace, before the guard
+        cmd_params params;  // destroyed, which closes its trace, before the guard
         params.diags_stream = std::make_unique<std::ofstream>(file);
         params.diags_on = 1;
         params.diags_file = file;
@@ -114,7 +114,7 @@ TEST(RunGuard, AppendsTheElapsedTimeToTheTrace) {
     EXPECT_EQ(trace.substr(8), output);
 }
 
-TEST(RunGuard, TraceIsLeftAloneWithoutProfile) {
+TEST(RunGuard, TraceIsUnchangedWithoutProfile) {
     const support::temp_dir dir;
     const std::string file = dir.write("trace", "->first\n");
     cmd_params params;

@@ -11,7 +11,7 @@
 
 namespace {
 
-// Settings for the paths of a saved volume with the file "\a.txt".
+// Settings for runs on a saved volume that contains the file "\a.txt".
 class RunPath : public testing::Test {
 protected:
     RunPath() {
@@ -37,14 +37,14 @@ TEST_F(RunPath, ListsThePathInTheImage) {
     EXPECT_EQ(m_opts.dir_entry_num, 5u);
 }
 
-TEST_F(RunPath, PathThatIsNotThereIsSilent) {
+TEST_F(RunPath, MissingPathIsSilent) {
     m_opts.image_path = m_image;
     m_opts.directory = L"\\nothing";
     EXPECT_FALSE(run_path(m_opts));
     EXPECT_EQ(m_out.str(), "");
 }
 
-TEST_F(RunPath, SourceThatIsNotThereIsSilent) {
+TEST_F(RunPath, MissingSourceIsSilent) {
     m_opts.image_path = m_image + L".missing";
     m_opts.directory = L"\\";
     testing::internal::CaptureStderr();
@@ -53,22 +53,22 @@ TEST_F(RunPath, SourceThatIsNotThereIsSilent) {
     EXPECT_EQ(m_out.str(), "");
 }
 
-TEST_F(RunPath, ChainGoesBeforeTheImage) {
+TEST_F(RunPath, ChainTakesPrecedenceOverTheImage) {
     m_opts.image_path = m_image;
-    m_opts.vmdk_files = {m_image};  // no chain at all
+    m_opts.vmdk_files = {m_image};  // not a chain
     m_opts.directory = L"\\";
     EXPECT_FALSE(run_path(m_opts));
 }
 
-TEST_F(RunPath, DriveGoesBeforeTheImage) {
+TEST_F(RunPath, DriveTakesPrecedenceOverTheImage) {
     m_opts.image_path = m_image;
     m_opts.drive_number = 20;  // never opened
     m_opts.directory = L"\\";
     EXPECT_FALSE(run_path(m_opts));
 }
 
-TEST_F(RunPath, DirectoryIsTheSourceWhenNothingElseIs) {
-    m_opts.directory = m_image;  // opened as a volume, and looked up in it in vain
+TEST_F(RunPath, DirectoryIsTheSourceIfThereIsNoOther) {
+    m_opts.directory = m_image;  // opened as a volume, but not found in it
     EXPECT_FALSE(run_path(m_opts));
     EXPECT_EQ(m_out.str(), "");
 }

@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST(Usage, GoesToStandardErrorWhole) {
+TEST(Usage, IsPrintedOnStandardError) {
     testing::internal::CaptureStderr();
     usage();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), usage_text);

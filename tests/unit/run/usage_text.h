@@ -1,4 +1,4 @@
-// The help as the user reads it.
+// The expected help text.
 #pragma once
 
 #include <string>
