@@ -1,4 +1,4 @@
-// The header lines of every report.
+// The report head: the lines before the listing of every report.
 #pragma once
 
 #include <sys/utsname.h>
@@ -13,7 +13,7 @@ std::string identification_line();
 // "64" if the machine's name contains it, else "32".
 std::string system_text(const utsname& system);
 
-// Returns the three header lines, each with its line end: the program; time, host and system of the
-// run; the command line. `args` is the whole command line. A "-dateformat" in it sets the format of
-// the date, and a "-pipe" adds a prefix to the command line.
+// Returns the three lines of the head, each with its line end: the program; time, host and system
+// of the run; the command line. `args` is the whole command line. A "-dateformat" in it sets the
+// format of the date, and a "-pipe" adds a prefix to the command line.
 std::string report_head(const std::vector<std::string>& args);

@@ -27,7 +27,7 @@ std::string utc(std::time_t at, const char* format) {
     return text.data();
 }
 
-// Returns the headers that a call between the two times may return.
+// Returns the heads that a call between the two times may return.
 words possible_heads(const char* date_format, const std::string& command, std::time_t before,
                      std::time_t after) {
     utsname system{};
