@@ -233,12 +233,12 @@ TEST(Utf16ToUtf8, CountsTheTerminatorIfThereIsSpace) {
         bool count_terminator;
         std::uint32_t bytes;
     } cases[] = {
-        {"room behind the text", 8, true, 6},
+        {"space after the text", 8, true, 6},
         {"exactly the terminator", 6, true, 6},
-        {"no room", 4, true, 4},
+        {"no space", 4, true, 4},
         {"unknown length", -1, true, 6},
-        {"not asked for", 8, false, 4},
-        {"not asked for, unknown length", -1, false, 4},
+        {"not requested", 8, false, 4},
+        {"not requested, unknown length", -1, false, 4},
         {"no length", 0, true, 0},
     };
     for (const auto& c : cases) {
@@ -466,17 +466,17 @@ TEST(TrimWide, MakesOnePassPerCharacter) {
     } cases[] = {
         {"nothing to strip", L"a b", L"a b", true},
         {"blanks, then tabs", L" \t a \t ", L" a ", true},
-        {"a blank behind a tab at the front stays", L"\t a", L" a", true},
-        {"a blank in front of a closing tab stays", L"a \t", L"a ", true},
-        {"CR in front of LF stays", L"a\r\n", L"a\r", true},
-        {"LF in front of CR goes", L"a\n\r", L"a", true},
-        {"all of one kind go", L"a\n\n\r\r", L"a", true},
-        {"line ends at the front stay", L"\r\na", L"\r\na", true},
-        {"line ends alone", L"\n\r", L"", true},
-        {"a line end keeps the tab", L"a\t\n", L"a\t", true},
-        {"dots stay", L"a..", L"a..", true},
-        {"blanks alone", L"   ", L"", false},
-        {"tabs alone", L"\t\t", L"", false},
+        {"a blank after a leading tab is kept", L"\t a", L" a", true},
+        {"a blank before a trailing tab is kept", L"a \t", L"a ", true},
+        {"CR before LF is kept", L"a\r\n", L"a\r", true},
+        {"LF before CR is removed", L"a\n\r", L"a", true},
+        {"all of one kind are removed", L"a\n\n\r\r", L"a", true},
+        {"leading line ends are kept", L"\r\na", L"\r\na", true},
+        {"only line ends", L"\n\r", L"", true},
+        {"a tab before a line end is kept", L"a\t\n", L"a\t", true},
+        {"dots are kept", L"a..", L"a..", true},
+        {"only blanks", L"   ", L"", false},
+        {"only tabs", L"\t\t", L"", false},
         {"tabs in blanks", L" \t ", L"", false},
         {"empty", L"", L"", false},
     };

@@ -93,7 +93,7 @@ TEST(Time, InvalidTimestampsKeepTheirValueAndRenderEmpty) {
         {"one tick", 1},
         {"top bit", std::uint64_t{1} << 63},
         {"all ones", 0xFFFFFFFFFFFFFFFF},
-        {"top bit in front of a sound stamp", sample | std::uint64_t{1} << 63},
+        {"top bit before a valid timestamp", sample | std::uint64_t{1} << 63},
         {"1969", filetime(1969, 12, 31, 23, 59, 59, 9999999)},
         {"1601", filetime(1601, 6, 1)},
         {"first second of 1970", ticks_to_1970},

@@ -473,7 +473,7 @@ TEST(ParseSdsEntry, RejectsAnEntryLargerThanTheStream) {
     EXPECT_FALSE(parse_sds_entry(item, {}, 1000));
 }
 
-TEST(ParseSdsEntry, RoomOfTheStreamLimitsTheSids) {
+TEST(ParseSdsEntry, RestOfTheStreamLimitsTheSids) {
     bytes entry = sds_entry(owned("S-1-5-21-1", "S-1-5-21-2"));
     entry[16] = 0;  // an entry that states a size of 0
     const struct {

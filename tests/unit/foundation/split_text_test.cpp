@@ -27,7 +27,7 @@ TEST(SplitList, SplitsTrimsAndDropsEmptyPieces) {
         {"blank piece dropped when trimmed", "a| |b", true, false, {"a", "b"}, true},
         {"blank piece kept untrimmed", "a| |b", false, false, {"a", " ", "b"}, true},
         {"empty kept", "|a||b|", true, true, {"", "a", "", "b", ""}, true},
-        {"delimiter alone is cut", "|", true, false, {}, true},
+        {"only a delimiter", "|", true, false, {}, true},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

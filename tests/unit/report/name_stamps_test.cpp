@@ -45,8 +45,8 @@ TEST(NameStamps, DiscrepancyNeedsBothTimesMoreThanADayBeforeTheName) {
         {"both a day and a tick", base, base, base + day + 1, base + day + 1, true},
         {"created exactly a day", base, base, base + day, base + day + 1, false},
         {"mft changed exactly a day", base, base, base + day + 1, base + day, false},
-        {"created alone", base, base, base + 2 * day, base, false},
-        {"mft changed alone", base, base, base, base + 2 * day, false},
+        {"only created", base, base, base + 2 * day, base, false},
+        {"only mft changed", base, base, base, base + 2 * day, false},
         {"after the name", base + 2 * day, base + 2 * day, base, base, false},
         {"no created", 0, base, base + 2 * day, base + 2 * day, false},
         {"no mft changed", base, 0, base + 2 * day, base + 2 * day, false},
@@ -54,8 +54,8 @@ TEST(NameStamps, DiscrepancyNeedsBothTimesMoreThanADayBeforeTheName) {
         {"no name mft changed", base, base, base + 2 * day, 0, false},
         // The day is added in 64-bit arithmetic: a timestamp near the maximum wraps to a small one.
         {"sums wrap", ~0ull, ~0ull, base, base, true},
-        {"sum wraps to the stamp", ~0ull, ~0ull, day - 1, day, false},
-        {"sum wraps below the stamp", ~0ull, ~0ull, day, day, true},
+        {"sum wraps to the timestamp", ~0ull, ~0ull, day - 1, day, false},
+        {"sum wraps below the timestamp", ~0ull, ~0ull, day, day, true},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

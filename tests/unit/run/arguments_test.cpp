@@ -145,9 +145,9 @@ TEST(JoinArgs, QuotesOnlyArgumentsWithABlank) {
         {"one", {"q"}, "q"},
         {"plain", {"q", "-csv", "\\docs"}, "q -csv \\docs"},
         {"blank", {"q", "a b", " "}, "q 'a b' ' '"},
-        {"tab is no blank", {"q", "a\tb"}, "q a\tb"},
-        {"empty words leave two blanks", {"q", "", "x"}, "q  x"},
-        {"quotes inside stay", {"it's me"}, "'it's me'"},
+        {"a tab is not a blank", {"q", "a\tb"}, "q a\tb"},
+        {"an empty argument leaves two blanks", {"q", "", "x"}, "q  x"},
+        {"inner quotes are kept", {"it's me"}, "'it's me'"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

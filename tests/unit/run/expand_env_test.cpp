@@ -33,10 +33,10 @@ TEST_F(ExpandEnv, ReplacesSetVariablesAndKeepsTheRest) {
         {"whole text", "%QL_A%", "alpha"},
         {"in the middle", "\\x%QL_A%\\y", "\\xalpha\\y"},
         {"twice", "%QL_A%%QL_A%", "alphaalpha"},
-        {"the name's case counts", "%ql_a%", "%ql_a%"},
+        {"names are case-sensitive", "%ql_a%", "%ql_a%"},
         {"not set", "%QL_NOT_SET%", "%QL_NOT_SET%"},
-        {"behind one that is not set", "%QL_NOT_SET%%QL_A%", "%QL_NOT_SET%alpha"},
-        {"one sign alone", "100%", "100%"},
+        {"after one that is not set", "%QL_NOT_SET%%QL_A%", "%QL_NOT_SET%alpha"},
+        {"a single sign", "100%", "100%"},
         {"two signs and a name", "%%QL_A%", "%%QL_A%"},
         {"two signs around", "%%QL_A%%", "%%QL_A%%"},
     };

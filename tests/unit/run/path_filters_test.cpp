@@ -33,12 +33,12 @@ TEST(ParseFilterList, SplitsAtPipesOrCommas) {
         {"pipes", "*.exe|*.dll", {L"*.exe", L"*.dll"}},
         {"commas", "*.exe,*.dll", {L"*.exe", L"*.dll"}},
         {"pieces are trimmed", " a | b ", {L"a", L"b"}},
-        {"empty pieces go", ",a,,b,", {L"a", L"b"}},
-        {"a comma wins, the pipe stays", "a|b,c", {L"a|b", L"c"}},
+        {"empty pieces are dropped", ",a,,b,", {L"a", L"b"}},
+        {"a comma takes precedence, the pipe is kept", "a|b,c", {L"a|b", L"c"}},
         {"a single item is not trimmed", " a ", {L" a "}},
         {"an empty text is one item", "", {L""}},
-        {"nothing but separators", "||", {}},
-        {"non-ASCII is decoded and not folded", "\xC3\x84.TXT", {L"\u00c4.txt"}},
+        {"only separators", "||", {}},
+        {"non-ASCII is decoded but not folded", "\xC3\x84.TXT", {L"\u00c4.txt"}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -130,9 +130,9 @@ TEST(ParseFilterSignature, ReadsBytesAndOffset) {
         std::vector<std::uint8_t> signature;
         std::uint64_t offset;
     } cases[] = {
-        {"digits alone", "4D5a", {0x4d, 0x5a}, 0},
-        {"offset behind a pipe", "4d5a|0x200", {0x4d, 0x5a}, 0x200},
-        {"offset behind a comma", "ff, 10", {0xff}, 10},
+        {"only digits", "4D5a", {0x4d, 0x5a}, 0},
+        {"offset after a pipe", "4d5a|0x200", {0x4d, 0x5a}, 0x200},
+        {"offset after a comma", "ff, 10", {0xff}, 10},
         {"odd digit at the end", "4d5", {0x4d}, 0},
         {"no digits", "zz", {}, 0},
         {"half a pair", "4d5z6e", {0x4d}, 0},
@@ -287,8 +287,8 @@ TEST(PathPassesFilters, SignatureIsReadFromAFileOfTheHost) {
         const char* text;
         bool pass;
     } cases[] = {
-        {"found", "4d5a|2", true},        {"other place", "4d5a|1", false},
-        {"other bytes", "4d5b|2", false}, {"behind the end", "7979|5", false},
+        {"found", "4d5a|2", true},        {"other offset", "4d5a|1", false},
+        {"other bytes", "4d5b|2", false}, {"past the end", "7979|5", false},
         {"last bytes", "7979|4", true},
     };
     for (const auto& c : cases) {
