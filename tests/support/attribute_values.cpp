@@ -1,4 +1,4 @@
-// The values of attributes that record_builder.h offers by name.
+// Values of the attributes that record_builder.h supports by name.
 #include "support/byte_writer.h"
 #include "support/record_builder.h"
 
@@ -54,7 +54,8 @@ bytes attribute_list_value(const std::vector<list_entry>& entries) {
         append(value, entry.record, 8);
         append(value, entry.id, 2);
         append(value, as_bytes(entry.name));
-        // An entry of a stored length below its header still takes the room of a sound one.
+        // An entry whose stored length is below its header size still occupies the space of a valid
+        // one.
         const std::uint64_t room = entry.length.value_or(0) < 26 ? sound : *entry.length;
         value.resize(start + room);
     }

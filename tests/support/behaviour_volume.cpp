@@ -38,7 +38,7 @@ void add_sizes(ntfs_image& volume) {
     const bytes content = pattern(4097);
     add_file(volume, sizes, u"4097 bytes.bin", sizes + 2)
         .data_runs(volume.store(content), {.real = content.size()});
-    // One cluster of content in a MiB.
+    // One cluster of content and a hole, one MiB in total.
     const cluster_runs sparse = {{volume.store(pattern(4096))[0].lcn, 1}, {hole, 255}};
     volume
         .file(sizes, u"sparse.bin", sizes + 3, name_options(),
@@ -64,7 +64,8 @@ void add_deleted(ntfs_image& volume) {
     add_directory(volume, root, u"deleted", deleted);
     add_directory(volume, root, u"elsewhere", elsewhere);
     volume.entry(elsewhere).stream(u"note", "a stream of a directory");
-    // Freeing a record raises its sequence number; these names stayed in the index or in its slack.
+    // Freeing a record increments its sequence number; these names are still in the index or its
+    // slack.
     const auto add_freed = [&volume](std::u16string_view name, std::uint64_t entry) {
         volume.entry(entry)
             .flags(0)
@@ -106,7 +107,7 @@ void add_ampersand(ntfs_image& volume) {
     add_directory(volume, ampersand, u"lab", ampersand + 3);
 }
 
-// A directory that points elsewhere; lookup goes by the print name.
+// Adds a directory that is a link. Lookup uses the print name.
 void add_link(ntfs_image& volume, std::u16string_view name, std::uint64_t entry, std::uint32_t tag,
               std::u16string_view substitute, const reparse_options& options) {
     file_name_options in_name = name_options();

@@ -1,4 +1,4 @@
-// First sectors of file systems, declared in partition_image.h.
+// First sectors of file systems, as declared in partition_image.h.
 #include "support/partition_image.h"
 
 namespace support {
@@ -12,7 +12,7 @@ void put_jump_and_signature(byte_image& sector, std::uint64_t size) {
     }
 }
 
-// What all kinds of FAT and NTFS share: the parameter block from 11 on.
+// Returns the parameter block from offset 11, which all kinds of FAT and NTFS share.
 byte_image parameter_block(const other_boot_options& options) {
     byte_image sector(512);
     sector.put_text(3, options.oem_name.substr(0, 8));

@@ -13,7 +13,7 @@ namespace support {
 
 namespace {
 
-constexpr std::size_t hole_size = 4096;  // what a file system can leave out
+constexpr std::size_t hole_size = 4096;  // block size of holes in files
 
 [[noreturn]] void fail(const std::string& what, const std::string& path) {
     throw std::runtime_error(what + " " + path + ": " + std::strerror(errno));

@@ -1,7 +1,7 @@
-// A byte-addressed image that a test fills piece by piece: a disk, a volume, a record, a file.
+// A byte-addressed image that a test fills in pieces: a disk, a volume, a record, a file.
 //
-// Only the 64 KiB pages that were written to are kept, so an image of terabytes with a few
-// written places costs little. Everything else reads as zeros. Numbers go lowest byte first.
+// Only the 64 KiB pages that have been written are stored, so an image of terabytes with little
+// content is small. All other bytes read as zeros. Numbers are little-endian.
 #pragma once
 
 #include <cstddef>
@@ -22,37 +22,38 @@ public:
     explicit byte_image(std::uint64_t size) : m_size(size) {}
     explicit byte_image(std::span<const std::uint8_t> content) { put_bytes(0, content); }
 
-    // Each put overwrites at byte `at` and grows the image when it reaches behind the end.
+    // Each put overwrites bytes from `at` on, and extends the image if it ends before the last of
+    // them.
 
-    // The low `width` bytes (0 to 8) of `value`, lowest byte first.
+    // Writes the low `width` bytes (0 to 8) of `value`, little-endian.
     byte_image& put(std::uint64_t at, std::uint64_t value, std::size_t width);
-    // The same, highest byte first (HFS+ keeps its numbers so).
+    // Like put, but big-endian, as in HFS+.
     byte_image& put_big_endian(std::uint64_t at, std::uint64_t value, std::size_t width);
     byte_image& put_bytes(std::uint64_t at, std::span<const std::uint8_t> content);
-    // The characters of `text`, without a terminator.
+    // Writes the characters of `text`, without a terminator.
     byte_image& put_text(std::uint64_t at, std::string_view text);
-    // The units of `text`, two bytes each, without a terminator.
+    // Writes the units of `text`, two bytes each, without a terminator.
     byte_image& put_utf16(std::uint64_t at, std::u16string_view text);
-    // `count` bytes of `value`.
+    // Writes `count` bytes of `value`.
     byte_image& fill(std::uint64_t at, std::uint64_t count, std::uint8_t value);
-    // All of `other` at byte `at`; its unwritten pages become zeros.
+    // Writes all of `other`, including zeros for its unwritten pages.
     byte_image& put_image(std::uint64_t at, const byte_image& other);
 
-    // Bytes behind the end read as zeros.
+    // Bytes past the end read as zeros.
     std::uint64_t get(std::uint64_t at, std::size_t width) const;
     support::bytes get_bytes(std::uint64_t at, std::size_t count) const;
 
-    // Cuts the image off, or grows it with zeros.
+    // Truncates the image or extends it with zeros.
     byte_image& resize(std::uint64_t size);
     std::uint64_t size() const { return m_size; }
 
-    // The whole content, copied. For images that fit in memory.
+    // Returns a copy of the whole content. For images that fit in memory.
     support::bytes bytes() const;
 
-    // Writes the image to `path`, replacing what is there; zero blocks become holes of the file.
-    // Returns `path`. Throws std::runtime_error when the file can't be written.
+    // Writes the image to `path`, replacing an existing file; blocks of zeros become holes. Returns
+    // `path`. Throws std::runtime_error if the file cannot be written.
     std::string save(const std::string& path) const;
-    // Reads the whole file. Throws std::runtime_error when it can't be read.
+    // Reads the whole file. Throws std::runtime_error if it cannot be read.
     static byte_image load(const std::string& path);
 
 private:
@@ -66,11 +67,11 @@ private:
     std::uint64_t m_size = 0;
 };
 
-// The bytes of `text`, for places that take content.
+// Returns the bytes of `text`.
 bytes as_bytes(std::string_view text);
-// The units of `text` as bytes, lowest byte first.
+// Returns the units of `text` as little-endian bytes.
 bytes as_bytes(std::u16string_view text);
-// `count` bytes that differ from place to place and depend on `seed` alone.
+// Returns `count` varying bytes, which depend only on `seed`.
 bytes pattern(std::size_t count, std::uint32_t seed = 1);
 
 }  // namespace support

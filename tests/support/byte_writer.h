@@ -1,4 +1,4 @@
-// Appends numbers to a growing byte vector, lowest byte first: the builders' common tool.
+// Appends little-endian numbers to a byte vector. Shared by the builders.
 #pragma once
 
 #include <cstddef>
@@ -24,10 +24,10 @@ inline void append(bytes& out, std::span<const std::uint8_t> more) {
     out.insert(out.end(), more.begin(), more.end());
 }
 
-// Zeros up to a multiple of `to`.
+// Appends zeros up to a multiple of `to`.
 inline void pad(bytes& out, std::size_t to) { out.resize(round_up(out.size(), to)); }
 
-// Overwrites bytes that are there; throws std::out_of_range where there are none.
+// Overwrites existing bytes. Throws std::out_of_range if they are not all inside `in`.
 inline void put_le(std::span<std::uint8_t> in, std::size_t at, std::uint64_t value,
                    std::size_t width) {
     if (at > in.size() || width > in.size() - at) {

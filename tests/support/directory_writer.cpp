@@ -10,10 +10,10 @@ namespace support {
 namespace {
 
 constexpr std::u16string_view index_name = u"$I30";
-// An $INDEX_ROOT with its attribute header, name and two value headers.
+// Size of an $INDEX_ROOT's attribute header, name and two value headers.
 constexpr std::size_t root_overhead = 24 + 8 + 32;
 
-// The name in a file name key, folded as far as ASCII goes.
+// Returns the name in a file name key with ASCII letters folded.
 std::u16string folded_name(const bytes& key) {
     std::u16string name;
     for (std::size_t at = 66; at + 1 < key.size(); at += 2) {
@@ -70,7 +70,7 @@ std::size_t directory_writer::root_room(std::size_t blocks) const {
         const std::size_t runs = m_index.m_fragmented ? 5 * blocks : 16;
         taken += 64 + 8 + runs + 32 + round_up(blocks, 64) / 8;
     }
-    if (!extension && m_index.m_blocks_extension) {  // the list stands in the base
+    if (!extension && m_index.m_blocks_extension) {  // the list is in the base record
         taken += 24 + 40 * (record->second.list_entries().size() + 4);
     }
     const std::size_t room = record->second.room();

@@ -1,4 +1,4 @@
-// Lays a directory_index out when a volume is built: internal to the builders.
+// Lays out a directory_index when a volume is built. Internal to the builders.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ public:
     // `volume` is the working copy that is being built.
     directory_writer(ntfs_image& volume, std::uint64_t number);
     // Adds the index attributes to the directory's record or to its extension records, and writes
-    // the blocks to clusters that it takes.
+    // the blocks to newly allocated clusters.
     void write();
 
 private:

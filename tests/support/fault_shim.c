@@ -1,14 +1,14 @@
-// Stands between a program and the system's calls on files. Loaded ahead of the C library with
-// LD_PRELOAD; does nothing until its variables ask for it. See system_faults.h, which sets them.
+// Intercepts the file system calls of a program. It is loaded before the C library with LD_PRELOAD,
+// and does nothing unless its variables are set. See system_faults.h, which sets them.
 //
-//   QUORVEL_FAULT_LOG    file to which calls that open, make, change or remove files are noted
-//   QUORVEL_FAULT_<n>    n from 0 on: one fault, "call path first last offset end effect"
+//   QUORVEL_FAULT_LOG    log file for calls that open, create, change or delete files
+//   QUORVEL_FAULT_<n>    n from 0: one fault, "call path first last offset end effect"
 //
-// A fault hits the calls `first` to `last` (counted from 1) of that kind, on a file whose name ends
-// with `path` ("*" for any file, "1" and "2" for standard output and standard error); reads at
-// positions in [offset, end) alone. `effect` is an errno, or "half", "less" (by a byte) or
-// "nothing" for a call that moves only so much, or "unseekable" for an open that gives a file
-// without an end to seek to.
+// A fault affects the calls `first` to `last` (counted from 1) of that kind, on a file whose name
+// ends with `path` ("*" for any file, "1" and "2" for standard output and standard error). Reads
+// are affected only at positions in [offset, end). `effect` is an errno, or "half", "less" (by a
+// byte) or "nothing" for a call that transfers only that much, or "unseekable" for an open that
+// returns a file whose end cannot be sought.
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -41,7 +41,7 @@ static void* next_function(const char* name) {
     return found;
 }
 
-// The calls of the shim itself go to the kernel directly.
+// The shim itself makes its system calls directly.
 static void note(const char* format, ...) {
     if (log_file < 0) return;
     char line[path_size + 64];
@@ -83,7 +83,7 @@ static int ends_with(const char* text, const char* end) {
     return size >= end_size && strcmp(text + size - end_size, end) == 0;
 }
 
-// The name of an open file, as the kernel knows it; "1" and "2" for the standard outputs.
+// Returns the name of an open file according to the kernel, or "1" or "2" for the standard outputs.
 static const char* name_of(int fd, char* buffer) {
     if (fd == 1 || fd == 2) return fd == 1 ? "1" : "2";
     char link[32];
@@ -93,7 +93,7 @@ static const char* name_of(int fd, char* buffer) {
     return buffer;
 }
 
-// The effect on this call, or null.
+// Returns the effect on this call, or null.
 static const char* effect_on(const char* call, const char* path, long long offset) {
     start();
     for (int i = 0; i < fault_count; ++i) {
@@ -107,7 +107,7 @@ static const char* effect_on(const char* call, const char* path, long long offse
     return NULL;
 }
 
-// True when the effect is an errno, which is set.
+// Returns true, with errno set, if the effect is an errno.
 static int is_error(const char* effect) {
     static const struct {
         const char* name;
@@ -227,8 +227,8 @@ OPENAT(openat64)
 CREAT(creat)
 CREAT(creat64)
 
-// The stream functions of the C library, and with them the file streams of C++, open files behind
-// open()'s back.
+// The stream functions of the C library, which file streams of C++ use, open files without calling
+// open().
 #define FOPEN(name)                                                                                \
     FILE* name(const char* path, const char* mode) {                                               \
         static FILE* (*next)(const char*, const char*);                                            \

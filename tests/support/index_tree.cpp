@@ -15,7 +15,7 @@ std::size_t size_of(const index_entry& entry) {
     return round_up(16 + entry.key.size(), 8) + (entry.sub_node ? sub_node_size : 0);
 }
 
-// Bytes of a block for entries ahead of the end entry.
+// Returns the bytes of a block available for entries before the end entry.
 std::size_t capacity(std::size_t block, bool is_leaf, const index_tree_options& options) {
     const std::size_t words =
         1 + std::max<std::size_t>(1, options.block_size / options.fixup_stride);
@@ -53,8 +53,8 @@ index_tree::index_tree(std::vector<index_entry> entries, const index_tree_option
     root = std::move(top);
 }
 
-// Fills blocks with a level's entries; the entry that finds no room any more goes up, as what
-// separates its block from the next. Gives the level above.
+// Fills blocks with the entries of a level. The first entry that does not fit moves up as the
+// separator between its block and the next. Returns the level above.
 index_node index_tree::split_level(const index_node& level, const index_tree_options& options) {
     const bool is_leaf = !level.end_sub_node;
     index_node above, current;
@@ -77,7 +77,7 @@ index_node index_tree::split_level(const index_node& level, const index_tree_opt
             left -= size;
         } else if (i + 1 < level.entries.size() || current.entries.size() < 2) {
             close_block(entry);
-        } else {  // the last entry would leave an empty block behind itself
+        } else {  // otherwise the last entry would be followed by an empty block
             index_entry separator = current.entries.back();
             current.entries.pop_back();
             close_block(std::move(separator));

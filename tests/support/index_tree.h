@@ -1,4 +1,4 @@
-// The balanced tree of a directory index: internal to the builders.
+// The balanced tree of a directory index. Internal to the builders.
 #pragma once
 
 #include <cstdint>
@@ -15,31 +15,31 @@ struct index_node {
     std::vector<index_entry> entries = {};
     std::optional<std::uint64_t> end_sub_node = {};
 
-    // The entries with the end entry.
+    // Returns the entries followed by the end entry.
     bytes build() const;
 };
 
 struct index_tree_options {
-    // Bytes that the root has for its entries (the end entry included) when there are that many
-    // blocks.
+    // Returns the bytes available in the root for its entries, including the end entry, if there
+    // are `blocks` blocks.
     std::function<std::size_t(std::size_t blocks)> root_room;
-    // Bytes of a block that are kept free behind its entries.
+    // Returns the bytes of a block to keep free after its entries.
     std::function<std::size_t(std::size_t block)> slack = [](std::size_t) {
         return std::size_t{0};
     };
     std::size_t block_size = 4096;
     std::size_t fixup_stride = 512;
     std::uint64_t vcn_step = 1;         // from one block to the next
-    std::size_t entries_per_block = 0;  // at most, in a leaf; 0: what fits
-    bool in_blocks = false;             // even if all would fit into the root
+    std::size_t entries_per_block = 0;  // maximum, in a leaf; 0: as many as fit
+    bool in_blocks = false;             // even if all entries fit into the root
 };
 
 struct index_tree {
     index_node root;
-    std::vector<index_node> blocks;  // in the order of the file: leaves first
+    std::vector<index_node> blocks;  // in file order: leaves first
 
-    // Lays out `entries`, which are in their final order. Throws std::length_error when the root
-    // has no room for an end entry.
+    // Lays out `entries`, which are in their final order. Throws std::length_error if the root has
+    // no space for an end entry.
     index_tree(std::vector<index_entry> entries, const index_tree_options& options);
 
 private:

@@ -15,7 +15,7 @@ standard_information_options information(std::uint64_t created, std::uint64_t ch
     return {.times = {created, changed, changed, changed}};
 }
 
-// The grains of `later` that differ from those of `earlier`.
+// Returns the grains of `later` that differ from those of `earlier`.
 vmdk_image changes(const byte_image& earlier, const byte_image& later) {
     vmdk_image delta({.capacity = vmdk_image().content(earlier).capacity()});
     for (std::uint64_t at = 0; at < later.size(); at += grain_size) {

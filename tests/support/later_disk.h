@@ -1,4 +1,4 @@
-// The sample disk of sample_volume.h some days later, for comparisons and for snapshots.
+// The sample disk of sample_volume.h in a later state, for comparisons and for snapshots.
 #pragma once
 
 #include <cstdint>
@@ -9,15 +9,15 @@
 
 namespace support {
 
-// \users\kim\documents\plan.txt, which only the later volume has.
+// \users\kim\documents\plan.txt, which exists only on the later volume.
 inline constexpr std::uint64_t later_new_file = 67;
 
-// sample_volume() with one file more, one changed and one removed in \users\kim\documents. All else
-// lies where it lay.
+// Returns sample_volume() with one file added, one changed and one deleted in \users\kim\documents.
+// All other content is at the same position.
 ntfs_image later_volume();
 
-// Writes sample_disk() as a virtual disk file to `base`, and to `snapshot` what later_volume() has
-// changed on it. The snapshot names the base without its folder: keep both in one.
+// Writes sample_disk() as a virtual disk file to `base`, and the changes of later_volume() to
+// `snapshot`. The snapshot names the base without its directory, so both must be in the same one.
 void save_snapshot_chain(const std::string& base, const std::string& snapshot);
 
 }  // namespace support

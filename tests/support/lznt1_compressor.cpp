@@ -10,9 +10,9 @@ namespace {
 
 constexpr std::size_t chunk_size = 4096;
 
-// A token's 16 bits are shared between displacement (high) and length (low). How many go to the
-// displacement depends on the place in the chunk: 4 at first, one more whenever the place passes
-// 16, 32, 64 and so on.
+// Returns the number of displacement bits in a token. The 16 bits are displacement (high) and
+// length (low). The number depends on the position in the chunk: 4 at first, one more whenever the
+// position exceeds 16, 32, 64 and so on.
 unsigned displacement_bits(std::size_t place) {
     unsigned bits = 4;
     while (place > std::size_t{1} << bits) {
@@ -25,13 +25,13 @@ struct match {
     std::size_t distance = 0, length = 0;
 };
 
-// Finds earlier occurrences within a chunk. Places are to be asked for in ascending order.
+// Finds earlier occurrences within a chunk. Positions must be passed in ascending order.
 class match_finder {
 public:
     explicit match_finder(std::span<const std::uint8_t> chunk)
         : m_chunk(chunk), m_latest(65536, nowhere), m_earlier(chunk.size(), nowhere) {}
 
-    // The longest occurrence of what stands at `place`; it may overlap its own copy.
+    // Returns the longest earlier occurrence of the bytes at `place`; it may overlap them.
     match longest(std::size_t place) {
         learn(place);
         const unsigned bits = displacement_bits(place);
@@ -60,7 +60,7 @@ private:
         return static_cast<std::size_t>(m_chunk[place] << 8 | m_chunk[place + 1]);
     }
 
-    // Chains all places ahead of `place` by their first two bytes, the latest one first.
+    // Chains all positions before `place` by their first two bytes, the latest one first.
     void learn(std::size_t place) {
         for (; m_learnt < place && m_learnt + 1 < m_chunk.size(); ++m_learnt) {
             std::size_t& latest = m_latest[first_two(m_learnt)];
@@ -74,7 +74,7 @@ private:
     std::size_t m_learnt = 0;
 };
 
-// The groups of a chunk: each a flag byte, then eight literals or tokens.
+// Returns the groups of a chunk: each is a flag byte, then eight literals or tokens.
 bytes tokens_of(std::span<const std::uint8_t> chunk, bool with_matches) {
     bytes out;
     match_finder finder(chunk);
@@ -130,8 +130,8 @@ bytes lznt1_compress(std::span<const std::uint8_t> content) {
 }
 
 bytes lznt1_literals(std::span<const std::uint8_t> content) {
-    // The header can tell of 4095 + 1 bytes of tokens; 4096 literals with their flag bytes are
-    // more. Chunks of 3640 literals and 455 flag bytes fill it.
+    // The header can describe at most 4095 + 1 bytes of tokens; 4096 literals with their flag bytes
+    // need more. 3640 literals and 455 flag bytes are just below the maximum.
     bytes out;
     for (std::size_t at = 0; at < content.size(); at += 3640) {
         append_compressed(

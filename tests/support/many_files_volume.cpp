@@ -1,5 +1,5 @@
-// The volume of many files, declared in sample_volume.h: system files from ntfs_image, the
-// directories written past it one by one.
+// The volume of many files, as declared in sample_volume.h. ntfs_image builds the system files; the
+// directories are written to the file one by one.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -19,10 +19,11 @@ constexpr std::uint32_t security_id = 0x100;
 constexpr std::uint64_t first_extension = 24;  // of $MFT
 constexpr std::size_t flush_size = 1 << 20;
 constexpr std::size_t largest_resident_bitmap = 64;  // bytes
-// Fragments of $MFT, each of up to 4 bytes in a run list.
+// Number of $MFT fragments; each needs up to 4 bytes in a run list.
 constexpr std::size_t runs_in_base = 16, runs_in_extension = 210;
 
-// The number with leading zeros, as wide as the highest of `count` numbers or as `least_width`.
+// Returns the number with leading zeros, as wide as the highest of `count` numbers or
+// `least_width`.
 std::u16string padded(std::uint64_t number, std::uint64_t count, std::size_t least_width) {
     const std::size_t width =
         std::max(least_width, std::to_string(count == 0 ? 0 : count - 1).size());
@@ -36,7 +37,7 @@ file_times times_of(std::uint64_t entry) {
     return {start, start + 1, start + 2, start + 3};
 }
 
-// Writes pieces of a file, and what follows each other in one call.
+// Writes pieces of a file. Adjacent pieces are written by one call.
 class appender {
 public:
     explicit appender(int fd) : m_fd(fd) {}
@@ -64,12 +65,12 @@ private:
     bytes m_pending;
 };
 
-// Entry numbers and cluster numbers of everything.
+// Entry numbers and cluster numbers of the volume.
 struct many_layout {
     many_files_options options;
     std::uint64_t records = 0;         // of directories and files
     std::uint64_t piece_clusters = 0;  // of each fragment with records
-    cluster_runs pieces = {};          // where the records lie, with that of first_entry first
+    cluster_runs pieces = {};  // the runs of the records; the first includes that of first_entry
     std::uint64_t index_clusters = 0;  // of each directory
     std::uint64_t indexes_lcn = 0;
     std::uint64_t bitmap_clusters = 0;  // of each directory; 0: its bitmap is in its record
@@ -89,7 +90,7 @@ struct many_layout {
         const std::uint64_t piece_size = piece_clusters * cluster;
         return pieces[static_cast<std::size_t>(at / piece_size)].lcn * cluster + at % piece_size;
     }
-    // Scattered blocks of all directories take turns.
+    // The scattered blocks of the directories are interleaved.
     std::uint64_t index_lcn(std::uint64_t directory, std::uint64_t block) const {
         return indexes_lcn + (options.scattered_indexes ? block * options.directories + directory
                                                         : directory * index_clusters + block);
@@ -113,7 +114,7 @@ index_tree tree_of(const many_layout& layout, std::uint64_t directory) {
             {.reference = file_reference(child, 1),
              .key = file_name_value(entry, layout.file_name(file), {.times = times_of(child)})});
     }
-    // A long run list leaves the root of its index an end entry and no more.
+    // A long run list leaves space for only an end entry in the root of the index.
     const std::size_t root_room = layout.options.scattered_indexes ? 24 : 400;
     return {std::move(entries), {.root_room = [root_room](std::size_t) { return root_room; }}};
 }
@@ -163,7 +164,7 @@ bytes file_record(const many_layout& layout, std::uint64_t directory, std::uint6
     return record.build();
 }
 
-// The one descriptor of the volume, that of all its files.
+// Returns the only descriptor of the volume, which all files share.
 bytes common_descriptor() {
     const bytes administrators = sid("S-1-5-32-544");
     return security_descriptor{.owner = administrators,
@@ -172,8 +173,8 @@ bytes common_descriptor() {
         .build();
 }
 
-// Takes clusters for the records of directories and files: one run, or at least as many fragments
-// as the options ask for, a free cluster behind each.
+// Allocates clusters for the records of directories and files: one run, or at least as many
+// fragments as the options request, each followed by a free cluster.
 void take_records(ntfs_image& volume, many_layout& layout) {
     const std::uint64_t clusters = volume.clusters_for(layout.records * record_size);
     const std::uint64_t fragments = std::max<std::uint64_t>(layout.options.mft_fragments, 1);
@@ -185,7 +186,7 @@ void take_records(ntfs_image& volume, many_layout& layout) {
     }
 }
 
-// Takes clusters for the indexes of all directories.
+// Allocates clusters for the indexes of all directories.
 void take_indexes(ntfs_image& volume, many_layout& layout) {
     const index_tree tree = tree_of(layout, 0);
     layout.index_clusters = tree.blocks.size();
@@ -196,8 +197,8 @@ void take_indexes(ntfs_image& volume, many_layout& layout) {
     layout.bitmaps_lcn = volume.alloc(layout.options.directories * layout.bitmap_clusters);
 }
 
-// $DATA of $MFT: in its own record, or the run of the first entries there and the others in
-// extension records, which lie among the first entries.
+// Adds $DATA of $MFT: in its own record, or the run of the first entries there and the others in
+// extension records, which are among the first entries.
 void add_mft_data(ntfs_image& volume, const many_layout& layout) {
     const std::uint64_t entries = first_entry + layout.records;
     cluster_runs all = volume.mft_runs();
@@ -230,7 +231,7 @@ void add_mft_data(ntfs_image& volume, const many_layout& layout) {
     }
 }
 
-// $BITMAP of $MFT.
+// Adds $BITMAP of $MFT.
 void add_mft_bitmap(ntfs_image& volume, const many_layout& layout) {
     const std::uint64_t entries = first_entry + layout.records;
     bytes bits(round_up(entries, 64) / 8);
@@ -242,7 +243,7 @@ void add_mft_bitmap(ntfs_image& volume, const many_layout& layout) {
     volume.entry(0).nonresident(type::bitmap, u"", volume.store(bits), {.real = bits.size()});
 }
 
-// The part of the volume that ntfs_image makes; settles where the rest goes.
+// Builds the part of the volume that ntfs_image supports, and lays out the rest.
 ntfs_image base_volume(many_layout& layout) {
     ntfs_image volume{{.mft_records = first_entry, .list_system_files = true}};
     volume.security().add(security_id, common_descriptor());

@@ -305,7 +305,7 @@ ntfs_image& ntfs_image::make_attribute_list(std::uint64_t number, bool in_cluste
 }
 
 byte_image ntfs_image::build() const {
-    ntfs_image work = *this;  // building adds attributes and takes clusters
+    ntfs_image work = *this;  // building adds attributes and allocates clusters
     return volume_writer(work).write();
 }
 

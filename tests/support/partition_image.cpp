@@ -24,7 +24,7 @@ unsigned hex_digit(char c) {
     return static_cast<unsigned>(lower - 'a') + 10;
 }
 
-// A unique GUID for the `index`-th partition, or for the disk.
+// Returns a unique GUID for the `index`-th partition, or for the disk.
 guid made_guid(std::uint8_t kind, std::size_t index) {
     guid result{};
     result.fill(kind);
@@ -48,7 +48,7 @@ bytes gpt_entries(const std::vector<gpt_slot>& slots, const gpt_options& options
     return entries.bytes();
 }
 
-// One of the two headers; `other` is the LBA of its counterpart.
+// Writes one of the two headers; `other` is the LBA of its counterpart.
 void put_gpt_header(byte_image& disk, const gpt_options& options, std::uint64_t lba,
                     std::uint64_t other, std::uint64_t entries_lba, std::uint64_t last_lba,
                     const bytes& entries) {

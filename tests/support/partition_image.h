@@ -19,29 +19,29 @@ struct mbr_slot {
     std::uint8_t state = 0;  // 0x80: active
 };
 
-// Up to four slots at 446 + 16 * i of the sector at byte `at`, and 0xAA55 at its bytes 510
-// (`signature_at` 510; the last two bytes of larger sectors where a test wants them there).
+// Writes up to four slots at 446 + 16 * i of the sector at byte `at`, and 0xAA55 at `signature_at`,
+// which a test can set to the last two bytes of a larger sector.
 void put_boot_record(byte_image& disk, std::uint64_t at, const std::vector<mbr_slot>& slots,
                      std::uint64_t signature_at = 510);
 
 // A partition of an extended chain, in sectors of the disk.
 struct logical_volume {
     std::uint8_t type = 7;
-    std::uint32_t record = 0;  // where its boot record stands, absolute
+    std::uint32_t record = 0;  // position of its boot record, absolute
     std::uint32_t first = 0;   // of the volume, absolute
     std::uint32_t count = 0;
 };
 
-// The boot records of an extended partition that begins at sector `base`: the first one at `base`
-// (the `record` of the first volume must be equal to it), each with its volume relative to its own
-// record and a link (type 5) to the next, relative to `base`.
+// Writes the boot records of an extended partition that begins at sector `base`. The first is at
+// `base` (the `record` of the first volume must equal it). Each has its volume, relative to the
+// record itself, and a link (type 5) to the next, relative to `base`.
 void put_extended_chain(byte_image& disk, std::uint32_t base,
                         const std::vector<logical_volume>& volumes, std::uint32_t sector = 512,
                         std::uint8_t link_type = 5);
 
-// GUIDs as they stand on the disk.
+// A GUID in on-disk form.
 using guid = std::array<std::uint8_t, 16>;
-// "EBD0A0A2-B9E5-4433-87C0-68B6B72699C7": first three fields lowest byte first.
+// Parses "EBD0A0A2-B9E5-4433-87C0-68B6B72699C7". The first three fields are little-endian.
 guid parse_guid(std::string_view text);
 inline constexpr std::string_view basic_data_guid = "EBD0A0A2-B9E5-4433-87C0-68B6B72699C7",
                                   efi_system_guid = "C12A7328-F81F-11D2-BA4B-00A0C93EC93B",
@@ -64,12 +64,12 @@ struct gpt_options {
     std::uint32_t entry_size = 128;   // as stored, and the stride
     std::string_view signature = "EFI PART";
     bool protective = true;  // writes the protective boot record
-    bool backup = true;      // writes the second copy to the end of the disk, as it is sized then
+    bool backup = true;      // writes the second copy at the current end of the disk
 };
 
-// A GUID partition table with right check sums. Resize the disk first for a sound backup.
+// Writes a GUID partition table with valid checksums. Resize the disk first for a valid backup.
 void put_gpt(byte_image& disk, const std::vector<gpt_slot>& slots, const gpt_options& options = {});
-// The check sum of the table's header and entries.
+// Returns the checksum of the table's header and entries.
 std::uint32_t crc32(std::span<const std::uint8_t> content);
 
 // Puts a volume at byte `at` of the disk.
@@ -83,13 +83,13 @@ struct ntfs_boot_options {
     std::uint64_t total_sectors = 0x1000;
     std::uint64_t mft_lcn = 4;
     std::uint64_t mirror_lcn = 2;
-    std::uint8_t record_size = 0xF6;    // as stored: 2^(256 - x) bytes from 0x80 on
+    std::uint8_t record_size = 0xF6;    // as stored: 2^(256 - x) bytes for x from 0x80
     std::uint8_t index_block_size = 1;  // likewise
     std::uint64_t serial = 0x1122334455667788;
 };
 byte_image ntfs_boot_sector(const ntfs_boot_options& options = {});
 
-// Boot sectors of other file systems, as much of them as tells what they are.
+// Boot sectors of other file systems, only the fields that identify them.
 struct other_boot_options {
     std::uint16_t bytes_per_sector = 512;
     std::uint8_t sectors_per_cluster = 8;
@@ -111,15 +111,14 @@ struct exfat_boot_options {
 byte_image exfat_boot_sector(const exfat_boot_options& options = {});
 // "-FVE-FS-" at byte 3.
 byte_image bitlocker_boot_sector(const other_boot_options& options = {});
-// Two sectors of nothing, then the superblock at byte 1024 with 0xEF53 at its byte 56.
+// Two empty sectors, then the superblock at byte 1024 with 0xEF53 at its byte 56.
 struct ext_options {
     std::uint32_t blocks = 0x1000;
     std::uint32_t log_block_size = 2;  // 1024 << n
     std::uint16_t magic = 0xEF53;
 };
 byte_image ext_start(const ext_options& options = {});
-// The volume header at byte 1024: "H+" (or "HX"), version, block size and counts highest byte
-// first.
+// The volume header at byte 1024: "H+" (or "HX"), version, block size and counts, big-endian.
 struct hfs_plus_options {
     std::string_view signature = "H+";
     std::uint16_t version = 4;

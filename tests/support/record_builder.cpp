@@ -9,14 +9,15 @@ namespace support {
 
 namespace {
 
-constexpr std::size_t array_at = 48;  // where the update sequence stands, unless it is moved
+constexpr std::size_t array_at = 48;  // default offset of the update sequence
 constexpr std::size_t id_at = 14;     // the attribute id, in each attribute header
 
 std::size_t words_for(std::size_t record_size, std::size_t stride) {
     return 1 + std::max<std::size_t>(1, stride == 0 ? 1 : record_size / stride);
 }
 
-// The first 16 bytes that resident and non-resident attributes share; the length comes last.
+// Returns the first 16 bytes that resident and non-resident attributes share; the length is set
+// last.
 bytes common_header(std::uint32_t type_code, bool nonresident, std::size_t name_length,
                     std::size_t name_offset, std::uint16_t flags) {
     bytes header;

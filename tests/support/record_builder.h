@@ -2,21 +2,21 @@
 //
 //    0  "FILE"                      24  u32  bytes in use
 //    4  u16  update sequence offset 28  u32  bytes allocated
-//    6  u16  its words              32  u64  base record reference
+//    6  u16  its word count         32  u64  base record reference
 //    8  u64  log sequence number    40  u16  next attribute id
 //   16  u16  sequence number        44  u32  own number
 //   18  u16  link count             48  the update sequence array
-//   20  u16  first attribute        56  the first attribute (further back in large records)
+//   20  u16  first attribute        56  the first attribute (later in large records)
 //   22  u16  flags: 1 in use, 2 directory
 //
-// Everything is sound unless a test says otherwise; a test states only what is special:
+// Everything is valid by default; a test states only what differs:
 //
 //   volume.entry(64).standard_information().file_name(5, u"a.txt").data("abc").stream(u"zone",
 //   "x");
 //
-// All functions that add return the builder. Attributes are numbered in the order of the calls and
-// laid out by type (calls of one type keep their order), unless keep_order() or raw_attribute() is
-// used: then they stand in the order of the calls.
+// All functions that add something return the builder. Attributes are numbered in the order of the
+// calls and laid out by type (those of one type in the order of the calls), unless keep_order() or
+// raw_attribute() is used: then all are in the order of the calls.
 #pragma once
 
 #include <cstdint>
@@ -51,12 +51,12 @@ inline constexpr std::uint32_t read_only = 1, hidden = 2, system = 4, archive = 
 
 enum name_space : std::uint8_t { posix = 0, win32 = 1, dos = 2, win32_and_dos = 3 };
 
-// entry number and sequence as one 64-bit reference: the number in the low 48 bits.
+// Returns a file reference: the entry number in the low 48 bits, then the sequence number.
 constexpr std::uint64_t file_reference(std::uint64_t entry, std::uint16_t sequence) {
     return (entry & 0xFFFFFFFFFFFFull) | std::uint64_t{sequence} << 48;
 }
-// The sequence number that an entry has unless it is set: 1 for $MFT and from 16 on, else the
-// number.
+// Returns the default sequence number of an entry: 1 for $MFT and for entries from 16 on, else the
+// entry number.
 constexpr std::uint16_t default_sequence(std::uint64_t entry) {
     return entry == 0 || entry >= 16 ? std::uint16_t{1} : static_cast<std::uint16_t>(entry);
 }
@@ -65,7 +65,7 @@ struct standard_information_options {
     file_times times = {};
     std::uint32_t attributes = flag::archive;
     std::uint32_t security_id = 0;  // in the long form
-    std::size_t length = 72;        // 48 ends behind the class id; any other length cuts or pads
+    std::size_t length = 72;        // 48 ends after the class id; other lengths truncate or pad
     std::uint32_t owner_id = 0;
     std::uint64_t quota = 0, usn = 0;
 };
@@ -73,16 +73,15 @@ struct standard_information_options {
 struct file_name_options {
     name_space space = win32;
     file_times times = {};
-    std::optional<std::uint16_t> parent_sequence = {};  // default_sequence(parent) if not set
+    std::optional<std::uint16_t> parent_sequence = {};  // default default_sequence(parent)
     std::uint64_t allocated = 0;
     std::uint64_t real = 0;
     std::uint32_t flags = flag::archive;
     std::uint32_t reparse_tag = 0;
-    std::optional<std::uint8_t> name_length =
-        {};  // units, as stored; the size of the name if not set
+    std::optional<std::uint8_t> name_length = {};  // units, as stored; default the size of the name
 };
 
-// The 66 bytes and the name of a $FILE_NAME attribute, which index entries repeat.
+// Returns the 66 bytes and the name of a $FILE_NAME attribute, which index entries repeat.
 bytes file_name_value(std::uint64_t parent_entry, std::u16string_view name,
                       const file_name_options& options = {});
 bytes standard_information_value(const standard_information_options& options = {});
@@ -93,17 +92,17 @@ struct resident_options {
     std::uint8_t indexed = 0;  // byte 22
 };
 
-// What a non-resident header (64 bytes, 72 with `unit`) tells. Sizes that are not set follow from
-// the runs: `allocated` all clusters, `real` and `initialized` the same number.
+// The fields of a non-resident header (64 bytes, 72 with `unit`). Sizes that are not set follow
+// from the runs: `allocated` is all clusters; `real` and `initialized` are the same.
 struct nonresident_options {
     std::optional<std::uint64_t> allocated = {}, real = {}, initialized = {};
-    std::optional<std::uint64_t> compressed = {};  // written when `unit` is not 0 or this is set
+    std::optional<std::uint64_t> compressed = {};  // written if `unit` is not 0 or this is set
     std::uint8_t unit = 0;                         // log2 of clusters in a compression unit
     std::uint16_t flags = 0;
     std::uint64_t start_vcn = 0;
     std::optional<std::uint64_t> last_vcn = {};
     std::optional<std::uint16_t> id = {};
-    std::optional<std::uint16_t> run_offset = {};  // as stored; the list stands where it belongs
+    std::optional<std::uint16_t> run_offset = {};  // as stored; does not move the list
     std::uint32_t cluster = 0;                     // bytes; 0: the cluster size of the volume
 };
 
@@ -114,33 +113,34 @@ struct list_entry {
     std::uint64_t start_vcn = 0;
     std::uint64_t record = 0;  // a file_reference
     std::uint16_t id = 0;
-    std::optional<std::uint16_t> length = {};      // stored length; also the room that it takes
-    std::optional<std::uint8_t> name_offset = {};  // 26 if not set
+    std::optional<std::uint16_t> length = {};      // as stored; also the space used
+    std::optional<std::uint8_t> name_offset = {};  // default 26
 };
 bytes attribute_list_value(const std::vector<list_entry>& entries);
 
-// How the names stand in the buffer of a reparse point.
+// The layout of the names in the buffer of a reparse point.
 struct reparse_options {
     std::u16string print = {};
     bool relative = false;     // symbolic links: flag word 1
-    bool print_first = false;  // print name ahead of the substitute name
-    bool terminated = true;    // zero units behind the names
-    // Stored offsets and lengths in bytes, where they shall differ from the truth.
+    bool print_first = false;  // print name before the substitute name
+    bool terminated = true;    // zero units after the names
+    // Stored offsets and lengths in bytes, if they differ from the actual ones.
     std::optional<std::uint16_t> substitute_offset = {}, substitute_length = {};
     std::optional<std::uint16_t> print_offset = {}, print_length = {};
     std::optional<std::uint16_t> data_length = {};
 };
 inline constexpr std::uint32_t mount_point_tag = 0xA0000003, symbolic_link_tag = 0xA000000C;
-// Tag, data length, zero, then the four name words (and the flags of a symbolic link) and names.
-// Tags other than the two get the layout of a mount point.
+// Returns the tag, data length, zero, the four name fields (and the flags of a symbolic link) and
+// the names. Unknown tags have the layout of a mount point.
 bytes reparse_value(std::uint32_t tag, std::u16string_view substitute,
                     const reparse_options& options = {});
 
 class record_builder {
 public:
-    // Sizes in bytes. The update sequence guards the last two bytes of each `fixup_stride`, which
-    // NTFS keeps at 512 whatever the sector size is; a record smaller than a stride has one word
-    // beside the check value. `cluster_size` serves the sizes of non-resident headers.
+    // Sizes are in bytes. The update sequence protects the last two bytes of each `fixup_stride`,
+    // which is 512 in NTFS regardless of the sector size; a record smaller than a stride has one
+    // word in addition to the check value. `cluster_size` determines the sizes in non-resident
+    // headers.
     explicit record_builder(std::uint64_t number, std::size_t record_size = 1024,
                             std::size_t fixup_stride = 512, std::size_t cluster_size = 4096);
 
@@ -148,14 +148,14 @@ public:
     record_builder& flags(std::uint16_t value);  // 1 in use, 2 directory
     record_builder& sequence(std::uint16_t value);
     record_builder& base(std::uint64_t reference);    // see file_reference; makes it an extension
-    record_builder& link_count(std::uint16_t value);  // else the number of names here
+    record_builder& link_count(std::uint16_t value);  // default the number of names in this record
     record_builder& keyword(std::string_view four_characters);
-    // Where attributes are laid out as well, if that is behind the update sequence's usual place.
+    // Also the position of the first attribute, if it is after the default end of the update
+    // sequence.
     record_builder& first_attribute(std::uint16_t offset);
-    record_builder& usa_offset(std::uint16_t value);  // as stored; the array moves there too
-    record_builder& usa_count(std::uint16_t value);   // as stored; fixups cover that many strides
-    record_builder& check_value(
-        std::uint16_t value);  // first word of the update sequence; 1 if not set
+    record_builder& usa_offset(std::uint16_t value);   // as stored; the array moves there too
+    record_builder& usa_count(std::uint16_t value);    // as stored; number of strides with fixups
+    record_builder& check_value(std::uint16_t value);  // first update sequence word; default 1
     record_builder& bytes_in_use(std::uint32_t value);
     record_builder& bytes_allocated(std::uint32_t value);
     record_builder& own_number(std::uint32_t value);
@@ -167,49 +167,49 @@ public:
     record_builder& object_id(std::span<const std::uint8_t> sixteen_or_more);
     record_builder& reparse(std::uint32_t tag, std::u16string_view substitute,
                             const reparse_options& options = {});
-    // The unnamed $DATA.
+    // Adds the unnamed $DATA.
     record_builder& data(std::string_view content);
     record_builder& data(const bytes& content);
     record_builder& data_runs(const cluster_runs& runs, const nonresident_options& options = {});
-    // A named $DATA.
+    // Adds a named $DATA.
     record_builder& stream(std::u16string_view name, std::string_view content);
     record_builder& stream(std::u16string_view name, const bytes& content);
     record_builder& stream_runs(std::u16string_view name, const cluster_runs& runs,
                                 const nonresident_options& options = {});
-    // An attribute list with its entries in the record, or in clusters that the caller has written
-    // (attribute_list_value gives the bytes, `options.real` their number).
+    // Add an attribute list with its entries in the record, or in clusters that the caller has
+    // written (attribute_list_value returns the bytes, `options.real` is their number).
     record_builder& attribute_list(const std::vector<list_entry>& entries);
     record_builder& attribute_list_runs(const cluster_runs& runs,
                                         const nonresident_options& options = {});
-    // Any attribute.
+    // Adds an attribute of any type.
     record_builder& resident(std::uint32_t type_code, std::u16string_view name, const bytes& value,
                              const resident_options& options = {});
     record_builder& nonresident(std::uint32_t type_code, std::u16string_view name,
                                 const cluster_runs& runs, const nonresident_options& options = {});
-    // With a run list of the caller's making; `runs` serve the sizes alone.
+    // Adds an attribute with a given run list; `runs` only determine the sizes.
     record_builder& nonresident(std::uint32_t type_code, std::u16string_view name,
                                 const bytes& list, const cluster_runs& runs,
                                 const nonresident_options& options = {});
-    // Bytes that stand where an attribute stands, header and all.
+    // Adds raw bytes in place of an attribute and its header.
     record_builder& raw_attribute(const bytes& content);
 
     // --- changes ---
-    // Overwrites bytes of the attribute that was added last: `at` counts from its header.
+    // Overwrites bytes of the last attribute added, at an offset from its header.
     record_builder& edit(std::size_t at, std::uint64_t value, std::size_t width);
-    // The id of the attribute that was added last.
+    // Sets the id of the last attribute added.
     record_builder& id(std::uint16_t value);
-    // The id that the next attribute gets; counting goes on from it.
+    // Sets the id of the next attribute; later ones are numbered from it.
     record_builder& next_id(std::uint16_t value);
     record_builder& keep_order();
-    // No end marker behind the attributes.
+    // Omits the end marker after the attributes.
     record_builder& without_end_marker();
-    // Takes all attributes away (of one type: `remove`), the header stays.
+    // Remove all attributes, or those of one type. The header is kept.
     record_builder& clear();
     record_builder& remove(std::uint32_t type_code);
-    // Overwrites bytes of the record before the fixups are made / after them.
+    // Overwrite bytes of the record, before or after the fixups are applied.
     record_builder& put_before_fixup(std::size_t offset, std::uint64_t value, std::size_t width);
     record_builder& put(std::size_t offset, std::uint64_t value, std::size_t width);
-    // Leaves the record without fixups: the update sequence is zero.
+    // Applies no fixups: the update sequence is zero.
     record_builder& without_fixups();
 
     // --- results ---
@@ -218,21 +218,21 @@ public:
     std::uint16_t sequence() const { return m_sequence; }
     bool is_in_use() const { return (m_flags & 1) != 0; }
     std::uint64_t base_reference() const { return m_base; }  // 0 in a base record
-    // Byte offset in the record of the `index`-th attribute of that type and name; throws
-    // std::out_of_range when there is none. As laid out by the calls so far; directory indexes
-    // (ntfs_image.h) join only when the volume is built.
+    // Returns the byte offset in the record of the `index`-th attribute of that type and name, in
+    // the current layout; directory indexes (ntfs_image.h) are added only when the volume is built.
+    // Throws std::out_of_range if there is none.
     std::size_t attribute_offset(std::uint32_t type_code, std::u16string_view name = u"",
                                  std::size_t index = 0) const;
-    // Whether a call has added an attribute of that type and name.
+    // Returns true if a call has added an attribute of that type and name.
     bool has_attribute(std::uint32_t type_code, std::u16string_view name = u"") const;
-    // The record. Throws std::length_error when the attributes don't fit.
+    // Returns the record. Throws std::length_error if the attributes do not fit.
     bytes build() const;
-    // The same as it looks in memory, after the sectors' last words were put back.
+    // Returns the record as it is in memory, with the last words of the sectors restored.
     bytes build_before_fixup() const;
-    // Bytes that are still free for attributes.
+    // Returns the number of free bytes for attributes.
     std::size_t room() const;
 
-    // What an attribute list needs to know of the attributes here.
+    // Returns the entries that an attribute list has for the attributes of this record.
     std::vector<list_entry> list_entries() const;
 
 private:
@@ -241,7 +241,7 @@ private:
         std::u16string name = {};
         std::uint16_t id = 0;
         std::uint64_t start_vcn = 0;
-        bytes content = {};  // header and value, padded; the id is in it
+        bytes content = {};  // header and value, padded, with the id
         bool raw = false;
     };
     struct change {
@@ -276,9 +276,9 @@ private:
     std::vector<change> m_before_fixup, m_after_fixup;
 };
 
-// Replaces the last two bytes of each `stride` of `block` by `check_value` and keeps what stood
-// there in the array at `array_offset`. `words` counts the check value; those behind the block's
-// end are left out.
+// Replaces the last two bytes of each `stride` of `block` by `check_value` and stores the replaced
+// bytes in the array at `array_offset`. `words` includes the check value; words for strides past
+// the end of the block are omitted.
 void apply_fixups(std::span<std::uint8_t> block, std::size_t stride, std::size_t array_offset,
                   std::size_t words, std::uint16_t check_value);
 

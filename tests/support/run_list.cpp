@@ -4,8 +4,8 @@ namespace support {
 
 namespace {
 
-// Bytes that a count needs, so that it also reads as a positive signed number: other readers of
-// NTFS take the length as signed.
+// Returns the bytes that a count needs so that it is positive as a signed number: other readers of
+// NTFS treat the length as signed.
 std::size_t count_width_of(std::uint64_t count) {
     std::size_t width = 1;
     while (width < 8 && count >> (8 * width - 1) != 0) {

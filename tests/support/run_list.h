@@ -1,7 +1,7 @@
 // Encoder of cluster run lists (mapping pairs).
 //
-// An element: one header byte, low nibble the size of the length field, high nibble the size of
-// the offset field; the length; the signed difference to the LCN of the element before. An offset
+// An element: one header byte, low nibble the size of the length field, high nibble the size of the
+// offset field; the length; the signed difference to the LCN of the previous element. An offset
 // field of size 0 marks a hole. A header byte of 0 ends the list.
 #pragma once
 
@@ -13,7 +13,7 @@
 
 namespace support {
 
-// `lcn` of a hole.
+// The `lcn` of a hole.
 inline constexpr std::uint64_t hole = ~0ull;
 
 struct cluster_run {
@@ -23,33 +23,33 @@ struct cluster_run {
 
 using cluster_runs = std::vector<cluster_run>;
 
-// Clusters in all runs, holes included.
+// Returns the clusters in all runs, including holes.
 std::uint64_t clusters_in(const cluster_runs& runs);
 
 class run_list {
 public:
     run_list() = default;
-    // The runs in their shortest encoding; more can follow.
+    // Starts with `runs` in their shortest encoding; more can be added.
     explicit run_list(const cluster_runs& runs);
 
-    // One run in the shortest encoding, `lcn` absolute or `hole`.
+    // Adds one run in the shortest encoding; `lcn` is absolute or `hole`.
     run_list& add(std::uint64_t lcn, std::uint64_t count);
     run_list& add_hole(std::uint64_t count);
-    // One element with chosen field sizes (0 to 15), the offset relative as it stands on the disk.
-    // Fields wider than 8 bytes are extended by sign (offset) or by zeros (length).
+    // Adds one element with the given field sizes (0 to 15) and a relative offset. Fields wider
+    // than 8 bytes are sign-extended (offset) or zero-extended (length).
     run_list& add_fields(std::uint64_t count, std::size_t count_width, std::int64_t lcn_delta,
                          std::size_t delta_width);
-    // Bytes that stand in the list as they are.
+    // Adds raw bytes.
     run_list& add_raw(std::span<const std::uint8_t> content);
 
-    // The list with its closing zero byte.
+    // Returns the list with its terminating zero byte.
     bytes terminated() const;
-    // The list without it.
+    // Returns the list without it.
     const bytes& unterminated() const { return m_bytes; }
 
 private:
     bytes m_bytes;
-    std::uint64_t m_lcn = 0;  // of the last run with a place
+    std::uint64_t m_lcn = 0;  // of the last run that is not a hole
 };
 
 }  // namespace support

@@ -23,7 +23,7 @@ namespace {
 
 constexpr int could_not_start = 127;
 
-// The environment of the new process as "NAME=value" words.
+// Returns the environment of the new process as "NAME=value" strings.
 std::vector<std::string> environment_words(const program_options& options) {
     std::map<std::string, std::string> values;
     for (char** word = environ; !options.clear_environment && *word != nullptr; ++word) {
@@ -76,7 +76,7 @@ struct channel {
     }
 };
 
-// An unnamed file with `text`, to be read from its start.
+// Creates an unnamed file with `text`, positioned at its start.
 int standard_input_file(const std::string& text) {
     const int fd = ::memfd_create("standard input", MFD_CLOEXEC);
     if (fd < 0 || ::write(fd, text.data(), text.size()) != static_cast<ssize_t>(text.size()) ||
@@ -86,7 +86,7 @@ int standard_input_file(const std::string& text) {
     return fd;
 }
 
-// Reads both pipes until both are closed, whichever fills first.
+// Reads both pipes until both are closed, so that neither can fill up.
 void collect(const channel& out, const channel& err, program_result& result) {
     pollfd ends[2] = {{out.read_end, POLLIN, 0}, {err.read_end, POLLIN, 0}};
     std::string* texts[2] = {&result.standard_output, &result.standard_error};
@@ -109,7 +109,7 @@ void collect(const channel& out, const channel& err, program_result& result) {
     }
 }
 
-// Starts `program` with `words`, its own name first.
+// Starts `program` with the arguments `words`, of which the first is its name.
 program_result run_words(std::vector<std::string> words, const std::string& program,
                          const program_options& options) {
     std::vector<std::string> environment = environment_words(options);

@@ -1,4 +1,4 @@
-// quorvel-sample: writes images to try the program on.
+// quorvel-sample: writes images for trying out the program.
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -28,7 +28,7 @@ constexpr const char* usage =
     "         many-mft-fragments         $MFT in 5000 fragments\n"
     "         many-index-fragments       each index block in a fragment of its own\n";
 
-// The volume of many files that a word names; false for any other word.
+// Returns true if an argument names a volume of many files, and sets its options.
 bool read_kind(const std::string& word, support::many_files_options& options) {
     if (word == "many-streams") {
         options.streams = 10;

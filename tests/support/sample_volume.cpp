@@ -14,7 +14,7 @@ constexpr std::uint64_t second = 10000000, minute = 60 * second;
 constexpr std::uint64_t installed = filetime(2020, 6, 15, 9, 30, 0);
 constexpr std::uint64_t administrators = 0x100, everyone = 0x101;  // security ids
 
-// Stamps that differ from entry to entry, each of the four in its own way.
+// Returns timestamps that differ between entries and from each other.
 file_times times_of(std::uint64_t entry) {
     const std::uint64_t start = installed + entry * minute;
     return {start, start + 3 * second + 1234567, start + 5 * second + 2345678,
@@ -30,7 +30,7 @@ standard_information_options information(std::uint64_t entry,
 
 file_name_options name_options(std::uint64_t entry, std::uint64_t size = 0,
                                name_space space = win32) {
-    // NTFS renews the stamps of a name when it is made and seldom later: they are all alike.
+    // NTFS updates the timestamps of a name when it creates it and rarely later, so all are equal.
     return {.space = space,
             .times = file_times::all(times_of(entry).created),
             .allocated = (size + 7) / 8 * 8,
@@ -49,7 +49,7 @@ record_builder& add_directory(ntfs_image& volume, std::uint64_t parent, std::u16
     return volume.directory(parent, name, entry, name_options(entry), information(entry));
 }
 
-// `number` with leading zeros.
+// Returns `number` with leading zeros.
 std::u16string digits(std::uint64_t number, std::size_t width) {
     std::u16string text(width, u'0');
     for (std::size_t i = width; i > 0; --i, number /= 10) {
@@ -156,7 +156,7 @@ void add_odd_names(ntfs_image& volume) {
     add_file(volume, kim, broken, lone, "a broken pair");
 }
 
-// A directory that points elsewhere.
+// Adds a directory that is a link.
 void add_link(ntfs_image& volume, std::u16string_view name, std::uint64_t entry, std::uint32_t tag,
               std::u16string_view substitute, const reparse_options& options) {
     file_name_options in_name = name_options(entry);
@@ -183,7 +183,7 @@ void add_users(ntfs_image& volume) {
     add_link(volume, u"docs", symlink, symbolic_link_tag, u"documents",
              {.print = u"documents", .relative = true});
 
-    // The record was freed, which raised its sequence number; the index was not updated.
+    // The record was freed, which incremented its sequence number; the index was not updated.
     const file_name_options in_name = name_options(deleted, 4);
     volume.entry(deleted)
         .flags(0)

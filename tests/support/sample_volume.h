@@ -1,4 +1,5 @@
-// A volume of a few MiB with something of everything: for end-to-end tests, the demo and seeds.
+// A volume of a few MiB with a sample of everything, for end-to-end tests, the demo and fuzzing
+// seeds.
 #pragma once
 
 #include <cstdint>
@@ -9,12 +10,12 @@
 
 namespace support {
 
-// Entry numbers of sample_volume(), beside 0 to 11, the system files that its root names, too. "@"
-// marks what is special.
+// Entry numbers of sample_volume(). Entries 0 to 11, the system files, are in the root's index,
+// too. "@" marks unusual features.
 namespace sample {
 inline constexpr std::uint64_t windows = 40,  // \windows
     system32 = 41,                            // \windows\system32
-    notepad = 42,  // \windows\notepad.exe, non-resident, two runs; DOS and Win32 name alike
+    notepad = 42,  // \windows\notepad.exe, non-resident, two runs; same DOS and Win32 name
     config = 43,   // \windows\system32\config, a directory with a stream "note"
     sam = 44,      // \windows\system32\config\SAM, a sparse attribute header
     drivers = 45,  // \windows\system32\drivers: @ $INDEX_ROOT in extension record 46
@@ -26,8 +27,8 @@ inline constexpr std::uint64_t windows = 40,  // \windows
     report = 52,             // \users\kim\quarterly report.docx, DOS name QUARTE~1.DOC; streams
                              // "Zone.Identifier" (resident) and "big" (non-resident); object id
     set_back = 53,      // \users\kim\setback.exe: @ $STANDARD_INFORMATION older than $FILE_NAME
-    zero_times = 54,    // \users\kim\zero.dat: @ all stamps 0
-    far_times = 55,     // \users\kim\far.dat: @ stamps outside of any sensible range
+    zero_times = 54,    // \users\kim\zero.dat: @ all timestamps 0
+    far_times = 55,     // \users\kim\far.dat: @ timestamps outside any plausible range
     comma = 56,         // \users\kim\a,b|c&d<e"f.txt: @ separators and markup in the name
     control = 57,       // \users\kim\tab<U+0009>bell<U+0007>.txt: @ control characters
     umlaut = 58,        // \users\kim\Größe öäü.txt
@@ -40,7 +41,7 @@ inline constexpr std::uint64_t windows = 40,  // \windows
     letter = 65,        // \users\kim\documents\letter.txt, read only and hidden
     empty = 66,         // \users\kim\documents\empty.txt
     many = 70,          // \many: 300 files in several INDX blocks
-    driver_first = 80,  // \windows\system32\drivers\driver0.sys and on: 5 of them
+    driver_first = 80,  // \windows\system32\drivers\driver0.sys to driver4.sys
     driver_count = 5,
                                many_first = 100,  // \many\file 000.txt; 001 is 101, and so on
     many_count = 300;
@@ -49,27 +50,27 @@ inline constexpr std::uint64_t windows = 40,  // \windows
 ntfs_image sample_volume();
 
 // The same volume as the second of two partitions of an MBR disk: sectors 63 (FAT16, boot sector
-// only) and 2048 (NTFS), that is byte offset 0x100000.
+// only) and 2048 (NTFS), which is byte offset 0x100000.
 inline constexpr std::uint64_t sample_volume_offset = 0x100000;
 byte_image sample_disk();
-// Such a disk around a given volume.
+// Returns such a disk with the given volume.
 byte_image disk_around(const ntfs_image& ntfs_volume);
 
-// A volume of many files for save_many_files_volume.
+// A volume of many files, for save_many_files_volume.
 struct many_files_options {
     std::uint64_t directories = 0;
     std::uint64_t files = 0;          // in each directory
-    std::uint64_t streams = 0;        // named streams of each file, "s0" and so on
-    std::uint64_t mft_fragments = 1;  // at least so many, with the records of directories and files
-    // Each block of a directory's index is a fragment of its own. Takes at least two directories,
-    // of which each may have some 140 blocks.
+    std::uint64_t streams = 0;        // named streams of each file: "s0", "s1" ...
+    std::uint64_t mft_fragments = 1;  // minimum, with the records of directories and files
+    // Makes each block of a directory's index a separate fragment. Requires at least two
+    // directories, each with at most about 140 blocks.
     bool scattered_indexes = false;
 };
 
-// Writes such a volume straight to `path` with little memory, whatever the counts are. Directory d
-// is \dir<d> (5 digits or more), entry 64 + d * (files + 1); its files follow it as file<f>.txt (4
-// digits or more). All have the one descriptor of $Secure. Throws std::runtime_error when the file
-// can't be written, and std::length_error when a record has no room.
+// Writes such a volume directly to `path`, with little memory regardless of the counts. Directory d
+// is \dir<d> (at least 5 digits), entry 64 + d * (files + 1); its files follow it as file<f>.txt
+// (at least 4 digits). All share the only descriptor of $Secure. Throws std::runtime_error if the
+// file cannot be written, and std::length_error if a record is too small.
 void save_many_files_volume(const std::string& path, const many_files_options& options);
 
 }  // namespace support

@@ -105,7 +105,7 @@ std::uint64_t sds_stream::add(std::uint32_t id, const bytes& descriptor) {
         m_next = round_up(m_next, block_size);
     }
     if (m_next / block_size % 2 != 0) {
-        m_next = round_up(m_next + 1, block_size);  // that block is a mirror
+        m_next = round_up(m_next + 1, block_size);  // that block is a copy
     }
     const std::uint64_t at = m_next;
     const std::uint32_t hash = security_hash(descriptor);
@@ -142,7 +142,7 @@ bytes sds_stream::build() const {
 
 namespace {
 
-// data offset, data size, zero, entry length, key length, flags, zero; key; data.
+// Returns data offset, data size, zero, entry length, key length, flags, zero; key; data.
 bytes view_index_entry(const bytes& key, const bytes& data) {
     bytes result;
     append(result, 16 + key.size(), 2);
@@ -157,7 +157,7 @@ bytes view_index_entry(const bytes& key, const bytes& data) {
     return result;
 }
 
-// What both indexes tell of an entry: hash, id, offset, size.
+// Returns the fields that both indexes have for an entry: hash, id, offset, size.
 bytes sds_header(const sds_stream::placed& entry) {
     bytes result;
     append(result, entry.hash, 4);

@@ -1,4 +1,4 @@
-// The builders' own tests: bytes worked out from the formats.
+// Tests of the builders. The expected bytes are computed from the formats.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -26,20 +26,20 @@ std::uint64_t le(const bytes& in, std::size_t at, std::size_t width) {
     return byte_image(in).get(at, width);
 }
 
-TEST(ByteImage, PutsTheLowestByteFirstAndGrows) {
+TEST(ByteImage, WritesLittleEndianAndGrows) {
     byte_image image;
     image.put(2, 0x04030201, 4).put_big_endian(6, 0x0102, 2).put_utf16(8, u"a\u1234");
     EXPECT_THAT(image.bytes(), ElementsAre(0, 0, 1, 2, 3, 4, 1, 2, 'a', 0, 0x34, 0x12));
     EXPECT_EQ(image.get(2, 4), 0x04030201u);
 }
 
-TEST(ByteImage, BytesBehindTheEndReadAsZeros) {
+TEST(ByteImage, BytesPastTheEndReadAsZeros) {
     const byte_image image(bytes{1, 2});
     EXPECT_EQ(image.get(1, 4), 2u);
     EXPECT_THAT(image.get_bytes(1, 3), ElementsAre(2, 0, 0));
 }
 
-TEST(ByteImage, CutOffBytesDoNotComeBack) {
+TEST(ByteImage, TruncatedBytesAreZeroAfterGrowing) {
     byte_image image(bytes{1, 2, 3, 4});
     image.resize(2).resize(4);
     EXPECT_THAT(image.bytes(), ElementsAre(1, 2, 0, 0));
@@ -54,7 +54,7 @@ TEST(ByteImage, SavesAndLoadsAcrossPages) {
     EXPECT_EQ(loaded.bytes(), image.bytes());
 }
 
-TEST(ByteImage, PutsAnotherImageOverWhatStoodThere) {
+TEST(ByteImage, PutImageOverwritesExistingBytes) {
     byte_image image(200000);
     image.fill(0, 200000, 0xFF);
     byte_image other(150000);
@@ -69,7 +69,7 @@ TEST(ByteImage, PutsAnotherImageOverWhatStoodThere) {
 
 TEST(FileTime, CountsFrom1601) {
     EXPECT_EQ(filetime(1601, 1, 1), 0u);
-    // 369 years with 89 leap days lie ahead of 1970.
+    // There are 369 years with 89 leap days before 1970.
     EXPECT_EQ(filetime(1970, 1, 1), (369ull * 365 + 89) * 86400 * 10000000);
     EXPECT_EQ(filetime(2000, 3, 1) - filetime(2000, 2, 28), 2ull * 86400 * 10000000);
     EXPECT_EQ(filetime(1900, 3, 1) - filetime(1900, 2, 28), 1ull * 86400 * 10000000);
@@ -78,8 +78,8 @@ TEST(FileTime, CountsFrom1601) {
 
 TEST(RunList, EncodesEachRunInItsShortestForm) {
     const cluster_runs runs = {{0x5634, 0x18}, {hole, 0x80}, {0x5600, 1}};
-    // 0x80 clusters need a second byte, as a length of one byte would read as negative elsewhere;
-    // 0x5600 lies 0x34 clusters ahead of the run before the hole.
+    // 0x80 clusters need a second byte, because other readers treat a one-byte length as negative.
+    // 0x5600 is 0x34 clusters before the run that precedes the hole.
     EXPECT_THAT(run_list(runs).terminated(),
                 ElementsAre(0x21, 0x18, 0x34, 0x56, 0x02, 0x80, 0x00, 0x11, 0x01, 0xCC, 0x00));
     EXPECT_EQ(clusters_in(runs), 0x99u);
@@ -100,7 +100,7 @@ TEST(RecordBuilder, WritesHeaderAttributesAndFixups) {
     EXPECT_EQ(le(record, 16, 2), 7u);
     EXPECT_EQ(le(record, 20, 2), 56u);
     EXPECT_EQ(le(record, 22, 2), 1u);
-    EXPECT_EQ(le(record, 24, 4), 56u + 32 + 8);  // 24 of header, 3 of content to a multiple of 8
+    EXPECT_EQ(le(record, 24, 4), 56u + 32 + 8);  // 24 of header, 3 of content, rounded up to 8
     EXPECT_EQ(le(record, 28, 4), 1024u);
     EXPECT_EQ(le(record, 44, 4), 64u);
     EXPECT_EQ(le(record, 48, 2), 1u);
@@ -114,7 +114,7 @@ TEST(RecordBuilder, WritesHeaderAttributesAndFixups) {
     EXPECT_EQ(le(record, 88, 4), 0xFFFFFFFFu);
 }
 
-TEST(RecordBuilder, KeepsWhatTheFixupsReplace) {
+TEST(RecordBuilder, StoresTheWordsThatFixupsReplace) {
     const record_builder builder = record_builder(64).put_before_fixup(510, 0xBEEF, 2);
     EXPECT_EQ(le(builder.build(), 50, 2), 0xBEEFu);
     EXPECT_EQ(le(builder.build(), 510, 2), 1u);
@@ -122,10 +122,10 @@ TEST(RecordBuilder, KeepsWhatTheFixupsReplace) {
     EXPECT_EQ(le(record_builder(64).put(510, 0xDEAD, 2).build(), 510, 2), 0xDEADu);
 }
 
-TEST(RecordBuilder, LargeRecordsStartTheirAttributesFurtherBack) {
+TEST(RecordBuilder, AttributesOfLargeRecordsStartLater) {
     const bytes record = record_builder(64, 4096).data("").build();
     EXPECT_EQ(le(record, 6, 2), 9u);
-    EXPECT_EQ(le(record, 20, 2), 72u);  // 48 and nine words, to a multiple of 8
+    EXPECT_EQ(le(record, 20, 2), 72u);  // 48 and nine words, rounded up to 8
 }
 
 TEST(RecordBuilder, LaysAttributesOutByTypeAndNumbersThemInCallOrder) {
@@ -157,12 +157,12 @@ TEST(RecordBuilder, DescribesRunsInTheNonResidentHeader) {
     EXPECT_EQ(le(record, at + 80, 3), 0x100211u);
 }
 
-TEST(RecordBuilder, RefusesWhatDoesNotFit) {
+TEST(RecordBuilder, RejectsAttributesThatDoNotFit) {
     EXPECT_THROW((void)record_builder(64).data(pattern(2000)).build(), std::length_error);
     EXPECT_THROW((void)record_builder(64).attribute_offset(type::data), std::out_of_range);
 }
 
-TEST(AttributeValues, PlaceTheirFields) {
+TEST(AttributeValues, HaveTheirFieldsAtTheRightOffsets) {
     const bytes name = file_name_value(5, u"ab", {.space = dos, .real = 77});
     EXPECT_EQ(name.size(), 70u);
     EXPECT_EQ(le(name, 0, 8), 0x0005000000000005u);
@@ -188,7 +188,7 @@ TEST(AttributeValues, PlaceTheirFields) {
 
 TEST(DirectoryIndex, EntriesAndBlocksHaveTheirSizes) {
     const bytes entry = index_entry{.reference = 9, .key = file_name_value(5, u"a")}.build();
-    EXPECT_EQ(entry.size(), 88u);  // 16 and 68, to a multiple of 8
+    EXPECT_EQ(entry.size(), 88u);  // 16 and 68, rounded up to 8
     EXPECT_EQ(le(entry, 8, 2), 88u);
     EXPECT_EQ(le(entry, 10, 2), 68u);
     const bytes block = index_block(index_end_entry(7), {.vcn = 3});
@@ -210,7 +210,7 @@ TEST(Lznt1Compressor, WritesLiteralsAndMatches) {
     EXPECT_EQ(le(lznt1_compress(pattern(4096)), 0, 2), 0x3FFFu);
 }
 
-TEST(Security, PlacesSidsAclsAndEntries) {
+TEST(Security, EncodesSidsAclsAndEntries) {
     EXPECT_THAT(sid("S-1-5-32-544"),
                 ElementsAre(1, 2, 0, 0, 0, 0, 0, 5, 32, 0, 0, 0, 0x20, 2, 0, 0));
     const bytes list = acl({ace(1, 2, 0x03, sid(5, {18}))});
@@ -224,14 +224,14 @@ TEST(Security, PlacesSidsAclsAndEntries) {
     EXPECT_EQ(le(descriptor, 4, 4), 20u);
     EXPECT_EQ(le(descriptor, 8, 4), 0u);
     EXPECT_EQ(stream.add(256, descriptor), 0u);
-    EXPECT_EQ(stream.add(257, descriptor), 64u);  // 20 and 32, to a multiple of 16
+    EXPECT_EQ(stream.add(257, descriptor), 64u);  // 20 and 32, rounded up to 16
     const bytes content = stream.build();
     EXPECT_EQ(content.size(), 0x40000u + 64 + 52);
     EXPECT_EQ(le(content, 64 + 8, 8), 64u);
     EXPECT_EQ(le(content, 0x40000 + 64 + 8, 8), 64u);
 }
 
-TEST(PartitionImage, PutsTablesWhereReadersLook) {
+TEST(PartitionImage, PutsTablesAtTheExpectedOffsets) {
     byte_image disk(1 << 20);
     put_boot_record(disk, 0, {{}, {.type = 5, .first = 100, .count = 50}});
     EXPECT_EQ(disk.get(446 + 16 + 4, 1), 5u);
@@ -263,7 +263,7 @@ TEST(PartitionImage, PutsGuidTables) {
     EXPECT_EQ(disk.get(8192 + 56, 2), u'n');
 }
 
-TEST(VmdkImage, StoresGrainsBehindTheirTables) {
+TEST(VmdkImage, StoresGrainsAfterTheirTables) {
     byte_image disk(3 * 65536);
     disk.put(65536, 7, 1);
     const vmdk_image image = vmdk_image().content(disk);
@@ -290,7 +290,7 @@ TEST(VmdkImage, ChainsNameTheirParents) {
     EXPECT_THAT(read_file(paths[1]), testing::HasSubstr("parentFileNameHint=\"disk.vmdk\"\n"));
 }
 
-TEST(RunProgram, KeepsBothOutputsAndTheStatusApart) {
+TEST(RunProgram, CollectsBothOutputsAndTheStatusSeparately) {
     const auto result =
         run_program("/bin/sh", {"-c", "echo \"$0 $1\"; echo bad >&2; exit 3", "a b", "c"});
     EXPECT_EQ(result.status, 3);
@@ -329,7 +329,7 @@ TEST(RunProgram, StartsProgramsOfTheBuildThroughTheRunner) {
         ::setenv(runner_variable, before.c_str(), 1);
 }
 
-TEST(TempDir, GoesAwayWithItsFiles) {
+TEST(TempDir, IsDeletedWithItsFiles) {
     std::string path;
     {
         const temp_dir dir;

@@ -1,4 +1,4 @@
-// Content of system files that is the same on every volume.
+// Content of system files that is the same on all volumes.
 #include <array>
 
 #include "support/byte_writer.h"

@@ -20,7 +20,7 @@ temp_dir::temp_dir() {
 }
 
 temp_dir::~temp_dir() {
-    std::error_code ignored;  // nobody is left to be told
+    std::error_code ignored;  // a destructor cannot report errors
     std::filesystem::remove_all(m_path, ignored);
 }
 

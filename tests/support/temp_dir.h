@@ -8,15 +8,15 @@ namespace support {
 
 class temp_dir {
 public:
-    // Creates the directory below $TMPDIR, or below /tmp. Throws std::runtime_error on failure.
+    // Creates the directory in $TMPDIR, or in /tmp. Throws std::runtime_error on failure.
     temp_dir();
-    // Removes the directory with everything in it.
+    // Deletes the directory with all its content.
     ~temp_dir();
     temp_dir(const temp_dir&) = delete;
     temp_dir& operator=(const temp_dir&) = delete;
 
     const std::string& path() const { return m_path; }
-    // The path of `name` inside the directory; creates nothing.
+    // Returns the path of `name` inside the directory; creates nothing.
     std::string file(std::string_view name) const;
     // Writes a file with `content` and returns its path.
     std::string write(std::string_view name, std::string_view content) const;
@@ -25,7 +25,7 @@ private:
     std::string m_path;
 };
 
-// The whole content of a file; throws std::runtime_error when it can't be read.
+// Returns the whole content of a file. Throws std::runtime_error if it cannot be read.
 std::string read_file(const std::string& path);
 bool file_exists(const std::string& path);
 

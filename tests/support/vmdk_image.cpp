@@ -26,9 +26,9 @@ std::string last_component(const std::string& path) {
 
 }  // namespace
 
-// Sectors of the file.
+// The layout of the file, in sectors.
 struct vmdk_image::layout {
-    std::uint64_t tables = 0;         // how many
+    std::uint64_t tables = 0;         // number of tables
     std::uint64_t table_sectors = 0;  // of each
     std::uint64_t redundant_directory = 0, directory = 0, overhead = 0;
     std::map<std::uint64_t, std::uint64_t> grains;  // grain to sector
@@ -186,7 +186,7 @@ void vmdk_image::put_header(byte_image& file, const layout& where) const {
     file.put(64, where.overhead, 8).put_text(73, "\n \r\n");
 }
 
-// A directory at sector `at` with its tables behind it.
+// Writes a directory at sector `at`, followed by its tables.
 void vmdk_image::put_tables(byte_image& file, const layout& where, std::uint64_t at) const {
     const std::uint64_t first_table = at + where.directory_sectors();
     for (std::uint64_t table = 0; table < where.tables; ++table) {

@@ -31,7 +31,7 @@ struct vmdk_options {
     std::uint32_t version = 1;
     std::uint32_t flags = 3;               // newline test valid, redundant table used
     bool redundant = true;                 // writes the second directory and tables
-    std::uint64_t first_grain_sector = 0;  // 0: behind the metadata
+    std::uint64_t first_grain_sector = 0;  // 0: after the metadata
     bool shuffle_grains = false;           // stores the grains in reverse order
 };
 
@@ -40,41 +40,41 @@ public:
     explicit vmdk_image(const vmdk_options& options = {});
 
     // --- content ---
-    // The disk's bytes; grains that are all zero are not stored.
+    // Sets the disk's bytes. Grains of zeros are not stored.
     vmdk_image& content(const byte_image& disk);
-    // Grain `number` (zero padded), stored even if it is zero.
+    // Sets grain `number` (zero padded), which is stored even if it is zero.
     vmdk_image& grain(std::uint64_t number, std::span<const std::uint8_t> content);
-    // A table entry of that value, with no grain of its own: 0 unallocated, 1 zeroed.
+    // Sets a table entry to a value without storing a grain: 0 unallocated, 1 zeroed.
     vmdk_image& grain_entry(std::uint64_t number, std::uint32_t value);
-    // A directory entry of 0: no table, whatever its grains hold.
+    // Sets a directory entry to 0: the table is missing, and its grains are unreachable.
     vmdk_image& without_table(std::uint64_t table);
 
     // --- descriptor ---
-    // The usual one: CID, parentCID, createType, one extent line, the ddb lines.
+    // The default descriptor has CID, parentCID, createType, one extent line and the ddb lines.
     vmdk_image& cid(std::uint32_t value);
     vmdk_image& parent(std::uint32_t parent_cid, std::string_view file_name_hint);
     vmdk_image& create_type(std::string_view value);
     vmdk_image& extent_line(std::string_view line);
-    // A line more, in the part ahead of the extents.
+    // Adds a line before the extents.
     vmdk_image& line(std::string_view text);
-    // Any text in place of all that; cut at the room that the descriptor has.
+    // Replaces the whole descriptor by `text`, truncated to the space available.
     vmdk_image& descriptor(std::string_view text);
     std::string descriptor() const;
 
     // --- damage ---
-    // Bytes of the finished file; the header is at 0.
+    // Overwrites bytes of the finished file; the header is at 0.
     vmdk_image& put(std::uint64_t at, std::uint64_t value, std::size_t width);
     vmdk_image& put_text(std::uint64_t at, std::string_view text);
 
     // --- results ---
     byte_image build() const;
-    // The extent line names the last component of `path`, unless one was given.
+    // The extent line names the last component of `path`, unless one has been set.
     std::string save(const std::string& path) const;
-    // Sectors at which things stand in the file.
+    // Positions in the file, in sectors.
     std::uint64_t descriptor_sector() const { return 1; }
     std::uint64_t directory_sector() const;
     std::uint64_t table_sector(std::uint64_t table) const;
-    // Where the grain's content stands; 0 when it is not stored.
+    // Returns the position of the grain's content, or 0 if it is not stored.
     std::uint64_t grain_sector(std::uint64_t number) const;
     std::uint64_t capacity() const;  // sectors
 
@@ -97,8 +97,8 @@ private:
 };
 
 // Writes a base and its deltas to `directory` as "<stem>.vmdk", "<stem>-000001.vmdk" and so on. The
-// i-th file gets the CID 0x10000000 + i, and each delta the CID and the file name of the one before
-// it. Give all of them the same capacity. Returns the paths, base first.
+// i-th file gets the CID 0x10000000 + i, and each delta the CID and the file name of its
+// predecessor. All must have the same capacity. Returns the paths, base first.
 std::vector<std::string> save_vmdk_chain(const std::string& directory, const std::string& stem,
                                          std::vector<vmdk_image> base_and_deltas);
 

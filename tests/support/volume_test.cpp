@@ -1,5 +1,5 @@
-// Whole images, as other readers of the formats see them. A reader that is not installed skips its
-// tests and says so.
+// Tests whole images with other readers of the formats. If a reader is not installed, its tests are
+// skipped with a message.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -71,7 +71,7 @@ TEST_P(Geometry, IsReadByTheSleuthKit) {
     EXPECT_EQ(as_bytes(run_program(icat, {path, "42"}).standard_output), expected);
 }
 
-TEST_P(Geometry, MountsAsASoundVolume) {
+TEST_P(Geometry, MountsAsAValidVolume) {
     NEED_PROGRAM(ntfsinfo, "ntfsinfo");
     NEED_PROGRAM(ntfsls, "ntfsls");
     const temp_dir dir;
@@ -83,7 +83,7 @@ TEST_P(Geometry, MountsAsASoundVolume) {
     EXPECT_EQ(count(run_program(ntfsls, {"-p", "/split", path}).standard_output, "split"), 100u);
 }
 
-TEST_P(Geometry, KeepsRecordsWhereItSaysTheyAre) {
+TEST_P(Geometry, RecordsAreAtTheirStatedPositions) {
     const ntfs_image volume = volume_with_everything(GetParam());
     const byte_image image = volume.build();
     for (const std::uint64_t number : {0u, 5u, 42u, 62u, 299u, 1399u}) {
@@ -114,7 +114,7 @@ TEST(NtfsImage, BuildsTheSameBytesEachTime) {
     EXPECT_EQ(volume.build().bytes(), volume.build().bytes());
 }
 
-TEST(NtfsImage, LeavesTheRestAloneWhereAByteIsOverwritten) {
+TEST(NtfsImage, OverwritingAByteChangesNothingElse) {
     ntfs_image volume;
     volume.file(5, u"a", 40);
     bytes expected = volume.build().bytes();
@@ -124,7 +124,7 @@ TEST(NtfsImage, LeavesTheRestAloneWhereAByteIsOverwritten) {
     EXPECT_EQ(volume.put(at, 0xDEAD, 2).build().bytes(), expected);
 }
 
-TEST(NtfsImage, AllocatesAroundWhatIsReserved) {
+TEST(NtfsImage, AllocationSkipsReservedClusters) {
     ntfs_image volume;
     const std::uint64_t next = volume.alloc(1) + 1;
     volume.reserve(next + 2, 5);
@@ -146,7 +146,7 @@ TEST(NtfsImage, PlacesAFragmentedMft) {
     EXPECT_EQ(image.size(), 512u * 4096 + 512);
 }
 
-TEST(NtfsImage, StaleEntriesStandBehindTheUsedOnes) {
+TEST(NtfsImage, StaleEntriesFollowTheUsedOnes) {
     ntfs_image volume;
     volume.directory(5, u"d", 40);
     volume.index(40).add_stale({.reference = 77, .key = file_name_value(40, u"old")});
@@ -158,10 +158,10 @@ TEST(NtfsImage, StaleEntriesStandBehindTheUsedOnes) {
     }
     const std::uint64_t value = at + content.get(at + 20, 2);
     EXPECT_EQ(content.get(value + 20, 4), 32u);       // header and end entry
-    EXPECT_EQ(content.get(value + 32 + 16, 8), 77u);  // behind them
+    EXPECT_EQ(content.get(value + 32 + 16, 8), 77u);  // after them
 }
 
-TEST(NtfsImage, CompressedStreamsReadBack) {
+TEST(NtfsImage, CompressedStreamsCanBeReadBack) {
     NEED_PROGRAM(icat, "icat");
     bytes content = pattern(300000);
     std::fill(content.begin() + 1000, content.begin() + 60000, std::uint8_t{'a'});
@@ -212,7 +212,7 @@ TEST(SampleVolume, NamesItsEntries) {
     }
 }
 
-// What fls lists of a volume of many files.
+// Returns the output of fls for a volume of many files.
 std::string listed_files(const std::string& fls, const many_files_options& options) {
     const temp_dir dir;
     const std::string path = dir.file("many.dd");
@@ -222,7 +222,7 @@ std::string listed_files(const std::string& fls, const many_files_options& optio
 
 TEST(SampleVolume, ManyFilesAreAllNamed) {
     NEED_PROGRAM(fls, "fls");
-    // Index roots with and without blocks of their own.
+    // Index roots with and without blocks.
     const std::string rows = listed_files(fls, {.directories = 120, .files = 130});
     EXPECT_EQ(count(rows, ".txt\n"), 120u * 130);
     EXPECT_EQ(count(rows, "\tdir00119/file0129.txt\n"), 1u);
@@ -231,7 +231,7 @@ TEST(SampleVolume, ManyFilesAreAllNamed) {
 
 TEST(SampleVolume, ManyFilesOfOneDirectoryAreAllNamed) {
     NEED_PROGRAM(fls, "fls");
-    // More index blocks than a bitmap in the record can name.
+    // More index blocks than a resident bitmap can describe.
     const std::string rows = listed_files(fls, {.directories = 1, .files = 20000});
     EXPECT_EQ(count(rows, ".txt\n"), 20000u);
     EXPECT_EQ(count(rows, "\tdir00000/file19999.txt\n"), 1u);
@@ -245,7 +245,7 @@ TEST(SampleVolume, ManyFilesHaveTheirStreams) {
     EXPECT_EQ(count(rows, ".txt:s"), 150u);
 }
 
-TEST(SampleVolume, ManyFilesLieInTheFragmentsOfTheMft) {
+TEST(SampleVolume, ManyFilesAreInTheFragmentsOfTheMft) {
     NEED_PROGRAM(fls, "fls");
     NEED_PROGRAM(istat, "istat");
     const many_files_options options = {.directories = 30, .files = 99, .mft_fragments = 700};
@@ -259,7 +259,7 @@ TEST(SampleVolume, ManyFilesLieInTheFragmentsOfTheMft) {
     const std::string status = run_program(istat, {path, "0"}).standard_output;
     EXPECT_EQ(count(status, "Type: $ATTRIBUTE_LIST"), 1u);
     EXPECT_EQ(count(status, "Type: $DATA "), 1u);
-    // 750 clusters of records in pieces of two, the first 16 clusters and the free ones between.
+    // 750 clusters of records in fragments of two, the first 16 clusters and the free ones between.
     const byte_image image = byte_image::load(path);
     std::uint64_t pieces = 0;
     bool in_piece = false;
@@ -295,7 +295,7 @@ TEST(SampleVolume, ManyFilesAreNamedByScatteredIndexes) {
 }
 
 TEST(SampleVolume, ManyFilesShareADescriptor) {
-    NEED_PROGRAM(fsntfsinfo, "fsntfsinfo");  // which refuses a volume without descriptors
+    NEED_PROGRAM(fsntfsinfo, "fsntfsinfo");  // rejects a volume without descriptors
     const temp_dir dir;
     const std::string path = dir.file("many.dd");
     save_many_files_volume(path, {.directories = 1, .files = 3});
@@ -304,7 +304,7 @@ TEST(SampleVolume, ManyFilesShareADescriptor) {
     EXPECT_EQ(count(entry, "descriptor identifier\t: 256\n"), 1u) << entry;
 }
 
-TEST(SampleVolume, VirtualDisksHoldTheDisk) {
+TEST(SampleVolume, VirtualDisksContainTheDisk) {
     NEED_PROGRAM(qemu_img, "qemu-img");
     const temp_dir dir;
     byte_image disk = sample_disk();
@@ -324,7 +324,7 @@ TEST(SampleVolume, VirtualDisksHoldTheDisk) {
     }
 }
 
-TEST(SampleVolume, SnapshotHoldsTheLaterDisk) {
+TEST(SampleVolume, SnapshotContainsTheLaterDisk) {
     NEED_PROGRAM(qemu_img, "qemu-img");
     const temp_dir dir;
     save_snapshot_chain(dir.file("base.vmdk"), dir.file("snapshot.vmdk"));
@@ -372,7 +372,7 @@ TEST(BehaviourVolume, IsReadByTheSleuthKit) {
     EXPECT_EQ(content(behaviour::reused), "new");
 }
 
-TEST(PartitionImage, TablesAreFoundSound) {
+TEST(PartitionImage, TablesAreReportedAsValid) {
     NEED_PROGRAM(sgdisk, "sgdisk");
     const temp_dir dir;
     byte_image disk(64 << 20);

@@ -12,16 +12,18 @@ namespace support {
 
 namespace {
 
-constexpr std::uint64_t smallest_volume = 1 << 20;  // bytes, where the size is left open
+constexpr std::uint64_t smallest_volume = 1 << 20;  // bytes, if the size is not set
 constexpr std::size_t largest_resident = 256;       // bytes of a bitmap in a record
 
-// Sizes of 128 sectors and more than that don't fit: 256 is stored as 2^(256 - 0xF8).
+// Returns the stored form. More than 128 sectors do not fit: 256, which is 2^(256 - 0xF8), is
+// stored as 0xF8.
 std::uint8_t stored_sectors_per_cluster(std::uint64_t sectors) {
     return sectors <= 128 ? static_cast<std::uint8_t>(sectors)
                           : static_cast<std::uint8_t>(256 - std::countr_zero(sectors));
 }
 
-// Clusters if it is at least one, else minus the power of two.
+// Returns the size in clusters if it is at least one cluster, else minus the power of two, as a
+// byte.
 std::uint8_t stored_size(std::uint32_t size, std::uint32_t cluster) {
     return size >= cluster ? static_cast<std::uint8_t>(size / cluster)
                            : static_cast<std::uint8_t>(256 - std::countr_zero(size));
@@ -112,7 +114,7 @@ void volume_writer::add_security() {
     }
 }
 
-// $DATA and $BITMAP of $MFT, and $DATA of $MFTMirr.
+// Adds $DATA and $BITMAP of $MFT, and $DATA of $MFTMirr.
 void volume_writer::add_mft() {
     const ntfs_geometry& g = m_volume.m_geometry;
     const std::uint64_t mirror_size = std::max<std::uint64_t>(4ull * g.record, g.cluster);
@@ -135,7 +137,7 @@ void volume_writer::add_mft() {
         for (const auto& [number, record] : m_volume.m_entries) {
             set_bits(bits, number, record.is_in_use() ? 1 : 0);
         }
-        set_bits(bits, 16, 8);  // entries 16 to 23 are kept for the system
+        set_bits(bits, 16, 8);  // entries 16 to 23 are reserved for the system
         if (bits.size() <= largest_resident) {
             m_volume.entry(0).resident(type::bitmap, u"", bits);
         } else {
@@ -145,7 +147,7 @@ void volume_writer::add_mft() {
     }
 }
 
-// Takes the clusters of $Bitmap and decides how many the volume has.
+// Allocates the clusters of $Bitmap and determines the number of clusters of the volume.
 void volume_writer::settle_size() {
     const ntfs_geometry& g = m_volume.m_geometry;
     std::uint64_t least = g.clusters;
@@ -154,7 +156,7 @@ void volume_writer::settle_size() {
         for (const auto& [lcn, count] : m_volume.m_used) {
             end = std::max(end, lcn + count);
         }
-        least = end + end / 1024 + 16;  // with room for the bitmap itself
+        least = end + end / 1024 + 16;  // including space for the bitmap itself
     }
     m_bitmap_runs = {{0, m_volume.clusters_for(round_up(least, 64) / 8)}};
     m_bitmap_runs[0].lcn = m_volume.alloc(m_bitmap_runs[0].count);
@@ -171,7 +173,7 @@ bytes volume_writer::used_cluster_bits(std::uint64_t clusters) const {
     for (const auto& [lcn, count] : m_volume.m_used) {
         set_bits(bits, lcn, count);
     }
-    set_bits(bits, clusters, bits.size() * 8 - clusters);  // behind the end of the volume
+    set_bits(bits, clusters, bits.size() * 8 - clusters);  // past the end of the volume
     return bits;
 }
 
@@ -189,7 +191,7 @@ void volume_writer::add_bitmap() {
     }
 }
 
-// Cluster by cluster, since a record can lie in two runs.
+// Writes one cluster at a time, because a record can be in two runs.
 void volume_writer::write_record(byte_image& image, std::uint64_t number,
                                  const bytes& record) const {
     const std::uint64_t cluster = m_volume.m_geometry.cluster;

@@ -1,4 +1,4 @@
-// Turns an ntfs_image into bytes: internal to the builders.
+// Converts an ntfs_image to bytes. Internal to the builders.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@ namespace support {
 
 class volume_writer {
 public:
-    // `volume` is a copy that the writer may change.
+    // `volume` is a copy, which the writer may change.
     explicit volume_writer(ntfs_image& volume) : m_volume(volume) {}
     byte_image write();
 
@@ -37,10 +37,10 @@ private:
     cluster_runs m_mirror_runs, m_bitmap_runs;
 };
 
-// The content of $UpCase: 65536 units, each the upper case of its index for Latin, Greek and
-// Cyrillic letters.
+// Returns the content of $UpCase: 65536 units, each the upper case of its index for Latin, Greek
+// and Cyrillic letters.
 bytes upcase_table();
-// The content of $AttrDef: 160 bytes for each attribute type.
+// Returns the content of $AttrDef: 160 bytes for each attribute type.
 bytes attribute_definitions();
 
 }  // namespace support
