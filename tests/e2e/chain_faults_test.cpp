@@ -1,4 +1,4 @@
-// Whole runs with a VMDK file that can't be read everywhere.
+// Whole runs with a VMDK file that cannot be read completely.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -22,8 +22,8 @@ using support::vmdk_image;
 constexpr std::uint64_t sector = 512;
 constexpr std::uint64_t grain_sectors = 8;
 
-// A disk of three grain tables, each with a partition: a FAT32 volume in an entry of type 0x82.
-// The file's second table stands at its end, behind all grains.
+// A disk with three grain tables, and a partition in each: a FAT32 volume in an entry of type 0x82.
+// The file's second table is moved to its end, after all grains.
 class ChainFaults : public testing::Test {
 protected:
     static constexpr std::uint32_t starts[] = {16, 1032, 2056};  // sectors of the disk
@@ -47,7 +47,7 @@ protected:
         if (e2e::takes_no_faults()) GTEST_SKIP() << "this runner's own calls would fail";
     }
 
-    // Reads that start in the sector at byte `position` of the file.
+    // Affects reads that start in the sector at byte `position` of the file.
     static system_fault sector_fault(std::uint64_t position, const std::string& effect) {
         return {.call = "read",
                 .path = "disk.vmdk",
@@ -55,7 +55,7 @@ protected:
                 .offset = static_cast<std::int64_t>(position),
                 .end = static_cast<std::int64_t>(position + sector)};
     }
-    // The grain in which partition `number` starts.
+    // Returns the position of the grain in which partition `number` starts.
     std::uint64_t grain_position(std::size_t number) const {
         return m_vmdk.grain_sector(starts[number] / grain_sectors) * sector;
     }
@@ -63,7 +63,7 @@ protected:
         whole_run({"-image", m_file, "-vmdk", m_file}, with_faults(faults))
             .expect(status_failed, "", errors);
     }
-    // The three partitions are listed under these names.
+    // Expects the three partitions to be listed under these names.
     void expect_names(const std::vector<system_fault>& faults, const std::string& first,
                       const std::string& second, const std::string& third) const {
         expect_errors(faults, "\nvolume offset [ 0x2000 ] : " + first +
@@ -73,18 +73,18 @@ protected:
     }
 
     support::temp_dir m_dir;
-    // The grains stand apart from the tables, so that no read takes both.
+    // The grains are far enough from the tables that no read covers both.
     vmdk_image m_vmdk =
         vmdk_image({.grain_size = grain_sectors, .table_entries = 128, .first_grain_sector = 64});
     std::uint64_t m_moved_table = 0;
     std::string m_file;
 };
 
-TEST_F(ChainFaults, WithoutAFaultEveryPartitionIsSeen) {
+TEST_F(ChainFaults, WithoutAFaultEveryPartitionIsListed) {
     expect_names({}, "fat32", "fat32", "fat32");
 }
 
-TEST_F(ChainFaults, GrainThatCantBeReadIsZeroWithoutAWord) {
+TEST_F(ChainFaults, GrainThatCannotBeReadIsSilentlyZero) {
     for (const char* effect : {"EIO", "EINTR", "nothing"}) {
         SCOPED_TRACE(effect);
         expect_names({sector_fault(grain_position(0), effect)}, "linux swap", "fat32", "fat32");
@@ -92,20 +92,20 @@ TEST_F(ChainFaults, GrainThatCantBeReadIsZeroWithoutAWord) {
     }
 }
 
-// The name of the file system stands in the first half of what is asked for.
-TEST_F(ChainFaults, GrainThatComesShortEndsInZeros) {
+// The name of the file system is in the first half of the bytes read.
+TEST_F(ChainFaults, GrainOfAShortReadEndsInZeros) {
     for (const char* effect : {"less", "half"})
         expect_names({sector_fault(grain_position(0), effect)}, "fat32", "fat32", "fat32");
 }
 
-// The tables behind it are not read either, though they could be.
-TEST_F(ChainFaults, TableThatCantBeReadEndsTheTables) {
+// The tables after it are not read either, although they could be.
+TEST_F(ChainFaults, TableThatCannotBeReadEndsTheTables) {
     expect_names({sector_fault(m_moved_table, "EIO")}, "fat32", "linux swap", "linux swap");
-    // One that comes short is a table of holes, and the next one is read.
+    // A short read makes a table of holes, and the next table is read.
     expect_names({sector_fault(m_moved_table, "nothing")}, "fat32", "linux swap", "fat32");
 }
 
-TEST_F(ChainFaults, FileWithoutItsMetadataCantBeOpened) {
+TEST_F(ChainFaults, FileWithUnreadableMetadataCannotBeOpened) {
     const std::string errors =
         m_file + " can't be opened\n\nsuggested array: -vmdk \"" + m_file + "\"\n";
     const std::uint64_t descriptor = m_vmdk.descriptor_sector() * sector;
@@ -118,8 +118,8 @@ TEST_F(ChainFaults, FileWithoutItsMetadataCantBeOpened) {
     expect_errors({{.call = "open", .path = "disk.vmdk", .effect = "EMFILE"}}, errors);
 }
 
-// The check has passed by then.
-TEST_F(ChainFaults, FileThatCantBeOpenedAgainMakesNoDisk) {
+// The second open comes after the check, which succeeds.
+TEST_F(ChainFaults, FileThatCannotBeReopenedIsAnInvalidDisk) {
     expect_errors({{.call = "open", .path = "disk.vmdk", .effect = "EACCES", .first = 2}},
                   "invalid disk collection of snaps \n\n");
 }

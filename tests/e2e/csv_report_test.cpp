@@ -1,4 +1,4 @@
-// The delimited report of whole runs.
+// CSV reports of whole runs.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,13 +11,13 @@ namespace {
 
 using e2e::list;
 
-// A stamp as its two texts.
+// The two texts of a timestamp.
 struct stamp {
     std::string date, time;
 };
 using stamps = std::vector<stamp>;  // created, modified, mft changed, accessed
 
-// What a row of the report is made of.
+// The content of a row of the report.
 struct csv_row {
     std::string type, path;
     std::uint64_t size, attributes, entry;
@@ -42,7 +42,7 @@ const stamps short_stamps = {{"2022-01-01", "01:01:01.000"},
 const stamps far_stamps = {{"", ""}, {"", ""}, {"", ""}, {"1970-01-01", "00:00:01.000"}};
 const stamps no_stamps = {{"", ""}, {"", ""}, {"", ""}, {"", ""}};
 
-// \docs of the rich volume, on the last level.
+// The rows of \docs of the rich volume, at the last level.
 const std::vector<csv_row> docs = {
     {"dir", "\\docs\\", 0, 0, 40, 1, 3, usual, usual, {}, false, e2e::docs_id},
     {"ads", "\\docs:note", 5, 0, 40, 1, 3, usual, usual, {}},
@@ -55,7 +55,7 @@ const std::vector<csv_row> docs = {
     {"dir", "\\docs\\sub\\", 0, 0, 43, 1, 3, usual, usual, {}},
 };
 
-// How the options shape the report.
+// The effects of the options on the report.
 struct csv_form {
     std::string separator = ",";
     std::string from = ",", to = " ";  // replaced in paths; empty for nothing
@@ -165,7 +165,7 @@ TEST_F(CsvReport, HeaderAndRowInFull) {
               "2021-03-07, 08:09:10.456,,\n");
 }
 
-// Every combination of the options that shape a row, with four separators.
+// Every combination of the options that affect a row, with four separators.
 TEST_F(CsvReport, EveryCombinationOfOptions) {
     const struct {
         std::vector<std::string> options;
@@ -202,7 +202,7 @@ TEST_F(CsvReport, EveryCombinationOfOptions) {
     }
 }
 
-TEST_F(CsvReport, AlldatesAloneTakesTheDefaultSeparator) {
+TEST_F(CsvReport, AlldatesAloneUsesTheDefaultSeparator) {
     const csv_form form{.separator = " | ", .from = "|", .to = ";", .all = true};
     EXPECT_EQ(run({"-alldates"}), report_text(docs, form));
     EXPECT_EQ(run({"-alldates", "-no_whitespace"}),
@@ -210,7 +210,7 @@ TEST_F(CsvReport, AlldatesAloneTakesTheDefaultSeparator) {
                   docs, {.separator = "|", .from = "|", .to = ";", .all = true, .padded = false}));
 }
 
-TEST_F(CsvReport, AlldatesTakesTheSeparatorThatOtherFormsLeft) {
+TEST_F(CsvReport, AlldatesUsesTheSeparatorOfOtherForms) {
     EXPECT_EQ(run({"-alldates", "-bodyfile"}),
               report_text(docs, {.separator = "|", .from = "|", .to = ";", .all = true}));
     EXPECT_EQ(run({"-alldates", "-csvgen"}), report_text(docs, {.all = true}));
@@ -218,14 +218,14 @@ TEST_F(CsvReport, AlldatesTakesTheSeparatorThatOtherFormsLeft) {
               report_text(docs, {.separator = "", .from = "", .to = "", .all = true}));
 }
 
-TEST_F(CsvReport, SeparatorOfTwoCharactersGivesATab) {
+TEST_F(CsvReport, TabAndBackslashTAreATab) {
     const csv_form form{.separator = "\t", .from = "", .to = ""};
     for (const char* word : {"tab", "Tab", "\\t", "\\T"}) {
         EXPECT_EQ(run({"-csv", "-csv_separator", word}), report_text(docs, form));
     }
 }
 
-// Separators are bytes, whatever they mean: half a character of UTF-8, or what no text has.
+// A separator is any sequence of bytes, such as half of a UTF-8 character or invalid bytes.
 TEST_F(CsvReport, SeparatorMayHaveAnyBytes) {
     for (const char* separator : {"\x80", "\xFF\xFE", "\xC3", "\u00A7"}) {
         const csv_form form{.separator = separator, .from = "", .to = ""};
@@ -233,7 +233,7 @@ TEST_F(CsvReport, SeparatorMayHaveAnyBytes) {
     }
 }
 
-TEST_F(CsvReport, LaterBaseWinsWhateverTheOrder) {
+TEST_F(CsvReport, Base16TakesPrecedenceInAnyOrder) {
     EXPECT_EQ(run({"-csv", "-base16", "-base10"}), report_text(docs, {}));
     EXPECT_EQ(run({"-csv", "-base10", "-base16"}), report_text(docs, {}));
 }
@@ -246,7 +246,7 @@ TEST_F(CsvReport, PairedDecimalRowWithoutWhitespace) {
               "2021-03-05 06:07:08.234,2021-03-06 07:08:09.345,2021-03-07 08:09:10.456,,\n");
 }
 
-TEST_F(CsvReport, HeaderStandsOnceOverAllDirectories) {
+TEST_F(CsvReport, HeaderIsPrintedOnceForAllDirectories) {
     std::vector<csv_row> all = docs;
     all.push_back({"file", "\\docs\\sub\\other name.txt", 4, 0x20, 48, 1, 1, usual, usual, {}});
     all.push_back({"file", "\\docs\\sub\\x&<y>\".txt", 0, 0x20, 44, 1, 1, no_stamps, usual, {}});
@@ -289,7 +289,7 @@ TEST_F(CsvReport, FiltersKeepDirectories) {
     EXPECT_EQ(run({"-csv", "-filter", "*.dat"}), report_text(rows, {}));
 }
 
-TEST_F(CsvReport, DateAndTimeFormatsShapeTheCells) {
+TEST_F(CsvReport, DateAndTimeFormatsApplyToTheCells) {
     const std::vector<std::string> arguments = {
         "\\docs\\linked.txt", "-image",   image.path(),  "-csv",
         "-dateformat",        "dd/mm/yy", "-timeformat", "hh:mm:ss"};
@@ -300,7 +300,7 @@ TEST_F(CsvReport, DateAndTimeFormatsShapeTheCells) {
               "08:09:10,,\n");
 }
 
-TEST_F(CsvReport, NothingToListHasNoHeader) {
+TEST_F(CsvReport, EmptyListingHasNoHeader) {
     EXPECT_EQ(run({"-csv", "-filter", "*.exe"}, "\\docs\\linked.txt"), "no items\n\n");
     EXPECT_EQ(run({"-csv"}, "\\nowhere"), "");
 }

@@ -1,4 +1,4 @@
-// Damaged volumes: what is lost is a row or a path, never the run.
+// Damaged volumes: the damage costs a row or a path, never the run.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -31,7 +31,7 @@ protected:
         return e2e::list_bare(arguments);
     }
 
-    // The paths of \dir with these files.
+    // Returns the paths of \dir with these files.
     static std::string files(const std::string& letters) {
         std::string text = "\\dir\\\n";
         for (const char letter : letters)
@@ -43,7 +43,7 @@ protected:
     support::ntfs_image volume;
 };
 
-TEST_F(Damage, SoundVolume) { EXPECT_EQ(list(), files("abcde")); }
+TEST_F(Damage, UndamagedVolume) { EXPECT_EQ(list(), files("abcde")); }
 
 TEST_F(Damage, RecordWithAnotherKeywordLosesItsRow) {
     for (const char* keyword : {"BAAD", "XXXX", "file"}) {
@@ -68,9 +68,9 @@ TEST_F(Damage, RecordOfAnOlderFormatLosesItsRow) {
     EXPECT_EQ(list(), files("abde"));
 }
 
-TEST_F(Damage, AttributeThatPassesTheRecordCostsWhatStandsBehindIt) {
-    // $STANDARD_INFORMATION too long: no name can be reached. $FILE_NAME too long: the name is
-    // there, and what follows it is not.
+TEST_F(Damage, AttributeLongerThanTheRecordLosesTheNextOnes) {
+    // If $STANDARD_INFORMATION is too long, no name can be reached. If $FILE_NAME is too long, the
+    // name is found, but not the attributes after it.
     const std::size_t info = volume.entry(66).attribute_offset(support::type::standard_information);
     volume.entry(66).put_before_fixup(info + 4, 0x10000, 4);
     const std::size_t name = volume.entry(67).attribute_offset(support::type::file_name);
@@ -84,31 +84,31 @@ TEST_F(Damage, AttributeOfLengthZeroEndsTheRecord) {
     EXPECT_EQ(list(), files("abde"));
 }
 
-TEST_F(Damage, NameBeyondTheRecordIsCutAtItsEnd) {
+TEST_F(Damage, NamePastTheEndOfTheRecordIsTruncated) {
     const std::size_t name = volume.entry(66).attribute_offset(support::type::file_name);
-    // The value reaches from the last bytes of the record: a parent of zeros, no name.
+    // The value starts in the last bytes of the record: its parent is 0, and it has no name.
     volume.entry(66).put_before_fixup(name + 20, 1016, 2);
     EXPECT_EQ(list(), files("abde"));
 }
 
-TEST_F(Damage, NameLengthBeyondTheNameTakesWhatFollowsUpToAZero) {
+TEST_F(Damage, NameLengthBeyondTheNameExtendsItToAZeroUnit) {
     const std::size_t name = volume.entry(66).attribute_offset(support::type::file_name);
     volume.entry(66).put_before_fixup(name + 24 + 64, 255, 1);
     EXPECT_EQ(list(), files("abcde"));  // zero bytes follow the one letter
 }
 
-TEST_F(Damage, IndexOfAnotherKindCostsTheChildren) {
+TEST_F(Damage, IndexOfAnotherKindLosesTheChildren) {
     volume.index(40).put_in_root(0, 0x80, 4);
     EXPECT_EQ(list(), files(""));  // the directory itself is found by the index of the root
 }
 
-TEST_F(Damage, IndexEntryOfAWrongSizeCostsWhatStandsBehindIt) {
-    // Entries are 16 + 66 + 2 bytes, to a multiple of 8: 88. The third one is at 32 + 2 * 88.
+TEST_F(Damage, IndexEntryOfAWrongSizeLosesTheNextEntries) {
+    // Entries have 16 + 66 + 2 bytes, rounded up to 8: 88. The third one is at 32 + 2 * 88.
     volume.index(40).put_in_root(32 + 2 * 88 + 8, 769, 2);
     EXPECT_EQ(list(), files("ab"));
 }
 
-TEST_F(Damage, IndexBlockWithoutItsKeywordCostsItsChildren) {
+TEST_F(Damage, IndexBlockWithoutItsKeywordLosesItsChildren) {
     volume.index(40).in_blocks();
     for (std::uint64_t i = 0; i < 60; ++i) {
         const std::string name = "n" + std::to_string(100 + i);
@@ -127,16 +127,16 @@ TEST_F(Damage, StaleIndexEntriesAreHiddenByTheirRecords) {
     EXPECT_EQ(list(), files("abcde"));
 }
 
-TEST_F(Damage, TruncatedImageLosesTheRecordsBehindTheCut) {
-    // Record 66 is the first one that is not there at all; 65 is cut in its second half.
+TEST_F(Damage, TruncatedImageLosesTheRecordsPastItsEnd) {
+    // Record 66 is the first that is missing completely; the second half of 65 is missing.
     volume.truncate(volume.record_pos(65) + 512);
     EXPECT_EQ(list(), files("ab"));
     volume.truncate(volume.record_pos(65));
     EXPECT_EQ(list(), files("a"));
 }
 
-TEST_F(Damage, CutRecordIsNotFilledUpFromTheRecordBefore) {
-    // Both records are laid out alike, and the cut takes the name from the second.
+TEST_F(Damage, TruncatedRecordContainsNothingOfThePreviousOne) {
+    // Both records have the same layout, and the name of the second is in its missing half.
     for (const std::uint64_t number : {64u, 65u}) {
         volume.entry(number)
             .clear()
@@ -150,7 +150,7 @@ TEST_F(Damage, CutRecordIsNotFilledUpFromTheRecordBefore) {
     EXPECT_EQ(list(), "\\dir\\\n\\dir\\a\n\\dir\\a:pad\n");
 }
 
-TEST_F(Damage, SubdirectoryThatIsLostCostsItsListingAlone) {
+TEST_F(Damage, LostSubdirectoryAffectsOnlyItsOwnListing) {
     volume.directory(40, u"lost", 41);
     volume.file(41, u"below", 80);
     volume.index(41).put_in_root(0, 0x80, 4);
@@ -160,8 +160,8 @@ TEST_F(Damage, SubdirectoryThatIsLostCostsItsListingAlone) {
               files("abcde") + "\\dir\\lost\\\n\\dir\\whole\\\n\\dir\\whole\\kept\n");
 }
 
-// Every single damaged byte of one file's record leaves the rest of the listing whole.
-TEST_F(Damage, NoByteOfARecordHurtsItsNeighbours) {
+// Damaging any single byte of one file's record leaves the rest of the listing complete.
+TEST_F(Damage, NoByteOfARecordAffectsItsNeighbours) {
     const std::uint64_t record = volume.record_pos(66);
     support::byte_image image = volume.build();
     const std::string path = dir.file("byte.dd");
@@ -183,8 +183,8 @@ TEST_F(Damage, NoByteOfARecordHurtsItsNeighbours) {
     }
 }
 
-// Every cut of the image is survived.
-TEST_F(Damage, ImageCutAnywhereEndsTheRunInOrder) {
+// The program survives truncation of the image at any size.
+TEST_F(Damage, ImageTruncatedAnywhereEndsTheRunNormally) {
     support::byte_image image = volume.build();
     const std::string path = dir.file("cut.dd");
     for (std::uint64_t size = volume.record_pos(70); size > 0;

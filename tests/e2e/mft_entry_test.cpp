@@ -15,7 +15,7 @@ constexpr std::uint64_t root = 5;
 const std::string header = "  last modified [UTC]      MFT & seq num       size          name\n\n";
 const std::string note = "\n[Note: this MFT entry has multiple possible paths]\n\n";
 
-// The text row of an entry of two digits with the usual stamps.
+// Returns the text row of an entry with a two-digit number and the default timestamps.
 std::string row(unsigned entry, const std::string& size, const std::string& label,
                 const std::string& path) {
     return "2021-03-05 06:07:08.234          " + std::to_string(entry) + "    1 " +
@@ -34,7 +34,8 @@ std::string ads_row(unsigned entry, const std::string& size, const std::string& 
 class MftEntry : public testing::Test {
 protected:
     // Saves the volume and runs "-image <it> -mft <entry>" with these options. Expects status 0,
-    // the head, and a standard error of `messages` and the clearing.
+    // the report head, and `messages` and the clearing on standard error. Returns the output after
+    // the head.
     std::string run(const std::string& entry, const std::vector<std::string>& options = {},
                     const std::string& messages = "") {
         std::vector<std::string> arguments = {"-image", volume.save(dir.file("mft.dd")), "-mft",
@@ -50,7 +51,7 @@ protected:
         return result.standard_output.substr(std::min(head.size(), result.standard_output.size()));
     }
 
-    // The same for an entry that has no path: the run ends there.
+    // Runs the same for an entry without a path, and expects the run to end there.
     void expect_unresolved(const std::string& entry) {
         const std::vector<std::string> arguments = {"-image", volume.save(dir.file("mft.dd")),
                                                     "-mft", entry};
@@ -74,7 +75,7 @@ TEST_F(MftEntry, FileIsListedUnderItsPathWithItsStreams) {
               header + file_row(50, "2", "\\docs\\sub\\deep\\deepest") + ads_row(50, "1", ":s"));
 }
 
-TEST_F(MftEntry, NumberIsReadInEveryBase) {
+TEST_F(MftEntry, NumberIsParsedInEveryBase) {
     const std::string rows = header + file_row(41, "3", "\\docs\\a,b|c.txt");
     EXPECT_EQ(run("41"), rows);
     EXPECT_EQ(run("0x29"), rows);
@@ -104,14 +105,14 @@ TEST_F(MftEntry, RootIsListed) {
     EXPECT_EQ(run("5"), rows);
 }
 
-// Each link has a run of its own, and each shows the first name under the first parent.
-TEST_F(MftEntry, HardLinksAreListedUnderEachOfTheirPaths) {
+// Each link is listed separately, but each listing shows the first name under the first parent.
+TEST_F(MftEntry, HardLinkIsListedOncePerPath) {
     EXPECT_EQ(run("48", {}, note), header + file_row(48, "4", "\\docs\\linked.txt") +
                                        file_row(48, "4", "\\docs\\sub\\linked.txt"));
     EXPECT_EQ(run("48", {"-csv"}, note).find("type,"), 0u);
 }
 
-TEST_F(MftEntry, CsvHeaderStandsOnceOverAllPaths) {
+TEST_F(MftEntry, CsvHeaderIsPrintedOnceForAllPaths) {
     const std::string text = run("48", {"-csv", "-base10"}, note);
     const std::string stamps =
         "2021-03-04, 05:06:07.123,2021-03-05, 06:07:08.234,2021-03-06, 07:08:09.345,2021-03-07, "
@@ -121,12 +122,12 @@ TEST_F(MftEntry, CsvHeaderStandsOnceOverAllPaths) {
                                                     stamps);
 }
 
-TEST_F(MftEntry, EachPathHasAnXmlDocumentOfItsOwnBelowOneHead) {
+TEST_F(MftEntry, EachPathHasItsOwnXmlDocumentAfterOneHead) {
     const std::string xml = dir.file("out.xml");
     EXPECT_EQ(run("48", {"-xml", xml}, note), "");
     const std::string written = support::read_file(xml);
     EXPECT_EQ(written.rfind("quorvel ver: "), 0u);
-    // Moment and stamps are left out.
+    // Date, time and timestamps are omitted.
     std::istringstream text(written.substr(written.find("<?xml")));
     std::string outline;
     for (std::string line; std::getline(text, line);)
@@ -155,8 +156,8 @@ TEST_F(MftEntry, StreamsOfASubdirectoryAndItsIndex) {
             "\\docs\\sub\\x&<y>\".txt\n");
 }
 
-TEST_F(MftEntry, OrphanFileIsListedNowhere) {
-    // Its parent has no name, so no chain reaches the root.
+TEST_F(MftEntry, OrphanFileIsNotListed) {
+    // Its parent has no name, so its path does not reach the root.
     volume.entry(50).standard_information().flags(3);
     volume.entry(51).standard_information().file_name(50, u"orphan").data("1");
     EXPECT_EQ(run("51"), "");
@@ -170,12 +171,12 @@ TEST_F(MftEntry, OrphanDirectoryListsTheDirectoryArgument) {
                              dir_row(40, "\\docs\\") + ads_row(40, "5", "\\docs:note"));
 }
 
-TEST_F(MftEntry, DeletedFileThatItsDirectoryStillNamesIsListed) {
+TEST_F(MftEntry, DeletedFileStillInItsDirectoryIndexIsListed) {
     volume.file(40, u"gone", 50).data("12").flags(0);
     EXPECT_EQ(run("50"), header + file_row(50, "2", "\\docs\\gone"));
 }
 
-TEST_F(MftEntry, DeletedFileThatNoDirectoryNamesIsNotFound) {
+TEST_F(MftEntry, DeletedFileInNoDirectoryIndexIsNotFound) {
     volume.entry(50).standard_information().file_name(40, u"gone").data("12").flags(0);
     EXPECT_EQ(run("50"), "");
 }
@@ -188,7 +189,7 @@ TEST_F(MftEntry, EntryWithoutARecordOrANameEndsTheRun) {
     expect_unresolved("99999999");
 }
 
-TEST_F(MftEntry, FailedEntryLeavesNoXmlFile) {
+TEST_F(MftEntry, FailedEntryCreatesNoXmlFile) {
     const std::string xml = dir.file("out.xml");
     const support::program_result result = support::run_built_program(
         QUORVEL_PROGRAM,
@@ -206,10 +207,10 @@ TEST_F(MftEntry, PathsAreBareWithFilepathOnly) {
     EXPECT_EQ(result.standard_output, "\\docs\\linked.txt\n\\docs\\sub\\linked.txt\n");
 }
 
-TEST_F(MftEntry, DirectoryArgumentStandsAheadOfThePaths) {
+TEST_F(MftEntry, DirectoryArgumentIsThePrefixOfThePaths) {
     EXPECT_EQ(run("41", {"c:/"}), header + file_row(41, "3", "c:\\docs\\a,b|c.txt"));
     EXPECT_EQ(run("41", {"x:/y"}), header + file_row(41, "3", "x:\\docs\\a,b|c.txt"));
-    EXPECT_EQ(run("41", {"\\docs"}), "");  // "\docsdocs\..." is not there
+    EXPECT_EQ(run("41", {"\\docs"}), "");  // "\docsdocs\..." does not exist
 }
 
 TEST_F(MftEntry, FiltersAndLevelsApply) {

@@ -1,5 +1,5 @@
-// What a run opens, makes and removes: its source for reading only, and the outputs that its
-// command line names.
+// The files that a run opens, creates and deletes: it opens its source for reading only, and
+// creates only the outputs named on its command line.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -37,7 +37,8 @@ protected:
         m_sources = {m_image, m_disk, m_chain[0], m_chain[1]};
     }
 
-    // Runs the program and looks at every file that it opened or changed. `outputs` may be written.
+    // Runs the program and checks every file that it opened or changed. Only `outputs` may be
+    // written.
     void expect_only(const words& arguments, const std::set<std::string>& outputs) {
         SCOPED_TRACE(testing::PrintToString(arguments));
         const std::string log = m_dir.write("calls.log", "");
@@ -47,7 +48,7 @@ protected:
         std::istringstream lines(support::read_file(log));
         std::size_t sources_read = 0;
         for (std::string line; std::getline(lines, line);) {
-            const std::size_t blank = line.rfind(' ');  // the names here hold none
+            const std::size_t blank = line.rfind(' ');  // the names here contain none
             const std::string call = line.substr(0, blank);
             const std::string path = line.substr(blank + 1);
             if (call == "open read") {

@@ -58,7 +58,7 @@ protected:
     std::string m_image;
 };
 
-// --- words that end the run ---
+// --- options that end the run ---
 
 TEST_F(Options, DatabasesAreNotOffered) {
     for (const char* word : {"-sqlite", "-sqlite_log", "-SQLITE"}) {
@@ -67,7 +67,7 @@ TEST_F(Options, DatabasesAreNotOffered) {
     }
 }
 
-TEST_F(Options, AliasesWithoutAPartnerEndTheRun) {
+TEST_F(Options, UnpairedAliasesEndTheRun) {
     for (const words& options :
          {words{"-alias", "a|b|c"}, words{"-alias", "a"}, words{"-aliaspath", "/a|/b|/c"}}) {
         whole_run(listing_of_docs(options))
@@ -77,20 +77,20 @@ TEST_F(Options, AliasesWithoutAPartnerEndTheRun) {
         .expect(0, all_rows(), terminal_clearing);
 }
 
-TEST_F(Options, DateWithoutSeparatorEndsTheRunInSilence) {
+TEST_F(Options, DateWithoutSeparatorEndsTheRunSilently) {
     for (const char* word : {"-cmd_start_time", "-cmd_stop_time"}) {
         whole_run(listing_of_docs({word, "20200101"})).expect(status_failed, "", "");
     }
 }
 
-TEST_F(Options, RefusedRunHasNeitherClearingNorProfile) {
+TEST_F(Options, RejectedRunHasNeitherClearingNorProfile) {
     whole_run(listing_of_docs({"-profile", "-sqlite", "x"}))
         .expect(status_failed, "", "This option is not offered in this build\n");
 }
 
-// --- words without effect ---
+// --- options without effect ---
 
-TEST_F(Options, WordsWithoutEffectAreTakenAway) {
+TEST_F(Options, OptionsWithoutEffectAreRemoved) {
     whole_run({"-gzip",
                "-zlib",
                "-zlibex",
@@ -128,7 +128,7 @@ TEST_F(Options, TraceLevelWithoutATraceIsTheDirectory) {
     whole_run({"-l2", "\\docs", "-image", m_image}).expect(0, "", terminal_clearing);
 }
 
-TEST_F(Options, AppendIsNeverTakenAway) {
+TEST_F(Options, AppendIsNeverRemoved) {
     whole_run({"-append", "\\docs", "-image", m_image}).expect(0, "", terminal_clearing);
 }
 
@@ -144,7 +144,7 @@ TEST_F(Options, ReportGoesToTheResultsFile) {
     }
 }
 
-TEST_F(Options, ResultsFileIsMadeAnewAlsoWithAppend) {
+TEST_F(Options, ResultsFileIsRecreatedEvenWithAppend) {
     const std::string file = m_dir.write("out.txt", "old");
     const whole_run run(listing_of_docs({"-out", file, "-append"}));
     run.expect_bare(0, "", terminal_clearing);
@@ -152,7 +152,7 @@ TEST_F(Options, ResultsFileIsMadeAnewAlsoWithAppend) {
     EXPECT_EQ(content, run.head_in(content) + all_rows());
 }
 
-TEST_F(Options, ResultsFileNameIsExpandedAndTurned) {
+TEST_F(Options, ResultsFileNameIsExpandedAndItsBackslashesReplaced) {
     support::program_options options;
     options.environment = {{"QL_FOLDER", m_dir.path()}};
     const whole_run run(listing_of_docs({"-out", "%QL_FOLDER%\\out.txt"}), options);
@@ -161,8 +161,8 @@ TEST_F(Options, ResultsFileNameIsExpandedAndTurned) {
     EXPECT_EQ(content, run.head_in(content) + all_rows());
 }
 
-// "-csv" has gone when the file's name is read: it is the word behind it.
-TEST_F(Options, ResultsFileIsTheNextWordThatIsLeft) {
+// "-csv" has already been removed when the file name is read, so the name is the argument after it.
+TEST_F(Options, ResultsFileIsTheNextRemainingArgument) {
     const std::string file = m_dir.file("out.csv");
     const whole_run run({"-out", "-csv", file, "\\docs", "-image", m_image});
     run.expect_bare(0, "", terminal_clearing);
@@ -177,7 +177,7 @@ TEST_F(Options, ResultsFileOfBarePathsHasNoHead) {
     EXPECT_EQ(support::read_file(file), "\\docs\\\n\\docs\\b.exe\n\\docs\\sub\\\n");
 }
 
-TEST_F(Options, ResultsFileBesideAnXmlFileHoldsTheHeadAlone) {
+TEST_F(Options, ResultsFileHasOnlyTheHeadIfThereIsAnXmlFile) {
     const std::string file = m_dir.file("out.txt");
     const std::string xml = m_dir.file("out.xml");
     const whole_run run(listing_of_docs({"-out", file, "-xml", xml}));
@@ -187,7 +187,7 @@ TEST_F(Options, ResultsFileBesideAnXmlFileHoldsTheHeadAlone) {
     EXPECT_TRUE(support::read_file(xml).starts_with(run.head_in(content) + "<?xml "));
 }
 
-TEST_F(Options, ResultsFileOfARunThatEndsEarlyHoldsTheHead) {
+TEST_F(Options, ResultsFileOfARunThatEndsEarlyHasTheHead) {
     const std::string file = m_dir.file("out.txt");
     const whole_run run({"\\docs", "-out", file});
     run.expect_bare(status_failed, "", usage_text + terminal_clearing);
@@ -195,7 +195,7 @@ TEST_F(Options, ResultsFileOfARunThatEndsEarlyHoldsTheHead) {
     EXPECT_EQ(content, run.head_in(content));
 }
 
-TEST_F(Options, ResultsFileOfAnAbnormalEndHoldsTheHead) {
+TEST_F(Options, ResultsFileOfAnAbnormalEndHasTheHead) {
     const std::string file = m_dir.file("out.txt");
     const whole_run run({":\\", "-image", m_image, "-out", file});
     EXPECT_LT(run.status(), 0);
@@ -204,14 +204,14 @@ TEST_F(Options, ResultsFileOfAnAbnormalEndHoldsTheHead) {
     EXPECT_EQ(content, run.head_in(content));
 }
 
-TEST_F(Options, ResultsFileThatCantBeOpenedEndsTheRun) {
+TEST_F(Options, ResultsFileThatCannotBeOpenedEndsTheRun) {
     for (const std::string& file : {m_dir.file("missing/out.txt"), m_dir.path(), std::string()}) {
         whole_run(listing_of_docs({"-out", file}))
             .expect(status_failed, "", "prob opening file " + file + " for output, aborting\n");
     }
 }
 
-TEST_F(Options, ResultsFileWhoseNameIsNotUtf8FailsWhenItIsMade) {
+TEST_F(Options, ResultsFileWithANonUtf8NameCannotBeCreated) {
     const std::string file = m_dir.write("out\xFF.txt", "old");
     whole_run(listing_of_docs({"-out", file}))
         .expect_bare(status_failed, "",
@@ -221,7 +221,7 @@ TEST_F(Options, ResultsFileWhoseNameIsNotUtf8FailsWhenItIsMade) {
 
 // --- trace ---
 
-// The trace of a run with the words `arguments`, none of which holds a blank.
+// Returns the first line of the trace for `arguments`, none of which contains a blank.
 std::string trace_start(const words& arguments) {
     std::string line = std::string("->") + QUORVEL_PROGRAM;
     for (const std::string& word : arguments)
@@ -229,7 +229,7 @@ std::string trace_start(const words& arguments) {
     return line + "\n";
 }
 
-TEST_F(Options, TraceHoldsTheLookUp) {
+TEST_F(Options, TraceContainsThePathLookup) {
     const std::string trace = m_dir.write("trace.txt", "old");
     const words arguments = {"\\docs\\a.txt", "-image", m_image, "-diags", trace};
     whole_run(arguments).expect(
@@ -246,7 +246,7 @@ TEST_F(Options, TraceHoldsTheLookUp) {
                   "->info: get children names\n->info: inode found for seg: a.txt : 0x29\n");
 }
 
-TEST_F(Options, TraceTellsWhatWasNotFound) {
+TEST_F(Options, TraceContainsTheSegmentThatWasNotFound) {
     const std::string trace = m_dir.file("trace.txt");
     const words arguments = {"\\none", "-image", m_image, "-diags", trace, "-l3"};
     whole_run(arguments).expect(0, "", terminal_clearing);
@@ -257,7 +257,7 @@ TEST_F(Options, TraceTellsWhatWasNotFound) {
                   "->inode not found for \\none\n");
 }
 
-TEST_F(Options, TraceOfAPathOutsideAsciiLacksThePath) {
+TEST_F(Options, TraceOfANonAsciiPathOmitsThePath) {
     const std::string trace = m_dir.file("trace.txt");
     const words arguments = {"\\Gr\303\266\303\237e", "-image", m_image, "-diags", trace};
     support::program_options options;
@@ -280,7 +280,7 @@ TEST_F(Options, TraceOfTheRootHasNoSegment) {
     EXPECT_EQ(support::read_file(trace), trace_start({".", "-image", m_image, "-diags", trace}));
 }
 
-TEST_F(Options, TraceQuotesWordsAndLacksTheXmlFile) {
+TEST_F(Options, TraceQuotesArgumentsAndOmitsTheXmlFile) {
     const std::string trace = m_dir.file("my trace.txt");
     EXPECT_EQ(whole_run({"-xml", m_dir.file("x"), "-image", m_image, "-diags", trace}).status(), 0);
     EXPECT_TRUE(support::read_file(trace).starts_with(std::string("->") + QUORVEL_PROGRAM +
@@ -288,14 +288,14 @@ TEST_F(Options, TraceQuotesWordsAndLacksTheXmlFile) {
                                                       "\"\n->anal: "));
 }
 
-TEST_F(Options, TraceThatCantBeOpenedIsSilent) {
+TEST_F(Options, TraceThatCannotBeOpenedIsSilent) {
     whole_run(listing_of_docs({"-diags", m_dir.file("missing/trace"), "-l2"}))
         .expect(0, all_rows(), terminal_clearing);
 }
 
 // --- end of the run ---
 
-// True for "->", a number and " secs", without a line end.
+// Returns true for "->", a number and " secs", without a line end.
 bool is_elapsed_time(const std::string& text) {
     if (!text.starts_with("->") || !text.ends_with(" secs") || text.size() < 8) return false;
     const std::string number = text.substr(2, text.size() - 7);
@@ -315,7 +315,7 @@ TEST_F(Options, ProfileEndsStandardErrorAndTheTrace) {
     EXPECT_TRUE(support::read_file(trace).ends_with(": 0x28\n" + elapsed));
 }
 
-TEST_F(Options, ProfileIsToldByRunsThatFail) {
+TEST_F(Options, FailedRunsPrintTheProfile) {
     const whole_run run({"\\docs", "-profile", "-image", m_dir.file("none")});
     EXPECT_EQ(run.status(), status_failed);
     const std::string before = reported("invalid image: " + m_dir.file("none") + "\n");
@@ -323,7 +323,7 @@ TEST_F(Options, ProfileIsToldByRunsThatFail) {
     EXPECT_TRUE(is_elapsed_time(run.errors().substr(before.size()))) << run.errors();
 }
 
-TEST_F(Options, QuietDropsTheLastClearingOnly) {
+TEST_F(Options, QuietOmitsOnlyTheLastClearing) {
     whole_run(listing_of_docs({"-quiet"})).expect(0, all_rows(), "");
     whole_run({"-image", m_dir.file("none"), "-quiet"})
         .expect(status_failed, "",
@@ -334,7 +334,7 @@ TEST_F(Options, QuietDropsTheLastClearingOnly) {
 
 // --- formats ---
 
-TEST_F(Options, FormatsThatAreRefusedLeaveTheDefaults) {
+TEST_F(Options, RejectedFormatsKeepTheDefaults) {
     whole_run(listing_of_docs({"-timeformat", "hhmmss"}))
         .expect(0, all_rows(), "invalid hhmmss, using default format\n" + terminal_clearing);
     const whole_run run(listing_of_docs({"-dateformat", "m/d/yy"}));
@@ -343,12 +343,12 @@ TEST_F(Options, FormatsThatAreRefusedLeaveTheDefaults) {
     EXPECT_EQ(run.errors(), "invalid m/d/yy, using default format\n" + terminal_clearing);
 }
 
-TEST_F(Options, FormatsThatAreAcceptedChangeTheRows) {
+TEST_F(Options, AcceptedFormatsChangeTheRows) {
     const whole_run run(listing_of_docs(
         {"-filter", "b.exe", "-dateformat", "DD/MM/YYYY", "-timeformat", "hh:mm:ss.xxxxxxxxx"}));
     EXPECT_EQ(run.status(), 0);
     EXPECT_EQ(run.errors(), terminal_clearing);
-    // The column is as wide as both formats and a blank: 10 + 18 + 1.
+    // The column is as wide as both formats plus a blank: 10 + 18 + 1.
     const std::string stamp = "05/03/2021 06:07:08.234567800";
     std::string expected = rows(b_rows());
     expected.insert(23, std::string(6, ' '));
@@ -357,13 +357,13 @@ TEST_F(Options, FormatsThatAreAcceptedChangeTheRows) {
          at += stamp.size()) {
         expected.replace(at, 23, stamp);
     }
-    // Capitals are no fields of the head's date.
+    // Upper-case letters are not fields in the date of the head.
     EXPECT_EQ(run.out(), run.head_in(run.out(), "%m/%d/%Y") + expected);
 }
 
 // --- filters and the date window ---
 
-TEST_F(Options, FiltersKeepDirectoriesAndWhatTheyHit) {
+TEST_F(Options, FiltersKeepDirectoriesAndMatchingFiles) {
     const struct {
         words options;
         std::string rows;
@@ -386,7 +386,8 @@ TEST_F(Options, FiltersKeepDirectoriesAndWhatTheyHit) {
     }
 }
 
-// The path inside the volume is opened as a file of the host: only one of this very name counts.
+// The path inside the volume is opened as a file of the host: only a file of that very name
+// matches.
 TEST_F(Options, SignatureIsReadFromAFileOfTheHost) {
     m_dir.write("\\docs\\b.exe", "xMZ");
     support::program_options options;
@@ -397,7 +398,7 @@ TEST_F(Options, SignatureIsReadFromAFileOfTheHost) {
         .expect(0, directories(), terminal_clearing);
 }
 
-TEST_F(Options, SignatureIsReadUnderThePathInLowerCase) {
+TEST_F(Options, SignatureIsReadFromTheLowerCasePath) {
     support::ntfs_image volume;
     volume.directory(5, u"DOCS", 40);
     volume.file(40, u"B.EXE", 42).data("MZ");
@@ -421,14 +422,14 @@ TEST_F(Options, DateWindowRemovesAllFiles) {
     }
 }
 
-TEST_F(Options, WindowThatCantBeReadIsToldAndIgnored) {
+TEST_F(Options, InvalidWindowIsReportedAndIgnored) {
     whole_run(listing_of_docs({"-cmd_start_time", "2020-13-01"}))
         .expect(0, all_rows(), "invalid start time, ignoring\n" + terminal_clearing);
     whole_run(listing_of_docs({"-cmd_stop_time", "2020-01-32"}))
         .expect(0, all_rows(), "invalid stop time, ignoring\n" + terminal_clearing);
 }
 
-TEST_F(Options, StopBeforeTheStartLeavesTheStart) {
+TEST_F(Options, StopBeforeTheStartKeepsTheStart) {
     whole_run(listing_of_docs({"-cmd_start_time", "2020-01-02", "-cmd_stop_time", "2020-01-01"}))
         .expect(0, directories(), "invalid stop time, ignoring\n" + terminal_clearing);
 }

@@ -1,4 +1,4 @@
-// Bare paths of whole runs.
+// Path listings of whole runs.
 #include <gtest/gtest.h>
 
 #include "e2e/report_head.h"
@@ -30,7 +30,9 @@ const std::string sub =
     "\\docs\\sub\\other name.txt\n"
     "\\docs\\sub\\x&<y>\".txt\n";
 
-TEST_F(PathReport, PathsAloneWithoutHeadOrHeader) { EXPECT_EQ(run({}), docs + "\\docs\\sub\\\n"); }
+TEST_F(PathReport, HasOnlyPathsWithoutHeadOrHeader) {
+    EXPECT_EQ(run({}), docs + "\\docs\\sub\\\n");
+}
 
 TEST_F(PathReport, LevelsAreWalkedDepthFirst) {
     EXPECT_EQ(run({"-level", "1"}), docs + "\\docs\\sub\\\n\\docs\\sub\\deep\\\n" + sub);
@@ -38,12 +40,12 @@ TEST_F(PathReport, LevelsAreWalkedDepthFirst) {
               docs + "\\docs\\sub\\\n" + sub + "\\docs\\sub\\deep\\\n\\docs\\sub\\deep\\end.txt\n");
 }
 
-TEST_F(PathReport, IndexStreamsLeaveAnEmptyLine) {
+TEST_F(PathReport, LineOfAnIndexStreamIsEmpty) {
     const std::string own = "\\docs\\\n";
     EXPECT_EQ(run({"-indx"}), own + "\n" + docs.substr(own.size()) + "\\docs\\sub\\\n\n");
 }
 
-TEST_F(PathReport, OtherFormsAreSwitchedOff) {
+TEST_F(PathReport, OtherFormsAreDisabled) {
     const std::string plain = docs + "\\docs\\sub\\\n";
     EXPECT_EQ(run({"-csv"}), plain);
     EXPECT_EQ(run({"-alldates", "-objid"}), plain);
@@ -63,7 +65,7 @@ TEST_F(PathReport, FileAndItsStreams) {
     EXPECT_EQ(run({}, "\\docs\\long name.txt:zone"), ":zone\n");
 }
 
-TEST_F(PathReport, FiltersTakeFiles) {
+TEST_F(PathReport, FiltersApplyToFiles) {
     EXPECT_EQ(run({"-filter", "*name*", "-level", "9"}),
               "\\docs\\\n\\docs:note\n\\docs\\Long Name.txt\n\\docs\\Long Name.txt:zone\n"
               "\\docs\\sub\\\n\\docs\\sub\\other name.txt\n\\docs\\sub\\deep\\\n");
@@ -74,8 +76,8 @@ TEST_F(PathReport, NothingToList) {
     EXPECT_EQ(run({}, "\\nowhere"), "");
 }
 
-// One letter and a colon are a drive, whatever stands behind them.
-TEST_F(PathReport, StreamOfAOneLetterNameIsTheRoot) {
+// One letter and a colon are a drive, whatever follows.
+TEST_F(PathReport, StreamOfAOneLetterNameListsTheRoot) {
     EXPECT_EQ(run({}, "\\d:note"), "\\d:note\\\n\\d:note\\docs\\\n\\d:note\\docs:note\n");
     EXPECT_EQ(run({}, "d:note"), "d:note\\\nd:note\\docs\\\nd:note\\docs:note\n");
 }

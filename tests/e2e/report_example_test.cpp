@@ -1,4 +1,4 @@
-// One file in all report forms, in full.
+// One file in every report form, with the complete output.
 #include <gtest/gtest.h>
 
 #include "e2e/report_head.h"
@@ -14,7 +14,7 @@ const support::file_times report_times{.created = filetime(2021, 3, 4, 12, 34, 5
                                        .mft_changed = filetime(2021, 3, 4, 12, 35, 1, 1200000),
                                        .accessed = filetime(2021, 3, 4, 12, 35, 2)};
 
-// \data (40), and report.txt (1290) of one cluster: in \data, or in \data\sub (1234).
+// \data (40), and report.txt (1290) with one cluster, in \data or in \data\sub (1234).
 class ReportExample : public testing::Test {
 protected:
     void make(bool in_sub) {

@@ -1,4 +1,4 @@
-// What every run of the program writes around its listing.
+// The output of every run except its listing.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,11 +15,10 @@
 
 namespace e2e {
 
-// What a run writes to standard error at its end, unless "-quiet" is there, and ahead of each
-// message.
+// Written to standard error before each message and, unless "-quiet" is set, at the end of the run.
 inline const std::string terminal_clearing = "\x1b[2K\r    \r";
 
-// The words of a command line as the head shows them: those with a blank in single quotes.
+// Returns a command line as the head shows it: arguments with a blank are in single quotes.
 inline std::string joined_words(const std::vector<std::string>& words) {
     std::string line;
     for (std::size_t i = 0; i < words.size(); ++i) {
@@ -30,7 +29,7 @@ inline std::string joined_words(const std::vector<std::string>& words) {
     return line;
 }
 
-// The second line of the head for a run at `moment`; `date_format` is one of strftime.
+// Returns the second line of the head for a run at `moment`. `date_format` is that of strftime.
 inline std::string run_line(std::time_t moment, const char* date_format) {
     std::tm utc{};
     gmtime_r(&moment, &utc);
@@ -53,8 +52,9 @@ inline std::string run_line(std::time_t moment, const char* date_format) {
            "; system: " + system_text + (is_64 ? "64" : "32") + "\n";
 }
 
-// The head with the empty line behind it, for a run of `program` with `arguments` that has just
-// written `output`: the moment of the run is looked for there among those of the last minutes.
+// Returns the head and the empty line after it, for a run of `program` with `arguments` that has
+// just written `output`. The time of the run is the one of the last minutes that is found in
+// `output`.
 inline std::string report_head(const std::string& output, const std::string& program,
                                const std::vector<std::string>& arguments,
                                const char* date_format = "%m/%d/%Y") {
@@ -63,7 +63,7 @@ inline std::string report_head(const std::string& output, const std::string& pro
     const std::string first = "quorvel ver: 1.45\n";
     const std::string last = "\"command line: " + joined_words(words) + "\"\n\n";
     const std::time_t now = std::time(nullptr);
-    // time() goes by a coarser clock than the program and can lag behind it over a full second.
+    // time() uses a coarser clock than the program and can be behind it when a second begins.
     for (std::time_t moment = now + 1; moment > now - 300; --moment) {
         const std::string line = run_line(moment, date_format);
         if (output.find(line) != std::string::npos) return first + line + last;
@@ -71,7 +71,7 @@ inline std::string report_head(const std::string& output, const std::string& pro
     return first + run_line(now, date_format) + last;
 }
 
-// `lines` with a line end behind each.
+// Returns `lines` with a line end after each.
 inline std::string joined_lines(const std::vector<std::string>& lines) {
     std::string text;
     for (const std::string& line : lines)
@@ -79,8 +79,8 @@ inline std::string joined_lines(const std::vector<std::string>& lines) {
     return text;
 }
 
-// Runs the program and expects status 0, a standard error of nothing but the clearing, and the head
-// ahead of everything else. Gives what follows the head.
+// Runs the program and returns the output after the head. Expects status 0, only the clearing on
+// standard error, and the head before everything else.
 inline std::string list(const std::vector<std::string>& arguments,
                         const char* date_format = "%m/%d/%Y") {
     const support::program_result run = support::run_built_program(QUORVEL_PROGRAM, arguments);
@@ -92,7 +92,7 @@ inline std::string list(const std::vector<std::string>& arguments,
     return run.standard_output.substr(std::min(head.size(), run.standard_output.size()));
 }
 
-// The same for a run that has no head: "-filepath_only".
+// Like list() for a run without a head: "-filepath_only".
 inline std::string list_bare(const std::vector<std::string>& arguments) {
     const support::program_result run = support::run_built_program(QUORVEL_PROGRAM, arguments);
     EXPECT_EQ(run.status, 0);

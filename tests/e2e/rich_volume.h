@@ -1,18 +1,17 @@
-// A volume with one of each kind of thing that a report shows.
+// A volume with a sample of everything that a report can show.
 //
 //   40 \docs                    directory, object id, stream "note" (5 bytes)
 //   41 \docs\a,b|c.txt          3 bytes, resident
 //   42 \docs\Long Name.txt      two clusters; DOS name LONGNA~1.TXT; stream "zone" (7 bytes);
-//   object
-//                               id; stamps set back by a year
+//                               object id; timestamps set back by a year
 //   43 \docs\sub                directory with an index block, as 40 has
-//   44 \docs\sub\x&<y>".txt     empty; stamps of $STANDARD_INFORMATION all 0
-//   45 \docs\far<TAB>.dat       stamps out of range, but for the last
+//   44 \docs\sub\x&<y>".txt     empty; timestamps of $STANDARD_INFORMATION all 0
+//   45 \docs\far<TAB>.dat       timestamps out of range except the last
 //   46 \docs\sub\deep           directory
 //   47 \docs\sub\deep\end.txt   no $DATA
 //   48 \docs\linked.txt         4 bytes; also \docs\sub\other name.txt
 //
-// Other stamps are those of support::file_times:
+// Other timestamps are those of support::file_times:
 //   created 2021-03-04 05:06:07.1234567      mft changed 2021-03-06 07:08:09.3456789
 //   modified 2021-03-05 06:07:08.2345678     accessed 2021-03-07 08:09:10.4567890
 #pragma once
@@ -30,8 +29,8 @@ inline support::bytes rich_object_id(std::uint8_t first) {
         id.push_back(static_cast<std::uint8_t>(first + i));
     return id;
 }
-inline const std::string docs_id = "13121110-1514-1716-1819-1a1b1c1d1e1f";       // from 0x10 on
-inline const std::string long_name_id = "83828180-8584-8786-8889-8a8b8c8d8e8f";  // from 0x80 on
+inline const std::string docs_id = "13121110-1514-1716-1819-1a1b1c1d1e1f";       // 0x10, 0x11 ...
+inline const std::string long_name_id = "83828180-8584-8786-8889-8a8b8c8d8e8f";  // 0x80, 0x81 ...
 
 inline support::ntfs_image rich_volume() {
     using support::filetime;
@@ -73,11 +72,11 @@ inline support::ntfs_image rich_volume() {
     return volume;
 }
 
-// The volume in a file that lives as long as the test.
+// The volume in a file, which is deleted with this object.
 class rich_image {
 public:
     const std::string& path() const { return m_path; }
-    // The name of a further file beside it.
+    // Returns the name of another file in the same directory.
     std::string file(const std::string& name) const { return m_dir.file(name); }
 
 private:

@@ -1,4 +1,4 @@
-// Whole runs that choose a volume: partition tables, their messages and the bounds of the image.
+// Whole runs that select a volume: partition tables, their messages and the bounds of the image.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -34,7 +34,7 @@ std::string hex(std::uint64_t value) {
     return out.str();
 }
 
-// The list of volumes and what stands behind it; `suggested` 0 means no suggestion.
+// Formats the list of volumes and the lines after it; a `suggested` of 0 means no suggestion.
 struct listed_volume {
     std::uint64_t offset;
     std::string name;
@@ -49,7 +49,7 @@ std::string volume_list(const std::vector<listed_volume>& volumes, std::uint64_t
                            : "prob detecting ntfs partition\n");
 }
 
-// Disks with volumes that hold one file, \<name>.
+// Disks with volumes that contain one file, \<name>.
 class Selection : public testing::Test {
 protected:
     static byte_image volume(const std::u16string& name) {
@@ -73,7 +73,7 @@ protected:
         run(disk, options).expect(status_failed, "", reported(text));
     }
 
-    // FAT16 at sector 63, NTFS with "a.txt" at 1 MiB.
+    // Returns a disk with FAT16 at sector 63 and NTFS with "a.txt" at 1 MiB.
     static byte_image fat_and_ntfs() {
         byte_image disk(4 * mib);
         support::put_boot_record(disk, 0, {{6, 63, 1000}, {7, 2048, 2048}});
@@ -81,7 +81,8 @@ protected:
         support::embed(disk, mib, volume(u"a.txt"));
         return disk;
     }
-    // NTFS with "a.txt" at 1 MiB and "b.txt" at 3 MiB, the second one as a Linux partition.
+    // Returns a disk with NTFS with "a.txt" at 1 MiB and "b.txt" at 3 MiB; the latter has the type
+    // of a Linux partition.
     static byte_image two_ntfs() {
         byte_image disk(6 * mib);
         support::put_boot_record(disk, 0, {{7, 2048, 2048}, {0x83, 6144, 2048}});
@@ -101,15 +102,15 @@ TEST_F(Selection, BareVolumeNeedsNoOffset) {
     expect_listed(volume(u"a.txt"), {"-offset", "zz"}, "a.txt");
 }
 
-TEST_F(Selection, BareVolumeThatDeclaresMoreThanTheImageHoldsIsListed) {
+TEST_F(Selection, BareVolumeLargerThanTheImageIsListed) {
     byte_image image = volume(u"a.txt");
     image.put(40, 0x10000000, 8);  // sectors of the volume
     expect_listed(image, {}, "a.txt");
     expect_listed(image, {"\\", "-ignore_image_size"}, "a.txt");
 }
 
-TEST_F(Selection, BareVolumeAtAnOtherOffsetIsListedForTheUser) {
-    // Its own offset is 0, which is no suggestion.
+TEST_F(Selection, BareVolumeAtAnotherOffsetIsExplained) {
+    // Its own offset is 0, which is not a suggestion.
     expect_refused(volume(u"a.txt"), {"-offset", "512"}, volume_list({{0, "ntfs or exfat"}}, 0));
 }
 
@@ -127,7 +128,7 @@ TEST_F(Selection, OffsetIsReadInThreeBases) {
     }
 }
 
-TEST_F(Selection, LastNtfsVolumeIsSuggestedWhateverTheTableCallsIt) {
+TEST_F(Selection, LastNtfsVolumeIsSuggestedRegardlessOfItsType) {
     expect_refused(two_ntfs(), {},
                    volume_list({{mib, "ntfs or exfat"}, {3 * mib, "ntfs or exfat"}}, 3 * mib));
     expect_listed(two_ntfs(), {"-offset", hex(mib)}, "a.txt");
@@ -140,7 +141,7 @@ TEST_F(Selection, OffsetBetweenVolumesIsExplained) {
 }
 
 TEST_F(Selection, OtherFileSystemAtTheOffsetIsNamed) {
-    // The search for a suggestion ends at the match.
+    // The search for a suggestion ends at the matching volume.
     expect_refused(fat_and_ntfs(), {"-offset", "0x7e00"},
                    "volume offset selected 0x7e00 is not a NTFS partition, but [fat16]\n" +
                        volume_list({{0x7e00, "fat16"}, {mib, "ntfs or exfat"}}, 0));
@@ -161,7 +162,7 @@ TEST_F(Selection, DiskWithoutNtfsHasNoSuggestion) {
     expect_refused(disk, {}, volume_list({{0x7e00, "fat16"}, {mib, "linux swap"}}, 0));
 }
 
-TEST_F(Selection, TypeThatIsCalledNtfsPassesAndShowsNothing) {
+TEST_F(Selection, PartitionOfNtfsTypePassesAndListsNothing) {
     byte_image disk(4 * mib);
     support::put_boot_record(disk, 0, {{7, 2048, 100}, {0x27, 4096, 100}});
     support::embed(disk, mib, support::exfat_boot_sector());
@@ -172,7 +173,7 @@ TEST_F(Selection, TypeThatIsCalledNtfsPassesAndShowsNothing) {
                    volume_list({{mib, "ntfs or exfat"}, {2 * mib, "hidden ntfs"}}, 2 * mib));
 }
 
-TEST_F(Selection, TableOfLargerSectorsCountsInThem) {
+TEST_F(Selection, TableOfLargerSectorsUsesThemAsUnit) {
     byte_image disk(6 * mib);
     support::put_boot_record(disk, 0, {{7, 256, 512}}, 4094);
     support::ntfs_image image({.sector = 4096});
@@ -184,7 +185,7 @@ TEST_F(Selection, TableOfLargerSectorsCountsInThem) {
 
 // --- bounds ---
 
-TEST_F(Selection, OffsetBehindTheImageIsOutOfBounds) {
+TEST_F(Selection, OffsetPastTheImageIsOutOfBounds) {
     expect_refused(fat_and_ntfs(), {"-offset", "0x400001"},
                    "volume offset 0x400001 is not within image bounds\n");
     expect_refused(byte_image(0), {"-offset", "1"},
@@ -196,7 +197,7 @@ TEST_F(Selection, OffsetAtTheEndOfTheImageIsWithinItsBounds) {
                    volume_list({{0x7e00, "fat16"}, {mib, "ntfs or exfat"}}, mib));
 }
 
-TEST_F(Selection, PartitionBehindTheImageIsToldAheadOfTheList) {
+TEST_F(Selection, PartitionPastTheImageIsReportedBeforeTheList) {
     byte_image disk(4 * mib);
     support::put_boot_record(disk, 0, {{7, 2048, 2048}, {7, 0x10000, 100}});
     support::embed(disk, mib, volume(u"a.txt"));
@@ -206,7 +207,7 @@ TEST_F(Selection, PartitionBehindTheImageIsToldAheadOfTheList) {
     expect_listed(disk, {"-offset", hex(mib)}, "a.txt");
 }
 
-TEST_F(Selection, VolumeThatEndsBehindTheImageNeedsPermission) {
+TEST_F(Selection, VolumeThatEndsPastTheImageNeedsPermission) {
     byte_image disk(4 * mib);
     support::put_boot_record(disk, 0, {{7, 2048, 8192}});
     support::embed(disk, mib, volume(u"a.txt"));
@@ -219,7 +220,7 @@ TEST_F(Selection, VolumeThatEndsBehindTheImageNeedsPermission) {
 
 // --- no table ---
 
-TEST_F(Selection, DiskWithoutPartitionsIsTold) {
+TEST_F(Selection, DiskWithoutPartitionsIsReported) {
     for (const std::uint64_t size : {std::uint64_t{0}, std::uint64_t{100}, 2 * mib}) {
         SCOPED_TRACE(size);
         expect_refused(byte_image(size), {}, "couldn't find any partitions on disk\n");
@@ -227,9 +228,9 @@ TEST_F(Selection, DiskWithoutPartitionsIsTold) {
     expect_refused(byte_image(mib), {"-offset", "512"}, "couldn't find any partitions on disk\n");
 }
 
-TEST_F(Selection, LostTableIsReplacedByWhatIsFound) {
+TEST_F(Selection, LostTableIsReplacedByTheVolumesFound) {
     byte_image disk(4 * mib);
-    support::put_boot_record(disk, 64 * 512, {{7, 1984, 2048}});  // counts from its own sector
+    support::put_boot_record(disk, 64 * 512, {{7, 1984, 2048}});  // relative to its own sector
     support::embed(disk, mib, volume(u"a.txt"));
     expect_refused(disk, {},
                    "disk is corrupted, partition info questionable\n" +
@@ -255,8 +256,8 @@ TEST_F(Selection, LogicalVolumesAreListedWithTheirLinks) {
     expect_listed(disk, {"-offset", hex(5 * mib)}, "b.txt");
 }
 
-// An extended partition at 2 MiB with a logical volume of `type`, and NTFS with "a.txt" at sector
-// 63, which no table names.
+// Returns a disk with an extended partition at 2 MiB, which contains a logical volume of `type`,
+// and with NTFS with "a.txt" at sector 63, which is in no table.
 byte_image disk_with_guess(std::uint8_t type, const byte_image& volume) {
     byte_image disk(8 * mib);
     support::put_boot_record(disk, 0, {{5, 4096, 8000}});
@@ -287,7 +288,7 @@ TEST_F(Selection, GuessIsNamedByTheLogicalVolume) {
 
 // --- GPT ---
 
-TEST_F(Selection, GptVolumesAreListedByWhatTheyHold) {
+TEST_F(Selection, GptVolumesAreListedByTheirContent) {
     byte_image disk(8 * mib);
     support::put_gpt(disk, {{support::efi_system_guid, 64, 1999, u"EFI"},
                             {support::basic_data_guid, 2048, 6143, u"Basic data"},
@@ -299,7 +300,7 @@ TEST_F(Selection, GptVolumesAreListedByWhatTheyHold) {
     expect_listed(disk, {"-offset", hex(mib)}, "a.txt");
 }
 
-// A GUID table with so many partitions of unknown content.
+// Returns a disk with `count` GPT partitions of unknown content.
 byte_image disk_with_partitions(std::size_t count) {
     byte_image disk(2 * mib);
     std::vector<support::gpt_slot> slots;
@@ -310,7 +311,7 @@ byte_image disk_with_partitions(std::size_t count) {
     return disk;
 }
 
-TEST_F(Selection, ListAboveTheLimitOfAMessageIsNotShown) {
+TEST_F(Selection, ListLongerThanAMessageMayBeIsNotPrinted) {
     for (const std::size_t count : {std::size_t{100}, std::size_t{128}}) {
         std::vector<listed_volume> volumes;
         for (std::size_t i = 0; i < count; ++i)
@@ -331,7 +332,7 @@ TEST_F(Selection, EntryIsLookedUpInTheVolumeAtTheOffset) {
 
 // --- drives ---
 
-// Standard error of the device's open, empty when it can be opened.
+// Returns the error message of opening the device, or an empty text if it can be opened.
 std::string drive_error(const std::string& device) {
     const int fd = ::open(device.c_str(), O_RDONLY | O_NONBLOCK);
     if (fd == -1) {
@@ -341,7 +342,7 @@ std::string drive_error(const std::string& device) {
     return "";
 }
 
-TEST_F(Selection, DrivesThatHaveNoNameAreNotOpened) {
+TEST_F(Selection, DrivesWithoutADeviceNameAreNotOpened) {
     const struct {
         const char* typed;
         const char* number;
@@ -355,7 +356,7 @@ TEST_F(Selection, DrivesThatHaveNoNameAreNotOpened) {
     }
 }
 
-TEST_F(Selection, DriveThatIsNotThereIsToldTwice) {
+TEST_F(Selection, MissingDriveIsReportedTwice) {
     const std::string error = drive_error("/dev/sdt");
     if (error.empty()) GTEST_SKIP() << "this machine has a drive /dev/sdt";
     whole_run({"\\docs", "-drivenum", "19"})
@@ -363,7 +364,7 @@ TEST_F(Selection, DriveThatIsNotThereIsToldTwice) {
                 error + "problems accessing physical disk #19, aborting \n" + terminal_clearing);
 }
 
-TEST_F(Selection, DriveNumberThatCantBeReadIsTheFirst) {
+TEST_F(Selection, InvalidDriveNumberIsTheFirstDrive) {
     const std::string error = drive_error("/dev/sda");
     if (error.empty()) GTEST_SKIP() << "this machine has a drive /dev/sda";
     whole_run({"\\docs", "-drivenum", "zz"})
@@ -371,9 +372,9 @@ TEST_F(Selection, DriveNumberThatCantBeReadIsTheFirst) {
                 error + "problems accessing physical disk #0, aborting \n" + terminal_clearing);
 }
 
-TEST_F(Selection, DriveBesideAnImageIsLeftAlone) {
+TEST_F(Selection, DriveIsIgnoredIfThereIsAnImage) {
     run(volume(u"a.txt"), {"\\", "-drivenum", "20"}).expect(0, rows("a.txt"), terminal_clearing);
-    // Its words stay: the first one in front of the directory is the directory.
+    // Its arguments remain, and the first remaining argument is the directory.
     run(volume(u"a.txt"), {"-drivenum", "20", "\\"}).expect(0, "", terminal_clearing);
 }
 

@@ -1,4 +1,4 @@
-// Runs of the program whose system calls fail, by the library of tests/support/fault_shim.c.
+// Runs of the program with failing system calls, using the library of tests/support/fault_shim.c.
 #pragma once
 
 #include <cstdint>
@@ -11,33 +11,34 @@
 
 namespace e2e {
 
-// What happens to calls of one kind.
+// An effect on calls of one kind.
 struct system_fault {
     std::string call;  // "read", "write" or "open"
-    std::string path;  // the end of the file's name; "*" any; "1", "2" the standard outputs
-    // "EIO" and the like; "half", "less", "nothing" for a count that is short; "unseekable" for an
-    // open of a file that can't be seeked
+    std::string path;  // the end of the file's name; "*" any; "1", "2" standard output, error
+    // An errno such as "EIO"; "half", "less" or "nothing" for a short count; "unseekable" for an
+    // open of a file that does not support seeking.
     std::string effect;
-    std::uint64_t first = 1;  // the calls that fail, counted from 1 among those that fit
+    std::uint64_t first = 1;  // the affected calls, counted from 1 among those that match
     std::uint64_t last = std::numeric_limits<std::uint32_t>::max();
-    std::int64_t offset = 0;  // reads: from this position on, up to `end`
+    std::int64_t offset = 0;  // reads: at positions from this one up to `end`
     std::int64_t end = std::numeric_limits<std::int64_t>::max();
 };
 
-// True when the program can't be given the library: under valgrind, whose own calls would fail.
+// Returns true if the library cannot be used: the calls of valgrind itself would fail.
 inline bool takes_no_faults() {
     const std::vector<std::string> runner = support::runner();
     return !runner.empty() && runner[0].find("valgrind") != std::string::npos;
 }
 
-// The options of a run with these faults; a run that does not end by itself is ended. `log` is a
-// file to which calls that open or change files are noted.
+// Returns the options of a run with these faults, with a time limit. Calls that open or change
+// files are logged to `log`.
 inline support::program_options with_faults(const std::vector<system_fault>& faults,
                                             const std::string& log = {}) {
     support::program_options options;
     options.time_limit = 100;
     options.environment["LD_PRELOAD"] = QUORVEL_FAULT_SHIM;
-    // AddressSanitizer wants to be the first library; the one in front of it needs nothing of it.
+    // AddressSanitizer checks that it is the first library. The fault library before it does not
+    // need it.
     const char* asan = std::getenv("ASAN_OPTIONS");
     options.environment["ASAN_OPTIONS"] =
         std::string(asan != nullptr ? asan : "") + ":verify_asan_link_order=0";

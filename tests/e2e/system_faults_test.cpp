@@ -1,4 +1,4 @@
-// System calls that fail: what the user gets, whole, and an end to every run.
+// System calls that fail: the complete output for the user, and an end to every run.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -24,7 +24,7 @@ using e2e::whole_run;
 using e2e::with_faults;
 using words = std::vector<std::string>;
 
-// \dir (40), its index in a block, with the files a to e (64 to 68).
+// \dir (40), with its index in a block and the files a to e (64 to 68).
 class SystemFaults : public testing::Test {
 protected:
     SystemFaults() {
@@ -58,7 +58,7 @@ protected:
         arguments.insert(arguments.end(), more.begin(), more.end());
         return arguments;
     }
-    // Reads of one record of the image.
+    // Affects reads of one record of the image.
     system_fault record_fault(std::uint64_t number, const std::string& effect) const {
         const auto position = static_cast<std::int64_t>(m_volume.record_pos(number));
         return {.call = "read",
@@ -84,7 +84,7 @@ TEST_F(SystemFaults, WithoutAFaultEverythingIsListed) {
     whole_run(listing(), with_faults({})).expect(0, rows("abcde"), terminal_clearing);
 }
 
-TEST_F(SystemFaults, RecordThatCantBeReadLosesItsRow) {
+TEST_F(SystemFaults, RecordThatCannotBeReadLosesItsRow) {
     for (const char* effect : {"EIO", "EINTR", "nothing"}) {
         SCOPED_TRACE(effect);
         expect_paths({record_fault(66, effect)}, paths("abde"));
@@ -93,13 +93,13 @@ TEST_F(SystemFaults, RecordThatCantBeReadLosesItsRow) {
     }
 }
 
-// One read is made, and what it did not bring is zero. The attributes stand in the first half.
-TEST_F(SystemFaults, RecordThatComesShortIsListedAsFarAsItCame) {
+// A record is read once, and missing bytes are zero. The attributes are in the first half.
+TEST_F(SystemFaults, RecordOfAShortReadIsListedAsFarAsItWasRead) {
     for (const char* effect : {"less", "half"})
         expect_paths({record_fault(66, effect)}, paths("abcde"));
 }
 
-TEST_F(SystemFaults, DirectoryThatCantBeReadIsNotFound) {
+TEST_F(SystemFaults, DirectoryThatCannotBeReadIsNotFound) {
     for (const std::uint64_t directory : {std::uint64_t{5}, std::uint64_t{40}}) {
         expect_paths({record_fault(directory, "EIO")}, "");
         whole_run(listing(), with_faults({record_fault(directory, "EIO")}))
@@ -107,7 +107,7 @@ TEST_F(SystemFaults, DirectoryThatCantBeReadIsNotFound) {
     }
 }
 
-TEST_F(SystemFaults, SourceWithoutReadsHasNoPartitions) {
+TEST_F(SystemFaults, SourceThatCannotBeReadHasNoPartitions) {
     const system_fault fault{.call = "read", .path = "volume.dd", .effect = "EIO"};
     whole_run(listing(), with_faults({fault}))
         .expect(status_failed, "", reported("couldn't find any partitions on disk\n"));
@@ -115,9 +115,9 @@ TEST_F(SystemFaults, SourceWithoutReadsHasNoPartitions) {
         .expect_bare(status_failed, "", reported("couldn't find any partitions on disk\n"));
 }
 
-// The scan of the disk misses its first sector; the test for a bare volume, which reads it again,
-// finds one and takes it from the start, whatever offset was asked for.
-TEST_F(SystemFaults, BareVolumeIsFoundBehindAFirstReadThatFails) {
+// The scan of the disk cannot read the first sector. The test for a bare volume reads it again,
+// finds one and uses it from the start, regardless of the requested offset.
+TEST_F(SystemFaults, BareVolumeIsFoundAfterAFailedFirstRead) {
     for (const char* offset : {"0", "0x200"}) {
         whole_run(listing({"-filepath_only", "-offset", offset}),
                   with_faults({{.call = "read", .path = "volume.dd", .effect = "EIO", .last = 1}}))
@@ -125,8 +125,8 @@ TEST_F(SystemFaults, BareVolumeIsFoundBehindAFirstReadThatFails) {
     }
 }
 
-// Whichever read fails, what is listed is a part of what is there.
-TEST_F(SystemFaults, AnySingleReadThatFailsCostsAPartAtMost) {
+// Whichever read fails, the listing is a subset of the complete one.
+TEST_F(SystemFaults, AnySingleFailedReadOnlyLosesRows) {
     std::set<std::string> sound;
     std::istringstream all(paths("abcde"));
     for (std::string line; std::getline(all, line);)
@@ -150,21 +150,21 @@ TEST_F(SystemFaults, AnySingleReadThatFailsCostsAPartAtMost) {
 
 // --- opening ---
 
-TEST_F(SystemFaults, SourceThatCantBeOpenedIsInvalid) {
+TEST_F(SystemFaults, SourceThatCannotBeOpenedIsInvalid) {
     for (const char* effect : {"EACCES", "EMFILE"}) {
         whole_run(listing(), with_faults({{.call = "open", .path = "volume.dd", .effect = effect}}))
             .expect(status_failed, "", reported("invalid image: " + m_image + "\n"));
     }
 }
 
-// The check of the image has passed by then: the path ends without a word.
-TEST_F(SystemFaults, SourceThatCantBeOpenedAgainListsNothing) {
+// The second open comes after the check of the image: the path is skipped without a message.
+TEST_F(SystemFaults, SourceThatCannotBeReopenedListsNothing) {
     const system_fault fault{.call = "open", .path = "volume.dd", .effect = "EACCES", .first = 2};
     whole_run(listing(), with_faults({fault})).expect(0, "", terminal_clearing);
     expect_paths({fault}, "");
 }
 
-// A volume is opened for the check, for the paths of the entry, for the question whether it is a
+// A volume is opened for the check, for the paths of the entry, to find out whether it is a
 // directory, and for the listing of each path.
 TEST_F(SystemFaults, EachOpenForAnEntryFailsByItself) {
     m_volume.directory(5, u"links", 41);
@@ -191,10 +191,10 @@ TEST_F(SystemFaults, EachOpenForAnEntryFailsByItself) {
         {"70", 1, status_failed, "", invalid},
         {"70", 2, status_failed, "", unresolved},
         {"70", 3, 0, "\\dir\\file\n\\links\\file\n", noted},
-        {"70", 4, 0, "\\links\\file\n", noted},  // the run goes on with the next path
+        {"70", 4, 0, "\\links\\file\n", noted},  // the run continues with the next path
         {"70", 5, 0, "\\dir\\file\n", noted},
         {"71", 9, 0, "\\dir\\folder\\\n", first_only},
-        {"71", 3, 0, "\\dir\\folder\\\n\\links\\folder\\\n", noted},  // taken for a file
+        {"71", 3, 0, "\\dir\\folder\\\n\\links\\folder\\\n", noted},  // treated as a file
         {"71", 4, 0, "", first_only},
     };
     for (const auto& c : cases) {
@@ -209,7 +209,7 @@ TEST_F(SystemFaults, EachOpenForAnEntryFailsByItself) {
     }
 }
 
-TEST_F(SystemFaults, DriveThatCantSeekFailsWithoutAWordOfTheOpening) {
+TEST_F(SystemFaults, DriveThatCannotSeekFailsWithoutAnOpenError) {
     const whole_run made(
         {"\\dir", "-drivenum", "19"},
         with_faults({{.call = "open", .path = "/dev/sdt", .effect = "unseekable"}}));
@@ -217,7 +217,7 @@ TEST_F(SystemFaults, DriveThatCantSeekFailsWithoutAWordOfTheOpening) {
                 "problems accessing physical disk #19, aborting \n" + terminal_clearing);
 }
 
-TEST_F(SystemFaults, ResultsFileThatCantBeOpenedEndsTheRun) {
+TEST_F(SystemFaults, ResultsFileThatCannotBeOpenedEndsTheRun) {
     const std::string file = m_dir.file("out.txt");
     const whole_run tested(listing({"-out", file}),
                            with_faults({{.call = "open", .path = "out.txt", .effect = "EROFS"}}));
@@ -229,7 +229,7 @@ TEST_F(SystemFaults, ResultsFileThatCantBeOpenedEndsTheRun) {
                      reported("prob opening results file: " + file + " for writing"));
 }
 
-TEST_F(SystemFaults, XmlFileThatCantBeOpenedLeavesTheReportWhereItWas) {
+TEST_F(SystemFaults, XmlFileThatCannotBeOpenedDoesNotRedirectTheReport) {
     const words arguments = listing({"-xml", m_dir.file("out.xml")});
     const whole_run run(arguments,
                         with_faults({{.call = "open", .path = "out.xml", .effect = "EACCES"}}));
@@ -239,7 +239,7 @@ TEST_F(SystemFaults, XmlFileThatCantBeOpenedLeavesTheReportWhereItWas) {
     EXPECT_FALSE(support::file_exists(m_dir.file("out.xml")));
 }
 
-TEST_F(SystemFaults, TraceThatCantBeOpenedIsSilent) {
+TEST_F(SystemFaults, TraceThatCannotBeOpenedIsSilent) {
     whole_run(listing({"-diags", m_dir.file("trace.txt")}),
               with_faults({{.call = "open", .path = "trace.txt", .effect = "EMFILE"}}))
         .expect(0, rows("abcde"), terminal_clearing);
@@ -250,7 +250,7 @@ TEST_F(SystemFaults, TraceThatCantBeOpenedIsSilent) {
 const std::vector<words> report_forms = {
     {}, {"-csv"}, {"-alldates"}, {"-xml", ""}, {"-filepath_only"}};
 
-TEST_F(SystemFaults, ResultsFileOnAFullDeviceStaysEmptyAndTheRunGoesOn) {
+TEST_F(SystemFaults, ResultsFileOnAFullDeviceIsEmptyAndTheRunContinues) {
     const std::string file = m_dir.file("out.txt");
     for (const char* effect : {"ENOSPC", "EIO", "EINTR"}) {
         for (words form : report_forms) {
@@ -263,8 +263,8 @@ TEST_F(SystemFaults, ResultsFileOnAFullDeviceStaysEmptyAndTheRunGoesOn) {
     }
 }
 
-// A write that takes less is not noticed. Each row is written as it is done.
-TEST_F(SystemFaults, ResultsFileLosesWhatAShortWriteLeaves) {
+// A short write is not detected. Each row is written separately.
+TEST_F(SystemFaults, ResultsFileLosesTheRestOfAShortWrite) {
     const std::string file = m_dir.file("out.txt");
     const whole_run run(listing({"-filepath_only", "-out", file}),
                         with_faults({{.call = "write", .path = "out.txt", .effect = "half"}}));
@@ -286,7 +286,7 @@ TEST_F(SystemFaults, XmlFileAndTraceOnAFullDeviceAreSilent) {
     EXPECT_EQ(support::read_file(m_dir.file("trace.txt")), "");
 }
 
-TEST_F(SystemFaults, StandardOutputThatCantBeWrittenEndsTheRunInOrder) {
+TEST_F(SystemFaults, StandardOutputThatCannotBeWrittenEndsTheRunNormally) {
     for (const char* effect : {"ENOSPC", "EPIPE", "EIO"}) {
         for (const words& form : report_forms) {
             whole_run(listing(form),
@@ -296,9 +296,9 @@ TEST_F(SystemFaults, StandardOutputThatCantBeWrittenEndsTheRunInOrder) {
     }
 }
 
-TEST_F(SystemFaults, StandardOutputThatTakesLittleAtATimeGetsEverything) {
+TEST_F(SystemFaults, ShortWriteToStandardOutputLosesNothing) {
     for (const char* effect : {"half", "less"}) {
-        // The last byte alone is half of nothing: every second write goes through.
+        // Only the first write is short: half of a last byte would be nothing, again and again.
         whole_run(
             listing(),
             with_faults({{.call = "write", .path = "1", .effect = effect, .first = 1, .last = 1}}))
@@ -306,7 +306,7 @@ TEST_F(SystemFaults, StandardOutputThatTakesLittleAtATimeGetsEverything) {
     }
 }
 
-// --- what a shell does with the standard streams ---
+// --- standard streams redirected by a shell ---
 
 class ShellFaults : public SystemFaults {
 protected:
@@ -317,7 +317,7 @@ protected:
         return shell_of(script, listing(options));
     }
 
-    // The same for a command of its own.
+    // Like shell() for any command.
     static support::program_result shell_of(const std::string& script, const words& arguments) {
         words line = {"-c", script, "sh"};
         const words command = support::built_program(QUORVEL_PROGRAM);
@@ -329,7 +329,7 @@ protected:
     }
 };
 
-TEST_F(ShellFaults, FullDeviceAsStandardOutputEndsTheRunInOrder) {
+TEST_F(ShellFaults, FullDeviceAsStandardOutputEndsTheRunNormally) {
     if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "there is no /dev/full here";
     for (const words& form : report_forms) {
         const support::program_result result = shell("\"$@\" >/dev/full", form);
@@ -338,7 +338,7 @@ TEST_F(ShellFaults, FullDeviceAsStandardOutputEndsTheRunInOrder) {
     }
 }
 
-TEST_F(ShellFaults, FullDeviceAsXmlFileEndsTheRunInOrder) {
+TEST_F(ShellFaults, FullDeviceAsXmlFileEndsTheRunNormally) {
     if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "there is no /dev/full here";
     const std::string link = m_dir.file("full.xml");
     ASSERT_EQ(::symlink("/dev/full", link.c_str()), 0);
@@ -347,7 +347,7 @@ TEST_F(ShellFaults, FullDeviceAsXmlFileEndsTheRunInOrder) {
     EXPECT_EQ(result.standard_error, terminal_clearing);
 }
 
-TEST_F(ShellFaults, ClosedStandardOutputEndsTheRunInOrder) {
+TEST_F(ShellFaults, ClosedStandardOutputEndsTheRunNormally) {
     for (const words& form : report_forms) {
         const support::program_result result = shell("\"$@\" >&-", form);
         EXPECT_EQ(result.status, 0);
@@ -356,8 +356,8 @@ TEST_F(ShellFaults, ClosedStandardOutputEndsTheRunInOrder) {
     }
 }
 
-// What would go to a closed stream does not end in the file that is opened next.
-TEST_F(ShellFaults, ClosedStandardStreamsLeaveTheOutputFilesWhatTheyAre) {
+// Output to a closed stream does not end up in the file that is opened next.
+TEST_F(ShellFaults, ClosedStandardStreamsDoNotAffectTheOutputFiles) {
     const std::string file = m_dir.file("out.txt"), trace = m_dir.file("trace.txt");
     const words options = {"-filepath_only", "-out", file, "-diags", trace};
     for (const char* script : {"\"$@\"", "\"$@\" >&-", "\"$@\" 2>&-", "\"$@\" <&- >&- 2>&-"}) {
@@ -371,27 +371,28 @@ TEST_F(ShellFaults, ClosedStandardStreamsLeaveTheOutputFilesWhatTheyAre) {
     }
 }
 
-TEST_F(ShellFaults, ClosedStandardInputIsNotMissed) {
+TEST_F(ShellFaults, ClosedStandardInputHasNoEffect) {
     const support::program_result result = shell("\"$@\" <&-", {"-filepath_only"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.standard_output, paths("abcde"));
 }
 
-// The checks of a sanitized program try addresses through a pipe.
+// A sanitized program probes addresses through a pipe.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr std::size_t descriptors_of_checks = 2;
 #else
 constexpr std::size_t descriptors_of_checks = 0;
 #endif
 
-// A script for a command with room for the standard streams and so many files. ctest leaves its log
-// open for the tests that it starts: what is open is closed first.
+// Returns a script that runs a command with descriptors for the standard streams and `files` files.
+// It first closes other open descriptors, since ctest leaves its log open for its tests.
 std::string with_room_for(std::size_t files) {
     return "exec 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-; ulimit -n " +
            std::to_string(3 + files + descriptors_of_checks) + "; exec \"$@\"";
 }
 
-// There is room for the files of one source: each opening of it is closed before the next one.
+// There are only enough descriptors for the files of one source, so each source is closed before it
+// is opened again.
 TEST_F(ShellFaults, SourceIsClosedBeforeItIsOpenedAgain) {
     if (!support::runner().empty()) GTEST_SKIP() << "the runner has files of its own open";
     const support::program_result entry =
@@ -408,7 +409,7 @@ TEST_F(ShellFaults, SourceIsClosedBeforeItIsOpenedAgain) {
     EXPECT_EQ(listed.standard_output, paths("abcde"));
 }
 
-// The reader of a pipe that has what it wants ends the run, or leaves it to end by itself.
+// If the reader of a pipe ends early, the run is ended by a signal or completes first.
 TEST_F(ShellFaults, PipeThatIsClosedEndsTheRun) {
     const support::program_result first =
         shell("{ \"$@\"; echo \"status $?\" >&2; } | head -1", {"-filepath_only"});
@@ -418,7 +419,8 @@ TEST_F(ShellFaults, PipeThatIsClosedEndsTheRun) {
                 first.standard_error == "status " + std::to_string(128 + SIGPIPE) + "\n")
         << first.standard_error;
 
-    // Nobody reads: with the signal ignored the write fails, which costs nothing but the report.
+    // Nobody reads the pipe. With the signal ignored the write fails, which affects only the
+    // report.
     const support::program_result ignored = shell(
         "trap '' PIPE; { sleep 1; \"$@\"; echo \"status $?\" >&2; } | true", {"-filepath_only"});
     EXPECT_EQ(ignored.standard_error, by_itself);

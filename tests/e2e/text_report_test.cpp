@@ -1,4 +1,4 @@
-// The text report of whole runs.
+// Text reports of whole runs.
 #include <gtest/gtest.h>
 
 #include "e2e/report_head.h"
@@ -48,7 +48,7 @@ const std::string end_row =
 
 class TextReport : public testing::Test {
 protected:
-    // The rows of \docs with these options; the header must be there once.
+    // Returns the rows of \docs with these options. Expects the header exactly once.
     std::string docs(std::vector<std::string> options = {}, const std::string& path = "\\docs") {
         std::vector<std::string> arguments = {path, "-image", image.path()};
         arguments.insert(arguments.end(), options.begin(), options.end());
@@ -83,25 +83,25 @@ TEST_F(TextReport, EnoughLevelsListEverything) {
     EXPECT_EQ(docs({"-recurse", "2"}), all);
 }
 
-TEST_F(TextReport, IndexStreamsShowWhenAskedFor) {
+TEST_F(TextReport, IndexStreamsAreShownOnRequest) {
     EXPECT_EQ(
         docs({"-indx", "-level", "1"}),
         joined_lines({docs_row, docs_indx_row, note_row, comma_row, far_row, linked_row, long_row,
                       zone_row, sub_row, sub_indx_row, deep_row, other_row, zero_row}));
-    // As a child, the directory's stream hangs on its name.
+    // The stream of a child directory is shown as a suffix of its name.
     EXPECT_EQ(docs({"-indx"}),
               joined_lines({docs_row, docs_indx_row, note_row, comma_row, far_row, linked_row,
                             long_row, zone_row, sub_row, sub_indx_row}));
 }
 
-TEST_F(TextReport, ObjectIdsShowWhenAskedFor) {
+TEST_F(TextReport, ObjectIdsAreShownOnRequest) {
     EXPECT_EQ(docs({"-objid"}),
               joined_lines({docs_row + "  [objid " + e2e::docs_id + "]", note_row, comma_row,
                             far_row, linked_row, long_row + "  [objid " + e2e::long_name_id + "]",
                             zone_row, sub_row}));
 }
 
-TEST_F(TextReport, StreamSuffixListsTheStreamAlone) {
+TEST_F(TextReport, StreamSuffixListsOnlyTheStream) {
     EXPECT_EQ(docs({}, "\\docs\\long name.TXT:ZONE"),
               "2021-12-31 23:59:59.999          42    3            7   ads  :zone\n");
     // The name of a directory loses its last letter.
@@ -123,7 +123,7 @@ TEST_F(TextReport, FileIsListedUnderItsDirectory) {
               "\n");
 }
 
-TEST_F(TextReport, PathsKeepWhatWasTyped) {
+TEST_F(TextReport, PathsStartWithTheArgumentAsTyped) {
     EXPECT_EQ(docs({}, "c:\\docs\\sub\\deep\\"),
               joined_lines({R"(2021-03-05 06:07:08.234          46    1                dir  )"
                             R"(\docs\sub\deep\)",
@@ -135,17 +135,17 @@ TEST_F(TextReport, PathsKeepWhatWasTyped) {
                             R"(DOCS\Sub\deep\end.txt)"}));
 }
 
-TEST_F(TextReport, FormatsShapeDatesAndTheirColumn) {
+TEST_F(TextReport, FormatsApplyToDatesAndTheirColumn) {
     using namespace std::string_literals;
     const struct {
         std::vector<std::string> options;
         const char* head_date;
         std::string cell;
-        std::size_t width;  // of both formats and a blank
+        std::size_t width;  // of both formats plus a blank
     } cases[] = {
         {{"-dateformat", "mm/dd/yyyy"}, "%m/%d/%Y", "03/05/2021 06:07:08.234", 23},
         {{"-dateformat", "MM/DD/YY", "-timeformat", "hh:mm:ss"},
-         "%m/%d/%Y",  // capitals say nothing in the head
+         "%m/%d/%Y",  // upper-case letters have no effect in the head
          "03/05/2021 06:07:08",
          17},
         {{"-dateformat", "dd/mm/yy"}, "%d/%m/%y", "05/03/2021 06:07:08.234", 21},
@@ -173,7 +173,7 @@ TEST_F(TextReport, FormatsShapeDatesAndTheirColumn) {
     }
 }
 
-TEST_F(TextReport, FiltersTakeFilesAndKeepDirectories) {
+TEST_F(TextReport, FiltersApplyToFilesButNotToDirectories) {
     EXPECT_EQ(docs({"-filter", "*.dat"}), joined_lines({docs_row, note_row, far_row, sub_row}));
     EXPECT_EQ(docs({"-filter", "l*|*.DAT"}),
               joined_lines({docs_row, note_row, far_row, linked_row, long_row, zone_row, sub_row}));
@@ -184,12 +184,12 @@ TEST_F(TextReport, FiltersTakeFilesAndKeepDirectories) {
     EXPECT_EQ(docs({"-cmd_start_time", "2020-01-01"}), joined_lines({docs_row, note_row, sub_row}));
 }
 
-TEST_F(TextReport, FileThatIsFilteredAwayLeavesNoItems) {
+TEST_F(TextReport, RejectedFileLeavesNoItems) {
     EXPECT_EQ(list({"\\docs\\linked.txt", "-image", image.path(), "-filter", "*.exe"}),
               "no items\n\n");
 }
 
-TEST_F(TextReport, PathThatIsNotThereIsListedNowhere) {
+TEST_F(TextReport, MissingPathIsNotListed) {
     EXPECT_EQ(list({"\\nowhere", "-image", image.path()}), "");
 }
 
@@ -227,7 +227,7 @@ TEST(TextReportNames, NamesOfAnyKind) {
     volume.directory(root, u"n", 40);
     const std::u16string lone_high = u"a\xD800z";
     const std::u16string lone_low = u"b\xDC00z";
-    const std::u16string mixed = u"c\U0001F600\xD83Dz";  // one broken pair splits the sound one
+    const std::u16string mixed = u"c\U0001F600\xD83Dz";  // a broken pair also splits the valid one
     const std::u16string cut = std::u16string(u"d") + u'\0' + u"hidden";
     volume.file(40, lone_high, 64).data("");
     volume.file(40, lone_low, 65).data("");
@@ -258,7 +258,7 @@ TEST(TextReportNames, NamesOfAnyKind) {
     EXPECT_EQ(list({"\\n", "-image", image}), rows);
 }
 
-TEST(TextReportNames, NamesAreFoundByTheirUtf8) {
+TEST(TextReportNames, NamesAreFoundByTheirUtf8Form) {
     support::temp_dir dir;
     support::ntfs_image volume;
     volume.directory(root, u"\u00e4\U0001F600", 40);
@@ -270,7 +270,7 @@ TEST(TextReportNames, NamesAreFoundByTheirUtf8) {
                   "\\\xc3\xa4\xf0\x9f\x98\x80\\File\n");
 }
 
-TEST(TextReportNames, RowsAreOrderedByCodePointWithoutAsciiCase) {
+TEST(TextReportNames, RowsAreOrderedByCodePointRegardlessOfAsciiCase) {
     support::temp_dir dir;
     support::ntfs_image volume;
     volume.directory(root, u"o", 40);
@@ -305,7 +305,7 @@ TEST(TextReportLinks, JunctionIsListedLikeADirectory) {
     EXPECT_EQ(list({"\\links", "-image", image}), header + joined_lines({links, junction}));
     EXPECT_EQ(list({"\\links", "-image", image, "-level", "5"}),
               header + joined_lines({links, junction}));
-    // The look-up goes through it, and keeps what was typed.
+    // The lookup follows it, and the listing keeps the path as typed.
     EXPECT_EQ(
         list({"\\links\\junction\\f", "-image", image}),
         header +

@@ -1,4 +1,4 @@
-// A run of the program that is compared whole: status, both outputs, and the head with its clock.
+// A run of the program that is compared in full: status, both outputs, and the head with its time.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 
 namespace e2e {
 
-constexpr int status_failed = 255;  // what -1 is to the shell
+constexpr int status_failed = 255;  // -1 as an exit status
 
 class whole_run {
 public:
@@ -22,16 +22,16 @@ public:
         m_words.insert(m_words.begin(),
                        options.argument_zero.empty() ? QUORVEL_PROGRAM : options.argument_zero);
         m_result = support::run_built_program(QUORVEL_PROGRAM, arguments, options);
-        m_after = std::time(nullptr) + 1;  // time() goes by a coarser clock and can lag behind
+        m_after = std::time(nullptr) + 1;  // time() uses a coarser clock and can be behind
     }
 
     int status() const { return m_result.status; }
     const std::string& out() const { return m_result.standard_output; }
     const std::string& errors() const { return m_result.standard_error; }
 
-    // The report head and the empty line behind it, as `text` shows it if its time lies between the
-    // start and the end of the run; else with the time of the start. `date_format` is that of
-    // strftime, `mark` stands in front of the command line.
+    // Returns the report head, and the empty line after it, with the time that `text` contains if
+    // it is within the run, else with the time of its start. `date_format` is that of strftime;
+    // `mark` precedes the command line.
     std::string head_in(const std::string& text, const char* date_format = "%m/%d/%Y",
                         const std::string& mark = "") const {
         const std::string command = "\"command line: " + mark + joined_words(m_words) + "\"\n\n";
@@ -44,7 +44,7 @@ public:
     }
     std::string head() const { return head_in(out()); }
 
-    // The head as it must stand in standard output, then `rest`; `errors` is standard error whole.
+    // Expects the head and then `rest` on standard output, and exactly `errors` on standard error.
     void expect(int status, const std::string& rest, const std::string& errors) const {
         SCOPED_TRACE(testing::PrintToString(m_words));
         EXPECT_EQ(m_result.status, status);
@@ -52,7 +52,7 @@ public:
         EXPECT_EQ(m_result.standard_error, errors);
     }
 
-    // As expect(), without a head.
+    // Like expect(), without a head.
     void expect_bare(int status, const std::string& output, const std::string& errors) const {
         SCOPED_TRACE(testing::PrintToString(m_words));
         EXPECT_EQ(m_result.status, status);
@@ -67,12 +67,13 @@ private:
     support::program_result m_result;
 };
 
-// What print_error shows of a message that ends in a line end, and what the end of the run adds.
+// Returns standard error of a run that ends after print_error has printed a message with a line
+// end.
 inline std::string reported(const std::string& shown) {
     return terminal_clearing + shown + terminal_clearing;
 }
 
-// --- the text listing, with the default formats and the builder's default stamps ---
+// --- the text listing, with the default formats and the builder's default timestamps ---
 
 inline const std::string text_header = "  last modified [UTC]  " + std::string(4, ' ') +
                                        "MFT & seq num" + std::string(5, ' ') + "  size " +

@@ -1,4 +1,4 @@
-// The XML report of whole runs.
+// XML reports of whole runs.
 #include <gtest/gtest.h>
 #include <time.h>
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-// The four stamps of $STANDARD_INFORMATION or of a name, as date and time elements.
+// Returns the four timestamps of $STANDARD_INFORMATION or of a name, as date and time elements.
 std::string stamps(const std::string& prefix, const std::vector<std::string>& texts) {
     const char* const names[] = {"create", "altered", "mft_changed", "accessed"};
     std::string elements;
@@ -57,7 +57,8 @@ std::string file_element(const std::string& directory, const std::string& name,
 
 std::string object_id(const std::string& text) { return "<object_id>" + text + "</object_id>"; }
 
-// \docs of the rich volume on the last level; `names` and `short_names` are what "-alldates" adds.
+// Returns the elements of \docs of the rich volume at the last level; with `all` also those that
+// "-alldates" adds.
 std::string docs_elements(bool all = false, bool decimal = false) {
     const std::string names = all ? stamps("name", usual) + no_short_name : "";
     const std::string both = all ? stamps("name", usual) + stamps("shortname", short_stamps) : "";
@@ -77,8 +78,8 @@ std::string docs_elements(bool all = false, bool decimal = false) {
 
 class XmlReport : public testing::Test {
 protected:
-    // Runs with "-xml out.xml", expects the head on standard output and again in the file, and
-    // gives what follows it there.
+    // Runs with "-xml out.xml" and expects the head on standard output and in the file. Returns the
+    // rest of the file.
     std::string run(const std::vector<std::string>& options, const std::string& path = "\\docs",
                     const char* head_date = "%m/%d/%Y") const {
         std::vector<std::string> arguments = {path, "-image", image.path(), "-xml", xml_path()};
@@ -92,8 +93,8 @@ protected:
 
     std::string xml_path() const { return image.file("out.xml"); }
 
-    // The document around `elements`; its moment, which must be one of the last minutes, is taken
-    // from `written`.
+    // Returns the document around `elements`. Its date and time, which must be in the last minutes,
+    // are those in `written`.
     std::string document(const std::string& written, const std::string& starting_path,
                          const std::string& elements) const {
         return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<logdata  umounted_image=\"" +
@@ -127,7 +128,7 @@ TEST_F(XmlReport, DecimalSizes) {
     EXPECT_EQ(written, document(written, "\\docs", docs_elements(false, true)));
 }
 
-TEST_F(XmlReport, AlldatesAddsTheNamesAndIsNoCsv) {
+TEST_F(XmlReport, AlldatesAddsTheNamesAndIsNotCsv) {
     const std::string written = run({"-alldates"});
     EXPECT_EQ(written, document(written, "\\docs", docs_elements(true)));
 }
@@ -138,7 +139,7 @@ TEST_F(XmlReport, OptionsOfOtherFormsChangeNothing) {
     EXPECT_EQ(written, document(written, "\\docs", docs_elements()));
 }
 
-TEST_F(XmlReport, OneFrameStandsAroundAllLevels) {
+TEST_F(XmlReport, OneFrameEnclosesAllLevels) {
     const std::string written = run({"-level", "9"});
     EXPECT_EQ(
         written,
@@ -186,17 +187,17 @@ TEST_F(XmlReport, IndexStreamsOfDirectoriesHaveTheDirectoryForm) {
                                         no_stamps)));
 }
 
-TEST_F(XmlReport, NoLevelsLeaveTheFrameAlone) {
+TEST_F(XmlReport, ZeroLevelsPrintOnlyTheFrame) {
     const std::string written = run({"-level", "-1"});
     EXPECT_EQ(written, document(written, "\\docs", ""));
 }
 
-TEST_F(XmlReport, NothingToListLeavesNoDocument) {
+TEST_F(XmlReport, EmptyListingPrintsNoDocument) {
     EXPECT_EQ(run({"-filter", "*.exe"}, "\\docs\\linked.txt"), "no items\n\n");
     EXPECT_EQ(run({}, "\\nowhere"), "");
 }
 
-TEST_F(XmlReport, FormatsShapeTheFrameAndTheStamps) {
+TEST_F(XmlReport, FormatsApplyToTheFrameAndTheTimestamps) {
     const std::string written = run({"-dateformat", "dd/mm/yyyy", "-timeformat", "hh:mm:ss"},
                                     "\\docs\\linked.txt", "%d/%m/%Y");
     const std::string body = stamps("file", {"04/03/2021", "05:06:07", "05/03/2021", "06:07:08",
@@ -208,13 +209,13 @@ TEST_F(XmlReport, FormatsShapeTheFrameAndTheStamps) {
         << written;
 }
 
-TEST_F(XmlReport, UnopenableFileSendsTheDocumentToStandardOutput) {
+TEST_F(XmlReport, DocumentIsPrintedIfTheFileCannotBeOpened) {
     const std::string written =
         e2e::list({"\\docs", "-image", image.path(), "-xml", image.file("no/such/folder.xml")});
     EXPECT_EQ(written, document(written, "\\docs", docs_elements()));
 }
 
-TEST_F(XmlReport, ResultsFileHasTheHeadAndTheXmlFileTheRest) {
+TEST_F(XmlReport, ResultsFileHasTheHeadAndTheXmlFileTheDocument) {
     const std::string out = image.file("out.txt");
     const std::vector<std::string> arguments = {"\\docs",   "-image", image.path(), "-xml",
                                                 xml_path(), "-out",   out};
@@ -229,7 +230,7 @@ TEST_F(XmlReport, ResultsFileHasTheHeadAndTheXmlFileTheRest) {
                           document(in_xml, "\\docs", docs_elements()));
 }
 
-TEST_F(XmlReport, CsvSwitchesItOff) {
+TEST_F(XmlReport, CsvDisablesXml) {
     const std::string text =
         e2e::list({"\\docs\\linked.txt", "-image", image.path(), "-xml", xml_path(), "-csv"});
     EXPECT_EQ(text.substr(0, 14), "type,filename,");
