@@ -3,11 +3,11 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "foundation/ql_bytes.h"
+#include "storage/vmdk_grain_map.h"
 
 class vmdk_metadata_reader;
 
@@ -21,8 +21,8 @@ class vmdk_metadata_reader;
 //   28  u64  descriptor
 //   36  u64  size of the descriptor
 //
-// Flags and compression are not looked at: grains are taken as they are. All metadata is kept in
-// memory, and none of it may be larger than the file.
+// Flags and compression are not checked: grains are taken as they are. A file may be shorter than
+// its header says: the missing bytes of descriptor, directory, tables and grains are zero.
 class vmdk_extent {
 public:
     vmdk_extent() = default;
@@ -31,8 +31,8 @@ public:
     vmdk_extent& operator=(const vmdk_extent&) = delete;
 
     // Opens the file and reads all of its metadata; called once. True exactly when `ready`. False
-    // for another magic number, metadata that the file can't hold, an empty grain directory, and a
-    // failed read; a cut file gives zeros where it ends.
+    // for another magic number, an empty grain directory, tables without entries, and a failed
+    // read.
     bool open(const std::wstring& path, bool write_access);
 
     // Fields of the sparse extent header; sector counts are in units of 512 bytes.
@@ -68,13 +68,9 @@ public:
     std::string parent_file_hint;
     vmdk_extent* child = nullptr;  // links in the chain, not owned
     vmdk_extent* parent = nullptr;
-    std::vector<std::uint32_t> grain_directory;  // sector numbers of the tables
-    std::uint64_t first_table_offset = 0;        // bytes in the file
-    // Sector numbers of grains, 0 for a grain that the file does not hold. Each table is kept once,
-    // however many directory entries lead to it, and without the zeros at its end.
-    std::vector<std::vector<std::uint32_t>> grain_tables;
-    std::vector<std::uint32_t> table_of_entry;  // directory entry to index in grain_tables
-    std::uint64_t first_sector_offset = 0;      // bytes in the file
+    std::uint64_t first_table_offset = 0;  // bytes in the file
+    vmdk_grain_map grains;
+    std::uint64_t first_sector_offset = 0;  // bytes in the file
     std::vector<std::uint8_t> first_sector;
     std::vector<std::uint64_t> partition_offsets;  // bytes
     std::vector<std::uint32_t> partition_sector_sizes;
@@ -89,21 +85,13 @@ public:
     std::wstring path_wide;
 
 private:
-    bool is_in_file(std::uint32_t sector) const;
-    void mark_tables();
-    std::optional<std::uint64_t> first_marked_entry(std::uint64_t index) const;
-    std::optional<std::uint64_t> next_marked_table(std::uint64_t table) const;
-    std::optional<std::uint64_t> first_stored_grain(std::uint32_t table, std::uint64_t grain,
-                                                    std::uint64_t end) const;
+    std::uint64_t next_stored_grain(std::uint64_t offset, std::uint64_t end) const;
 
     bool read_metadata();
     bool read_header(vmdk_metadata_reader& reader);
     bool read_descriptor(vmdk_metadata_reader& reader);
+    bool take_descriptor_text(ql::bytes part, std::string& line);
     void take_descriptor_line(const std::string& line);
     bool read_directory(vmdk_metadata_reader& reader);
-    bool read_tables(vmdk_metadata_reader& reader);
     bool read_first_sector(vmdk_metadata_reader& reader);
-
-    // One bit for each directory entry: set if its table has a grain that starts in the file.
-    std::vector<std::uint64_t> m_marks;
 };

@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <string>
-#include <unordered_map>
 #include <utility>
 
 #include "foundation/ql_string.h"
@@ -15,18 +15,6 @@ namespace {
 
 constexpr char magic[] = "KDMV";
 constexpr std::uint64_t entry_size = 4;  // bytes, of a directory and of a table
-
-// Far more than a disk needs: tables of the usual size for 128 TiB.
-constexpr std::uint64_t most_directory_entries = 0x400000;
-
-// Tables that do not overlap are no larger than the file, and tables for the 2^32 sectors that an
-// entry can name are small beside 4 GiB. Tables that claim more than the file, and a little, are
-// not read.
-std::uint64_t table_budget(std::uint64_t file_size) {
-    constexpr std::uint64_t spare = 0x1000000;
-    constexpr std::uint64_t most = 0x100000000;
-    return std::min(file_size, most) + spare;
-}
 
 // Entries in `part` up to the last one that is not 0; the end of the file may cut that one.
 std::size_t entries_used(ql::bytes part) {
@@ -65,21 +53,31 @@ bool vmdk_metadata_reader::read_entries(std::uint64_t position, std::uint64_t co
     for (std::uint64_t done = 0; done < count;) {
         const std::uint64_t step = std::min<std::uint64_t>(count - done, window_size / entry_size);
         ql::bytes part;
-        if (!read(position + done * entry_size, step * entry_size, part)) return false;
+        if (!read(position + done * entry_size, step * entry_size, part)) return done != 0;
         const std::size_t used = entries_used(part);
         if (used != 0) out.resize(done + used);
         for (std::size_t i = 0; i < used; ++i)
             out[done + i] = ql::le32(part, i * entry_size);
         if (part.size() < step * entry_size) break;  // the end of the file
         done += step;
+        if (used == 0) done += entries_in_hole(position + done * entry_size, count - done);
     }
     return true;
+}
+
+// Returns how many of the `count` entries from `position` on are in a hole of a sparse file, which
+// can be much longer than all of its data.
+std::uint64_t vmdk_metadata_reader::entries_in_hole(std::uint64_t position,
+                                                    std::uint64_t count) const {
+    const off_t data = ::lseek(m_fd, static_cast<off_t>(position), SEEK_DATA);
+    if (data == -1) return errno == ENXIO ? count : 0;  // no data follows; or holes are not known
+    return std::min((static_cast<std::uint64_t>(data) - position) / entry_size, count);
 }
 
 bool vmdk_extent::read_metadata() {
     vmdk_metadata_reader reader(fd);
     return read_header(reader) && read_descriptor(reader) && read_directory(reader) &&
-           read_tables(reader) && read_first_sector(reader);
+           read_first_sector(reader);
 }
 
 bool vmdk_extent::read_header(vmdk_metadata_reader& reader) {
@@ -95,30 +93,35 @@ bool vmdk_extent::read_header(vmdk_metadata_reader& reader) {
 bool vmdk_extent::read_descriptor(vmdk_metadata_reader& reader) {
     const std::uint64_t position = sector_size * descriptor_offset();
     const std::uint64_t size = sector_size * descriptor_size();
-    if (size > file_size) return false;
     std::string line;
     std::uint64_t done = 0;
-    do {  // at least once: a place that can't be sought fails even for a text of no size
+    do {  // at least once: a position that can't be sought fails even for a text of no size
         const std::size_t step =
             std::min<std::uint64_t>(size - done, vmdk_metadata_reader::window_size);
         ql::bytes part;
-        if (!reader.read(position + done, step, part)) return false;
-        for (const std::uint8_t byte : part) {
-            if (byte == 0) {
-                take_descriptor_line(line);
-                return true;
-            }
-            if (byte == '\n') {
-                take_descriptor_line(line);
-                line.clear();
-            } else {
-                line += static_cast<char>(byte);
-            }
+        if (!reader.read(position + done, step, part)) {
+            if (done == 0) return false;
+            break;  // a text that breaks off ends there
         }
-        if (part.size() < step) break;  // the end of the file
+        if (!take_descriptor_text(part, line) || part.size() < step) break;
         done += step;
     } while (done < size);
     take_descriptor_line(line);
+    return true;
+}
+
+// Appends a part of the descriptor to `line`, and takes the lines that end in it. False at a zero
+// byte, which ends the descriptor.
+bool vmdk_extent::take_descriptor_text(ql::bytes part, std::string& line) {
+    for (const std::uint8_t byte : part) {
+        if (byte == 0) return false;
+        if (byte == '\n') {
+            take_descriptor_line(line);
+            line.clear();
+        } else {
+            line += static_cast<char>(byte);
+        }
+    }
     return true;
 }
 
@@ -138,59 +141,28 @@ void vmdk_extent::take_descriptor_line(const std::string& line) {
     }
 }
 
-// The directory reaches from its own start to the first table, whatever the capacity is. Entries
-// that only pad it are kept: being 0, they lead to a table at the start of the file. False when
-// nothing lies between the two.
+// The directory reaches from its own start to the first table, whatever the capacity is. Both are
+// in the metadata, as large as the header says. Entries that only pad the directory are kept: being
+// 0, they mean a table at the start of the file. False if nothing is between the two.
 bool vmdk_extent::read_directory(vmdk_metadata_reader& reader) {
     const std::uint64_t metadata_size = sector_size * overhead();
     const std::uint64_t start = sector_size * grain_dir_offset();
-    if (metadata_size > file_size || start >= metadata_size) return false;
+    if (start >= metadata_size) return false;
     ql::bytes first;
     if (!reader.read(start, entry_size, first)) return false;
     first_table_offset = std::uint64_t{sector_size} * ql::le32(first, 0);
     if (first_table_offset > metadata_size || first_table_offset <= start) return false;
-    const std::uint64_t num_entries = (first_table_offset - start) / entry_size;
-    if (num_entries > most_directory_entries) return false;
-    if (!reader.read_entries(start, num_entries, grain_directory)) return false;
-    grain_directory.resize(num_entries);
-    return true;
-}
-
-// Reads tables until one can't be read; the directory entries behind it lead nowhere. False when
-// there is no first table, or tables have no entries.
-bool vmdk_extent::read_tables(vmdk_metadata_reader& reader) {
-    if (entries_per_table() == 0) return false;
-    const std::uint64_t table_size = entries_per_table() * entry_size;
-    std::uint64_t budget = table_budget(file_size);
-    std::unordered_map<std::uint32_t, std::uint32_t> known;  // sector to index in grain_tables
-    table_of_entry.reserve(grain_directory.size());
-    for (const std::uint32_t sector : grain_directory) {
-        const std::uint64_t position = std::uint64_t{sector} * sector_size;
-        const std::uint64_t held = file_size - std::min(position, file_size);
-        // Tables behind the end of the file are one and the same empty one.
-        const std::uint32_t key = held != 0 ? sector : UINT32_MAX;
-        const auto [place, is_new] =
-            known.try_emplace(key, static_cast<std::uint32_t>(grain_tables.size()));
-        if (is_new) {
-            const std::uint64_t cost = std::min(table_size, held);
-            if (cost > budget) break;
-            budget -= cost;
-            std::vector<std::uint32_t> table;
-            if (!reader.read_entries(position, entries_per_table(), table)) break;
-            grain_tables.push_back(std::move(table));
-        }
-        table_of_entry.push_back(place->second);
-    }
-    mark_tables();
-    return !table_of_entry.empty();
+    const vmdk_directory_place place = {.position = start,
+                                        .num_entries = (first_table_offset - start) / entry_size,
+                                        .entries_per_table = entries_per_table(),
+                                        .metadata_size = metadata_size};
+    return grains.read(fd, file_size, place, reader);
 }
 
 // The first sector of the disk tells where the partitions are. A delta file, whose first grain is
 // hardly ever there, shows its own header in its place and has no partitions.
 bool vmdk_extent::read_first_sector(vmdk_metadata_reader& reader) {
-    const std::vector<std::uint32_t>& table = grain_tables[table_of_entry.front()];
-    const std::uint32_t sector = table.empty() ? 0 : table.front();
-    first_sector_offset = std::uint64_t{sector} * sector_size;
+    first_sector_offset = std::uint64_t{grains.sector_of(0, 0)} * sector_size;
     ql::bytes stored;
     if (!reader.read(first_sector_offset, sector_size, stored)) return false;
     first_sector.assign(sector_size, 0);

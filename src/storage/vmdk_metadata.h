@@ -22,11 +22,12 @@ public:
     bool read(std::uint64_t position, std::size_t count, ql::bytes& out);
 
     // Fills the empty `out` with `count` 32-bit entries from byte `position` on. Zeros at the end,
-    // which are also what stands behind the end of the file, are not stored. False when a read
-    // fails.
+    // which are also what follows the end of the file, are not stored. A later read that fails is
+    // an end too. False, with `out` empty, if the first read fails.
     bool read_entries(std::uint64_t position, std::uint64_t count, std::vector<std::uint32_t>& out);
 
 private:
+    std::uint64_t entries_in_hole(std::uint64_t position, std::uint64_t count) const;
     bool is_in_window(std::uint64_t position, std::size_t count) const;
 
     int m_fd;

@@ -118,6 +118,39 @@ TEST_F(ChainFaults, FileWithUnreadableMetadataCannotBeOpened) {
     expect_errors({{.call = "open", .path = "disk.vmdk", .effect = "EMFILE"}}, errors);
 }
 
+// A read of metadata that breaks off has brought what precedes the bad sector.
+TEST_F(ChainFaults, MetadataThatBreaksOffEndsInZeros) {
+    constexpr std::uint64_t page = 4096;
+    byte_image disk(1200 * page);
+    support::put_boot_record(disk, 0, {{0x82, 16, 8}, {0x82, 1100 * 8, 8}});
+    for (const std::uint64_t grain : {2, 1100})
+        support::embed(disk, grain * page, support::fat32_boot_sector());
+    std::string descriptor = "CID=1\nparentCID=ffffffff\n";
+    while (descriptor.size() < page + 100)
+        descriptor += "# a comment\n";
+    const auto expect_names = [&](const std::vector<system_fault>& faults, const std::string& first,
+                                  const std::string& second) {
+        whole_run({"-image", m_file, "-vmdk", m_file}, with_faults(faults))
+            .expect(status_failed, "",
+                    "\nvolume offset [ 0x2000 ] : " + first + "\nvolume offset [ 0x44c000 ] : " +
+                        second + "\n\nprob detecting ntfs partition\n\n");
+    };
+    for (const std::uint32_t table_entries : {2048u, 1u}) {
+        SCOPED_TRACE(table_entries);
+        vmdk_image vmdk({.grain_size = grain_sectors,
+                         .table_entries = table_entries,
+                         .redundant = false,
+                         .first_grain_sector = 2048});
+        vmdk.content(disk).descriptor(descriptor).save(m_file);
+        expect_names({}, "fat32", "fat32");
+        expect_names({sector_fault(sector + page, "EIO")}, "fat32", "fat32");
+        // The second page of the one table, or of the directory.
+        const std::uint64_t entries =
+            table_entries == 1 ? vmdk.directory_sector() : vmdk.table_sector(0);
+        expect_names({sector_fault(entries * sector + page, "EIO")}, "fat32", "linux swap");
+    }
+}
+
 // The second open comes after the check, which succeeds.
 TEST_F(ChainFaults, FileThatCannotBeReopenedIsAnInvalidDisk) {
     expect_errors({{.call = "open", .path = "disk.vmdk", .effect = "EACCES", .first = 2}},

@@ -384,26 +384,54 @@ TEST_F(HostileVirtualDisk, SizesInTheHeaderCostNoMemory) {
         const char* name;
         std::uint64_t at;
         std::size_t width;
+        bool is_listed;  // for each value
     };
     support::vmdk_image sound_disk;
     sound_disk.content(sound_volume().build());
     expect_paths(sound_disk, files("abcde"));
-    for (const claim& claim : {claim{"capacity", 12, 8},
-                               {"grain size", 20, 8},
-                               {"descriptor", 28, 8},
-                               {"descriptor size", 36, 8},
-                               {"entries per table", 44, 4},
-                               {"redundant directory", 48, 8},
-                               {"directory", 56, 8},
-                               {"overhead", 64, 8}}) {
+    for (const claim& claim : {claim{"capacity", 12, 8, false},
+                               {"grain size", 20, 8, false},
+                               {"descriptor", 28, 8, false},
+                               {"descriptor size", 36, 8, true},
+                               {"entries per table", 44, 4, false},
+                               {"redundant directory", 48, 8, true},
+                               {"directory", 56, 8, false},
+                               {"overhead", 64, 8, true}}) {
         for (const std::uint64_t value : {all_32, std::uint64_t{1} << 40, all_63}) {
             SCOPED_TRACE(std::string(claim.name) + " " + std::to_string(value));
             support::vmdk_image disk = sound_disk;
             disk.put(claim.at, value, claim.width);
             const support::program_result result = list(disk);
             EXPECT_TRUE(result.status == 0 || result.status == 255) << result.status;
+            if (claim.is_listed) {
+                EXPECT_EQ(result.status, 0);
+                EXPECT_EQ(result.standard_output, files("abcde"));
+            }
             EXPECT_LE(result.peak_memory, memory_bound(disk.build().size()));
         }
+    }
+}
+
+// A directory at the end of the file, whose first table maps the volume. Its other entries mean
+// tables that overlap, each as long as the rest of the file.
+TEST_F(HostileVirtualDisk, OverlappingTablesCostNoMemory) {
+    constexpr std::uint64_t sector = 512, num_entries = 16384;
+    support::vmdk_image disk;
+    disk.content(sound_volume().build());
+    const support::byte_image sound = disk.build();
+    const std::uint64_t directory = sound.size() / sector;
+    const std::uint64_t first_table = directory + num_entries * 4 / sector;
+    disk.put(44, 1 << 26, 4).put(56, directory, 8).put(64, first_table + 4, 8);
+    disk.put(directory * sector, first_table, 4);
+    for (std::uint64_t i = 1; i < num_entries; ++i)
+        disk.put(directory * sector + 4 * i, i % directory, 4);
+    for (std::uint64_t at = 0; at < 2048; at += 4) {
+        disk.put(first_table * sector + at,
+                 sound.get(support::vmdk_image(disk).table_sector(0) * sector + at, 4), 4);
+    }
+    for (const std::uint64_t capacity : {std::uint64_t{1} << 30, std::uint64_t{1} << 53}) {
+        disk.put(12, capacity, 8);
+        expect_paths(disk, files("abcde"));
     }
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdint>
 #include <fstream>
 #include <memory>
@@ -162,27 +163,35 @@ TEST(VmdkExtent, TablesAndDirectoryEndWhereTheyEnd) {
         std::uint64_t position = 0;
         EXPECT_TRUE(file.extent.find_grain(last * grain_size, position));
         EXPECT_FALSE(file.extent.find_grain((last + 1) * grain_size, position));
-        EXPECT_EQ(file.extent.table_of_entry.size(), 128u);
+        EXPECT_EQ(file.extent.grains.num_tables(), 128u);
         EXPECT_FALSE(file.extent.find_grain(128 * table_span + last * grain_size, position));
     }
 }
 
+// Two directory entries, two tables of three entries, and the header as a table of 20: its last
+// byte that is not 0 is at 76.
+constexpr std::uint64_t entries_of_sound_file = 2 + 3 + 3 + 20;
+
 TEST(VmdkExtent, TablesAreKeptWithoutTheZerosAtTheirEnd) {
-    const extent_file file(sound().grain_entry(5, 0xFFFFFFFF));
-    EXPECT_EQ(file.extent.grain_tables[0].size(), 6u);
-    EXPECT_EQ(extent_file(sound()).extent.grain_tables[1].size(), 3u);
+    const extent_file plain(sound());
+    EXPECT_EQ(plain.extent.grains.num_held_entries(), entries_of_sound_file);
+    const extent_file longer(sound().grain_entry(5, 0xFFFFFFFF));
+    EXPECT_EQ(longer.extent.grains.num_held_entries(), entries_of_sound_file + 3);
     const extent_file empty(vmdk_image(small).grain(130, pattern(grain_size)));
-    EXPECT_EQ(empty.extent.grain_tables[0].size(), 0u);
+    EXPECT_EQ(empty.extent.grains.num_held_entries(), entries_of_sound_file - 3);
 }
 
 TEST(VmdkExtent, LongTableEndsInsideAPiece) {
-    // 1500 entries are 6000 bytes; the second table stands in the next sector.
+    // 1500 entries are 6000 bytes; the second table is in the next sector.
     const extent_file file(vmdk_image({.grain_size = 8, .table_entries = 1500})
                                .grain(0, pattern(grain_size))
                                .grain(1499, pattern(grain_size, 2))
                                .grain(1500, pattern(grain_size, 3)));
-    EXPECT_EQ(file.extent.grain_tables[0].size(), 1500u);
-    EXPECT_EQ(file.extent.grain_tables[1].size(), 1u);
+    std::uint64_t position = 0;
+    for (const std::uint64_t stored : {0u, 1499u, 1500u})
+        EXPECT_TRUE(file.extent.find_grain(stored * grain_size, position)) << stored;
+    for (const std::uint64_t hole : {1u, 1498u, 1501u})
+        EXPECT_FALSE(file.extent.find_grain(hole * grain_size, position)) << hole;
 }
 
 TEST(VmdkExtent, HolesAndEmptyReadsFail) {
@@ -433,13 +442,13 @@ TEST(VmdkDamage, SingleFields) {
         {"descriptor behind the file", descriptor_at, size, true},
         {"descriptor that can't be sought", descriptor_at, 1ull << 54, false},
         {"descriptor of the file's size", descriptor_size_at, size / 512, true},
-        {"descriptor larger than the file", descriptor_size_at, size / 512 + 1, false},
-        {"descriptor of terabytes", descriptor_size_at, 1ull << 40, false},
+        {"descriptor larger than the file", descriptor_size_at, size / 512 + 1, true},
+        {"descriptor of terabytes", descriptor_size_at, 1ull << 40, true},
         {"descriptor size that wraps", descriptor_size_at, 1ull << 55, true},
         {"no table entries", table_entries_at, 0, false},
         {"overhead of the file's size", overhead_at, size / 512, true},
-        {"overhead larger than the file", overhead_at, size / 512 + 1, false},
-        {"overhead of terabytes", overhead_at, 1ull << 40, false},
+        {"overhead larger than the file", overhead_at, size / 512 + 1, true},
+        {"overhead of terabytes", overhead_at, 1ull << 40, true},
         {"overhead that wraps to 0", overhead_at, 1ull << 55, false},
         {"no overhead", overhead_at, 0, false},
         {"overhead up to the directory", overhead_at, directory, false},
@@ -491,16 +500,14 @@ TEST(VmdkDamage, FirstDirectoryEntry) {
 }
 
 TEST(VmdkDamage, DirectoryReachesToItsFirstTable) {
-    const vmdk_image image = sound();
-    const extent_file file(image);
-    // One sector between the directory and the first table: 128 entries, of which 2 are tables.
-    ASSERT_EQ(file.extent.grain_directory.size(), 128u);
-    EXPECT_EQ(file.extent.grain_directory[0], image.table_sector(0));
-    EXPECT_EQ(file.extent.grain_directory[1], image.table_sector(1));
-    for (std::size_t i = 2; i < 128; ++i)
-        EXPECT_EQ(file.extent.grain_directory[i], 0u);
-    EXPECT_EQ(file.extent.table_of_entry.size(), 128u);
-    EXPECT_EQ(file.extent.grain_tables.size(), 3u);
+    // One sector between the directory and the first table: 128 entries, of which 2 are tables. All
+    // others mean the one at the start of the file.
+    const extent_file file(sound());
+    EXPECT_EQ(file.extent.grains.num_tables(), 128u);
+    EXPECT_EQ(file.extent.grains.num_held_tables(), 3u);
+    std::uint64_t position = 0;
+    EXPECT_TRUE(file.extent.find_grain(127 * table_span, position));
+    EXPECT_FALSE(file.extent.find_grain(128 * table_span, position));
 }
 
 TEST(VmdkDamage, DirectoryEntryOfZeroReadsTheStartOfTheFile) {
@@ -532,19 +539,47 @@ TEST(VmdkDamage, TableOutsideOfTheMetadataIsReadFromTheFile) {
     EXPECT_EQ(position, 0x77u * 512u);
 }
 
-TEST(VmdkDamage, DirectoryOf16MiBIsReadAndNoLargerOne) {
-    byte_image content = sound().build();
+TEST(VmdkDamage, DirectoryThatTheFileEndsInIsPaddedWithZeros) {
+    // The directory is at the end of the file and states a gibibyte of entries, the file has three.
+    // The first table is past the end of the file.
+    constexpr std::uint64_t num_entries = 0x10000000;
+    const vmdk_image image = sound();
+    byte_image content = image.build();
     const std::uint64_t directory = content.size() / 512;
-    const std::uint64_t sectors_of_16_mib = 0x1000000 / 512;
-    for (const std::uint64_t surplus : {0u, 1u}) {
-        SCOPED_TRACE(surplus);
-        const std::uint64_t first_table = directory + sectors_of_16_mib + surplus;
-        content.put(directory_at, directory, 8).put(overhead_at, first_table + 1, 8);
-        content.put(directory * 512, first_table, 4).resize((first_table + 1) * 512);
-        const extent_file file(content);
-        EXPECT_EQ(file.result, surplus == 0);
-        EXPECT_EQ(file.extent.grain_directory.size(), surplus == 0 ? 0x400000u : 0u);
+    const std::uint64_t first_table = directory + num_entries / 128;
+    content.put(directory_at, directory, 8).put(overhead_at, first_table, 8);
+    content.put(directory * 512, first_table, 4);
+    content.put(directory * 512 + 4, image.table_sector(1), 4);
+    content.put(directory * 512 + 8, image.table_sector(0), 4);
+    const extent_file file(content);
+    ASSERT_TRUE(file.result);
+    EXPECT_EQ(file.extent.grains.num_tables(), num_entries);
+    EXPECT_EQ(file.extent.grains.num_held_entries(), entries_of_sound_file + 1);
+    std::uint64_t position = 0;
+    EXPECT_FALSE(file.extent.find_grain(0, position));
+    EXPECT_TRUE(file.extent.find_grain(table_span + 2 * grain_size, position));
+    EXPECT_EQ(position, image.grain_sector(130) * 512);
+    EXPECT_TRUE(file.extent.find_grain(2 * table_span, position));
+    EXPECT_EQ(position, image.grain_sector(0) * 512);
+    for (const std::uint64_t table : {std::uint64_t{3}, num_entries - 1}) {
+        EXPECT_TRUE(file.extent.find_grain(table * table_span + grain_size, position)) << table;
+        EXPECT_EQ(position, 512u);  // the version in the header
     }
+    EXPECT_FALSE(file.extent.find_grain(num_entries * table_span + grain_size, position));
+}
+
+TEST(VmdkDamage, LastDirectoryEntryMayBeCut) {
+    const vmdk_image image = sound();
+    byte_image content = image.build();
+    const std::uint64_t directory = content.size() / 512;
+    content.put(directory_at, directory, 8).put(overhead_at, directory + 9, 8);
+    content.put(directory * 512, directory + 1, 4);
+    content.put(directory * 512 + 4, 0x55550000 + image.table_sector(1), 4);
+    content.resize(directory * 512 + 6);  // the high half of the second entry is not there
+    const extent_file file(content);
+    std::uint64_t position = 0;
+    EXPECT_TRUE(file.extent.find_grain(table_span + 2 * grain_size, position));
+    EXPECT_EQ(position, image.grain_sector(130) * 512);
 }
 
 TEST(VmdkDamage, TableBehindTheFileIsEmpty) {
@@ -554,8 +589,8 @@ TEST(VmdkDamage, TableBehindTheFileIsEmpty) {
     damaged.put(image.directory_sector() * 512 + 8, 0x7FFFFFFF, 4);
     const extent_file file(damaged);
     EXPECT_TRUE(file.result);
-    EXPECT_EQ(file.extent.table_of_entry.size(), 128u);
-    EXPECT_EQ(file.extent.grain_tables.size(), 3u);  // one, that at sector 0, and an empty one
+    EXPECT_EQ(file.extent.grains.num_tables(), 128u);
+    EXPECT_EQ(file.extent.grains.num_held_tables(), 2u);  // one, and that at sector 0
     std::uint64_t position = 0;
     EXPECT_TRUE(file.extent.find_grain(0, position));
     EXPECT_FALSE(file.extent.find_grain(table_span, position));
@@ -585,10 +620,8 @@ TEST(VmdkDamage, HugeTablesKeepNoMoreThanTheFileHolds) {
     const extent_file file(damaged);
     EXPECT_TRUE(file.result);
     EXPECT_EQ(file.extent.table_span, 0xFFFFFFFFull * grain_size);
-    std::uint64_t kept = 0;
-    for (const auto& table : file.extent.grain_tables)
-        kept += table.size() * 4;
-    EXPECT_LE(kept, file.extent.grain_tables.size() * file.extent.file_size);
+    EXPECT_LE(file.extent.grains.num_held_entries() * 4,
+              file.extent.grains.num_held_tables() * file.extent.file_size);
     std::uint64_t position = 0;
     EXPECT_TRUE(file.extent.find_grain(2 * grain_size, position));
     EXPECT_EQ(position, image.grain_sector(2) * 512);
@@ -609,30 +642,36 @@ TEST(VmdkDamage, TablesThatOverlapAreBoundedInAll) {
     content.put(content.size() - 4, 1, 4);  // the end of the file is used by all of them
     const extent_file file(content);
     EXPECT_TRUE(file.result);
-    EXPECT_EQ(file.extent.grain_directory.size(), entries);
-    std::uint64_t kept = 0;
-    for (const auto& table : file.extent.grain_tables)
-        kept += table.size() * 4;
-    EXPECT_LE(kept, content.size() + (16u << 20));
-    EXPECT_GE(file.extent.table_of_entry.size(), 1u);
+    EXPECT_EQ(file.extent.grains.num_tables(), entries);
+    EXPECT_LE(file.extent.grains.num_held_entries() * 4, content.size() + (2u << 20));
+    // The first table has all of its entries in memory, the last one in the file.
+    const std::uint64_t in_first = (content.size() - (directory + directory_sectors) * 512) / 4 - 1;
+    const std::uint64_t last = (entries - 1) * file.extent.table_span;
     std::uint64_t position = 0;
-    EXPECT_FALSE(file.extent.find_grain((entries - 1) * file.extent.table_span, position));
+    EXPECT_TRUE(file.extent.find_grain(in_first * grain_size, position));
+    EXPECT_EQ(position, 512u);
+    const std::uint64_t in_last = in_first - (entries - 1) * 128;
+    EXPECT_TRUE(file.extent.find_grain(last + in_last * grain_size + 3, position));
+    EXPECT_EQ(position, 512u + 3u);
+    EXPECT_FALSE(file.extent.find_grain(last, position));
+    EXPECT_FALSE(file.extent.find_grain(last + (in_last + 1) * grain_size, position));
 }
 
-TEST(VmdkDamage, TablesMayTakeTheSizeOfTheFileAnd16MiB) {
-    // Nine tables of 4 MiB, which overlap, in a file of 16 MiB or one byte less.
+TEST(VmdkDamage, TablesInMemoryMayTakeTheSizeOfTheFileAndAMebibyte) {
+    // Twenty tables of 1 MiB, which overlap, in a file of 16 MiB or one byte less.
     constexpr std::uint64_t size = 16u << 20, directory = 64;
     for (const std::uint64_t missing : {0u, 1u}) {
         SCOPED_TRACE(missing);
         byte_image content(size - missing);
         content.put_text(0, "KDMV").put(capacity_at, 1 << 20, 8).put(grain_size_at, 8, 8);
-        content.put(table_entries_at, 0x100000, 4).put(directory_at, directory, 8);
+        content.put(table_entries_at, 0x40000, 4).put(directory_at, directory, 8);
         content.put(overhead_at, directory + 16, 8);
-        for (std::uint64_t i = 0; i < 9; ++i)
+        for (std::uint64_t i = 0; i < 20; ++i)
             content.put(directory * 512 + 4 * i, directory + 1 + i, 4);
         const extent_file file(content);
         EXPECT_TRUE(file.result);
-        EXPECT_EQ(file.extent.table_of_entry.size(), 8 - missing);
+        EXPECT_EQ(file.extent.grains.num_tables(), 128u);
+        EXPECT_EQ(file.extent.grains.num_held_tables(), 17 - missing);
     }
 }
 
@@ -663,17 +702,26 @@ TEST(VmdkDamage, ScatteredTablesCostAPageEach) {
     ASSERT_TRUE(count_bytes_read(before));
     EXPECT_TRUE(extent.open(widened(path), false));
     ASSERT_TRUE(count_bytes_read(after));
-    EXPECT_EQ(extent.grain_tables.size(), entries);
+    EXPECT_EQ(extent.grains.num_held_tables(), entries);
     EXPECT_LE(after - before, entries * 4096 + 0x100000);
 }
 
-TEST(VmdkDamage, DirectoryOfAnImpossibleLengthIsRefused) {
-    byte_image content(4ull << 30);  // a hole
+// A terabyte of a sparse file: a directory of zeros, and a table of the same length.
+TEST(VmdkDamage, HolesOfTheFileArePassedOver) {
+    constexpr std::uint64_t size = std::uint64_t{1} << 40;
+    byte_image content(size);
     content.put_text(0, "KDMV").put(capacity_at, 1 << 20, 8).put(grain_size_at, 8, 8);
-    content.put(table_entries_at, 512, 4).put(directory_at, 1, 8);
-    content.put(overhead_at, content.size() / 512, 8);
-    content.put(512, content.size() / 512, 4);
-    EXPECT_FALSE(extent_file(content).result);
+    content.put(table_entries_at, 0xFFFFFFFF, 4).put(directory_at, 1, 8);
+    content.put(overhead_at, size / 512, 8).put(512, size / 512 - 1, 4);
+    content.put(size - 508, 7, 4);  // in the last sector: second entry of the first table
+    const auto start = std::chrono::steady_clock::now();
+    const extent_file file(content);
+    EXPECT_TRUE(file.result);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_EQ(file.extent.grains.num_tables(), (size - 1024) / 4);
+    std::uint64_t position = 0;
+    EXPECT_TRUE(file.extent.find_grain(grain_size, position));
+    EXPECT_EQ(position, 7u * 512u);
 }
 
 TEST(VmdkDamage, SizesOfNothingDivideNothing) {
@@ -691,20 +739,20 @@ TEST(VmdkDamage, SizesOfNothingDivideNothing) {
 TEST(VmdkDamage, EveryPrefixOfAFileIsOpenedWithoutHarm) {
     const vmdk_image image = sound();
     const byte_image content = image.build();
-    const std::uint64_t overhead = content.get(overhead_at, 8) * 512;
+    const std::uint64_t directory = image.directory_sector() * 512;
+    ASSERT_LT(image.table_sector(0), 256u);  // one byte of the first entry is all of it
     const temp_dir dir;
     const std::string path = content.save(dir.file("cut.vmdk"));
     for (std::uint64_t size = content.size(); size > 0; size -= size > 600 ? 61 : 1) {
         ASSERT_EQ(::truncate(path.c_str(), static_cast<off_t>(size)), 0);
         vmdk_extent extent;
-        EXPECT_EQ(extent.open(widened(path), false), size >= overhead) << size;
+        EXPECT_EQ(extent.open(widened(path), false), size > directory) << size;
         for (const std::uint64_t grain : {0u, 1u, 2u, 130u}) {
             bytes buffer(grain_size);
             std::uint32_t count = grain_size;
             const bool stored = image.grain_sector(grain) != 0;
             const bool held = image.grain_sector(grain) * 512 < size;
-            EXPECT_EQ(extent.read(buffer.data(), grain * grain_size, count),
-                      size >= overhead && stored && held)
+            EXPECT_EQ(extent.read(buffer.data(), grain * grain_size, count), stored && held)
                 << size << " " << grain;
         }
     }
