@@ -10,9 +10,8 @@
 
 namespace {
 
-constexpr std::uint32_t start_size = 32768;  // bytes of the disk in which the sector size shows
-constexpr std::uint32_t header_size = 512;
-constexpr std::uint32_t read_entry_size = 128;  // bytes of an entry that are looked at
+constexpr std::uint32_t start_size = 32768;     // bytes of the reads of the start and of the header
+constexpr std::uint32_t read_entry_size = 128;  // bytes of an entry that are used
 constexpr std::uint32_t least_first_sector = 512;
 constexpr std::uint64_t volume_start_size = 2048;  // read of a partition, for ext and HFS+
 constexpr std::uint16_t type_gpt = 238;
@@ -53,21 +52,24 @@ bool is_unused(const gpt_entry& entry) {
     return ql::le64(entry, 0) == 0 && ql::le64(entry, 8) == 0;
 }
 
+// All reads of the table go to one buffer. Where the source ends inside a read, the bytes after it
+// are those of an earlier one: of the entry before, the header, or the start of the disk.
+using table_buffer = std::vector<std::uint8_t>;
+
 // The first signature tells the sector size. 0 when there is none or nothing can be read.
-std::uint32_t find_sector_size(CRawDisk& disk) {
-    std::vector<std::uint8_t> start(start_size);
+std::uint32_t find_sector_size(CRawDisk& disk, table_buffer& buffer) {
+    buffer.assign(start_size, 0);
     std::uint32_t count = start_size;
-    if (!disk.read_bytes(start.data(), count, 0)) return 0;
-    return signed_sector_size(start, default_sector_size, largest_sector_size);
+    if (!disk.read_bytes(buffer.data(), count, 0)) return 0;
+    return signed_sector_size(buffer, default_sector_size, largest_sector_size);
 }
 
 bool read_header(CRawDisk& disk, std::uint32_t sector_size, gpt_header& header,
-                 gpt_entry& first_bytes) {
-    std::array<std::uint8_t, header_size> raw{};
-    std::uint32_t count = header_size;
-    if (!disk.read_bytes(raw.data(), count, sector_size)) return false;
-    header = {ql::le64(raw, 24), ql::le64(raw, 72), ql::le32(raw, 80), ql::le32(raw, 84)};
-    std::copy_n(raw.begin(), first_bytes.size(), first_bytes.begin());
+                 table_buffer& buffer) {
+    std::uint32_t count = start_size;
+    if (!disk.read_bytes(buffer.data(), count, sector_size)) return false;
+    header = {ql::le64(buffer, 24), ql::le64(buffer, 72), ql::le32(buffer, 80),
+              ql::le32(buffer, 84)};
     return header.own_lba == 1;
 }
 
@@ -109,25 +111,24 @@ partition_record record_of(const gpt_entry& entry, std::uint32_t sector_size) {
     return record;
 }
 
-// Reads an entry over the bytes of the one before it; an entry that is shorter than its fields
-// leaves the rest of them as they were.
+// Reads an entry over the bytes of the one before it. An entry that is shorter than its fields, or
+// that the end of the source truncates, keeps the rest of them.
 bool read_entry(CRawDisk& disk, std::uint64_t position, std::uint32_t entry_size,
                 gpt_entry& entry) {
-    const std::uint32_t wanted = std::min(entry_size, read_entry_size);
-    std::uint32_t count = wanted;
-    if (!disk.read_bytes(entry.data(), count, position)) return false;
-    std::fill(entry.begin() + count, entry.begin() + wanted, std::uint8_t{0});
-    return true;
+    std::uint32_t count = std::min(entry_size, read_entry_size);
+    return disk.read_bytes(entry.data(), count, position);
 }
 
 }  // namespace
 
 bool scan_gpt(CRawDisk& disk, partition_list& list, bool /*list_all*/) {
     list.clear();
-    const std::uint32_t sector_size = find_sector_size(disk);
+    table_buffer buffer;
+    const std::uint32_t sector_size = find_sector_size(disk, buffer);
     gpt_header header;
-    gpt_entry entry{};
-    if (sector_size == 0 || !read_header(disk, sector_size, header, entry)) return false;
+    if (sector_size == 0 || !read_header(disk, sector_size, header, buffer)) return false;
+    gpt_entry entry{};  // the start of the buffer, of which no more is used
+    std::copy_n(buffer.begin(), entry.size(), entry.begin());
 
     std::uint64_t position = header.entries_lba * sector_size;
     if (ends_behind_source(header, position, disk.size_in_bytes())) return false;

@@ -300,6 +300,30 @@ TEST_F(Selection, GptVolumesAreListedByTheirContent) {
     expect_listed(disk, {"-offset", hex(mib)}, "a.txt");
 }
 
+// The table is at the end of the disk.
+TEST_F(Selection, GptEntryThatTheImageEndsInKeepsBytesOfTheOneBefore) {
+    constexpr std::uint64_t first = 0x10800, second = 0x20900, table = 0x21000;  // sectors
+    for (const std::uint32_t entry_size : {128u, 256u, 40000u}) {
+        SCOPED_TRACE(entry_size);
+        byte_image disk(table * 512);
+        support::embed(disk, first * 512, volume(u"listed.txt"));
+        support::put_gpt(
+            disk, {{.first = first, .last = first + 2047}, {.first = second}},
+            {.entries_lba = table, .entry_count = 2, .entry_size = entry_size, .backup = false});
+        const words at_first = {"-offset", hex(first * 512)};
+        expect_refused(
+            disk, {},
+            volume_list({{first * 512, "ntfs or exfat"}, {second * 512, "gpt"}}, first * 512));
+        expect_listed(disk, at_first, "listed.txt");
+        // Two bytes of the second entry's first sector are left.
+        disk.resize(table * 512 + entry_size + 34);
+        expect_refused(
+            disk, {},
+            volume_list({{first * 512, "ntfs or exfat"}, {0x10900 * 512, "gpt"}}, first * 512));
+        expect_listed(disk, at_first, "listed.txt");
+    }
+}
+
 // Returns a disk with `count` GPT partitions of unknown content.
 byte_image disk_with_partitions(std::size_t count) {
     byte_image disk(2 * mib);

@@ -323,14 +323,50 @@ TEST(GptScan, EntriesBehind65536AreNotLookedAt) {
     EXPECT_EQ(starts_of(scan_image(disk)), (std::vector<std::uint64_t>{100}));
 }
 
-TEST(GptScan, EntryCutByTheEndOfTheImageEndsInZeros) {
-    byte_image disk = gpt_disk(
-        {{.first = 1, .last = 1, .name = u"before"}, {.first = 2, .last = 2, .name = u"after"}},
-        {.entry_count = 2, .backup = false});
-    disk.resize(entries_at + 128 + 56 + 4);
+TEST(GptScan, EntryCutByTheEndOfTheImageKeepsTheOneBefore) {
+    for (const std::uint32_t entry_size : {128u, 1000u, 40000u}) {
+        SCOPED_TRACE(entry_size);
+        byte_image disk = gpt_disk(
+            {{.first = 1, .last = 1, .name = u"before"}, {.first = 2, .last = 2, .name = u"after"}},
+            {.entry_count = 2, .entry_size = entry_size, .backup = false}, 2048);
+        EXPECT_EQ(scan_image(disk).list.at(1).description, "after");
+        disk.resize(entries_at + entry_size + 56 + 4);
+        scan s = scan_image(disk);
+        ASSERT_EQ(s.list.size(), 2u);
+        EXPECT_EQ(s.list[0].description, "before");
+        EXPECT_EQ(s.list[1].description, "affore");
+        EXPECT_EQ(s.list[1].m_LBA_first_sector, 2u);
+        s = scan_image(disk.resize(entries_at + entry_size + 1));  // a byte of the type
+        ASSERT_EQ(s.list.size(), 2u);
+        EXPECT_EQ(s.list[1].type_guid, s.list[0].type_guid);
+        EXPECT_EQ(s.list[1].m_LBA_first_sector, 1u);
+    }
+}
+
+TEST(GptScan, FirstEntryCutByTheEndOfTheImageKeepsTheHeader) {
+    byte_image disk = gpt_disk({{.first = 1, .last = 1}}, {.entry_count = 1, .backup = false});
+    disk.put(header_at + 32, 0x100000000, 8).put(header_at + 40, 0x100000009, 8);
+    // Four bytes of the first sector; the rest is the header's backup sector and first usable one.
+    const scan s = scan_image(disk.resize(entries_at + 36));
+    EXPECT_FALSE(s.result);  // sector 0x100000001 is not in the image
+    disk.put(header_at + 32, 2, 8).put(header_at + 40, 9, 8);
+    const scan inside = scan_image(disk.resize(entries_at + 32));
+    ASSERT_EQ(inside.list.size(), 1u);
+    EXPECT_EQ(inside.list[0].m_LBA_first_sector, 2u);
+    EXPECT_EQ(inside.list[0].m_num_sectors, 8u);
+}
+
+TEST(GptScan, HeaderCutByTheEndOfTheImageKeepsTheStartOfTheDisk) {
+    // The header has its first 82 bytes. The table is at sector 0, and its one entry of 128 bytes
+    // is the start of the disk.
+    byte_image disk = gpt_disk({}, {.entry_count = 1, .backup = false});
+    disk.put(header_at + 72, 0, 8).resize(header_at + 82);
+    disk.put_bytes(0, support::parse_guid(support::basic_data_guid));
+    disk.put(32, 0, 8).put(40, 1, 8).put(82, 0, 2).put(84, 128, 4);
     const scan s = scan_image(disk);
-    ASSERT_EQ(s.list.size(), 2u);
-    EXPECT_EQ(s.list[1].description, "af");
+    ASSERT_EQ(s.list.size(), 1u);
+    EXPECT_EQ(s.list[0].m_num_sectors, 2u);
+    EXPECT_FALSE(scan_image(disk.put(82, 1, 2)).result);
 }
 
 TEST(GptScan, NameOf36UnitsIsTakenWhole) {
