@@ -61,8 +61,7 @@ public:
     bool read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count);
 
     std::array<std::uint8_t, 513> header{};
-    std::vector<std::wstring> descriptor_lines;  // every non-empty line, in order
-    std::string encoding;                        // values of the descriptor, quotes included
+    std::string encoding;  // values of the descriptor, quotes included
     std::string parent_cid;
     std::string cid;
     std::string parent_file_hint;

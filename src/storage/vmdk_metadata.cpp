@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "foundation/ql_string.h"
@@ -23,8 +24,6 @@ std::size_t entries_used(ql::bytes part) {
         --used;
     return (used + entry_size - 1) / entry_size;
 }
-
-bool starts_with(const std::string& text, const char* start) { return text.rfind(start, 0) == 0; }
 
 }  // namespace
 
@@ -125,19 +124,17 @@ bool vmdk_extent::take_descriptor_text(ql::bytes part, std::string& line) {
     return true;
 }
 
-// Keys stand at the start of their line, in any case; values are kept to the end of the line.
+// Keys are at the start of their line, in any case; values are kept to the end of the line.
 void vmdk_extent::take_descriptor_line(const std::string& line) {
-    if (line.empty()) return;
-    descriptor_lines.push_back(ql::to_wide(line));
-    std::string lowered = line;
-    ql::lower(lowered);
-    const std::pair<const char*, std::string*> values[] = {
+    const std::pair<std::string_view, std::string*> values[] = {
         {"cid=", &cid},
         {"parentcid=", &parent_cid},
         {"encoding=", &encoding},
         {"parentfilenamehint=", &parent_file_hint}};
     for (const auto& [key, value] : values) {
-        if (starts_with(lowered, key)) *value = line.substr(std::char_traits<char>::length(key));
+        std::string start = line.substr(0, key.size());
+        ql::lower(start);
+        if (start == key) *value = line.substr(key.size());
     }
 }
 

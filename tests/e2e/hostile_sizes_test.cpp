@@ -412,6 +412,25 @@ TEST_F(HostileVirtualDisk, SizesInTheHeaderCostNoMemory) {
     }
 }
 
+// A descriptor of 8 MiB at the end of the file.
+TEST_F(HostileVirtualDisk, LongDescriptorCostsNoMemoryBeyondItsFile) {
+    constexpr std::uint64_t size = 8 * mib;
+    const std::string keys = "parentCID=ffffffff\nCID=";
+    for (const std::string& line : {std::string("a\n"), std::string("a comment\n"), keys}) {
+        SCOPED_TRACE(line);
+        std::string text = line == keys ? keys : keys + "1\n";
+        while (text.size() < size)
+            text += line == keys ? std::string("1234567890abcdef") : line;
+        for (const std::uint64_t sectors : {text.size() / 512, std::uint64_t{1} << 40}) {
+            support::vmdk_image disk;
+            disk.content(sound_volume().build());
+            const std::uint64_t end = disk.build().size();
+            disk.put_text(end, text).put(28, end / 512, 8).put(36, sectors, 8);
+            expect_paths(disk, files("abcde"));
+        }
+    }
+}
+
 // A directory at the end of the file, whose first table maps the volume. Its other entries mean
 // tables that overlap, each as long as the rest of the file.
 TEST_F(HostileVirtualDisk, OverlappingTablesCostNoMemory) {
@@ -425,10 +444,9 @@ TEST_F(HostileVirtualDisk, OverlappingTablesCostNoMemory) {
     disk.put(directory * sector, first_table, 4);
     for (std::uint64_t i = 1; i < num_entries; ++i)
         disk.put(directory * sector + 4 * i, i % directory, 4);
-    for (std::uint64_t at = 0; at < 2048; at += 4) {
-        disk.put(first_table * sector + at,
-                 sound.get(support::vmdk_image(disk).table_sector(0) * sector + at, 4), 4);
-    }
+    const std::uint64_t table = disk.table_sector(0);
+    for (std::uint64_t at = 0; at < 2048; at += 4)
+        disk.put(first_table * sector + at, sound.get(table * sector + at, 4), 4);
     for (const std::uint64_t capacity : {std::uint64_t{1} << 30, std::uint64_t{1} << 53}) {
         disk.put(12, capacity, 8);
         expect_paths(disk, files("abcde"));

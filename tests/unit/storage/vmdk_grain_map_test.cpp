@@ -1,4 +1,4 @@
-// Which ranges of a chain's disk its files hold.
+// Directories and tables: which ranges of the disk the files of a chain hold, and exact lookups.
 #include <gtest/gtest.h>
 
 #include <algorithm>
