@@ -4,6 +4,7 @@
 // (bits 2 to 5; the others stand beside them for the search of parents), u16 for each file but the
 // last its size in units of 512 bytes, u64 a place on the disk, then the files one after the other.
 // They are named a.vmdk to d.vmdk.
+#include <algorithm>
 #include <sstream>
 
 #include "fuzz_support.h"
@@ -65,6 +66,21 @@ void read_around(CRawDisk& disk, std::uint64_t place) {
     }
 }
 
+// What no file holds reads as zeros, wherever the read starts.
+void read_gap(CRawDisk& disk, std::uint64_t place) {
+    constexpr std::uint64_t size = 70000;
+    const std::uint64_t end = place + std::min(size, UINT64_MAX - place);
+    const std::uint64_t next = disk.next_held(place, end);
+    fuzz::require(next >= place && next <= end, "a gap ends where it was asked to");
+    const std::uint64_t start = place - std::min(place, place % 1000);
+    std::vector<std::uint8_t> buffer(next - start);
+    auto count = static_cast<std::uint32_t>(buffer.size());
+    if (next == place || !disk.read_bytes(buffer.data(), count, start)) return;
+    const auto gap = buffer.begin() + static_cast<std::ptrdiff_t>(place - start);
+    fuzz::require(std::all_of(gap, buffer.end(), [](std::uint8_t b) { return b == 0; }),
+                  "a gap is zero");
+}
+
 void attach(const std::vector<std::wstring>& files, std::uint64_t offset) {
     std::unique_ptr<CNtfs> ntfs;
     if (!attach_vmdk(ntfs, files, offset)) return;
@@ -88,7 +104,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         fuzz::require(suggested == files, "a complete list is left as it is");
 
     CRawDisk disk(files, false, false);
-    if (disk.ok) read_around(disk, place);
+    if (disk.ok) {
+        read_around(disk, place);
+        for (const std::uint64_t start : {std::uint64_t{0}, place, place % (1 << 20)})
+            read_gap(disk, start);
+    }
 
     for (const std::uint64_t given : {std::uint64_t{0}, place}) {
         std::uint64_t offset = given;
