@@ -1,22 +1,24 @@
 #include "run/results_file.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <iostream>
 
-#include "foundation/posix_file.h"
 #include "foundation/ql_string.h"
+#include "foundation/uni_streams.h"
 #include "run/expand_env.h"
 
 namespace {
 
-constexpr int create_flags = O_RDWR | O_CREAT | O_TRUNC;
+constexpr bool for_writing = true;
+constexpr bool unshared = false;
+constexpr bool keeping_content = false;
+constexpr bool truncating = true;
 
-int open_results_file(const std::string& name, bool append) {
-    const int fd = append ? ql::open_file(name, O_RDWR) : -1;
-    return fd != -1 ? fd : ql::open_file(name, create_flags);
+// Opening without truncation does not create the file, so a missing one takes the second call.
+bool can_open(const std::string& name, bool append) {
+    uni::file_object file;
+    return (append && file.open_for_write(name, for_writing, unshared, keeping_content)) ||
+           file.open_for_write(name, for_writing, unshared, truncating);
 }
 
 }  // namespace
@@ -28,12 +30,11 @@ std::string results_file_name(const std::string& value) {
 }
 
 bool test_results_file(const std::string& name, bool append) {
-    const int fd = open_results_file(name, append);
-    if (fd == -1) {
+    if (!can_open(name, append)) {
         std::cerr << "prob opening file " << name << " for output, aborting\n";
         return false;
     }
-    ::close(fd);
-    static_cast<void>(std::remove(name.c_str()));  // one that stays is emptied later
+    // A file that cannot be deleted stays: the report empties it when it opens it.
+    static_cast<void>(std::remove(name.c_str()));
     return true;
 }

@@ -3,11 +3,16 @@
 
 #include <string>
 
-// The file name that a value stands for: environment references expanded, backslashes turned into
-// slashes.
+// Returns the file name that the option's value stands for: environment references are expanded and
+// backslashes become slashes.
 std::string results_file_name(const std::string& value);
 
-// Tries whether the file can be opened for writing, and removes it again: a file that exists is
-// gone afterwards, also with `append`, which only spares its content while it is being tried.
-// False, with the reason on standard error, when it can't be opened.
+// Tests whether the file can be opened for writing, as uni::file_object does for the report, and
+// deletes it. An existing file is deleted as well; `append` only keeps its content until then.
+//
+// Opening removes trailing separators from `name` and deleting does not: for "r1/" the file "r1" is
+// created, and it remains.
+//
+// Returns false if the file cannot be opened, after writing the reason to standard error. Nothing
+// is deleted then.
 bool test_results_file(const std::string& name, bool append);

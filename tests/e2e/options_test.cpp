@@ -1,6 +1,7 @@
 // Whole runs with the common options: their messages, their files and their effect on the rows.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -205,18 +206,52 @@ TEST_F(Options, ResultsFileOfAnAbnormalEndHasTheHead) {
 }
 
 TEST_F(Options, ResultsFileThatCannotBeOpenedEndsTheRun) {
-    for (const std::string& file : {m_dir.file("missing/out.txt"), m_dir.path(), std::string()}) {
-        whole_run(listing_of_docs({"-out", file}))
-            .expect(status_failed, "", "prob opening file " + file + " for output, aborting\n");
+    for (const std::string& file : {m_dir.file("missing/out.txt"), m_dir.path(), m_dir.path() + "/",
+                                    std::string("/"), std::string()}) {
+        for (const bool append : {false, true}) {
+            words options = {"-out", file};
+            if (append) options.emplace_back("-append");
+            whole_run(listing_of_docs(options))
+                .expect(status_failed, "", "prob opening file " + file + " for output, aborting\n");
+        }
     }
 }
 
-TEST_F(Options, ResultsFileWithANonUtf8NameCannotBeCreated) {
+TEST_F(Options, ResultsFileWhoseNameIsNotUtf8IsRefusedAndKept) {
     const std::string file = m_dir.write("out\xFF.txt", "old");
-    whole_run(listing_of_docs({"-out", file}))
-        .expect_bare(status_failed, "",
-                     reported("prob opening results file: " + file + " for writing"));
-    EXPECT_FALSE(support::file_exists(file));
+    for (const char* word : {"-out", "-outfile"}) {
+        whole_run(listing_of_docs({word, file}))
+            .expect(status_failed, "", "prob opening file " + file + " for output, aborting\n");
+    }
+    EXPECT_EQ(support::read_file(file), "old");
+}
+
+TEST_F(Options, ResultsFileIsWrittenWithoutTheClosingSeparators) {
+    const std::string file = m_dir.file("r1");
+    for (const char* closing : {"/", "//", "\\", "/\\"}) {
+        for (const bool append : {false, true}) {
+            SCOPED_TRACE(closing);
+            m_dir.write("r1", std::string(10000, 'x'));
+            words options = {"-out", file + closing};
+            if (append) options.emplace_back("-append");
+            const whole_run run(listing_of_docs(options));
+            run.expect_bare(0, "", terminal_clearing);
+            const std::string content = support::read_file(file);
+            EXPECT_EQ(content, run.head_in(content) + all_rows());
+            std::remove(file.c_str());
+        }
+    }
+}
+
+// The test has opened the file and could not delete it under the given name.
+TEST_F(Options, ResultsFileWithAClosingSeparatorStaysEmptyIfTheScanFailsLater) {
+    whole_run(listing_of_docs({"-out", m_dir.file("r1") + "/", "-cmd_start_time", "x"}))
+        .expect(status_failed, "", "");
+    EXPECT_EQ(support::read_file(m_dir.file("r1")), "");
+
+    whole_run(listing_of_docs({"-out", m_dir.file("r2"), "-cmd_start_time", "x"}))
+        .expect(status_failed, "", "");
+    EXPECT_FALSE(support::file_exists(m_dir.file("r2")));
 }
 
 // --- trace ---

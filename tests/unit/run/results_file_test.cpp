@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -59,11 +60,14 @@ TEST(TestResultsFile, ClosesTheFile) {
     }
 }
 
-TEST(TestResultsFile, TellsWhatCantBeOpened) {
+TEST(TestResultsFile, RefusesFilesThatCannotBeOpened) {
     const support::temp_dir dir;
     const std::string fifo = dir.file("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    for (const std::string& name : {dir.file("missing/a"), std::string(), dir.path(), fifo}) {
+    const std::string not_utf8 = dir.write("out\xFF", "content");
+    for (const std::string& name : {dir.file("missing/a"), std::string(), std::string("/"),
+                                    dir.path(), dir.path() + "/", fifo, not_utf8}) {
+        SCOPED_TRACE(testing::PrintToString(name));
         for (const bool append : {false, true}) {
             testing::internal::CaptureStderr();
             EXPECT_FALSE(test_results_file(name, append));
@@ -72,6 +76,36 @@ TEST(TestResultsFile, TellsWhatCantBeOpened) {
         }
     }
     EXPECT_TRUE(support::file_exists(fifo));
+    EXPECT_EQ(support::read_file(not_utf8), "content");
+}
+
+// The file opens without the separators, and remove() fails with them.
+TEST(TestResultsFile, FileNamedWithClosingSeparatorsRemains) {
+    const support::temp_dir dir;
+    for (const bool append : {false, true}) {
+        SCOPED_TRACE(append);
+        EXPECT_TRUE(test_results_file(dir.file("new") + "/", append));
+        EXPECT_EQ(support::read_file(dir.file("new")), "");
+        std::remove(dir.file("new").c_str());
+
+        const std::string old = dir.write("old", "content");
+        EXPECT_TRUE(test_results_file(old + "//", append));
+        EXPECT_EQ(support::read_file(old), append ? "content" : "");
+    }
+}
+
+// An overlong form opens the file whose name it spells; remove() gets the bytes as given.
+TEST(TestResultsFile, FileNamedInOverlongFormRemains) {
+    const support::temp_dir dir;
+    const std::string old = dir.write("a", "content");
+    EXPECT_TRUE(test_results_file(dir.file("\xE0\x81\xA1"), false));
+    EXPECT_EQ(support::read_file(old), "");
+}
+
+TEST(TestResultsFile, StripsBackslashesToo) {
+    const support::temp_dir dir;
+    EXPECT_TRUE(test_results_file(dir.file("new") + "\\", false));
+    EXPECT_EQ(support::read_file(dir.file("new")), "");
 }
 
 }  // namespace
