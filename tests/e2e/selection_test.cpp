@@ -11,6 +11,7 @@
 #include "e2e/whole_run.h"
 #include "support/ntfs_image.h"
 #include "support/partition_image.h"
+#include "support/sample_volume.h"
 #include "support/temp_dir.h"
 #include "unit/run/usage_text.h"
 
@@ -284,6 +285,24 @@ TEST_F(Selection, GuessIsNamedByTheLogicalVolume) {
     expect_refused(
         disk, {"-offset", "0x7e00"},
         "volume offset selected 0x7e00 is not a NTFS partition, but [fat32 [guess]]\n" + list);
+}
+
+// The suggestion comes from the last NTFS record, and "-offset" selects the first at its offset.
+TEST_F(Selection, SuggestedVolumeBehindItsGuessIsRefused) {
+    const byte_image disk = support::disk_with_extended_partition();
+    const std::vector<listed_volume> volumes = {{0x7e00, "linux [guess]"},
+                                                {0x7e00, "ntfs or exfat"},
+                                                {2 * mib, "exten"},
+                                                {2 * mib + 0x7e00, "linux"}};
+    expect_refused(disk, {}, volume_list(volumes, 0x7e00));
+    expect_refused(disk, {"-offset", "0x7e00"},
+                   "volume offset selected 0x7e00 is not a NTFS partition, but [linux [guess]]\n" +
+                       volume_list(volumes, 0));
+
+    const support::bytes partition = disk.get_bytes(0x7e00, disk.size() - 0x7e00);
+    whole_run({"-image", byte_image(partition).save(m_dir.file("volume.dd"))})
+        .expect(0, text_header + directory_row(5, "\\") + file_row(64, 10, "\\letter.txt"),
+                terminal_clearing);
 }
 
 // --- GPT ---

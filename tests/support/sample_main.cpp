@@ -21,6 +21,8 @@ constexpr const char* usage =
     "                                    the same, and what is changed some days later\n"
     "       quorvel-sample behaviour <file>\n"
     "                                    an NTFS volume for docs/behaviour.md\n"
+    "       quorvel-sample extended <file>\n"
+    "                                    a disk with NTFS at sector 63 and an extended partition\n"
     "       quorvel-sample <kind> <directories> <files in each> <file>\n"
     "                                    an NTFS volume with that many files, of the kinds\n"
     "         many                       plain\n"
@@ -55,6 +57,8 @@ bool write_image(const std::vector<std::string>& words) {
         support::save_snapshot_chain(words[1], words[2]);
     } else if (words.size() == 2 && words[0] == "behaviour") {
         support::behaviour_volume().save(words[1]);
+    } else if (words.size() == 2 && words[0] == "extended") {
+        support::disk_with_extended_partition().save(words[1]);
     } else if (support::many_files_options options;
                words.size() == 4 && read_kind(words[0], options)) {
         options.directories = std::strtoull(words[1].c_str(), nullptr, 10);

@@ -234,4 +234,21 @@ byte_image disk_around(const ntfs_image& ntfs_volume) {
     return disk;
 }
 
+byte_image disk_with_extended_partition() {
+    constexpr std::uint32_t ntfs_first = 63, extended_first = 4096, extended_count = 2048;
+    ntfs_image volume{{.hidden_sectors = ntfs_first}};
+    volume.file(5, u"letter.txt", 64).data("Dear all,\n");
+
+    byte_image disk((extended_first + extended_count) * 512);
+    put_boot_record(
+        disk, 0,
+        {{.type = 7, .first = ntfs_first, .count = extended_first - ntfs_first, .state = 0x80},
+         {.type = 5, .first = extended_first, .count = extended_count}});
+    put_extended_chain(
+        disk, extended_first,
+        {{.type = 0x83, .record = extended_first, .first = extended_first + 63, .count = 1024}});
+    embed(disk, ntfs_first * 512, volume.build());
+    return disk;
+}
+
 }  // namespace support

@@ -56,7 +56,11 @@ byte_image sample_disk();
 // Returns such a disk with the given volume.
 byte_image disk_around(const ntfs_image& ntfs_volume);
 
-// A volume of many files, for save_many_files_volume.
+// An MBR disk with an NTFS volume of one file, \letter.txt (entry 64), at sector 63, and an
+// extended partition that contains a Linux partition.
+byte_image disk_with_extended_partition();
+
+// A volume of many files for save_many_files_volume.
 struct many_files_options {
     std::uint64_t directories = 0;
     std::uint64_t files = 0;          // in each directory
