@@ -137,14 +137,17 @@ def with_source(source, forms):
 def image_sources(name):
     """How an image is named in a command line, the way to its volume first."""
     path = f"../{name}"
-    offset = ["-offset", "0x10000" if name.startswith("monolithic") else "0x100000"]
+    image = ["-image", path]
+    # With a chain, "-image" must name a valid image, which is not read.
+    chain = ["-image", "../demo.dd", "-vmdk", path]
+    offset = ["-offset", "0x100000"]
+    if name.startswith("disk"):
+        return [[*chain, *offset], chain, image]
     if name.endswith(".vmdk"):
-        # The chain is read beside an image that must be a valid one.
-        chain = ["-image", "../demo.dd", "-vmdk", path]
-        return [[*chain, *offset], chain, ["-image", path]]
+        return [chain, image]  # of the first partition
     if name.startswith("mbr"):
-        return [["-image", path, *offset], ["-image", path]]
-    return [["-image", path]]
+        return [[*image, *offset], image]
+    return [image]
 
 
 def sound_command_lines(name):
@@ -173,7 +176,7 @@ def compare_damaged(builds, tally, pool, folder, name, copies):
 
 
 def unpack_real(real, folder):
-    """The real volumes, next to the others. The result is their names."""
+    """Unpacks the real volumes to `folder`. Returns their names."""
     names = []
     for packed in sorted(real.glob("*.xz")) if real else []:
         target = folder / packed.stem
@@ -181,7 +184,7 @@ def unpack_real(real, folder):
             subprocess.run(["xz", "-dc", packed], stdout=out, check=True)
         names.append(target.name)
     if not names:
-        print("no folder with real volumes here: they are not compared")
+        print("no real volumes are compared")
     return names
 
 

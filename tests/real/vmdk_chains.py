@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Lists VMDK chains made by qemu-img and compares with the raw image of the same chain.
 
-Three states of one NTFS volume become a base file and two deltas, each written with what changed.
-The volume stands alone or behind an MBR. Each listing through "-vmdk" must equal the listing of the
-raw image that qemu-img makes of the same files, in every report form that shows all fields.
+Three states of one NTFS volume become a base file and two deltas with the changes. The volume is bare
+or in an MBR partition. Each listing through "-vmdk" must equal the listing of the raw image that
+qemu-img makes of the same files, in every report form that shows all fields. So must the listings of
+the real virtual disks (*.vmdk.xz) in the folder of --real.
 """
 
 import argparse
@@ -12,6 +13,8 @@ import shutil
 import subprocess
 import sys
 import tempfile
+
+from volume_offset import volume_offset
 
 GRAIN = 65536
 PARTITION_OFFSET = 1024 * 1024
@@ -57,9 +60,9 @@ def change_volume(image, work, text):
         run("ntfscp", "-f", image, source, f"/{text}.txt")
 
 
-def whole_disk(volume, disk, behind_mbr):
+def whole_disk(volume, disk, in_partition):
     """The disk that holds the volume: itself, or an MBR with one NTFS partition."""
-    if not behind_mbr:
+    if not in_partition:
         shutil.copy(volume, disk)
         return
     size = volume.stat().st_size
@@ -90,7 +93,7 @@ def write_changes(before, after, vmdk, work):
     return len(commands) // 2
 
 
-def make_chain(work, behind_mbr):
+def make_chain(work, in_partition):
     """Three files, oldest first, and the bare volume of the first state."""
     volume = work / "volume.dd"
     with open(volume, "wb") as out:
@@ -101,7 +104,7 @@ def make_chain(work, behind_mbr):
     for state in ("base", "first", "second"):
         change_volume(volume, work, state)
         disk = work / f"{state}.dd"
-        whole_disk(volume, disk, behind_mbr)
+        whole_disk(volume, disk, in_partition)
         vmdk = work / f"{state}.vmdk"
         if not files:
             shutil.copy(volume, bare)
@@ -136,37 +139,44 @@ def compare(program, files, bare, raw, offset, label):
     return same
 
 
+def compare_real(program, packed, work):
+    """A real virtual disk against its raw content; the bare volume is taken out of that."""
+    vmdk, raw, bare = work / packed.stem, work / "disk.dd", work / "bare.dd"
+    with open(vmdk, "wb") as out:
+        subprocess.run(["xz", "-dc", packed], stdout=out, check=True)
+    run("qemu-img", "convert", "-O", "raw", vmdk, raw)
+    offset = volume_offset(raw)
+    if offset is None:
+        sys.exit(f"{packed.name}: no NTFS volume")
+    with open(raw, "rb") as disk, open(bare, "wb") as out:
+        disk.seek(offset)
+        shutil.copyfileobj(disk, out)
+    return compare(program, [vmdk], bare, raw, offset, packed.stem)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--program", required=True)
-    parser.add_argument("--real", help="folder with a real VMDK file (monolithic_sparse.vmdk.xz)")
+    parser.add_argument("--real", help="folder of real virtual disks (*.vmdk.xz)")
     options = parser.parse_args()
     same = True
-    for behind_mbr in (False, True):
+    for in_partition in (False, True):
         with tempfile.TemporaryDirectory() as folder:
             work = pathlib.Path(folder)
-            files, bare = make_chain(work, behind_mbr)
+            files, bare = make_chain(work, in_partition)
             for count in (1, 3):
                 raw = work / f"raw{count}.dd"
                 run("qemu-img", "convert", "-O", "raw", files[count - 1], raw)
                 same &= compare(options.program, files[:count], bare, raw,
-                                PARTITION_OFFSET if behind_mbr else 0,
-                                f"{'behind an MBR' if behind_mbr else 'bare volume'}, "
+                                PARTITION_OFFSET if in_partition else 0,
+                                f"{'MBR partition' if in_partition else 'bare volume'}, "
                                 f"{'base alone' if count == 1 else 'base and two deltas'}")
-    real = pathlib.Path(options.real or "none") / "monolithic_sparse.vmdk.xz"
-    if real.exists():
+    real = sorted(pathlib.Path(options.real).glob("*.vmdk.xz")) if options.real else []
+    for packed in real:
         with tempfile.TemporaryDirectory() as folder:
-            work = pathlib.Path(folder)
-            vmdk, raw, bare = work / "disk.vmdk", work / "disk.dd", work / "bare.dd"
-            with open(vmdk, "wb") as out:
-                subprocess.run(["xz", "-dc", real], stdout=out, check=True)
-            run("qemu-img", "convert", "-O", "raw", vmdk, raw)
-            with open(raw, "rb") as disk:
-                disk.seek(65536)
-                bare.write_bytes(disk.read())
-            same &= compare(options.program, [vmdk], bare, raw, 65536, "a file made by a real tool")
-    else:
-        print("no folder with a real VMDK file here: it is not compared")
+            same &= compare_real(options.program, packed, pathlib.Path(folder))
+    if not real:
+        print("no real virtual disks are compared")
     sys.exit(0 if same else 1)
 
 
