@@ -9,7 +9,7 @@
 class CNtfs;
 class cmd_params;
 
-// How a name was classified; kept in CNtfs::source_kind.
+// The kind of source that a CNtfs reads: its m_source_kind. A VMDK chain is `unknown`.
 namespace source_kind {
 constexpr std::uint32_t drive_letter = 32;  // stored as file
 constexpr std::uint32_t file = 33;
