@@ -1,21 +1,33 @@
 #!/usr/bin/env python3
-"""Checks that what documents refer to is there.
+"""Checks that the things that documents refer to exist.
 
     check_references.py <root> <document>...
 
-Links to other files and to headings, and every word in backticks or in an indented block that begins
-with one of the root's folders. In docs/architecture.md words that begin with a folder of src
-count as well, without the ending of the file's name. Prints what is missing; exit status 1 then.
+Checked are links to files and headings, and words in backticks or indented blocks:
+
+- paths that begin with one of the root's folders;
+- `class::member`, and names of classes and test suites in mixed case: words of one file of src or
+  tests;
+- `--gtest_filter='Suite*'`: a test suite begins so.
+
+In docs/architecture.md, paths that begin with a folder of src need no file extension, and the boxes
+of its picture may only contain names of that folder. There and in docs/testing.md, names with an
+underscore must be words of the sources as well. Prints what is missing; the exit status is 1 then.
 """
 
+import functools
 import pathlib
 import re
 import sys
 
 LINK = re.compile(r"\]\(([^)\s]+)\)")
 CODE = re.compile(r"`([^`\n]+)`")
-ROOMS = ("foundation", "ntfs", "report", "run", "storage")
+MEMBER = re.compile(r"(\w+)::(\w+)")
+MIXED_CASE = re.compile(r"[A-Z]\w*[a-z]\w*[A-Z]\w*")
+UNDERSCORE = re.compile(r"[a-z]\w*_\w+")
+GTEST_FILTER = re.compile(r"--gtest_filter='?(\w+)")
 FOLDERS = ("bench", "cmake", "completion", "docs", "fuzz", "scripts", "src", "tests")
+SOURCES = ("src", "tests", "fuzz", "bench")
 
 
 def anchors(text):
@@ -41,7 +53,7 @@ def missing_links(document, text):
 
 
 def named_paths(text):
-    """Paths of the repository that the text names, without what is typed behind them."""
+    """Paths of the repository that the text names, without their arguments."""
     blocks = re.findall(r"^    (.*)$", text, re.MULTILINE)
     for words in CODE.findall(text) + blocks:
         for word in words.split():
@@ -57,21 +69,55 @@ def missing_paths(root, document, text):
             yield path
     if document.name != "architecture.md":
         return
+    rooms = {path.parent.name for path in (root / "src").glob("*/CMakeLists.txt")}
     for path in CODE.findall(text):
         room, slash, name = path.partition("/")
-        if slash and room in ROOMS and not list((root / "src" / room).glob(f"{name}.*")):
+        if slash and room in rooms and not (root / "src" / path).exists() \
+                and not list((root / "src" / room).glob(f"{name}.*")):
             yield path
 
 
-def missing_names(root, text):
-    """Names in the picture's boxes that are no file of their room, and stand in no header of it."""
+def missing_box_names(root, text):
+    """Names in the picture's boxes that are neither a file of their room nor in one of its headers."""
     for room, box in re.findall(r"^\+-- src/(\w+) -+\+\n((?:\|.*\n)+)", text, re.MULTILINE):
-        headers = sorted((root / "src" / room).glob("*.h"))
-        known = "".join(header.read_text(encoding="utf-8") for header in headers)
-        known += " ".join(path.stem for path in (root / "src" / room).iterdir())
+        folder = root / "src" / room
+        known = "".join(header.read_text(encoding="utf-8") for header in folder.rglob("*.h"))
+        known += " ".join(path.stem for path in folder.rglob("*"))
         for name in re.findall(r"\b[a-z]+_[a-z_]*[a-z]\b", box):
             if not re.search(rf"\b{name}\b", known):
                 yield f"{room}/{name}"
+
+
+@functools.lru_cache
+def words_of_sources(root):
+    """The words of each source file and of its path."""
+    return [set(re.findall(r"\w+", path.read_text(encoding="utf-8"))) | {path.stem}
+            for folder in SOURCES for path in sorted((root / folder).rglob("*"))
+            if path.suffix in (".cpp", ".h", ".c")]
+
+
+@functools.lru_cache
+def test_suites(root):
+    """The names of all GoogleTest suites."""
+    return {suite for path in (root / "tests").rglob("*.cpp") for suite in
+            re.findall(r"^TEST(?:_F|_P)?\((\w+),", path.read_text(encoding="utf-8"), re.MULTILINE)}
+
+
+def missing_names(root, document, text):
+    """Names of code and of tests that do not exist."""
+    all_words = words_of_sources(root)
+    with_underscore = document.name in ("architecture.md", "testing.md")
+    for code in CODE.findall(text):
+        for suite in GTEST_FILTER.findall(code):
+            if not any(name.startswith(suite) for name in test_suites(root)):
+                yield suite
+        for word in code.split():
+            member = MEMBER.fullmatch(word)
+            wanted = set(member.groups()) if member else {word}
+            is_name = member or MIXED_CASE.fullmatch(word) or (
+                with_underscore and UNDERSCORE.fullmatch(word))
+            if is_name and "std" not in wanted and not any(wanted <= words for words in all_words):
+                yield word
 
 
 def main():
@@ -82,8 +128,8 @@ def main():
         document = root / name
         text = document.read_text(encoding="utf-8")
         for missing in [*missing_links(document, text), *missing_paths(root, document, text),
-                        *missing_names(root, text)]:
-            print(f"{name}: {missing} is not there")
+                        *missing_box_names(root, text), *missing_names(root, document, text)]:
+            print(f"{name}: {missing} is missing")
             wrong += 1
     return 1 if wrong else 0
 
