@@ -1,23 +1,23 @@
-# Functions that the scripts share. Sourced with the repository root as working directory.
+# Functions that the scripts share; sourced with the repository root as working directory.
 
-# Tells what is done next.
+# Prints a heading.
 say() {
     printf '\n== %s\n' "$*"
 }
 
-# Ends the script with a message.
+# Prints a message and ends the script.
 fail() {
     printf '\n%s: %s\n' "$(basename "$0")" "$*" >&2
     exit 1
 }
 
-# Runs a command after showing it; ends the script when it fails.
+# Prints a command and runs it. Ends the script if it fails.
 run() {
     printf '+ %s\n' "$*"
     "$@" || fail "failed: $*"
 }
 
-# need <package>...: installs those Debian packages that are missing. Asks the network only then.
+# need <package>...: installs the Debian packages that are missing. Uses the network only then.
 need() {
     missing=
     for package in "$@"; do
@@ -33,26 +33,26 @@ need() {
         as_root=sudo
     fi
     run $as_root apt-get update -q
-    # Word splitting is wanted: one word a package.
+    # Word splitting is intended: one word per package.
     # shellcheck disable=SC2086
     run $as_root env DEBIAN_FRONTEND=noninteractive \
         apt-get install -q -y --no-install-recommends $missing
 }
 
-# What mmdebstrap gave of a Debian 12 with nothing but the essential packages.
+# A Debian 12 with the essential packages only, made by mmdebstrap.
 bare_tar=build/package/bare-root.tar
 
-# True when there is a bare Debian 12 to unpack. Asks the network for it once; takes mmdebstrap.
+# Returns true if there is a bare Debian 12 to unpack. Downloads it once; needs mmdebstrap.
 have_bare_debian() {
     [ ! -f "$bare_tar" ] || return 0
     mkdir -p build/package
     mmdebstrap --variant=minbase --format=tar bookworm "$bare_tar.part" && mv "$bare_tar.part" "$bare_tar"
 }
 
-# unpack_bare_debian <folder>: makes the folder anew, with a bare Debian 12 in it. Takes mmdebstrap,
-# and root or $as_root.
+# unpack_bare_debian <folder>: replaces the folder with a bare Debian 12. Needs mmdebstrap, and
+# root or $as_root.
 unpack_bare_debian() {
-    have_bare_debian || fail "mmdebstrap makes no Debian 12 here"
+    have_bare_debian || fail "mmdebstrap cannot create a Debian 12 here"
     ${as_root:-} rm -rf --one-file-system "$1"
     mkdir -p "$1"
     run ${as_root:-} tar -x --numeric-owner -f "$bare_tar" -C "$1"
