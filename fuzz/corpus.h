@@ -1,5 +1,5 @@
-// The seeds of the fuzz targets. Each writer fills the folder of its targets; the layout of an
-// input is told at the top of the target's source.
+// The seeds of the fuzz targets. Each function fills the folders of its targets; the source of a
+// target documents the layout of its inputs.
 #pragma once
 
 #include <cstdint>
@@ -14,11 +14,11 @@ namespace corpus {
 
 using support::bytes;
 
-// The folder of one target below the folder of all seeds.
+// The folder of one target, in the folder of all seeds.
 class seed_folder {
 public:
     seed_folder(const std::filesystem::path& all, const std::string& target);
-    // Throws std::runtime_error when the file can't be written.
+    // Throws std::runtime_error if the file cannot be written.
     void add(const std::string& name, const bytes& content) const;
 
 private:
@@ -31,7 +31,7 @@ struct field {
     std::size_t width;
 };
 
-// The fields, then the content.
+// Returns the fields, then the content.
 inline bytes input(std::initializer_list<field> fields, const bytes& content = {}) {
     bytes made;
     for (const field& one : fields)

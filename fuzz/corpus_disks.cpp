@@ -50,7 +50,7 @@ byte_image gpt_disk(const support::gpt_options& options) {
     return disk;
 }
 
-// A boot record of 4096-byte sectors, whose signature stands at the end of the sector.
+// A boot record with 4096-byte sectors: the signature is at the end of the sector.
 byte_image large_sector_disk() {
     byte_image disk(3 * 4096);
     support::put_boot_record(disk, 0, {{.type = 7, .first = 1, .count = 16}}, 4094);
@@ -61,7 +61,7 @@ byte_image large_sector_disk() {
 byte_image damaged_extended_disk() {
     byte_image disk = extended_disk();
     disk.put(2 * sector + 510, 0, 2);
-    disk.put(446 + 16 + 8, 5, 4);  // the link leads to the wrong place
+    disk.put(446 + 16 + 8, 5, 4);  // the link points to a wrong sector
     return disk;
 }
 

@@ -9,12 +9,12 @@ namespace {
 
 using support::ntfs_image;
 
-// Entries of the little volume.
+// Entries of the small volume.
 constexpr std::uint64_t users = 24, kim = 25, documents = 26, letter = 27, docs = 28, report = 29,
                         far = 30, notes = 31, gone = 32, junction = 33, drivers = 34,
                         drivers_part = 35, driver = 36;
 
-// A volume of some 80 KiB whose names are those that the target asks for.
+// A volume of about 80 KiB with the names that the target looks up.
 ntfs_image little_volume(std::uint32_t cluster, std::uint32_t sector = 512) {
     ntfs_image volume({.sector = sector,
                        .cluster = cluster,
@@ -49,7 +49,7 @@ ntfs_image little_volume(std::uint32_t cluster, std::uint32_t sector = 512) {
     return volume;
 }
 
-// Without the copy of the boot sector and the zeros in front of it.
+// Without the copy of the boot sector and the zeros before it.
 bytes cut_volume(ntfs_image volume) {
     const support::ntfs_geometry& geometry = volume.geometry();
     bytes content = volume.truncate(geometry.clusters * geometry.cluster).build().bytes();
@@ -72,7 +72,7 @@ bytes program_input(const run_options& run, const bytes& image) {
                  image);
 }
 
-// Every form of the report and every directory of the target at least once.
+// Every report form and every directory of the target, at least once each.
 void write_forms(const seed_folder& folder) {
     const bytes small = cut_volume(little_volume(512));
     for (std::uint64_t form = 0; form < 8; ++form) {

@@ -10,14 +10,14 @@ namespace {
 
 using support::record_builder;
 
-// What the targets' volume has: its index blocks start with this cluster, see record_volume.cpp.
+// First cluster of the index blocks in the targets' volume; see record_volume.cpp.
 struct volume_facts {
     std::uint64_t choice;  // in bits 0 and 1 of the options
     std::uint32_t cluster;
 };
 constexpr volume_facts small_clusters{0, 512}, usual_clusters{3, 4096};
 constexpr std::uint64_t directory = 24;
-constexpr std::uint64_t made_here = 4;  // option of fuzz_file_record: update sequences
+constexpr std::uint64_t made_here = 4;  // option of fuzz_file_record: add update sequences
 
 record_builder plain_file(std::uint64_t number, std::u16string_view name) {
     record_builder record(number);
@@ -37,7 +37,7 @@ record_builder rich_record() {
     return record;
 }
 
-// A directory in its own record: a root with entries for the files 25 to 27.
+// A directory within its record: an index root with entries for the files 25 to 27.
 record_builder small_directory() {
     bytes entries;
     for (std::uint64_t number = 25; number < 28; ++number) {
@@ -107,7 +107,7 @@ void write_records(const std::filesystem::path& all) {
     add("no_end", rich_record().without_end_marker().build(), 0);
 }
 
-// The attributes of a record as they stand between its header and its end marker.
+// The attributes of a record, between its header and its end marker.
 bytes attributes_of(const record_builder& record) {
     constexpr std::size_t header_size = 56;
     const bytes content = record.build_before_fixup();

@@ -1,9 +1,9 @@
-// Attributes: those of the entry 24 of a sound volume and of its extension record 25, with the
-// clusters that they lead to.
+// Attributes: those of entry 24 of a valid volume and of its extension record 25, and the clusters
+// that they refer to.
 //
-// Input: u8 cluster size (bits 0 and 1), u8 form of the listing, u16 bytes of attributes in the
-// base record, u16 those in the extension record, the attributes of both, then the clusters (from
-// LCN area_lcn() on).
+// Input: u8 cluster size (bits 0 and 1), u8 report form, u16 size of the attributes in the base
+// record, u16 size of those in the extension record, the attributes of both, then the clusters from
+// LCN area_lcn().
 #include "ntfs/reparse_point.h"
 #include "record_volume.h"
 
@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t header_size = 56;
 constexpr std::size_t most_attributes = fuzz::record_volume::record_size - header_size;
 
-// A record in use with the given attributes and an end marker.
+// Returns a record in use with the given attributes and an end marker.
 std::vector<std::uint8_t> record_with(fuzz::bytes attributes, std::uint8_t flags,
                                       std::uint64_t base) {
     std::vector<std::uint8_t> record(header_size);

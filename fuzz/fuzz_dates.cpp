@@ -1,8 +1,8 @@
-// Dates and times: parsing of dates, of the styles, of the date window, and the rendering of any
-// stamp in any style.
+// Dates and times: parsing dates, styles and date windows, and formatting any timestamp in any
+// style.
 //
-// Input: u64 a stamp, u8 separator, then three texts that end with a line end each: a date, a time
-// or format, an order of fields.
+// Input: u64 timestamp, u8 separator, then three lines: a date, a time or format, an order of
+// fields.
 #include "foundation/ql_time.h"
 #include "fuzz_support.h"
 #include "run/cmd_params.h"

@@ -1,8 +1,8 @@
-// File records: up to four of them in a sound volume, and the routines that work on one in memory.
+// File records: up to four in a valid volume, and the functions that parse one in memory.
 //
-// Input: u8 cluster size (bits 0 and 1) and whether the update sequences are made here (bit 2), u8
-// form of the listing, u16 sector size, then records of 1024 bytes for the entries 24 to 27; the
-// first one is \dir.
+// Input: u8 cluster size (bits 0 and 1) and whether the target adds the update sequences (bit 2),
+// u8 report form, u16 sector size, then records of 1024 bytes for entries 24 to 27; entry 24 is
+// \dir.
 #include "ntfs/attribute_list.h"
 #include "ntfs/file_record.h"
 #include "record_volume.h"

@@ -1,8 +1,9 @@
-// Directory indexes: the root of \dir in a sound volume and the blocks of its allocation, their
-// entries one by one, and the look-up of names in them.
+// Directory indexes: the root and the allocation blocks of \dir in a valid volume, their entries,
+// and the lookup of names in them.
 //
-// Input: u8 cluster size (bits 0 and 1), no blocks (bit 2), update sequences of the blocks made
-// here (bit 3), u8 form of the listing, u16 size of the root's value, the value, then the blocks.
+// Input: u8 cluster size (bits 0 and 1), no blocks (bit 2), whether the target adds the update
+// sequences of the blocks (bit 3), u8 report form, u16 size of the root's value, the value, then
+// the blocks.
 #include "ntfs/index_reader.h"
 #include "ntfs/path_lookup.h"
 #include "record_volume.h"
@@ -26,7 +27,7 @@ std::vector<std::uint8_t> directory_record(fuzz::bytes root, bool with_blocks,
     return record.build();
 }
 
-// The blocks with valid update sequences over what the input holds.
+// Returns the blocks with valid update sequences over the input's bytes.
 std::vector<std::uint8_t> guarded_blocks(fuzz::bytes blocks) {
     std::vector<std::uint8_t> made(blocks.begin(), blocks.end());
     for (std::size_t at = 0; at + block_size <= made.size(); at += block_size) {

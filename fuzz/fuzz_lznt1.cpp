@@ -1,7 +1,7 @@
-// LZNT1: one chunk with any sizes, and whole units with any read status.
+// LZNT1: one chunk with arbitrary sizes, and whole units with any read status.
 //
-// Input: u8 what to do, u64 bytes that remain (of 1 MiB at most), u16 plain size, u16 room, u16
-// source size, then the compressed bytes.
+// Input: u8 action, u64 remaining bytes (at most 1 MiB), u16 plain size, u16 capacity, u16 source
+// size, then the compressed bytes.
 #include <sstream>
 
 #include "fuzz_support.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-// Units of sound volumes have 1 MiB at most.
+// Units of valid volumes have at most 1 MiB.
 constexpr std::uint64_t largest_unit = 1 << 20;
 
 void expand_unit(fuzz::bytes unit, std::uint64_t remaining, std::uint64_t status) {

@@ -1,9 +1,10 @@
-// The command line: the vocabulary with its values, the chain, and the readers of single values.
+// The command line: the options with their values, the VMDK chain, and the parsers of single
+// values.
 //
-// Input: the words of a command line, one a line.
+// Input: the arguments of a command line, one per line.
 //
-// "-out", "-outfile", "-diags", "-xml" and "-vmdk" take the names of files. Beside one of them no
-// word keeps a character that leads out of the working folder, which is a scratch folder.
+// "-out", "-outfile", "-diags", "-xml" and "-vmdk" name files. If an input has one of them, the
+// target replaces the characters with which a path could leave the scratch folder that it runs in.
 #include <sstream>
 
 #include "foundation/ql_number.h"
@@ -61,8 +62,8 @@ void read_numbers(const std::string& word) {
     ql::parse_count(word, small);
 }
 
-// A path that begins with ":\" has no drive letter in front of it and ends the program by the
-// exception that std::string throws; all others are taken.
+// A path that begins with ":\" has no drive letter and ends the program by an exception of
+// std::string; the target accepts all other paths.
 void read_directory(const std::string& word) {
     const std::string expanded = expand_env(word, true);
     std::string path;

@@ -1,9 +1,9 @@
-// Partition tables: MBR, extended boot records, GPT, the file systems in partitions, and the choice
-// of the volume, over a disk in memory.
+// Partition tables: MBR, extended boot records, GPT, the file systems in partitions, and the
+// selection of the volume, on a disk in memory.
 //
 // Input: u8 options, u64 volume offset, then the start of the disk. Bits 0 and 1 of the options
-// choose the hole behind it, bit 2 accepts volumes that end behind the disk, bits 3 to 5 choose
-// what to do: a scan may take 65,536 reads, so that an input asks for one only.
+// select the hole after it, bit 2 accepts volumes that end past the disk, bits 3 to 5 select the
+// action: only one per input, because a scan may need 65,536 reads.
 #include <sstream>
 
 #include "fuzz_support.h"
@@ -13,7 +13,7 @@
 
 namespace {
 
-// Bytes of a disk that the input begins.
+// Size in bytes of the disk that starts with the input.
 std::uint64_t disk_size(std::uint8_t choice) {
     constexpr std::uint64_t sizes[] = {0, 1 << 20, 16 << 20, 1ull << 40};
     return sizes[choice & 3];

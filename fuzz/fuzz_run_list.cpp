@@ -1,12 +1,12 @@
-// Run lists: both decoders, the compact form, the mapping of cluster numbers and the merge.
+// Run lists: both decoders, the compact form, the mapping of cluster numbers, and merging.
 //
-// Input: u64 a virtual cluster number, u32 the attribute's length, then the run list.
+// Input: u64 virtual cluster number, u32 length of the attribute, then the run list.
 #include "fuzz_support.h"
 #include "ntfs/data_run_list.h"
 
 namespace {
 
-// A non-resident attribute at the start of a record, with its run list behind 64 bytes of header.
+// A non-resident attribute at the start of a record, with its run list after a header of 64 bytes.
 std::vector<std::uint8_t> attribute_with(fuzz::bytes list, std::uint32_t length) {
     constexpr std::size_t header_size = 64;
     std::vector<std::uint8_t> record(header_size);

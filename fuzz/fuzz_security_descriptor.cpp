@@ -1,14 +1,14 @@
 // Security descriptors, lists, identifiers and entries of $SDS as text.
 //
-// Input: u8 what to do, u32 an offset, u32 a length, then the bytes. A list may count 65,535
-// entries however short it is. So an input asks for one thing only, and but for one in sixteen the
-// upper bits of the counts are cleared.
+// Input: u8 action, u32 offset, u32 length, then the bytes. Even a short list may state 65,535
+// entries, so an input selects only one action, and in all but one of sixteen the upper bits of the
+// counts are cleared.
 #include "foundation/security_descriptor.h"
 #include "record_volume.h"
 
 namespace {
 
-// Loads $SDS of a sound volume with the bytes as its start.
+// Loads $SDS of a valid volume, whose first bytes are the input.
 void load_table(fuzz::bytes stream) {
     fuzz::record_volume& volume = fuzz::sound_volume(0);
     volume.put_area(stream);
@@ -28,8 +28,8 @@ void read_sids(fuzz::bytes descriptor, std::uint32_t number, std::uint32_t lengt
     ace_type_text(static_cast<std::uint8_t>(number), text, (length & 1) != 0);
 }
 
-// A copy whose lists, at `offset` and where the header of a descriptor has them, count 255 entries
-// at most.
+// Returns a copy whose lists, at `offset` and at the offsets in a descriptor's header, state at
+// most 255 entries.
 std::vector<std::uint8_t> with_short_lists(fuzz::bytes descriptor, std::uint32_t offset) {
     constexpr std::size_t upper_byte_of_count = 5;
     std::vector<std::uint8_t> copy(descriptor.begin(), descriptor.end());

@@ -1,4 +1,4 @@
-// What the fuzz targets share: the cutting of an input, a source in memory, silence, scratch files.
+// Shared by the fuzz targets: an input reader, a source in memory, a silencer, scratch files.
 #pragma once
 
 #include <fcntl.h>
@@ -22,14 +22,14 @@ namespace fuzz {
 
 using bytes = std::span<const std::uint8_t>;
 
-// Ends the run with a message when something that must hold does not.
+// Aborts with a message if a condition is false.
 inline void require(bool holds, const char* what) {
     if (holds) return;
     static_cast<void>(std::fprintf(stderr, "does not hold: %s\n", what));
     std::abort();
 }
 
-// An input, taken from the front. Numbers behind its end are 0.
+// Reads an input from its start. Numbers past its end are 0.
 class input {
 public:
     input(const std::uint8_t* data, std::size_t size) : m_left(data, size) {}
@@ -46,7 +46,7 @@ public:
     std::uint32_t u32() { return static_cast<std::uint32_t>(number(4)); }
     std::uint64_t u64() { return number(8); }
 
-    // The next `count` bytes, or what there is.
+    // Returns the next `count` bytes, or fewer at the end.
     bytes take(std::size_t count) {
         const bytes part = m_left.first(std::min(count, m_left.size()));
         m_left = m_left.subspan(part.size());
@@ -60,7 +60,7 @@ private:
 
 inline std::string as_text(bytes part) { return std::string(part.begin(), part.end()); }
 
-// A file without a name in any folder, which is used again for each input.
+// An anonymous file in memory, reused for each input.
 class memory_file {
 public:
     memory_file() : m_fd(::memfd_create("source", MFD_CLOEXEC)) {
@@ -71,14 +71,14 @@ public:
     memory_file(const memory_file&) = delete;
     memory_file& operator=(const memory_file&) = delete;
 
-    // The name under which the program opens it.
+    // The path by which the program opens it.
     const std::string& path() const { return m_path; }
     std::wstring wide_path() const { return {m_path.begin(), m_path.end()}; }
 
-    // Replaces the content; `size` is more than its bytes where a hole follows them.
+    // Replaces the content. If `size` is larger, a hole follows.
     void set(bytes content, std::uint64_t size = 0) {
         size = std::max<std::uint64_t>(size, content.size());
-        // What stood behind the new content goes away even if the file was longer.
+        // Also discards the end of longer previous content.
         const bool resized = ::ftruncate(m_fd, static_cast<off_t>(content.size())) == 0 &&
                              ::ftruncate(m_fd, static_cast<off_t>(size)) == 0;
         require(resized, "a source in memory takes its size");
@@ -95,8 +95,8 @@ private:
     std::string m_path;
 };
 
-// While it lives, nothing that the program prints is shown. The sanitizers and libFuzzer write to
-// the descriptor and are still heard.
+// Discards the program's output during its lifetime. The sanitizers and libFuzzer write to the
+// descriptor, so their messages are still printed.
 class quiet {
 public:
     quiet()
@@ -128,7 +128,7 @@ private:
         return stream;
     }
     static void restore(std::ostream& stream, std::streambuf* buffer, const std::ios& format) {
-        stream.rdbuf(buffer);  // clears the state, too
+        stream.rdbuf(buffer);  // also clears the state
         stream.copyfmt(format);
     }
 
@@ -139,7 +139,7 @@ private:
     std::ios m_cerr_format{nullptr};
 };
 
-// A folder of its own in memory, gone at the end of the process.
+// A scratch folder in memory, deleted at the end of the process.
 class scratch_folder {
 public:
     scratch_folder() {
@@ -159,7 +159,7 @@ public:
     const std::string& path() const { return m_path; }
     std::string file(const std::string& name) const { return m_path + "/" + name; }
 
-    // Removes all files; folders are not made here.
+    // Deletes all files; there are no subfolders.
     void clear() const {
         std::error_code ignored;
         for (const auto& item : std::filesystem::directory_iterator(m_path, ignored))

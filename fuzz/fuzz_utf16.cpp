@@ -1,12 +1,12 @@
-// Conversions between UTF-16LE, wide text and UTF-8, and what is done with text on the way.
+// Conversions between UTF-16LE, wide text and UTF-8, and the functions that modify text.
 //
-// Input: u8 what to do, u16 byte length (0xFFFF for -1), then the text.
+// Input: u8 action, u16 byte length (0xFFFF for -1), then the text.
 #include "foundation/ql_string.h"
 #include "fuzz_support.h"
 
 namespace {
 
-// Names on the disk: what was converted comes back from UTF-8.
+// Names on the disk: converting them to UTF-8 and back gives the same text.
 void convert_units(fuzz::bytes units, std::int64_t byte_length) {
     std::wstring wide;
     const std::uint32_t taken = ql::utf16_to_wide(units, byte_length, wide);
@@ -53,7 +53,7 @@ void change_text(std::string text) {
     ql::replace_all(other, other, "xy", "");
 }
 
-// Elements above all code points end a text.
+// Elements above the highest code point end a text.
 void convert_elements(fuzz::input in, std::size_t count) {
     std::wstring wide;
     for (std::size_t i = 0; i < count / 4; ++i)

@@ -1,9 +1,9 @@
-// VMDK files: the check of a chain, its linking, and reads of the disk that it makes.
+// VMDK files: checking and linking a chain, and reading its disk.
 //
-// Input: u8 number of files (1 to 4, low two bits) and which of them are given on the command line
-// (bits 2 to 5; the others stand beside them for the search of parents), u16 for each file but the
-// last its size in units of 512 bytes, u64 a place on the disk, then the files one after the other.
-// They are named a.vmdk to d.vmdk.
+// Input: u8 number of files (bits 0 and 1, plus 1) and which of them the command line names (bits 2
+// to 5; the others are in the same folder for the search for parents), u16 size of each file except
+// the last in units of 512 bytes, u64 position on the disk, then the files, which are named a.vmdk
+// to d.vmdk.
 #include <algorithm>
 #include <sstream>
 
@@ -21,7 +21,7 @@ const fuzz::scratch_folder& folder() {
     return made;
 }
 
-// Writes the files and gives the names that are listed.
+// Writes the files and returns the names for the command line.
 std::vector<std::wstring> write_files(fuzz::input& in, std::uint8_t shape, std::uint64_t& place) {
     const std::size_t count = (shape & 3u) + 1;
     std::vector<std::size_t> sizes;
@@ -40,7 +40,7 @@ std::vector<std::wstring> write_files(fuzz::input& in, std::uint8_t shape, std::
     return listed;
 }
 
-// A parent hint may lead to any file of the machine: only names without a folder are followed.
+// A parent hint may name any file of the machine: the target follows only names without a folder.
 bool leads_elsewhere(const std::uint8_t* data, std::size_t size) {
     const std::string text(data, data + size);
     constexpr char key[] = "parentfilenamehint=";

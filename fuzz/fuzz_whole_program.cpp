@@ -1,8 +1,8 @@
 // The whole program over an image in memory.
 //
 // Input: six bytes, then the image.
-//   0  form of the report (bits 0 to 2), filter (3 and 4), formats of date and time (5 and 6),
-//      a VMDK file beside a sound image (7)
+//   0  report form (bits 0 to 2), filter (3 and 4), date and time formats (5 and 6), a VMDK file
+//      with a valid image (7)
 //   1  one bit each for -indx, -objid, -pair_datetime, -split_pathfile, -no_whitespace, -base10,
 //      -diags, -out
 //   2  levels (bits 0 and 1), CSV separator (2 and 3), -ignore_image_size (4), -mft (5), directory
@@ -11,14 +11,14 @@
 //   4  volume offset in sectors of 512 bytes; 0 for none
 //   5  directory, see the table
 //
-// Three behaviours of the program have no bound, and inputs that show them are left out. Two are
-// found by going the same way with a bound beforehand; the third is never asked for:
-//   - links that lead to each other restart the look-up of a path for ever. The look-up traces each
-//     restart; one that restarts more than 200 times is not run.
-//   - a cycle of parents under -mft is climbed for ever. The climb is made here with the entries on
-//     the way noted; one that meets an entry again is not run.
-//   - directories that hold each other are listed down to the level asked for, however often they
-//     come back. No run asks for more than five levels.
+// The program does not end on three kinds of damage, or not in any useful time. The target detects
+// the first two before a run and skips it, and excludes the third:
+//   - Links that refer to each other restart the lookup of a path again and again. The lookup
+//     traces each restart; a run with more than 200 restarts is skipped.
+//   - With -mft, a cycle of parents never ends. The target follows the parents itself; a run whose
+//     entry is its own ancestor is skipped.
+//   - Directories that contain each other are listed down to the given level. No run has more than
+//     five levels.
 #include <array>
 #include <sstream>
 
@@ -186,11 +186,11 @@ words command_line(const request& asked) {
     return line;
 }
 
-// --- the behaviours without a bound ---
+// --- runs that would not end ---
 
 struct too_many_restarts {};
 
-// Takes the trace of a look-up and ends it when there are too many restarts.
+// Receives the trace of a lookup, and ends the lookup after too many restarts.
 class restart_counter : public std::streambuf {
 protected:
     std::streamsize xsputn(const char* text, std::streamsize count) override {
@@ -222,7 +222,7 @@ public:
         }
     }
 
-    // True when the look-up of `path` ends.
+    // Returns true if the lookup of `path` ends.
     bool ends(const std::wstring& path) const {
         restart_counter counter;
         cmd_params trace;
@@ -241,7 +241,7 @@ public:
     }
 
 private:
-    // The stream's own buffer, which outlives the counter.
+    // The stream's previous buffer, which outlives the counter.
     static std::streambuf* nullptr_buffer(std::ofstream& stream) {
         stream.exceptions(std::ios::goodbit);
         return stream.rdbuf();
@@ -264,7 +264,7 @@ private:
     std::uint64_t m_offset = 0;
 };
 
-// Climbs from an entry by all of its names; false when an entry is met again on its own way.
+// Follows the parents of all names of an entry. Returns false if an entry is its own ancestor.
 bool climb_ends(CNtfs& ntfs, std::uint64_t entry, std::vector<std::uint64_t>& way) {
     constexpr std::uint64_t root_entry = 5;
     if (std::find(way.begin(), way.end(), entry) != way.end()) return false;
@@ -285,7 +285,7 @@ bool climb_ends(CNtfs& ntfs, std::uint64_t entry, std::vector<std::uint64_t>& wa
     return true;
 }
 
-// The image decides which volume -mft asks, also beside a VMDK file.
+// -mft reads the volume of the image, even if there is a VMDK file.
 bool entry_paths_end(const request& asked) {
     std::uint64_t offset = asked.offset;
     bool found_ntfs = false;

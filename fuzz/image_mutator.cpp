@@ -1,5 +1,5 @@
-// A mutator for inputs that are mostly zeros: whole images. It changes fields where there are some,
-// and moves whole records about; libFuzzer's own mutations take the other half of the turns.
+// A mutator for whole images, which are mostly zeros. It changes fields in parts that are not zero,
+// and copies whole records. Half of the mutations are libFuzzer's own.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -20,7 +20,7 @@ std::size_t below(random_source& random, std::size_t limit) {
     return limit == 0 ? 0 : random() % limit;
 }
 
-// A place near a byte that is not zero; any place when few tries find none.
+// Returns an offset near a byte that is not zero, or any offset if a few tries find none.
 std::size_t field_place(image bytes, random_source& random) {
     std::size_t at = 0;
     for (int attempt = 0; attempt < 64; ++attempt) {
@@ -46,7 +46,7 @@ void change_field(image bytes, random_source& random) {
     std::memcpy(&bytes[at], &value, width);
 }
 
-// Copies a piece of a record, or all of it, over another place.
+// Copies a record, or part of one, to another offset.
 void copy_piece(image bytes, random_source& random) {
     const std::size_t unit = below(random, 2) == 0 ? record_size : 8;
     const std::size_t most = unit == record_size ? record_size : 16 * unit;

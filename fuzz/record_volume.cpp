@@ -10,7 +10,7 @@ namespace fuzz {
 
 namespace {
 
-constexpr std::size_t block = 512;  // what one word of the update sequence guards
+constexpr std::size_t block = 512;  // bytes protected by one word of the update sequence
 constexpr std::size_t array_offset = 48;
 constexpr std::uint8_t check_value = 1;
 
@@ -37,7 +37,7 @@ support::ntfs_image make_volume(std::uint32_t cluster_size, std::uint64_t& area_
     return volume;
 }
 
-// Makes the update sequence of a record that holds its true bytes.
+// Adds the update sequence to a record with its actual bytes.
 void guard(std::vector<std::uint8_t>& record) {
     record.resize(std::max(record.size(), record_volume::record_size));
     record[4] = array_offset;

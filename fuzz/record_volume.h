@@ -1,4 +1,4 @@
-// A sound little volume in memory, of which a target replaces records and clusters.
+// A small valid volume in memory, in which a target replaces records and clusters.
 #pragma once
 
 #include <cstdint>
@@ -23,18 +23,17 @@ public:
     // `cluster_size`: 512, 1024, 2048 or 4096 bytes.
     explicit record_volume(std::uint32_t cluster_size);
 
-    // Brings the sound volume back.
+    // Restores the valid volume.
     void reset();
-    // Replaces the record of an entry; shorter content leaves the end of the record as it is.
-    // With `guarded` the content is taken as what the program shall see behind the update sequence,
-    // which is made here.
+    // Replaces the record of an entry; shorter content leaves the end of the record unchanged.
+    // With `guarded`, `content` has the actual bytes of the record, and the update sequence is
+    // added.
     void put_record(std::uint64_t entry, bytes content, bool guarded);
-    // Replaces the start of the clusters that the index of \dir and the stream $SDS of $Secure lie
-    // in.
+    // Replaces the start of the clusters that the index of \dir and the stream $SDS of $Secure use.
     void put_area(bytes content);
     std::uint64_t area_lcn() const { return m_area_lcn; }
 
-    // The volume, opened and validated; null when it was made unusable.
+    // Returns the volume, opened and validated, or null if it is not valid any more.
     std::unique_ptr<CNtfs> open() const;
 
 private:
@@ -53,14 +52,14 @@ private:
     memory_file m_file;
 };
 
-// One of the volumes, sound again: bits 0 and 1 of `choice` are the cluster size.
+// Returns a valid volume. Bits 0 and 1 of `choice` select the cluster size.
 record_volume& sound_volume(std::uint8_t choice);
 
-// Reads all of an entry: rows, names, children, and what a listing in the chosen form shows.
+// Reads an entry's rows, attributes, names and children.
 void read_entry(CNtfs& ntfs, std::uint64_t entry);
+// Lists an entry; the bits of `form` select the report form and its options.
 void list_entry(CNtfs& ntfs, std::uint64_t entry, std::uint8_t form);
-// Writes the data of the entry's streams away, those of at most 1 MiB: a stream of holes is as long
-// as its attribute says.
+// Reads the entry's streams of at most 1 MiB: a stream of holes is as long as its attribute states.
 void stream_entry(CNtfs& ntfs, std::uint64_t entry);
 
 }  // namespace fuzz

@@ -1,7 +1,7 @@
 // Runs a fuzz target over given inputs, without libFuzzer: fuzz_x <file or folder>...
 //
-// Folders are taken with all that is below them. A file that can't be read, and no input at all,
-// are failures; what the target itself finds ends the process.
+// Folders are replayed with all their subfolders. Fails if a file cannot be read or if there is no
+// input; a finding of the target ends the process.
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -33,7 +33,7 @@ bool replay(const fs::path& path) {
         std::cerr << path.string() << ": can't be read\n";
         return false;
     }
-    // A copy of exactly this size, so that a read behind its end is seen.
+    // An exact copy, so that AddressSanitizer detects a read past its end.
     const std::vector<std::uint8_t> input(content.begin(), content.end());
     LLVMFuzzerTestOneInput(input.data(), input.size());
     return true;
