@@ -1,4 +1,4 @@
-// quorvel-micro: times the parts of a listing one by one, on a volume of its own.
+// quorvel-micro: times the parts of a listing one by one, on a volume that it builds.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -26,7 +26,7 @@ namespace {
 constexpr std::uint64_t files = 100;
 constexpr std::uint64_t directory = 64;  // its files follow it
 
-// A volume with one directory of so many files, open and validated.
+// A volume with one directory of `files` files, open and validated.
 class open_volume {
 public:
     open_volume() {
@@ -46,13 +46,13 @@ public:
     }
 
     std::unique_ptr<CNtfs> ntfs;
-    std::vector<std::uint8_t> record;  // of the entry that was read last
+    std::vector<std::uint8_t> record;  // of the last entry that was read
 
 private:
     support::temp_dir m_folder;
 };
 
-// Entry numbers of the files, one after the other, for as long as a benchmark goes on.
+// Returns the entry numbers of the files in turn, without an end.
 class file_numbers {
 public:
     std::uint64_t next() { return directory + 1 + m_count++ % files; }
@@ -89,7 +89,7 @@ void read_names(benchmark::State& state) {
 }
 BENCHMARK(read_names);
 
-// A name as it stands on disk, to wide text, to a lower-cased key and to UTF-8.
+// Converts a name as stored on disk to wide text, to a lower-case key and to UTF-8.
 void convert_names(benchmark::State& state) {
     std::vector<std::uint8_t> units;
     for (const char c : std::string("Quarterly Report 2022.docx")) {
@@ -111,7 +111,7 @@ void convert_names(benchmark::State& state) {
 }
 BENCHMARK(convert_names);
 
-// Stamps so many ticks apart, within a second or a day from one to the next.
+// Formats timestamps that are 100 microseconds or a day apart.
 void render_stamps(benchmark::State& state) {
     ql::date_style style;
     ql::parse_date_style(style, "yyyy-mm-dd", "hh:mm:ss.xxx", false);
@@ -125,7 +125,7 @@ void render_stamps(benchmark::State& state) {
 }
 BENCHMARK(render_stamps)->Arg(1'000)->Arg(864'000'000'000);
 
-// Makes the rows of the whole directory; times are those of all its files.
+// Builds the rows of the whole directory; times are those of all its files.
 void make_rows(benchmark::State& state) {
     open_volume volume;
     quorvel_opts opts;
@@ -141,7 +141,7 @@ void make_rows(benchmark::State& state) {
 }
 BENCHMARK(make_rows);
 
-// Takes everything and keeps nothing, in pieces as large as they come.
+// Discards everything.
 class nowhere : public std::streambuf {
 protected:
     std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
@@ -163,7 +163,7 @@ void write_xml(quorvel_opts& opts, dir_entry_set& recurse_list) {
     write_xml_listing(nowhere_stream, recurse_list, opts, L"\\dir00000", directory);
 }
 
-// Writes the rows of the whole directory with all stamps; times are those of all its files.
+// Writes the rows of the whole directory with all timestamps; times are those of all its files.
 void write_rows(benchmark::State& state, writer write) {
     open_volume volume;
     quorvel_opts opts;

@@ -1,10 +1,9 @@
-// quorvel-calls <trace> <image>: makes the reads and writes that a run of quorvel made, in their
-// order, with their sizes and offsets, and nothing else. What a run takes more than this is its own
-// work.
+// quorvel-calls <trace> <image>: repeats the reads and writes of a run of quorvel, in order, with
+// the same sizes and offsets. The rest of the run's time is quorvel's own work.
 //
-// <trace> is what "strace -s 0 -e trace=pread64,write" has written of that run. Reads go to
-// <image>, writes to standard output. The processor time of the calls alone is told on standard
-// error: "<calls> <user milliseconds> <system milliseconds>".
+// <trace> is the output of "strace -s 0 -e trace=pread64,write" for that run. Reads <image> and
+// writes to standard output. Prints the processor time of the calls to standard error:
+// "<calls> <user milliseconds> <system milliseconds>".
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -25,7 +24,7 @@ struct call {
 };
 
 // One line of the trace: "pread64(3, ""..., 1024, 16384) = 1024" or "write(1, ""..., 84) = 84".
-// False for a line of any other kind.
+// Returns false for any other line.
 bool read_call(const std::string& line, call& out) {
     const bool is_read = line.find("pread64(") != std::string::npos;
     const bool is_write = line.find("write(1,") != std::string::npos;
@@ -83,7 +82,7 @@ int main(int argc, char** argv) {
     const bool made = image != -1 && !calls.empty() && make_calls(calls, image, buffer);
     ::getrusage(RUSAGE_SELF, &after);
     if (!made) {
-        std::fputs("quorvel-calls: can't make the calls\n", stderr);
+        std::fputs("quorvel-calls: a call failed\n", stderr);
         return 1;
     }
     std::fprintf(stderr, "%zu %.3f %.3f\n", calls.size(),
