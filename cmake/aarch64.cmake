@@ -6,8 +6,8 @@ set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
 
-# Where Debian keeps the target's C and C++ libraries. Programs are looked for on this machine only,
-# headers and libraries there only.
+# Debian installs the target's C and C++ libraries here. Search for programs on this machine only, and
+# for headers and libraries here only.
 set(CMAKE_FIND_ROOT_PATH /usr/aarch64-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

@@ -1,4 +1,4 @@
-# What `cmake --install` puts below the prefix: the program, its manual, completions and licence.
+# Files that `cmake --install` installs: the program, its manual, completions and licence.
 include(GNUInstallDirs)
 
 install(TARGETS quorvel RUNTIME)

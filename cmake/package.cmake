@@ -1,5 +1,5 @@
-# The Debian package, which `cpack` makes in the build folder. Two packages of one commit are
-# bit-identical when SOURCE_DATE_EPOCH is set; scripts/package does that.
+# The Debian package, which `cpack` builds in the build folder. It is reproducible if
+# SOURCE_DATE_EPOCH is set; scripts/package sets it.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)

@@ -1,9 +1,9 @@
-# Turns the installed tree of a package into what Debian wants: compressed papers, a copyright file
-# instead of the licence alone, zsh's completion where Debian's zsh looks for those of packages.
+# Adapts the installed tree of a package to Debian's policy: compresses the manual and the changelog,
+# replaces the licence with a copyright file, and moves zsh's completion to the folder for packages.
 set(share ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/usr/share)
 set(papers ${share}/doc/quorvel)
 
-# Compresses a file without its name and time, so that equal papers make equal packages.
+# Compresses a file without its name and time, so that the package is reproducible.
 function(compress file)
     execute_process(COMMAND gzip -9n ${file} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
@@ -14,7 +14,7 @@ file(COPY_FILE ${CMAKE_CURRENT_LIST_DIR}/changelog ${papers}/changelog)
 compress(${papers}/changelog)
 file(CHMOD ${papers}/changelog.gz PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 
-# "." stands for an empty line in a field of the copyright file.
+# An empty line in a field of the copyright file is written as ".".
 file(READ ${papers}/LICENSE licence)
 string(REGEX MATCH "Copyright \\(c\\) ([^\n]*)\n\n(.*)$" all "${licence}")
 set(holder "${CMAKE_MATCH_1}")
