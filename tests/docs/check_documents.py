@@ -4,20 +4,20 @@
     check_documents.py --program <quorvel> --sample <quorvel-sample> [--write] <document>
 
 An example is a fenced block marked "console": lines that begin with "$ " are commands, continued by
-lines that begin with "> ", and the lines behind a command are what it prints. All examples of a
-document run in one shell, one after the other, in a temporary directory, with the programs found by
-their names. What is printed is compared byte for byte, as a terminal shows it: the sequence that
-clears a line takes away what stands in that line. Only the time of a run and the machine's
-identity are left out, in the second line of a report head and in the frame of an XML report. The
-programs start through the command in $QUORVEL_RUNNER if there is one, such as an emulator.
+lines that begin with "> ", and the lines after a command are its output. All examples of a document
+run in order in one shell, in a temporary directory, with the programs in PATH. The output is compared
+byte for byte, as a terminal shows it: the sequence that clears a line removes the text of that line.
+Only the time of a run and the machine are ignored, in the second line of a report head and in the
+frame of an XML report. The programs start through the command in $QUORVEL_RUNNER, such as an
+emulator, if it is set.
 
-Comments of the document steer the test:
+Comments in the document control the test:
 
     <!-- needs: sqlite3 parallel -->     programs without which the document is not tested
-    <!-- before: ln -s a b -->           a command that runs ahead of the next example, unseen
+    <!-- before: ln -s a b -->           a hidden command that runs before the next example
 
---write puts what is printed now into the document: for a reader's eyes, before it is committed.
-Exit status: 0 when all is as shown, 1 when not, 77 when a program is missing.
+--write replaces the output in the document with the current one, for review before a commit.
+Exit status: 0 if the output is as shown, 1 if not, 77 if a program is missing.
 """
 
 import argparse
@@ -42,7 +42,7 @@ FRAME_LINE = re.compile(r'^( starting_path=".*") date="\d{4}-\d\d-\d\d" '
 
 
 class Command:
-    """One command of a document with the lines it is said to print."""
+    """One command of a document, with its expected output."""
 
     def __init__(self, text, line, shown):
         self.text = text
@@ -53,7 +53,7 @@ class Command:
 
 
 def read_commands(lines):
-    """The commands of a document, in order."""
+    """Returns the commands of a document, in order."""
     commands = []
     in_example = False
     for number, line in enumerate(lines, 1):
@@ -74,7 +74,7 @@ def read_commands(lines):
 
 
 def prepare_programs(folder, options):
-    """A folder with the programs by their names, to go first in PATH."""
+    """Fills a folder, which is the first in PATH, with the programs."""
     folder.mkdir()
     for name, path in (("quorvel", options.program), ("quorvel-sample", options.sample)):
         place = folder / name
@@ -85,12 +85,12 @@ def prepare_programs(folder, options):
         else:
             place.symlink_to(path.resolve())
     if not has_loop_devices():
-        print("no loop device can be made here: the examples for a device node run on a file")
+        print("no loop devices can be created here: the examples for a device node use a file")
         shutil.copy(pathlib.Path(__file__).parent / "losetup_file", folder / "losetup")
 
 
 def has_loop_devices():
-    """Tries one, with a file of its own."""
+    """Returns whether a loop device can be created, by creating one."""
     if os.geteuid() != 0 or not shutil.which("losetup"):
         return False
     with tempfile.NamedTemporaryFile() as file:
@@ -104,7 +104,7 @@ def has_loop_devices():
 
 
 def detach_loop_devices(folder):
-    """Takes away what an example that failed has left."""
+    """Detaches devices that a failed example has left."""
     if os.geteuid() != 0 or not shutil.which("losetup"):
         return
     listed = subprocess.run(["losetup", "--noheadings", "--output", "NAME,BACK-FILE", "--list"],
@@ -116,18 +116,18 @@ def detach_loop_devices(folder):
 
 
 def as_a_terminal_shows(output):
-    """The bytes without the lines that were cleared."""
+    """Returns the output without the lines that were cleared."""
     return CLEARING.sub(b"", output)
 
 
 def to_lines(output):
-    """Lines of the output; a last line without its end counts as one."""
+    """Returns the lines of the output; the last one may lack its line end."""
     text = as_a_terminal_shows(output).decode("utf-8", "surrogateescape")
     return text.removesuffix("\n").split("\n") if text else []
 
 
 def run_commands(commands, options):
-    """Fills in what the commands print."""
+    """Runs the commands and stores their output."""
     with tempfile.TemporaryDirectory(prefix="quorvel-docs-") as name:
         folder = pathlib.Path(name).resolve()
         prepare_programs(folder / "bin", options)
@@ -148,16 +148,16 @@ def run_commands(commands, options):
 
 
 def without_run(line):
-    """The line without what differs from run to run."""
+    """Returns the line without the parts that differ between runs."""
     if RUN_LINE.match(line):
         return "run time: (any)"
-    if RUNNER:  # gives the program its path as name
+    if RUNNER:  # starts the program with its path as name
         line = re.sub(r'^"command line: \S*quorvel', '"command line: quorvel', line)
     return FRAME_LINE.sub(r'\1 date="(any)" time="(any)">', line)
 
 
 def is_as_shown(command):
-    """Prints the difference if there is one."""
+    """Compares the output of a command with the document, and prints the difference."""
     expected = [without_run(line) for line in command.expected]
     printed = [without_run(line) for line in command.printed]
     if expected == printed:
@@ -169,7 +169,7 @@ def is_as_shown(command):
 
 
 def written(lines, commands):
-    """The document with what the commands print now; lines that count as equal stay."""
+    """Returns the document with the current output; lines without a relevant difference are kept."""
     shown = {command.line: command for command in commands if command.shown}
     result = []
     at = 0
@@ -190,7 +190,7 @@ def written(lines, commands):
 
 
 def missing_programs(lines):
-    """What the document needs and this machine lacks; administrators' programs count."""
+    """Returns the programs that the document needs and that are not installed."""
     needed = " ".join(re.findall(r"^<!-- needs: (.*) -->$", "\n".join(lines), re.MULTILINE))
     return [name for name in needed.split() if not shutil.which(name)]
 

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Checks what README.md guarantees, by the system calls of whole runs.
+"""Checks the guarantees of README.md in the system calls of whole runs.
 
     check_guarantees.py --program <quorvel> --sample <quorvel-sample>
 
-The source is opened for reading only; a run is one process on one thread, without network; it reads
-no file but the source (and what the C library needs), writes no file but those that are named for
-output, and leaves nothing behind. Exit status: 0, 1, or 77 when strace can't be used.
+The source is opened for reading only. A run is one process with one thread and without network. It
+opens no files except the source, the files of the C library and the output files that the command
+line names, and leaves no other files. Exit status: 0, 1, or 77 if strace cannot be used.
 """
 
 import argparse
@@ -19,8 +19,8 @@ import sys
 import tempfile
 
 NOT_TESTED = 77
-# Libraries and what they read, what the sanitizers read of the process itself, and what a coverage
-# build counts.
+# Files of libraries, files that the sanitizers read about the process, and the counters of a coverage
+# build.
 OF_THE_SYSTEM = re.compile(r".*/lib[^/]*\.so[.\d]*|/etc/(ld\.so\..*|localtime)"
                            r"|/usr/share/zoneinfo/.*|/proc/.*|.*\.gcda")
 OPEN = re.compile(r'^(?:\d+ +)?open(?:at)?\((?:AT_FDCWD, )?"([^"]*)", ([A-Z_|]+)')
@@ -28,7 +28,7 @@ FORBIDDEN = re.compile(r"^(?:\d+ +)?(socket|connect|bind|clone3?|v?fork|kill|ptr
 EXECVE = re.compile(r"^(?:\d+ +)?execve\(")
 CHANGES = ("O_WRONLY", "O_RDWR", "O_CREAT", "O_TRUNC", "O_APPEND")
 
-# Command lines, and the files that each is to write.
+# Command lines, and the files that each must write.
 RUNS = (
     (["-image", "disk.dd", "-offset", "0x100000", "-level", "999"], []),
     (["-image", "disk.dd", "-offset", "0x100000", "-level", "999", "-csv", "-alldates"], []),
@@ -43,12 +43,12 @@ RUNS = (
 
 
 def content(folder):
-    """Name to digest of what is in the folder."""
+    """Returns the digests of the files in a folder by name."""
     return {path.name: hashlib.sha256(path.read_bytes()).hexdigest() for path in folder.iterdir()}
 
 
 def violations(calls, sources, outputs):
-    """What the calls do that they must not."""
+    """Yields the calls that break a guarantee."""
     if sum(1 for call in calls if EXECVE.match(call)) != 1:
         yield "more than one program ran"
     for call in calls:
@@ -67,7 +67,7 @@ def violations(calls, sources, outputs):
 
 
 def check_run(arguments, outputs, program, work, log):
-    """Prints what is wrong with one run; true when nothing is."""
+    """Checks one run and prints its violations. Returns whether it keeps all guarantees."""
     before = content(work)
     environment = dict(os.environ, ASAN_OPTIONS="detect_leaks=0")
     subprocess.run(["strace", "-f", "-o", str(log), str(program), *arguments, "-quiet"], cwd=work,
@@ -98,7 +98,7 @@ def main():
         return NOT_TESTED
     strace = shutil.which("strace")
     if not strace or subprocess.run([strace, "-o", "/dev/null", "true"], check=False).returncode:
-        print("not tested: strace is not installed, or may not trace here")
+        print("not tested: strace is not installed, or must not trace here")
         return NOT_TESTED
 
     with tempfile.TemporaryDirectory(prefix="quorvel-docs-") as name:
@@ -110,7 +110,7 @@ def main():
         log = pathlib.Path(name) / "calls"
         good = [check_run(arguments, outputs, options.program.resolve(), work, log)
                 for arguments, outputs in RUNS]
-    print(f"{len(good)} runs, {good.count(False)} of them do what they must not")
+    print(f"{len(good)} runs, {good.count(False)} with violations")
     return 0 if all(good) else 1
 
 
