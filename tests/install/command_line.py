@@ -1,4 +1,4 @@
-"""What the checks of this folder share: their command line and the program's own list of words."""
+"""Shared by the scripts of this folder: the command line, and the program's list of options."""
 
 import argparse
 import os
@@ -11,7 +11,7 @@ SKIPPED = 77
 
 
 def parse(names):
-    """The command line: one path for each of `names`, all of them made absolute."""
+    """Parses the command line: one path for each of `names`. Makes the paths absolute."""
     parser = argparse.ArgumentParser()
     for name in names:
         parser.add_argument(name)
@@ -22,7 +22,7 @@ def parse(names):
 
 
 def need(*programs):
-    """Ends the check as skipped when this machine lacks a program that it needs."""
+    """Skips the test if one of the programs is not installed."""
     missing = [name for name in programs if not shutil.which(name)]
     if missing:
         print("skipped: not installed here:", ", ".join(missing))
@@ -30,7 +30,7 @@ def need(*programs):
 
 
 def words_of(table_program):
-    """{word: form} as quorvel-option-table prints it; a form is flag, value or values."""
+    """Returns {option: form} as quorvel-option-table prints it; forms are flag, value and values."""
     text = subprocess.run([table_program], check=True, stdout=subprocess.PIPE).stdout.decode()
     return dict(line.split("\t") for line in text.splitlines())
 

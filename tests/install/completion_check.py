@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Holds the completions against the program's own words: by asking bash's function for every word,
-by reading zsh's, and by pressing Tab in both shells.
+"""Compares the completions with the program's options: calls bash's function for every option, reads
+the specifications of zsh's, and presses Tab in both shells.
 
 usage: completion_check.py <option table program> <folder of the completions>
 """
@@ -15,8 +15,8 @@ import unittest
 
 import command_line
 
-# Prints "<words before the current one> -> <what is offered>" for the current word "-", alone and
-# behind each word of the arguments.
+# Prints "<words before the current one> -> <suggestions>" for the current word "-", alone and after
+# each of the arguments.
 ASK_BASH = r"""
 source "$1"
 shift
@@ -34,7 +34,7 @@ for word; do
 done
 """
 
-# Prints the descriptions that the function hands to zsh, one a line.
+# Prints the specifications that the function passes to zsh, one per line.
 ASK_ZSH = r"""
 _arguments() { print -rl -- "$@" }
 source $1
@@ -52,7 +52,7 @@ def shell_environment(folder):
 
 
 def typed_in(command, set_up, keys, ending):
-    """What an interactive shell shows behind `set_up` when `keys` are typed, up to `ending`."""
+    """Returns what an interactive shell prints after `set_up` when `keys` are typed, up to `ending`."""
     with tempfile.TemporaryDirectory() as folder:
         for name in ("image.dd", "Other.dd"):
             open(os.path.join(folder, name), "w").close()
@@ -78,7 +78,7 @@ def shown_until(terminal, ending, seconds=60):
     while ending not in shown.replace("\r", ""):
         left = deadline - time.monotonic()
         if left <= 0 or not select.select([terminal], [], [], left)[0]:
-            raise AssertionError(f"{ending!r} was not shown, but {shown!r}")
+            raise AssertionError(f"{ending!r} was not printed, but {shown!r}")
         shown += os.read(terminal, 4096).decode(errors="replace")
     return shown
 
@@ -102,15 +102,15 @@ class Bash(unittest.TestCase):
             offers[word] = offered.split()
         return offers
 
-    def test_offers_each_word_of_the_program_once(self):
+    def test_offers_each_option_of_the_program_once(self):
         self.assertEqual(sorted(self.offers[""]), sorted(self.words))
 
-    def test_offers_words_behind_a_flag_and_none_behind_a_value(self):
+    def test_offers_options_after_a_flag_and_none_after_an_option_with_a_value(self):
         for word, form in self.words.items():
             expected = sorted(self.words) if form == "flag" else []
             self.assertEqual(sorted(self.offers[word]), expected, word)
 
-    def test_knows_words_in_any_case(self):
+    def test_knows_options_in_any_case(self):
         self.assertEqual(self.ask(["-IMAGE"])["-IMAGE"], [])
 
     def press_tab(self, keys, ending):
@@ -118,7 +118,7 @@ class Bash(unittest.TestCase):
                         f"source '{self.file}'", keys, ending)
 
     @needs_terminal
-    def test_tab_completes_a_word(self):
+    def test_tab_completes_an_option(self):
         self.press_tab("quorvel -IMA\t", "image ")
 
     @needs_terminal
@@ -143,12 +143,12 @@ class Zsh(unittest.TestCase):
             cls.descriptions.setdefault(head.lstrip("*"), []).append(
                 (head.startswith("*"), tail.partition("]")[2]))
 
-    def test_has_each_word_of_the_program_once(self):
+    def test_has_each_option_of_the_program_once(self):
         self.assertEqual(sorted(self.descriptions), sorted(self.words))
         self.assertEqual([word for word, all_of_it in self.descriptions.items()
                           if len(all_of_it) != 1], [])
 
-    def test_knows_which_words_take_a_value_and_may_be_repeated(self):
+    def test_knows_which_options_have_a_value_and_may_be_repeated(self):
         forms = {}
         for word, [(repeated, value)] in self.descriptions.items():
             forms[word] = "values" if repeated else "value" if value.startswith(":") else "flag"
@@ -161,7 +161,7 @@ class Zsh(unittest.TestCase):
                         keys, ending)
 
     @needs_terminal
-    def test_tab_completes_a_word(self):
+    def test_tab_completes_an_option(self):
         self.press_tab("quorvel -IMA\t", "-image ")
 
     @needs_terminal

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Installs the built program into an empty folder and looks at what is there.
+"""Installs the program to an empty folder and checks the files there.
 
 usage: install_check.py <cmake> <build folder> <source folder>
 """
@@ -13,7 +13,7 @@ import unittest
 
 import command_line
 
-# Where each file comes from; the program is built.
+# Installed files and their sources; the program is built.
 FILES = {
     "bin/quorvel": None,
     "share/bash-completion/completions/quorvel": "completion/quorvel.bash",
@@ -43,23 +43,23 @@ class Install(unittest.TestCase):
     def path(self, name):
         return os.path.join(self.prefix, name)
 
-    def test_nothing_but_the_program_and_its_papers(self):
+    def test_installs_these_files_only(self):
         found = [os.path.relpath(os.path.join(folder, name), self.prefix)
                  for folder, _, names in os.walk(self.prefix) for name in names]
         self.assertEqual(sorted(found), sorted(FILES))
 
-    def test_papers_are_those_of_the_source(self):
+    def test_files_equal_their_sources(self):
         for name, source in FILES.items():
             if source:
                 self.assertEqual(content_of(self.path(name)),
                                  content_of(os.path.join(OPTIONS.source, source)), name)
 
-    def test_modes_suit_everybody(self):
+    def test_modes_are_readable_by_all(self):
         for name in FILES:
             mode = stat.S_IMODE(os.stat(self.path(name)).st_mode)
             self.assertEqual(mode, 0o755 if name == "bin/quorvel" else 0o644, name)
 
-    def test_program_runs_where_it_was_put(self):
+    def test_installed_program_runs(self):
         run = subprocess.run([self.path("bin/quorvel"), "-h"], stdout=subprocess.PIPE,
                              stderr=subprocess.PIPE)
         self.assertEqual((run.returncode, run.stdout), (0, b""))

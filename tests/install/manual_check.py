@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds the manual page against the program: its options, its examples and its form.
+"""Checks the manual page: its options against the program, its examples, and its form.
 
 usage: manual_check.py <option table program> <quorvel> <quorvel-sample> <man page> <src/run>
 """
@@ -19,7 +19,7 @@ OPTION = re.compile(r"(?:Fl (?P<flag>\S+)|Cm (?P<plain>\S+))(?P<value> Ar \S.*)?
 
 
 def shown(report):
-    """A report as text: a broken surrogate in a name is no UTF-8."""
+    """Returns a report as text: a broken surrogate in a name is not valid UTF-8."""
     return report.decode(errors="replace")
 
 
@@ -29,7 +29,7 @@ def read(path):
 
 
 def documented_options(page):
-    """[(word, has a value)] of every item in OPTIONS, in their order."""
+    """Returns [(option, has a value)] for the items of OPTIONS, in order."""
     section = page.split(".Sh OPTIONS\n")[1].split("\n.Sh ")[0]
     out = []
     for line in section.splitlines():
@@ -37,14 +37,14 @@ def documented_options(page):
             continue
         match = OPTION.match(line[4:])
         if not match:
-            raise AssertionError("no option: " + line)
+            raise AssertionError("not an option: " + line)
         word = "-" + match["flag"] if match["flag"] else match["plain"]
         out.append((word, match["value"] is not None))
     return out
 
 
 def examples(page):
-    """The command lines of EXAMPLES."""
+    """Returns the command lines of EXAMPLES."""
     section = page.split(".Sh EXAMPLES\n")[1].split("\n.Sh ")[0]
     lines = [line[6:] for line in section.splitlines() if line.startswith(".Dl $ ")]
     return [line.replace("\\e", "\\") for line in lines]
@@ -56,24 +56,24 @@ class Manual(unittest.TestCase):
         cls.words = command_line.words_of(OPTIONS.table)
         cls.page = read(OPTIONS.page)
 
-    def test_each_word_stands_there_once(self):
+    def test_documents_each_option_once(self):
         counts = collections.Counter(word for word, _ in documented_options(self.page))
         self.assertEqual(sorted(counts), sorted(self.words))
         self.assertEqual([word for word, count in counts.items() if count > 1], [])
 
-    def test_words_with_a_value_show_it(self):
+    def test_options_with_a_value_show_it(self):
         shown = {word for word, has_value in documented_options(self.page) if has_value}
         self.assertEqual(shown, {word for word, form in self.words.items() if form != "flag"})
 
-    def test_words_that_may_be_repeated_say_so(self):
+    def test_options_that_may_be_repeated_say_so(self):
         section = self.page.split(".Sh OPTIONS\n")[1]
-        told = set()
+        repeated = set()
         for item in section.split("\n.It Fl ")[1:]:
             if "be repeated" in " ".join(item.split()):
-                told.add("-" + item.split()[0])
-        self.assertEqual(told, {word for word, form in self.words.items() if form == "values"})
+                repeated.add("-" + item.split()[0])
+        self.assertEqual(repeated, {word for word, form in self.words.items() if form == "values"})
 
-    def test_source_reads_no_word_outside_of_the_tables(self):
+    def test_source_has_no_options_outside_the_tables(self):
         found = set()
         for file in glob.glob(os.path.join(OPTIONS.source, "*.cpp")) + \
                 glob.glob(os.path.join(OPTIONS.source, "*.h")):
@@ -81,7 +81,7 @@ class Manual(unittest.TestCase):
             found.update(re.findall(r'"(--?[a-z][a-z_0-9]*|/\?)"', code))
         self.assertEqual(found, set(self.words))
 
-    def test_page_has_no_fault_of_form(self):
+    def test_page_passes_mandoc_lint(self):
         run = subprocess.run(["mandoc", "-T", "lint", OPTIONS.page], stdout=subprocess.PIPE,
                              stderr=subprocess.STDOUT)
         self.assertEqual(run.stdout.decode(), "")
@@ -89,7 +89,7 @@ class Manual(unittest.TestCase):
 
 
 class Examples(unittest.TestCase):
-    """Every example is run where the images that it names are the sample ones."""
+    """Runs every example in a folder of sample images with the names that it uses."""
 
     @classmethod
     def setUpClass(cls):
@@ -110,7 +110,7 @@ class Examples(unittest.TestCase):
         cls.folder.cleanup()
 
     def only(self, text):
-        """Status, output and messages of the one example with `text` in it."""
+        """Returns status, output and messages of the one example that contains `text`."""
         hits = [run for line, run in self.runs.items() if text in line]
         self.assertEqual(len(hits), 1, text)
         return hits[0]
@@ -133,12 +133,12 @@ class Examples(unittest.TestCase):
         self.assertEqual(runs[0][0], 255)
         self.assertIn("use option [-offset 0x100000]", runs[0][2])
 
-    def test_all_stamps_in_a_file(self):
+    def test_all_timestamps_in_a_file(self):
         status, out, _ = self.only("-out all.csv")
         self.assertEqual((status, out), (0, ""))
         rows = self.file("all.csv").splitlines()[4:]
         header = rows[0].split(",")
-        # 8 fields, 12 stamps of one field each, and the test for set-back stamps.
+        # 8 fields, 12 timestamps of one field each, and the discrepancy test.
         self.assertEqual(len(header), 8 + 12 + 1)
         setback = [row.split(",") for row in rows if "setback.exe" in row]
         self.assertEqual([row[20] for row in setback], ["true"])
@@ -170,7 +170,7 @@ class Examples(unittest.TestCase):
         self.assertEqual(status, 0)
         self.assertIn("  dir  \\users\\\n", out)
 
-    def test_path_that_is_not_there(self):
+    def test_path_that_does_not_exist(self):
         status, out, _ = self.only("-diags why.txt")
         self.assertEqual((status, len(out.splitlines())), (0, 4))
         self.assertIn("->inode not found for \\users\\nobody\n", self.file("why.txt"))

@@ -1,5 +1,5 @@
-// quorvel-option-table: prints every word of the command line and what follows it, one a line,
-// as "-word<tab>form". The manual and the completions are held against it.
+// quorvel-option-table: prints every option and the form of its value, one per line, as
+// "-option<tab>form". Tests compare the manual and the completions with it.
 #include <iostream>
 
 #include "run/option_words.h"
