@@ -1,17 +1,16 @@
 #!/usr/bin/env python3
-"""Runs two builds of the program alike and holds all that they write against each other, byte for
-byte: standard output, standard error, exit status and written files.
+"""Runs two builds of the program in the same way and compares all their output byte for byte:
+standard output, standard error, exit status and written files.
 
   compare.py --program <program> --other <program> --emulator "<command>" --samples <folder>
              [--real <folder>] [--copies <n>]
 
-The other program starts through the emulator, which must take "-0 <name>" as the name that the
-program sees. Both see the name "quorvel", the same command line, an equal working directory and the
-same files. Only the run time in the report head and in the XML document is left out of the comparison.
-Each image is listed in every form of report, then in copies that are damaged, each copy the same in
-every run.
+The other program starts through the emulator, which must accept "-0 <name>" for the name that the
+program sees. Both get the name "quorvel", the same command line, an equal working directory and the
+same files. The comparison ignores only the run time in the report head and in the XML document. Each
+image is listed in every report form, and then in damaged copies, which are the same in every run.
 
-A copy whose damage makes a walk that has no end is counted, and must have none in both builds.
+If the damage of a copy causes a run without an end, it must do so in both builds. These are counted.
 """
 
 import argparse
@@ -35,7 +34,7 @@ COPIES_TOGETHER = 8
 OUT, TRACE, XML = "report.txt", "trace.txt", "report.xml"
 HIGH_BYTES = b"\xff\x80\xfe"
 
-# Every form of report, and options whose value has bytes above 0x7F.
+# Every report form, and options whose values have bytes above 0x7F.
 FORMS = [
     [],
     ["-level", "99"],
@@ -78,7 +77,7 @@ BARE = [
 
 
 class Builds:
-    """The two programs and how each is started."""
+    """The two programs, and how to start each."""
 
     def __init__(self, program, other, emulator):
         self.program = program
@@ -86,7 +85,7 @@ class Builds:
         self.environment = {"PATH": os.environ.get("PATH", ""), "PLACE": "\\users\\kim"}
 
     def outcome(self, emulated, arguments, images):
-        """Exit status, both outputs and written files of one run; None for a run without end."""
+        """Returns the exit status, both outputs and written files of a run; None if it does not end."""
         with tempfile.TemporaryDirectory(dir=images) as folder:
             command = [*(self.emulated if emulated else [NAME]), *arguments]
             try:
@@ -104,7 +103,7 @@ class Builds:
 
 
 class Tally:
-    """How much was compared, and what differed."""
+    """Counts what was compared, and collects the differences."""
 
     def __init__(self):
         self.runs = self.bytes = self.endless = 0
@@ -115,7 +114,7 @@ class Tally:
         if ours is None and theirs is None:
             self.endless += 1
         elif ours is None or theirs is None:
-            self.differences.append((arguments, "only one run has an end"))
+            self.differences.append((arguments, "only one run ends"))
         else:
             self.bytes += sum(len(part) for part in ours.values() if isinstance(part, bytes))
             self.differences += [(arguments, name) for name in sorted({*ours, *theirs})
@@ -135,7 +134,7 @@ def with_source(source, forms):
 
 
 def image_sources(name):
-    """How an image is named in a command line, the way to its volume first."""
+    """Returns the options that name an image, those that list its volume first."""
     path = f"../{name}"
     image = ["-image", path]
     # With a chain, "-image" must name a valid image, which is not read.
@@ -144,7 +143,7 @@ def image_sources(name):
     if name.startswith("disk"):
         return [[*chain, *offset], chain, image]
     if name.endswith(".vmdk"):
-        return [chain, image]  # of the first partition
+        return [chain, image]  # lists the first partition
     if name.startswith("mbr"):
         return [[*image, *offset], image]
     return [image]
@@ -229,7 +228,7 @@ def main():
                 print(f"  {what} differs: {arguments}")
             failed |= bool(tally.differences) or tally.runs == 0 or tally.bytes == 0
     if failed:
-        sys.exit("compare.py: the builds write different bytes, or nothing")
+        sys.exit("compare.py: the builds write different bytes, or none")
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-"""Damage to an image, the same for the same seed."""
+"""Damages images reproducibly: the same seed gives the same damage."""
 
 import random
 
@@ -8,7 +8,7 @@ MOST_FIELDS = 24
 
 
 def places(image):
-    """Offsets of the sectors that hold anything; those of file records and index blocks, too."""
+    """Returns the offsets of all sectors with data, and those of file records and index blocks."""
     empty = bytes(SECTOR)
     used = [at for at in range(0, len(image), SECTOR) if image[at:at + SECTOR] != empty]
     structures = [at for at in used if image[at:at + 4] in STRUCTURES]
@@ -16,7 +16,7 @@ def places(image):
 
 
 def field_value(chance, old):
-    """What one field becomes: a limit of its width, a small number, other bytes, a high byte."""
+    """Returns a new value for a field: a limit of its width, a small or random number, a flipped bit."""
     width = len(old)
     top = 1 << (8 * width - 1)
     value = chance.choice((
@@ -27,7 +27,7 @@ def field_value(chance, old):
 
 
 def damaged(image, seed):
-    """A copy of the image with one to 24 fields overwritten, most of them in file records and
+    """Returns a copy of the image with 1 to 24 fields overwritten, most of them in file records and
     index blocks."""
     chance = random.Random(seed)
     used, structures = places(image)
