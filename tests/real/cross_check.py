@@ -1,18 +1,19 @@
 #!/usr/bin/env python3
-"""Compares a whole listing of an NTFS volume with what The Sleuth Kit reads from the same image.
+"""Compares a whole listing of an NTFS volume with the output of The Sleuth Kit for the same image.
 
-Compared are names, entry numbers, sequence numbers and modified times of every file, directory and
-stream. fls and istat are the other reader. Prints how much was compared, every difference that
-has a known reason with that reason, and ends with status 1 on any other difference.
+Compares names, entry numbers, sequence numbers and modified times of every file, directory and stream
+with fls and istat. Prints how much was compared, and the differences that have a known reason. The
+exit status is 1 if there is any other difference.
 
 Known reasons:
-  same directory   two hard links of one file in one directory make one row here, under the first name
-  split index      a directory whose index goes on in extension records is listed in part here
-  same stream id   of two streams with one attribute id the first in the attribute list is listed
-  deleted entry    a removed entry that the index still holds, and whose record still names this
-                   parent, is listed here; fls marks it as deleted
-  sector tails     with sectors above 512 bytes the update sequence is applied sector by sector, so
-                   the last two bytes of the other 512-byte blocks keep their check value
+  same directory   two hard links to a file in the same directory are one row, with the first name
+  split index      a directory whose index continues in extension records is listed in part
+  same stream id   if two streams have the same attribute id, only the first in the attribute list is
+                   listed
+  deleted entry    a deleted entry is listed if the index still contains it and its record still has
+                   a name with this parent; fls marks it as deleted
+  sector tails     with sectors larger than 512 bytes the update sequence is applied per sector, so the
+                   last two bytes of the other 512-byte blocks keep the check value
 """
 
 import argparse
@@ -51,7 +52,7 @@ def output_of(*command):
 
 
 def listing(options):
-    """Rows of the program: {path: [Row]} for entries and for streams."""
+    """Returns the program's rows, {path: [Row]}, for entries and for streams."""
     command = [options.program, "-image", options.image, "-level", "99", "-timeformat",
                "hh:mm:ss.xxxxxxx", "-quiet"]
     if options.offset:
@@ -63,20 +64,20 @@ def listing(options):
             continue
         match = ROW.match(line)
         if not match:
-            sys.exit(f"a row of an unknown form: {line!r}")
+            sys.exit(f"unexpected row: {line!r}")
         modified, entry, sequence, _, label, path = match.groups()
         row = Row(int(entry), int(sequence), modified.strip())
         path = path.strip("\\")
         kind = label.strip()
         if kind == "ads":
             streams[path].append(row)
-        elif path:  # the root has no row in fls
+        elif path:  # fls does not list the root
             entries[path].append(row)
     return entries, streams
 
 
 def other_listing(options):
-    """What fls sees: names of entries and of streams, each with the entry number."""
+    """Returns the entries, streams and deleted entries of fls, as pairs of path and entry number."""
     entries, streams, deleted = set(), collections.defaultdict(list), set()
     text = output_of("fls", "-r", "-p", "-o", str(options.offset // 512), options.image).decode()
     for line in text.split("\n"):
@@ -84,14 +85,14 @@ def other_listing(options):
             continue
         match = FLS_ROW.match(line)
         if not match:
-            sys.exit(f"fls wrote a line of an unknown form: {line!r}")
+            sys.exit(f"unexpected line of fls: {line!r}")
         kind, _, star, entry, type_, id_, realloc, path = match.groups()
         if kind == "V" or path.startswith("$OrphanFiles/"):
             continue
         entry = int(entry)
         directory, _, name = path.rpartition("/")
         base, colon, stream = name.partition(":")
-        # A stream of a directory also comes up as one of the "." inside it.
+        # fls also lists a directory's stream as one of "." inside the directory.
         base_path = "/".join(part for part in (directory, base) if part not in ("", "."))
         base_path = base_path.replace("/", "\\")
         if star or realloc:
@@ -103,12 +104,12 @@ def other_listing(options):
     return entries, streams, deleted
 
 
-# istat counts seconds modulo 2^32, so that a stamp of 0 (the year 1601) shows as this time.
+# istat counts seconds modulo 2^32, so it prints a timestamp of 0 (the year 1601) as this time.
 ZERO_STAMP = "2076-11-29 08:54:34.0000000"
 
 
 def stamp(text):
-    """A time as istat prints it in the form of the listing; empty where that shows none."""
+    """Converts a time from istat's format to the listing's; empty if the listing leaves it blank."""
     match = re.match(r"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d)\.(\d{7})\d* \(UTC\)", text)
     if not match or match.group(1) < "1970-01-01 00:00:01":
         return ""
@@ -117,7 +118,7 @@ def stamp(text):
 
 
 def details(options, entry):
-    """Sequence number, modified time and attribute types of one entry by istat."""
+    """Returns sequence number, modified time and attribute types of an entry from istat."""
     text = output_of("istat", "-z", "UTC", "-o", str(options.offset // 512), options.image,
                      str(entry)).decode(errors="replace")
     sequence = re.search(r"^Entry: \d+\s+Sequence: (\d+)", text, re.M)
@@ -128,7 +129,7 @@ def details(options, entry):
 
 
 class SectorTails:
-    """Which bytes of records and index blocks lie in 512-byte block tails that stay unrepaired."""
+    """Finds records whose used part includes the end of a 512-byte block that was not fixed up."""
 
     def __init__(self, options):
         self.options = options
@@ -145,7 +146,7 @@ class SectorTails:
             exponent * boot[13] * self.sector)
 
     def record_is_hit(self, entry):
-        """True when the used part of the record reaches a block tail."""
+        """Returns whether the used part of a record includes such a block end."""
         if not self.active:
             return False
         record = self.mft[entry * self.record:(entry + 1) * self.record]
@@ -162,13 +163,13 @@ def compare(options):
         numbers = sorted({entry for _, entry in other_entries})
         facts = dict(zip(numbers, pool.map(lambda n: details(options, n), numbers)))
 
-    # One row for all links of a file in one directory: the first in byte order of its key.
+    # A file has one row per directory: its first link in key order.
     links = collections.defaultdict(set)
     for path, entry in other_entries:
         links[(path.rpartition("\\")[0], entry)].add(path)
 
     def on_the_way(directory):
-        """The entries of a directory and of those above it; the root is left out."""
+        """Yields the entries of a directory and of its parents, without the root."""
         while directory:
             yield from (e for p, e in other_entries if p == directory)
             directory = directory.rpartition("\\")[0]
@@ -177,7 +178,7 @@ def compare(options):
         return any("32" in facts[entry][2] for entry in on_the_way(directory))
 
     def parent_is_hit(directory):
-        """True when an index on the way to the directory has blocks or a record with such tails."""
+        """Returns whether an index from the root to the directory has blocks or such a record."""
         return any(tails.record_is_hit(entry) or "160" in facts[entry][2]
                    for entry in [*on_the_way(directory), 5] if entry in facts)
 
@@ -227,7 +228,7 @@ def compare(options):
         base = path.partition(":")[0]
         reason = "same stream id" if clash else None
         if not any(row.entry == entry for row in entries.get(base, [])):
-            continue  # the entry itself was told above
+            continue  # the entry itself was reported above
         if tails.record_is_hit(entry):
             reason = "sector tails"
         differences.add(reason, f"stream not listed here: {entry} {path}")
@@ -250,7 +251,7 @@ def compare(options):
 
 
 def volume_options(description):
-    """The command line of the scripts that look at one volume."""
+    """Parses the command line of the scripts that check one volume."""
     parser = argparse.ArgumentParser(description=description)
     parser.add_argument("--program", required=True)
     parser.add_argument("--image", required=True)

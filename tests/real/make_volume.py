@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Makes an NTFS volume with mkntfs and fills it with a tree that covers much of the format.
+"""Creates an NTFS volume with mkntfs, and a tree on it that covers much of the format.
 
-The tree is written through a read-write ntfs-3g mount: alternate data streams, hard links,
-directories with several index blocks, sparse and compressed files, names outside ASCII. Where FUSE
-can't mount, ntfscp writes what it can (files and one stream) and the script says so.
+Writes the tree through a read-write ntfs-3g mount: alternate data streams, hard links, directories
+with several index blocks, sparse and compressed files, names outside ASCII. If FUSE cannot mount, the
+script says so, and ntfscp copies files and one stream.
 """
 
 import argparse
@@ -26,7 +26,7 @@ def write(path, content):
 
 
 def set_compressed(path):
-    """Marks a file or folder as compressed; its later data is stored in compression units."""
+    """Marks a file or folder as compressed, so that its data is stored in compression units."""
     os.setxattr(path, "system.ntfs_attrib_be", (0x820).to_bytes(4, "big"))
 
 
@@ -75,14 +75,14 @@ def fill_by_mount(root, streams):
         print(f"no compressed folder on this volume: {error.strerror}")
     write(compressed / "text.txt", b"the same line again and again\n" * 8000)
 
-    # Names: other scripts, a surrogate pair, the longest one.
+    # Names: other scripts, a surrogate pair, the maximum length.
     names = root / "names"
     names.mkdir()
     for name in ("größe.txt", "日本語.txt", "Ωμέγα", "emoji \U0001f600.txt", "x" * 250 + ".txt",
                  "comma, and ; and 'quotes'.txt", "UPPER lower.TXT", "trailing.dots..x"):
         write(names / name, name.encode())
 
-    # Entries that are written, removed and written again: reused records with higher sequences.
+    # Entries that are written, deleted and written again: reused records with higher sequence numbers.
     again = root / "again"
     again.mkdir()
     for number in range(40):

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Compares every time stamp of the CSV and the XML report with what istat reads.
+"""Compares every timestamp of the CSV and the XML report with the output of istat.
 
-For each entry of a volume these are the four stamps of $STANDARD_INFORMATION and the four of the
-$FILE_NAME that stands for the row: the long name's, and the DOS name's where there is one. The
-attribute flags and the discrepancy test are left to the other tests.
+For each entry of a volume these are the four timestamps of $STANDARD_INFORMATION and the four of each
+$FILE_NAME of the row: of the long name, and of the DOS name if there is one. Other tests check the
+attribute flags and the discrepancy test.
 """
 
 import os
@@ -20,7 +20,7 @@ DOS_NAME = re.compile(r"^[^a-z]{1,6}~\d(\.[^a-z]{0,3})?$")
 
 
 def stamps_of(section):
-    """The four stamps in a section of istat's output."""
+    """Returns the four timestamps in a section of istat's output."""
     found = []
     for label in STAMPS:
         match = re.search(rf"^{label}:\t(.*)$", section, re.M)
@@ -29,7 +29,7 @@ def stamps_of(section):
 
 
 def facts_of(options, entry):
-    """The stamps of an entry: standard information, and (name, parent, stamps) for each name."""
+    """Returns an entry's $STANDARD_INFORMATION timestamps, and (name, parent, timestamps) per name."""
     text = cross_check.output_of("istat", "-z", "UTC", "-o", str(options.offset // 512),
                                  options.image, str(entry)).decode(errors="replace")
     sections = re.split(r"^(?=\$[A-Z_]+ Attribute Values:)", text, flags=re.M)
@@ -53,7 +53,7 @@ def run_report(options, *arguments):
 
 
 def csv_rows(options):
-    """(type, path, entry, standard, long, short) of each row of the CSV report."""
+    """Yields (type, path, entry, standard, long, short) for each row of the CSV report."""
     text = run_report(options, "-csv", "-csv_separator", "tab", "-base10", "-pair_datetime")
     for line in text.split("\n")[cross_check.HEAD_LINES + 1:]:
         if line:
@@ -62,7 +62,7 @@ def csv_rows(options):
 
 
 def xml_rows(options):
-    """(path, standard, long, short) of each element of the XML report."""
+    """Yields (path, standard, long, short) for each element of the XML report."""
     with tempfile.TemporaryDirectory() as folder:
         name = os.path.join(folder, "report.xml")
         run_report(options, "-xml", name)
@@ -80,7 +80,7 @@ def xml_rows(options):
 
 
 def expected_names(names, parent):
-    """The stamps of the long and of the DOS name that stand for a row under this parent."""
+    """Returns the timestamps of the long and of the DOS names with this parent."""
     here = [(name, stamps) for name, where, stamps in names if where == parent]
     is_dos = {name for name, _ in here if DOS_NAME.match(name) and len(here) > 1}
     return ([stamps for name, stamps in here if name not in is_dos],
@@ -118,8 +118,8 @@ def compare(options):
         if list(row) != stamps:
             wrong.append(f"XML element {elements} in {directory}: {stamps}, not {row}")
 
-    print(f"{options.label}: {compared} time stamps of {len(facts)} entries as istat reads them, "
-          f"{elements} XML elements with the stamps of the CSV rows")
+    print(f"{options.label}: {compared} timestamps of {len(facts)} entries equal those of istat, "
+          f"{elements} XML elements equal the CSV rows")
     for text in wrong:
         print(f"  DIFFERENT: {text}")
     return not wrong and compared > 0 and elements > 0

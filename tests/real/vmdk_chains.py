@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Lists VMDK chains made by qemu-img and compares with the raw image of the same chain.
+"""Compares listings of VMDK chains made by qemu-img with those of their raw images.
 
 Three states of one NTFS volume become a base file and two deltas with the changes. The volume is bare
 or in an MBR partition. Each listing through "-vmdk" must equal the listing of the raw image that
@@ -40,7 +40,7 @@ def listing(program, *arguments):
 
 
 def change_volume(image, work, text):
-    """Adds and removes files on the volume; without FUSE ntfscp adds one file."""
+    """Writes files to the volume; without FUSE, ntfscp adds one file."""
     mount_point = work / "mount"
     mount_point.mkdir(exist_ok=True)
     mounted = subprocess.run(["ntfs-3g", image, mount_point], check=False,
@@ -61,7 +61,7 @@ def change_volume(image, work, text):
 
 
 def whole_disk(volume, disk, in_partition):
-    """The disk that holds the volume: itself, or an MBR with one NTFS partition."""
+    """Writes the disk that contains the volume: the volume itself, or an MBR with one partition."""
     if not in_partition:
         shutil.copy(volume, disk)
         return
@@ -76,7 +76,7 @@ def whole_disk(volume, disk, in_partition):
 
 
 def write_changes(before, after, vmdk, work):
-    """Writes the grains that differ between two raw disks into a delta file."""
+    """Writes the grains that differ between two raw disks to a delta file."""
     commands = []
     piece = work / "piece"
     piece.mkdir(exist_ok=True)
@@ -94,7 +94,7 @@ def write_changes(before, after, vmdk, work):
 
 
 def make_chain(work, in_partition):
-    """Three files, oldest first, and the bare volume of the first state."""
+    """Creates a chain of three files. Returns them, oldest first, and the bare volume of the base."""
     volume = work / "volume.dd"
     with open(volume, "wb") as out:
         out.truncate(48 * 1024 * 1024)
@@ -121,7 +121,7 @@ def make_chain(work, in_partition):
 
 
 def compare(program, files, bare, raw, offset, label):
-    """The chain in each order against the raw image; true when all forms agree."""
+    """Compares the chain, in both orders, with the raw image. Returns whether all forms are equal."""
     same, rows = True, 0
     for order in (files, files[::-1]):
         for form in FORMS:
@@ -132,7 +132,7 @@ def compare(program, files, bare, raw, offset, label):
             rows = flat.count(b"\n")
             if chain != flat or rows < 10:
                 print(f"  DIFFERENT: {label}, {' '.join(form)}: {chain.count(bytes([10]))} lines "
-                      f"through the chain, {rows} from the raw image")
+                      f"from the chain, {rows} from the raw image")
                 same = False
     print(f"{label}: {len(files)} files, {len(FORMS)} report forms, {rows} lines each: "
           f"{'equal' if same else 'DIFFERENT'}")
@@ -140,7 +140,7 @@ def compare(program, files, bare, raw, offset, label):
 
 
 def compare_real(program, packed, work):
-    """A real virtual disk against its raw content; the bare volume is taken out of that."""
+    """Compares a real virtual disk with its raw content. Returns whether all forms are equal."""
     vmdk, raw, bare = work / packed.stem, work / "disk.dd", work / "bare.dd"
     with open(vmdk, "wb") as out:
         subprocess.run(["xz", "-dc", packed], stdout=out, check=True)
