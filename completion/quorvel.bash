@@ -1,14 +1,13 @@
-# Completion of quorvel(1) for bash. Words are matched without regard to case, as the program reads
-# them.
+# Completion of quorvel(1) for bash. Like the program, it ignores the case of options.
 
-# What the program takes without a value.
+# Options without a value.
 _quorvel_flags='
     -h -help --help -append -filepath_only -indx -objid -alldates -ignore_image_size
     -pair_datetime -l2 -l3 -csv -csvgen -csvl2t -bodyfile -multiline -gzip -zlib -separate_files
     -pipe -verbose -v -split_pathfile -profile -base10 -base16 -no_whitespace -quiet
 '
 
-# What takes the word behind it.
+# Options with a value.
 _quorvel_values='
     -xml -vmdk -offset -mft -recurse -level -image -drivenum -diags -alias -aliaspath -zlibex
     -threads -signal -hostname -username -cpuinst -cpu -fragment_files -outdir -enumdir
@@ -16,7 +15,7 @@ _quorvel_values='
     -cmd_start_time -cmd_stop_time -csv_separator -dateformat -timeformat
 '
 
-# _quorvel_offer <word>...: those words that begin as the current one.
+# _quorvel_offer <word>...: suggests the words that begin with the current one.
 _quorvel_offer() {
     local word
     for word in "$@"; do
@@ -24,7 +23,7 @@ _quorvel_offer() {
     done
 }
 
-# _quorvel_files <action>: files of this machine; -d for folders alone.
+# _quorvel_files <action>: suggests files; -d suggests folders only.
 _quorvel_files() {
     compopt -o filenames 2>/dev/null
     mapfile -t COMPREPLY < <(compgen "$1" -- "$cur")
@@ -39,7 +38,7 @@ _quorvel() {
             _quorvel_files -f
             return
             ;;
-        # Files that are overwritten: only their folders are offered.
+        # Files that would be overwritten: suggest folders only.
         -out | -outfile | -xml | -diags | -outdir | -enumdir)
             _quorvel_files -d
             return
@@ -56,7 +55,7 @@ _quorvel() {
     read -r -d '' -a known <<<"$_quorvel_values"
     [[ " ${known[*]} " != *" ${before,,} "* ]] || return
     [[ -z $cur || $cur == -* ]] || return
-    # Word splitting is wanted: the lists hold no patterns.
+    # Word splitting is intended: the lists contain no patterns.
     # shellcheck disable=SC2086
     _quorvel_offer $_quorvel_flags $_quorvel_values
 }
