@@ -30,6 +30,18 @@ bool append_cluster(CNtfs& ntfs, std::uint64_t lcn, std::uint32_t& count,
     return false;
 }
 
+// How many bytes of a list may still be read.
+class read_budget {
+public:
+    explicit read_budget(const CNtfs& ntfs) : m_left(ntfs.disk()->most_walked_bytes()) {}
+
+    bool is_used_up() const { return m_left == 0; }
+    void use(std::uint64_t count) { m_left -= std::min(m_left, count); }
+
+private:
+    std::uint64_t m_left;
+};
+
 // The clusters of a list run by run.
 class list_runs : public list_clusters {
 public:
@@ -37,15 +49,18 @@ public:
         : m_ntfs(ntfs),
           m_runs(std::move(runs)),
           m_cluster_size(ntfs.cluster_size()),
-          m_lowers(rule == cluster_size_rule::lower) {}
+          m_lowers(rule == cluster_size_rule::lower),
+          m_budget(ntfs) {}
 
     bool append_next(std::vector<std::uint8_t>& window) override {
+        if (m_budget.is_used_up()) return false;
         for (; m_run < m_runs.size(); ++m_run, m_next = 0) {
             const data_run& run = m_runs[m_run];
             if (m_next >= run.num_clusters) continue;
             std::uint32_t count = m_cluster_size;
             if (!append_cluster(m_ntfs, run.lcn + m_next, count, window)) continue;
             if (m_lowers) m_cluster_size = count;
+            m_budget.use(count);
             ++m_next;
             return true;
         }
@@ -57,6 +72,7 @@ private:
     data_run_list m_runs;
     std::uint32_t m_cluster_size;
     bool m_lowers;
+    read_budget m_budget;
     std::size_t m_run = 0;
     std::uint64_t m_next = 0;  // cluster of the run
 };

@@ -21,6 +21,7 @@ index_block_stream::index_block_stream(CNtfs& ntfs, const data_run_list& runs,
     const std::uint64_t total =
         m_parts_per_block != 0 ? clusters / m_parts_per_block : clusters * m_blocks_per_cluster;
     if (first_block >= total) return;
+    m_left_to_read = ntfs.disk()->most_walked_bytes();
     m_num_blocks = static_cast<std::uint32_t>(
         std::min<std::uint64_t>(total - first_block, std::numeric_limits<std::uint32_t>::max()));
     if (m_parts_per_block != 0) {
@@ -52,8 +53,10 @@ bool index_block_stream::next() {
     return true;
 }
 
-// Moves to the run of the next cluster. Returns false after the last run.
+// Moves to the run of the next cluster. Returns false after the last run, and if the source was
+// read many times over.
 bool index_block_stream::find_cluster() {
+    if (m_left_to_read == 0) return false;
     for (; m_run < m_runs.size(); ++m_run, m_next = 0) {
         const data_run& run = m_runs[m_run];
         if (run.sparse != 0) continue;
@@ -95,6 +98,7 @@ bool index_block_stream::read_cluster() {
         return false;
     }
     m_cluster.resize(count);
+    m_left_to_read -= std::min<std::uint64_t>(m_left_to_read, count);
     ++m_next;
     return true;
 }

@@ -58,6 +58,7 @@ private:
     std::size_t m_cluster_at = 0;         // bytes of the cluster that are used up
     std::uint32_t m_parts = 0;            // clusters in the block that is being put together
     std::vector<std::uint8_t> m_cluster;  // as far as it was read
+    std::uint64_t m_left_to_read = 0;     // bytes
     std::array<std::uint8_t, index_block_size> m_block{};
     std::uint32_t m_number = 0;
 };

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "foundation/posix_file.h"
@@ -159,6 +160,14 @@ bool CRawDisk::read_sector_aligned(void* buffer, std::uint32_t count, std::uint6
 std::uint64_t CRawDisk::held_bytes() const {
     if (vmdk == nullptr) return size_in_bytes();
     return std::min(size_in_bytes(), vmdk->file_bytes());
+}
+
+std::uint64_t CRawDisk::most_walked_bytes() const {
+    constexpr std::uint64_t times = 64;
+    constexpr std::uint64_t always_walked = std::uint64_t{1} << 28;
+    const std::uint64_t held = held_bytes();
+    const bool fits = held < std::numeric_limits<std::uint64_t>::max() / times - always_walked;
+    return fits ? held * times + always_walked : std::numeric_limits<std::uint64_t>::max();
 }
 
 std::uint64_t CRawDisk::size_in_bytes() const {

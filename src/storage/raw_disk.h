@@ -61,6 +61,9 @@ public:
     // Bytes that the source can hold: its size, and for a chain no more than its files have
     // together, for its size is a claim of their headers.
     std::uint64_t held_bytes() const;
+    // Bytes after which a walk over the clusters of one attribute ends: it has read everything that
+    // the source holds many times over by then. Only a crafted volume names its clusters so often.
+    std::uint64_t most_walked_bytes() const;
 
     std::unique_ptr<vmdk_chain> vmdk;
     std::wstring volume_name;

@@ -467,11 +467,10 @@ TEST(StreamAttribute, FailedReadEndsTheStreamAndKeepsWhatWasWritten) {
     EXPECT_EQ(nothing.text, "");
 }
 
-TEST(StreamAttribute, ChunksAboveTheSourceAreRefused) {
+TEST(StreamAttribute, CompressedUnitsAboveTheSourceAreRefused) {
     cluster_source source;
     source.ntfs.m_cluster_size = 0xFFFFFF;
     const data_run_list runs{{0, 0, 1, 0xFFFFFFFF}};
-    EXPECT_FALSE(streamed_row(source.ntfs, row_with_runs(runs, {.real = ~0ull})).result);
     EXPECT_FALSE(
         streamed_row(source.ntfs,
                      row_with_runs(runs, {.real = ~0ull, .compressed = 1, .unit = 4, .flags = 1}))
@@ -490,7 +489,7 @@ TEST(StreamAttribute, ChunksAboveTheUsualSizeAreReadFromALargeSource) {
                 text_of(cluster_content(39)));
 }
 
-TEST(StreamAttribute, ChunksOfAtMostOneMebibyteAreReadFromAnySource) {
+TEST(StreamAttribute, CompressedUnitsOfAtMostOneMebibyteAreReadFromAnySource) {
     const struct {
         std::uint32_t cluster;
         bool result;
@@ -500,9 +499,26 @@ TEST(StreamAttribute, ChunksOfAtMostOneMebibyteAreReadFromAnySource) {
         cluster_source source(128 * 1024);
         source.ntfs.m_cluster_size = static_cast<std::int32_t>(c.cluster);
         const streamed_row streamed(
-            source.ntfs, row_with_runs({{0, 0, 1, 16}}, {.real = std::uint64_t{16} * c.cluster}));
+            source.ntfs,
+            row_with_runs(
+                {{0, 0, 0, 16}},
+                {.real = std::uint64_t{16} * c.cluster, .compressed = 1, .unit = 4, .flags = 1}));
         EXPECT_EQ(streamed.result, c.result);
-        EXPECT_EQ(streamed.byte_count, c.result ? 16u * c.cluster : 0u);
+        EXPECT_EQ(streamed.text.size(), c.result ? 128u * 1024 : 0u);
+    }
+}
+
+TEST(StreamAttribute, ChunksOfAnySizeAreReadFromAnySource) {
+    for (const std::uint32_t cluster : {16384u, 65536u, 65537u, 0x100000u}) {
+        SCOPED_TRACE(cluster);
+        cluster_source source(128 * 1024);
+        source.ntfs.m_cluster_size = static_cast<std::int32_t>(cluster);
+        const streamed_row streamed(
+            source.ntfs, row_with_runs({{0, 0, 1, 16}}, {.real = std::uint64_t{16} * cluster}));
+        EXPECT_TRUE(streamed.result);
+        EXPECT_EQ(streamed.byte_count, 16u * cluster);
+        const streamed_row stored(source.ntfs, row_with_runs({{0, 0, 0, 1}}, {.real = cluster}));
+        EXPECT_EQ(stored.text.size(), cluster) << "zeros follow what the source has";
     }
 }
 

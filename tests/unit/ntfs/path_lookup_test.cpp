@@ -208,14 +208,26 @@ TEST(PathLookup, KnownNamesAreFoundWithoutTheMedium) {
     EXPECT_EQ(entry_at(volume, L"\\temp\\sub"), 65u);
 }
 
-TEST(PathLookup, RecordsAboveTheSourceAreNotRead) {
+// Records are shorter than the size that the boot sector states for them.
+TEST(PathLookup, RecordSizeAboveTheSourceFindsNoNames) {
     open_volume volume(sample());
     volume.ntfs.m_mft_record_size = 0x80000000;
     const lookup found = look_up(volume, L"\\temp");
     EXPECT_FALSE(found.result);
     EXPECT_EQ(found.inode, 5u);
     EXPECT_EQ(found.parent, 5u);
-    EXPECT_EQ(found.trace, "->anal: \\temp\n->root dir\n");
+    EXPECT_EQ(found.trace,
+              "->anal: \\temp\n"
+              "->root dir\n"
+              "->seg: temp\n"
+              "->info: get children nodes\n"
+              "->info: # children [4]\n"
+              "->info: get children names\n"
+              "->err: paramsFR: inode 0x40\n"
+              "->err: paramsFR: inode 0x43\n"
+              "->err: paramsFR: inode 0x44\n"
+              "->err: no child names\n"
+              "->inode not found for \\temp\n");
 }
 
 TEST(PathLookup, FileInTheMiddleOfAPathHasNoChildren) {

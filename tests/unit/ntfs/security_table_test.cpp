@@ -384,21 +384,26 @@ TEST(SecurityTable, LargeHolesAreCrossedInLittleTime) {
     EXPECT_EQ(ids_after_open(image), (id_list{0x100, 0x101}));
 }
 
-TEST(SecurityTable, StreamFarAboveTheSourceIsNotLoaded) {
+TEST(SecurityTable, StreamWithAHoleFarAboveTheSourceIsLoaded) {
     ntfs_image image;
     set_bitmap_security(image, 0x100);
     const std::uint64_t entry_lcn = image.store(sds_entry(0x100, 0, whole_entry))[0].lcn;
     image.entry(9).stream_runs(u"$SDS", {{entry_lcn, 1}, {support::hole, 0xFFFFFFFF}});
-    EXPECT_EQ(ids_after_open(image), id_list{});
+    EXPECT_EQ(ids_after_open(image), id_list{0x100});
 }
 
-TEST(SecurityTable, StreamLittleAboveTheSourceIsNotLoaded) {
+// The position that an entry has of itself is 17 TB into the stream.
+TEST(SecurityTable, EntryAfterAHoleFarAboveTheSourceIsLoaded) {
+    constexpr std::uint64_t hole_clusters = 0xFFFFFFFF;
     ntfs_image image;
     set_bitmap_security(image, 0x100);
-    const std::uint64_t entry_lcn = image.store(sds_entry(0x100, 0, whole_entry))[0].lcn;
-    image.entry(9).stream_runs(u"$SDS", {{entry_lcn, 1}, {support::hole, 16384}});
-    ASSERT_LT(image.build().size(), 16384u * 4096);
-    EXPECT_EQ(ids_after_open(image), id_list{});
+    const support::cluster_runs runs{
+        {image.store(sds_entry(0x100, 0, whole_entry))[0].lcn, 1},
+        {support::hole, hole_clusters},
+        {image.store(sds_entry(0x101, (1 + hole_clusters) * 4096, whole_entry))[0].lcn, 1},
+    };
+    image.entry(9).stream_runs(u"$SDS", runs);
+    EXPECT_EQ(ids_after_open(image), (id_list{0x100, 0x101}));
 }
 
 TEST(SecurityTable, UnreadableClustersEndTheStream) {
