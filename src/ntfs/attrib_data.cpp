@@ -65,7 +65,7 @@ private:
 // `status` in and out: bits of read_status. `buffer` is working memory. Returns the bytes
 // delivered.
 template <typename Take>
-std::uint64_t read_clusters_of(CNtfs& ntfs, const data_run_list& runs, std::uint64_t offset,
+std::uint64_t read_clusters_of(CNtfs& ntfs, const run_lookup& runs, std::uint64_t offset,
                                std::uint64_t size, std::uint64_t& status,
                                std::vector<std::uint8_t>& buffer, Take take) {
     const std::uint32_t cluster = ntfs.cluster_size();
@@ -113,7 +113,7 @@ std::uint64_t read_clusters_of(CNtfs& ntfs, const data_run_list& runs, std::uint
 class run_streamer {
 public:
     run_streamer(CNtfs& ntfs, const data_run_list& runs, data_sink& sink)
-        : m_ntfs(ntfs), m_runs(runs), m_sink(sink) {}
+        : m_ntfs(ntfs), m_lookup(runs), m_sink(sink) {}
 
     // Passes `size` bytes, 16 clusters at a time. Ends at the first chunk that cannot be read.
     // Returns the bytes passed.
@@ -128,7 +128,7 @@ private:
     bool stream_unit(ql::bytes unit, std::uint64_t left, std::uint64_t status);
 
     CNtfs& m_ntfs;
-    const data_run_list& m_runs;
+    const run_lookup m_lookup;
     data_sink& m_sink;
     bool m_is_wanted = true;             // the sink takes more
     std::vector<std::uint8_t> m_buffer;  // one cluster
@@ -156,7 +156,7 @@ std::uint64_t run_streamer::stream_plain(std::uint64_t size) {
 
 std::uint64_t run_streamer::stream_chunk(std::uint64_t offset, std::uint64_t size) {
     std::uint64_t status = 0;
-    return read_clusters_of(m_ntfs, m_runs, offset, size, status, m_buffer,
+    return read_clusters_of(m_ntfs, m_lookup, offset, size, status, m_buffer,
                             [this](ql::bytes content, std::uint64_t count) {
                                 m_is_wanted = m_is_wanted && m_sink.put(content) &&
                                               m_sink.put_zeros(count - content.size());
@@ -171,12 +171,13 @@ std::uint64_t run_streamer::known_zeros(std::uint64_t offset, std::uint64_t size
     const std::uint64_t vcn = offset / cluster;
     std::uint32_t index = 0;
     std::uint64_t lcn = 0;
-    if (!run_lookup(m_runs).find(vcn, index, lcn)) return 0;
-    const data_run& run = m_runs[index];
+    if (!m_lookup.find(vcn, index, lcn)) return 0;
+    const data_run_list& runs = m_lookup.runs();
+    const data_run& run = runs[index];
     // A run that is later in the data but earlier in the list takes precedence there.
     std::uint64_t end_vcn = run.vcn + run.num_clusters;
-    for (std::uint32_t i = 0; i < index; ++i) {
-        if (m_runs[i].vcn > vcn) end_vcn = std::min(end_vcn, m_runs[i].vcn);
+    for (std::uint32_t i = 0; i < index && !m_lookup.is_in_order(); ++i) {
+        if (runs[i].vcn > vcn) end_vcn = std::min(end_vcn, runs[i].vcn);
     }
     const std::uint64_t left = std::min((end_vcn - vcn) * cluster, size);
     if (run.sparse != 0) return left;
@@ -188,8 +189,9 @@ std::uint64_t run_streamer::known_zeros(std::uint64_t offset, std::uint64_t size
 }
 
 bool run_streamer::stream_compressed(std::uint64_t size, std::uint64_t allocated) {
-    const std::uint64_t unit_size = std::min(unit_clusters * m_ntfs.cluster_size(),
-                                             run_bytes(m_runs, m_ntfs.cluster_size(), false));
+    const std::uint64_t unit_size =
+        std::min(unit_clusters * m_ntfs.cluster_size(),
+                 run_bytes(m_lookup.runs(), m_ntfs.cluster_size(), false));
     if (unit_size == 0 || !fits_unit(m_ntfs, unit_size)) return false;
     const std::uint64_t extra = allocated - std::min(allocated, size);
     std::vector<std::uint8_t> unit;
@@ -200,7 +202,7 @@ bool run_streamer::stream_compressed(std::uint64_t size, std::uint64_t allocated
         unit.clear();
         std::uint64_t status = 0;
         const std::uint64_t got =
-            read_clusters_of(m_ntfs, m_runs, position, wanted, status, m_buffer,
+            read_clusters_of(m_ntfs, m_lookup, position, wanted, status, m_buffer,
                              [&unit](ql::bytes content, std::uint64_t count) {
                                  unit.insert(unit.end(), content.begin(), content.end());
                                  unit.resize(unit.size() + count - content.size());
@@ -275,7 +277,7 @@ bool CNtfs::read_runs_raw(const data_run_list& runs, std::uint64_t offset,
     std::vector<std::uint8_t> buffer;
     auto place = target.begin();
     const std::uint64_t done =
-        read_clusters_of(*this, runs, offset, wanted, status, buffer,
+        read_clusters_of(*this, run_lookup(runs), offset, wanted, status, buffer,
                          [&place](ql::bytes content, std::uint64_t count) {
                              place = std::copy(content.begin(), content.end(), place);
                              place = std::fill_n(place, count - content.size(), std::uint8_t{0});

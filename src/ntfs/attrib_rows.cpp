@@ -121,7 +121,9 @@ void row_writer::fill_nonresident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept)
 void row_writer::fill_resident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept) const {
     const std::uint32_t length = kept.header().value_length();
     if (kept.type == attrib_type::object_id && length == 16) {
-        std::copy(kept.value.begin(), kept.value.end(), row.body.begin());
+        // The record may state a longer value than the attribute's own bytes.
+        const ql::bytes id = ql::clip(kept.value, 0, length);
+        std::copy(id.begin(), id.end(), row.body.begin());
     } else {
         put(row, row_body::value_length, length);
     }

@@ -84,7 +84,7 @@ public:
         : m_ntfs(ntfs),
           m_runs(std::move(runs)),
           m_left(std::min<std::uint64_t>(size, std::numeric_limits<std::int32_t>::max())),
-          m_walk(m_runs, 0, m_left, ntfs.cluster_size(), false) {}
+          m_walk(m_lookup, 0, m_left, ntfs.cluster_size(), false) {}
 
     bool append_next(std::vector<std::uint8_t>& window) override {
         if (m_zeros == 0) return append_place(window);
@@ -119,6 +119,7 @@ private:
 
     CNtfs& m_ntfs;
     const data_run_list m_runs;
+    const run_lookup m_lookup{m_runs};
     std::uint64_t m_left;
     cluster_walk m_walk;
     std::uint64_t m_zeros = 0;  // bytes of the last cluster that are not in the window yet

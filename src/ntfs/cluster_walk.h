@@ -13,13 +13,12 @@ struct cluster_place {
 };
 
 // Walks the clusters that a read of `size` bytes at `offset` touches, in order, as far as the runs
-// reach. `runs` must outlive the walk.
+// reach. `lookup` must outlive the walk.
 class cluster_walk {
 public:
-    cluster_walk(const data_run_list& runs, std::uint64_t offset, std::uint64_t size,
+    cluster_walk(const run_lookup& lookup, std::uint64_t offset, std::uint64_t size,
                  std::uint32_t cluster_size, bool skip_sparse)
-        : m_runs(runs),
-          m_lookup(runs),
+        : m_lookup(lookup),
           m_first_vcn(offset / cluster_size),
           m_end_vcn((offset + size) / cluster_size),
           m_head(offset % cluster_size),
@@ -33,7 +32,7 @@ public:
             std::uint32_t run = 0;
             cluster_place place;
             if (!m_lookup.find(m_vcn, run, place.lcn)) break;
-            place.sparse = m_runs[run].sparse != 0;
+            place.sparse = m_lookup.runs()[run].sparse != 0;
             if (place.sparse && m_skip_sparse) {
                 leave_out();
                 continue;
@@ -56,8 +55,7 @@ private:
         if (m_vcn == m_end_vcn) m_tail = 0;
     }
 
-    const data_run_list& m_runs;
-    run_lookup m_lookup;
+    const run_lookup& m_lookup;
     std::uint64_t m_first_vcn;
     std::uint64_t m_end_vcn;
     std::uint64_t m_head;

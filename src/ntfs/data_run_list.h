@@ -82,6 +82,10 @@ public:
     // As vcn_to_lcn.
     bool find(std::uint64_t vcn, std::uint32_t& run_index, std::uint64_t& lcn) const;
 
+    const data_run_list& runs() const { return m_runs; }
+    // True if at most one run holds a cluster.
+    bool is_in_order() const { return m_in_order; }
+
 private:
     const data_run_list& m_runs;
     bool m_in_order;

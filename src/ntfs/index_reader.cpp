@@ -132,6 +132,15 @@ struct distant_node {
     std::uint32_t index_length;
 };
 
+// Sorts the entry numbers and removes repeated ones.
+void make_unique(std::vector<std::uint64_t>& children) {
+    // An index is in the order of names, which is often that of the entries, too.
+    if (!std::is_sorted(children.begin(), children.end())) {
+        std::sort(children.begin(), children.end());
+    }
+    children.erase(std::unique(children.begin(), children.end()), children.end());
+}
+
 // Adds the entries of all blocks of an index, also of those that the index no longer uses.
 class allocation_reader {
 public:
@@ -143,8 +152,10 @@ public:
     bool read() {
         index_block_stream stream(m_ntfs, m_runs, 0);
         if (stream.num_blocks() == 0) return false;
-        for (index_block_window window(stream); window.next();)
+        for (index_block_window window(stream); window.next();) {
             add_block(window);
+            drop_repeated();
+        }
         if (!m_distant.empty()) read_distant();
         return true;
     }
@@ -166,6 +177,14 @@ private:
             m_include_slack);
     }
 
+    // Runs may name a block any number of times, and a block an entry: the numbers take no more
+    // memory than twice the different ones.
+    void drop_repeated() {
+        if (m_children.size() < m_most_children) return;
+        make_unique(m_children);
+        m_most_children = std::max(first_most_children, 2 * m_children.size());
+    }
+
     // Reads the blocks once more for the nodes that lead to later ones.
     void read_distant() {
         std::sort(m_distant.begin(), m_distant.end(),
@@ -179,6 +198,7 @@ private:
             for (; node != m_distant.end() && node->block == window.number(); ++node) {
                 collect_node(m_children, node->index_length,
                              ql::clip(window.with_following(), node->entries_at), m_include_slack);
+                drop_repeated();
             }
         }
     }
@@ -187,6 +207,8 @@ private:
     const data_run_list& m_runs;
     std::vector<std::uint64_t>& m_children;
     bool m_include_slack;
+    static constexpr std::size_t first_most_children = 0x10000;
+    std::size_t m_most_children = first_most_children;  // before repeated ones are removed
     std::vector<distant_node> m_distant;
 };
 
@@ -213,11 +235,7 @@ bool CNtfs::get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>&
                                 bool include_slack) {
     children.clear();
     const bool result = collect_children(inode, children, include_slack);
-    // An index is in the order of names, which is often that of the entries, too.
-    if (!std::is_sorted(children.begin(), children.end())) {
-        std::sort(children.begin(), children.end());
-    }
-    children.erase(std::unique(children.begin(), children.end()), children.end());
+    make_unique(children);
     return result;
 }
 

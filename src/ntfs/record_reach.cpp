@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <vector>
 
 #include "ntfs/record_reader.h"
 #include "ntfs/reparse_point.h"
@@ -9,12 +10,28 @@ constexpr std::uint64_t attribute_header_size = 72;
 constexpr std::uint64_t fixed_fields = 1024;  // more than any value with a fixed layout has
 constexpr std::uint64_t largest_node = 4096;  // bytes of an index node that are looked at
 
-// Offset of the byte after the run list that starts at `at`: after its zero header byte.
-std::uint64_t run_list_end(ql::bytes record, std::uint64_t at) {
-    for (unsigned header = ql::le8(record, at); header != 0; header = ql::le8(record, at))
-        at += 1 + (header & 0x0fu) + (header >> 4);
-    return at + 1;
-}
+// Finds the ends of run lists. Lists that meet end alike: no element is visited twice, so that many
+// attributes with overlapping lists take no longer than the record.
+class run_list_walk {
+public:
+    explicit run_list_walk(ql::bytes record) : m_record(record) {}
+
+    // Returns the offset of the byte after the run list that starts at `at`, after its zero header
+    // byte; less if the list continues as an earlier one.
+    std::uint64_t end(std::uint64_t at) {
+        if (m_visited.empty()) m_visited.resize(m_record.size());
+        for (unsigned header = ql::le8(m_record, at); header != 0 && !m_visited[at];
+             header = ql::le8(m_record, at)) {
+            m_visited[at] = true;
+            at += 1 + (header & 0x0fu) + (header >> 4);
+        }
+        return at + 1;
+    }
+
+private:
+    ql::bytes m_record;
+    std::vector<bool> m_visited;  // header bytes of elements
+};
 
 // The end of a link's names. They start after any zero words at the substitute name.
 std::uint64_t link_names_end(const record_attrib& attribute, std::uint64_t value_at,
@@ -28,17 +45,18 @@ std::uint64_t link_names_end(const record_attrib& attribute, std::uint64_t value
 }
 
 // The end of what is read of one attribute, given the first `seen` bytes of its record.
-std::uint64_t attribute_reach(const record_attrib& attribute, std::uint64_t seen,
-                              bool with_values) {
+std::uint64_t attribute_reach(const record_attrib& attribute, run_list_walk& run_lists,
+                              std::uint64_t seen, bool with_values) {
     const std::uint64_t value_at = attribute.at + attribute.value_offset();
     const std::uint64_t name_end =
         attribute.at + attribute.name_offset() + attribute.name_length() * std::uint64_t{2};
     std::uint64_t end = std::max(name_end, value_at + fixed_fields);
     const std::uint32_t type = attribute.type();
-    if (attribute.nonresident()) {
-        end = std::max(
-            end, run_list_end(attribute.record, attribute.at + attribute.run_list_offset()) + 3);
-    } else if (with_values || type == attrib_type::attribute_list) {
+    // The run list of an $INDEX_ALLOCATION is decoded whatever its non-resident flag is.
+    if (attribute.nonresident() || type == attrib_type::index_allocation) {
+        end = std::max(end, run_lists.end(attribute.at + attribute.run_list_offset()) + 3);
+    }
+    if (!attribute.nonresident() && (with_values || type == attrib_type::attribute_list)) {
         end = std::max(end, value_at + attribute.value_length() + fixed_fields);
     }
     if (type == attrib_type::index_root) {
@@ -55,12 +73,13 @@ std::uint64_t attribute_reach(const record_attrib& attribute, std::uint64_t seen
 std::uint64_t record_reach(ql::bytes record, std::uint64_t seen, bool with_values) {
     std::uint64_t reach = 0;
     record_attrib attribute = first_attrib(record);
+    run_list_walk run_lists(record);
     for (bool is_first = true;; is_first = false) {
         reach = std::max<std::uint64_t>(reach, attribute.at + attribute_header_size);
         if (reach > seen) return reach;
         // One reader does not check the first attribute for the end mark.
         if (attribute.type() == attrib_type::end && !is_first) return reach;
-        reach = std::max(reach, attribute_reach(attribute, seen, with_values));
+        reach = std::max(reach, attribute_reach(attribute, run_lists, seen, with_values));
         if (attribute.length() == 0) return reach;
         attribute.at += attribute.length();
     }
