@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "e2e/report_head.h"
+#include "support/directory_index.h"
 #include "support/ntfs_image.h"
 #include "support/partition_image.h"
 #include "support/temp_dir.h"
@@ -196,6 +197,28 @@ TEST_F(HostileSizes, RunsOfAnIndexCostNoMemory) {
         volume.entry(40).nonresident(support::type::index_allocation, u"$I30", runs);
         expect_listing(volume.build(), listed_beside(runs));
     }
+}
+
+// Blocks that an index names over and over, and entries that its blocks repeat, add nothing.
+TEST_F(HostileSizes, EntriesOfAnIndexThatAreRepeatedCostNoMemory) {
+    constexpr std::uint64_t blocks = 1000;
+    std::vector<support::index_entry> entries;
+    for (std::uint64_t i = 0; i < 40; ++i) {
+        entries.push_back({.reference = support::file_reference(1000000 + i, 1),
+                           .key = support::file_name_value(40, u"x")});
+    }
+    bytes content = support::index_entries(entries);
+    const bytes end = support::index_end_entry();
+    content.insert(content.end(), end.begin(), end.end());
+    ntfs_image volume = sound_volume({.clusters = 1536});
+    const std::uint64_t lcn = volume.alloc(blocks + 1);
+    for (std::uint64_t i = 0; i <= blocks; ++i)
+        volume.write_clusters(lcn + i, support::index_block(content, {.vcn = i}));
+    support::cluster_runs runs;
+    for (std::uint64_t i = 0; i < 95; ++i)
+        runs.push_back({lcn + i % 2, blocks});
+    volume.entry(40).nonresident(support::type::index_allocation, u"$I30", runs);
+    expect_listing(volume.build(), files("abcde"));
 }
 
 // The image without the part of a cluster at its end, which has the copy of the boot sector.

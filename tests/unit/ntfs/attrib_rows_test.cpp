@@ -430,6 +430,50 @@ TEST(AttribRows, NamedStreamUnderTheIdOfUnnamedDataHasNoRow) {
     EXPECT_THAT(rows[1].runs, SizeIs(1));
 }
 
+// The attribute's own bytes end after the lowest byte of the value's length. The record has a
+// longer length there, and a value to match.
+TEST(AttribRows, ObjectIdHas16BytesWhateverTheRecordStates) {
+    support::byte_image attribute(17);
+    attribute.put(0, 0x40, 4).put(4, 17, 4).put(16, 16, 1);
+    support::ntfs_image image;
+    image.entry(64).keep_order().raw_attribute(attribute.bytes());
+    const std::uint64_t at = image.entry(64).build_before_fixup().size() - 1024 + 56;
+    image.entry(64).put_before_fixup(at + 17, 2, 1).put_before_fixup(at + 20, 40, 2);
+    for (std::size_t i = 0; i < 300; ++i)
+        image.entry(64).put_before_fixup(at + 40 + i, 0x50 + i % 16, 1);
+    open_volume volume(image);
+    std::vector<NTFS_ATTRIB_ROW> rows;
+    ASSERT_TRUE(volume.ntfs.get_attrib_rows(64, rows));
+    ASSERT_THAT(rows, SizeIs(2));
+    EXPECT_EQ(rows[1].type, 0x40u);
+    EXPECT_EQ(ql::le64(rows[1].body, 0), 0x5756555453525150u);
+    EXPECT_EQ(ql::le64(rows[1].body, 8), 0x5F5E5D5C5B5A5958u);
+    EXPECT_TRUE(is_zero_from(rows[1], 16));
+}
+
+TEST(AttribRows, HeaderFieldsPastTheAttributesLengthAreZero) {
+    for (const std::uint32_t length : {8u, 12u, 15u, 17u, 18u}) {
+        SCOPED_TRACE(length);
+        support::byte_image attribute(length);
+        attribute.put(0, 0x80, 4).put(4, length, 4);
+        for (std::uint32_t i = 8; i < length; ++i)
+            attribute.put(i, i == 8 || i == 9 ? 0 : i, 1);  // resident, without a name
+        support::ntfs_image image;
+        image.entry(64).keep_order().raw_attribute(attribute.bytes());
+        // What follows reads as flags, id and length of a value of the attribute before it.
+        for (std::size_t at = 56 + length; at < 56 + 24; ++at)
+            image.entry(64).put_before_fixup(at, 0x11, 1);
+        open_volume volume(image);
+        std::vector<NTFS_ATTRIB_ROW> rows;
+        ASSERT_TRUE(volume.ntfs.get_attrib_rows(64, rows));
+        ASSERT_THAT(rows, SizeIs(2));
+        const std::uint64_t own = ql::le64(attribute.bytes(), 12);
+        EXPECT_EQ(rows[1].attrib_flags, static_cast<std::uint16_t>(own));
+        EXPECT_EQ(rows[1].attrib_id, static_cast<std::uint16_t>(own >> 16));
+        EXPECT_EQ(ql::le32(rows[1].body, 0), static_cast<std::uint32_t>(own >> 32));
+    }
+}
+
 // The rows of an entry for a listing.
 std::vector<NTFS_ATTRIB_ROW> listing_rows_of(open_volume& volume, std::uint64_t inode) {
     listing_rows listed(volume.ntfs);
