@@ -29,10 +29,11 @@ bool fits_unit(const CNtfs& ntfs, std::uint64_t size) {
     return size <= largest_usual_unit || (disk != nullptr && size <= disk->held_bytes());
 }
 
-// Writes to an output stream.
+// Writes to an output stream. Ends the data in a hole that is many times larger than the source.
 class stream_sink : public data_sink {
 public:
-    explicit stream_sink(std::ostream& out) : m_out(out) {}
+    stream_sink(std::ostream& out, const CRawDisk* disk)
+        : m_out(out), m_zeros_left(disk != nullptr ? disk->most_walked_bytes() : 0) {}
 
     bool put(ql::bytes content) override {
         m_out.write(reinterpret_cast<const char*>(content.data()),
@@ -41,16 +42,18 @@ public:
     }
     bool put_zeros(std::uint64_t count) override {
         static constexpr std::array<std::uint8_t, 4096> zeros{};
-        while (count != 0 && m_out) {
-            const ql::bytes part = ql::clip(zeros, 0, count);
+        while (count != 0 && m_out && m_zeros_left != 0) {
+            const ql::bytes part = ql::clip(zeros, 0, std::min(count, m_zeros_left));
             put(part);
             count -= part.size();
+            m_zeros_left -= part.size();
         }
-        return true;
+        return count == 0;
     }
 
 private:
     std::ostream& m_out;
+    std::uint64_t m_zeros_left;
 };
 
 // Reads the clusters of an attribute that hold `size` bytes at `offset`, one at a time, and passes
@@ -146,7 +149,7 @@ std::uint64_t run_streamer::stream_plain(std::uint64_t size) {
             m_is_wanted = m_sink.put_zeros(done);
         } else {
             done = stream_chunk(offset, std::min(chunk, size - offset));
-            left_to_read -= std::min(left_to_read, done);
+            left_to_read -= std::min(left_to_read, std::max(done, CRawDisk::least_walked_bytes));
         }
         if (done == 0) break;
         offset += done;
@@ -301,12 +304,12 @@ bool CNtfs::stream_attribute(const NTFS_ATTRIB_ROW& row, std::ostream& out, std:
     out2.clear();
     ctx.byte_count = 0;
     if ((has_value(row) || !row.runs.empty()) && (!out || !out2)) return false;
-    stream_sink sink(out);
+    stream_sink sink(out, disk());
     return stream_row(*this, row, sink, ctx);
 }
 
 bool CNtfs::stream_compressed(std::ostream& out, const data_run_list& runs, std::uint64_t size,
                               std::uint64_t allocated) {
-    stream_sink sink(out);
+    stream_sink sink(out, disk());
     return run_streamer(*this, runs, sink).stream_compressed(size, allocated);
 }

@@ -36,7 +36,9 @@ public:
     explicit read_budget(const CNtfs& ntfs) : m_left(ntfs.disk()->most_walked_bytes()) {}
 
     bool is_used_up() const { return m_left == 0; }
-    void use(std::uint64_t count) { m_left -= std::min(m_left, count); }
+    void use(std::uint64_t count) {
+        m_left -= std::min(m_left, std::max(count, CRawDisk::least_walked_bytes));
+    }
 
 private:
     std::uint64_t m_left;

@@ -98,7 +98,8 @@ bool index_block_stream::read_cluster() {
         return false;
     }
     m_cluster.resize(count);
-    m_left_to_read -= std::min<std::uint64_t>(m_left_to_read, count);
+    m_left_to_read -=
+        std::min(m_left_to_read, std::max<std::uint64_t>(count, CRawDisk::least_walked_bytes));
     ++m_next;
     return true;
 }

@@ -63,7 +63,9 @@ public:
     std::uint64_t held_bytes() const;
     // Bytes after which a walk over the clusters of one attribute ends: it has read everything that
     // the source holds many times over by then. Only a crafted volume names its clusters so often.
+    // A read of less than `least_walked_bytes` takes as long as one of these.
     std::uint64_t most_walked_bytes() const;
+    static constexpr std::uint64_t least_walked_bytes = 4096;
 
     std::unique_ptr<vmdk_chain> vmdk;
     std::wstring volume_name;
