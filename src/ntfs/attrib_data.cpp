@@ -167,7 +167,7 @@ std::uint64_t run_streamer::stream_chunk(std::uint64_t offset, std::uint64_t siz
 }
 
 // Returns how many bytes from `offset` on are known to be zero without a read: the rest of a hole,
-// or clusters of which no file of a VMDK chain holds anything. Returns 0 inside a cluster.
+// or clusters of which the source stores nothing. Returns 0 inside a cluster.
 std::uint64_t run_streamer::known_zeros(std::uint64_t offset, std::uint64_t size) const {
     const std::uint32_t cluster = m_ntfs.cluster_size();
     if (offset % cluster != 0) return 0;

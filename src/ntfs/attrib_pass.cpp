@@ -93,6 +93,15 @@ bool attrib_pass::run(std::uint64_t inode, std::uint32_t record_size) {
     return false;
 }
 
+void attrib_pass::free_large_records() {
+    constexpr std::size_t most_kept = 0x10000;
+    if (m_base.size() + m_extension_bytes <= most_kept) return;
+    m_base = {};
+    m_lists.clear();  // in the base record
+    m_extensions.clear();
+    m_extension_bytes = 0;
+}
+
 void attrib_pass::forget() {
     m_seen_unnamed_data = false;
     m_extensions.clear();
@@ -172,8 +181,12 @@ bool attrib_pass::take(const record_attrib& attribute) {
         case attrib_type::data:
             take_data(attribute);
             break;
-        default:
+        case attrib_type::object_id:
+        case attrib_type::index_allocation:
             insert_or_join(attribute);
+            break;
+        default:
+            if (!m_options.only_listed) insert_or_join(attribute);
             break;
     }
     return true;
@@ -228,7 +241,7 @@ void attrib_pass::insert(std::uint64_t key, const record_attrib& attribute) {
     ql::copy_start(ql::clip(attribute.from(0), 0, attribute.length()), kept.head);
     kept.name = attribute_name(attribute, left(attribute));
     if (attribute.nonresident()) {
-        if (m_options.with_runs) kept.runs = attribute_runs(attribute);
+        if (m_options.with_runs) kept.runs = attribute_runs(attribute, m_ntfs.most_runs());
     } else if (m_options.with_values || attribute.type() == attrib_type::object_id) {
         constexpr std::size_t object_id_size = 16;
         const ql::bytes value = attribute.value();
@@ -240,7 +253,9 @@ void attrib_pass::insert(std::uint64_t key, const record_attrib& attribute) {
 
 void attrib_pass::join(kept_attrib& kept, const record_attrib& attribute) const {
     if (!m_options.with_runs) return;
-    merge_runs(attribute.nonresident() ? attribute_runs(attribute) : data_run_list{}, kept.runs);
+    data_run_list added;
+    if (attribute.nonresident()) added = attribute_runs(attribute, m_ntfs.most_runs());
+    merge_runs(added, kept.runs);
 }
 
 void attrib_pass::expand(const record_attrib& attribute) {
@@ -264,22 +279,21 @@ const attrib_pass::extension_record* attrib_pass::extension(std::uint64_t entry)
     const auto known = m_extensions.find(entry);
     if (known != m_extensions.end()) return &known->second;
 
+    if (m_extension_bytes >= most_extension_bytes) {
+        m_extensions.clear();
+        m_extension_bytes = 0;
+    }
     extension_record record{m_ntfs.get_file_pos_for_inode(entry), {}};
     if (fetch(record.position, record.bytes) != fetched::usable) return nullptr;
     const file_record head{record.bytes};
     if (!head.has_file_keyword() || head.first_attrib_offset() == 0) return nullptr;
-    if (m_extension_bytes + record.bytes.size() > most_extension_bytes) {
-        m_extensions.clear();
-        m_extension_bytes = 0;
-    }
     m_extension_bytes += record.bytes.size();
     return &m_extensions.emplace(entry, std::move(record)).first->second;
 }
 
 // Takes each attribute of `record` that has the type and the id of a list entry. Sequence numbers
-// are not compared: a record that was used again may add attributes. A list that leads to an
-// attribute again adds nothing: its runs could be joined over and over, to more than the source
-// holds.
+// are not compared: a record that was used again may add attributes. A list that leads to a run
+// list again adds nothing: its runs could be joined over and over, to more than the source holds.
 void attrib_pass::take_listed(const list_entry& entry, const extension_record& record) {
     record_attrib attribute = first_attrib(record.bytes);
     // Past the end of the record all lengths are 0.
@@ -287,7 +301,7 @@ void attrib_pass::take_listed(const list_entry& entry, const extension_record& r
         const std::uint64_t position = record.position + attribute.at;
         if (attribute.type() == entry.type() && attribute.id() == entry.id() &&
             !m_listed.contains(position) && take(attribute)) {
-            m_listed.insert(position);
+            if (m_options.with_runs && attribute.nonresident()) m_listed.insert(position);
         }
         attribute.at += attribute.length();
     }

@@ -1,8 +1,7 @@
 // One pass over an MFT entry: the base record, then the extension records that its lists name.
 //
-// The pass copies what stores and rows need of each attribute. Of an extension record nothing else
-// is kept once the next one is read, so that memory does not grow with the records that a list
-// names.
+// The pass copies what stores and rows need of each attribute. Extension records are kept while
+// they take no more than 1 MiB, so that memory does not grow with the records that a list names.
 #pragma once
 
 #include <array>
@@ -33,6 +32,9 @@ struct attrib_pass_options {
     bool with_runs = true;
     // $STANDARD_INFORMATION and $FILE_NAME attributes are kept.
     bool with_names = true;
+    // Of all others, only those that a listing shows are kept: $OBJECT_ID, $DATA and
+    // $INDEX_ALLOCATION.
+    bool only_listed = false;
     // Called with each attribute that gets a key of its own, while its record is held.
     std::function<void(std::uint64_t key, const kept_attrib& kept, const record_attrib& attribute)>
         on_insert = {};
@@ -103,6 +105,9 @@ public:
     // `record_size`: bytes in a file record.
     bool run(std::uint64_t inode, std::uint32_t record_size);
 
+    // Frees the records of the last run if they are large. base_record() is empty then.
+    void free_large_records();
+
     // The base record as far as it was read, update sequence applied.
     ql::bytes base_record() const { return m_base; }
 
@@ -145,7 +150,7 @@ private:
     std::vector<std::uint8_t> m_base;
     std::map<std::uint64_t, extension_record> m_extensions;  // by entry number, the latest ones
     std::size_t m_extension_bytes = 0;                       // in them
-    std::set<std::uint64_t> m_listed;    // positions in the volume of attributes that were taken
+    std::set<std::uint64_t> m_listed;    // positions in the volume of run lists that were taken
     std::vector<record_attrib> m_lists;  // of the base record
 
     // The maps of an ordinary entry fit into this; those of others continue in the heap.

@@ -182,7 +182,10 @@ bool find_attrib_row(CNtfs& ntfs, std::uint64_t inode, std::uint32_t type, const
 }
 
 listing_rows::listing_rows(CNtfs& ntfs)
-    : m_ntfs(ntfs), m_pass(ntfs, {.with_values = false, .with_runs = false, .with_names = false}) {}
+    : m_ntfs(ntfs),
+      m_pass(ntfs,
+             {.with_values = false, .with_runs = false, .with_names = false, .only_listed = true}) {
+}
 
 bool listing_rows::read(std::uint64_t inode) {
     m_rows.clear();
@@ -193,5 +196,6 @@ bool listing_rows::read(std::uint64_t inode) {
     row_writer writer(m_rows, m_pass, inode, record_size, false);
     for (const auto& kept : m_pass.attributes())
         writer.add_attribute(kept.second);
+    m_pass.free_large_records();
     return true;
 }

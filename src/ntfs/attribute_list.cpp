@@ -172,7 +172,7 @@ void list_cursor::fill() {
 
 std::unique_ptr<list_clusters> open_list_runs(CNtfs& ntfs, const record_attrib& attribute,
                                               cluster_size_rule rule) {
-    data_run_list runs = attribute_runs(attribute);
+    data_run_list runs = attribute_runs(attribute, ntfs.most_runs());
     if (ntfs.disk() == nullptr || run_bytes(runs, ntfs.cluster_size(), false) == 0) return nullptr;
     const std::uint32_t final_size = lowered_cluster_size(ntfs, runs);
     auto clusters = std::make_unique<list_runs>(ntfs, std::move(runs), rule);
@@ -183,7 +183,7 @@ std::unique_ptr<list_clusters> open_list_runs(CNtfs& ntfs, const record_attrib& 
 }
 
 std::unique_ptr<list_clusters> open_list_data(CNtfs& ntfs, const record_attrib& attribute) {
-    data_run_list runs = attribute_runs(attribute);
+    data_run_list runs = attribute_runs(attribute, ntfs.most_runs());
     const std::uint64_t size = run_bytes(runs, ntfs.cluster_size(), false);
     if (ntfs.disk() == nullptr || size == 0) return nullptr;
     return std::make_unique<list_data>(ntfs, std::move(runs), size);

@@ -160,10 +160,11 @@ void to_data_run_list(const std::vector<NTFS_DATA>& decoded, data_run_list& out)
     }
 }
 
-data_run_list attribute_runs(const record_attrib& attribute) {
+data_run_list attribute_runs(const record_attrib& attribute, std::size_t most_runs) {
     data_run_list out;
     const ql::bytes list = attribute.from(attribute.run_list_offset());
     walk_attrib_runs(attribute, list, [&](const attrib_run& run) {
+        if (out.size() >= most_runs) return;
         const bool sparse = is_sparse(run.step.magnitude, out.size(), run.offset_width);
         out.push_back({sparse ? 0 : run.lcn, run.vcn, static_cast<std::uint8_t>(sparse ? 1 : 0),
                        run.num_clusters});

@@ -55,8 +55,8 @@ bool decode_mft_runs(ql::bytes list, std::vector<NTFS_DATA>& out, std::uint32_t 
 // as sparse, whether or not an offset field was there.
 void to_data_run_list(const std::vector<NTFS_DATA>& decoded, data_run_list& out);
 
-// decode_attrib_runs and to_data_run_list in one.
-data_run_list attribute_runs(const record_attrib& attribute);
+// decode_attrib_runs and to_data_run_list in one, at most the first `most_runs`.
+data_run_list attribute_runs(const record_attrib& attribute, std::size_t most_runs = SIZE_MAX);
 
 // Returns the bytes that the runs cover, without sparse runs if `skip_sparse`; 2^64 - 1 if there
 // are more.

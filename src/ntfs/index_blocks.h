@@ -17,8 +17,9 @@ constexpr std::uint32_t index_block_size = 4096;
 // Reads the blocks of an index one after the other, with their update sequences applied.
 //
 // Holes are left out. A cluster that cannot be read ends its run, and the next run follows at once.
-// Clusters are put together to blocks, or blocks are cut out of larger clusters. What no file of a
-// VMDK chain holds is passed over without a read: such blocks are zero.
+// Clusters are put together to blocks, or blocks are cut out of larger clusters. Blocks of which
+// the source stores nothing, in holes of a sparse file or of a VMDK chain, are passed over without
+// a read.
 class index_block_stream {
 public:
     // `first_block`: number of blocks that are skipped. `ntfs` and `runs` must outlive the stream.

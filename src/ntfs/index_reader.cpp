@@ -291,6 +291,6 @@ bool CNtfs::collect_listed(const record_attrib& attribute, bool root_missing, st
 bool CNtfs::collect_allocation(const record_attrib& attribute, std::vector<std::uint64_t>& children,
                                bool include_slack) {
     if (attribute.initialized_size() == 0) return false;
-    const data_run_list runs = attribute_runs(attribute);
+    const data_run_list runs = attribute_runs(attribute, most_runs());
     return allocation_reader(*this, runs, children, include_slack).read();
 }

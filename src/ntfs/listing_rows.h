@@ -15,9 +15,9 @@ public:
     // `ntfs` must outlive this object.
     explicit listing_rows(CNtfs& ntfs);
 
-    // Reads what a listing shows of get_attrib_rows: the rows behind those of types 0x10 and 0x30,
-    // without runs, values and volume names. Returns false, with no rows, if the record cannot be
-    // used.
+    // Reads what a listing shows of get_attrib_rows: the rows of $OBJECT_ID, $DATA and
+    // $INDEX_ALLOCATION, without runs and values. Returns false, with no rows, if the record cannot
+    // be used.
     bool read(std::uint64_t inode);
 
     // Of the entry that was read last, by attribute id.

@@ -1,5 +1,6 @@
 #include "ntfs/ntfs.h"
 
+#include <algorithm>
 #include <utility>
 
 CNtfs::CNtfs(std::unique_ptr<CRawDisk> disk, std::uint64_t volume_offset, std::uint32_t kind)
@@ -33,6 +34,12 @@ bool CNtfs::read_clusters(std::uint64_t lcn, void* buffer, std::uint32_t& count)
     if (!m_Validated) return false;
     if (cluster_size() == 0 || count % cluster_size() != 0) return false;
     return read_at(m_disk.get(), lcn * cluster_size(), m_volume_offset, buffer, count);
+}
+
+std::size_t CNtfs::most_runs() const {
+    constexpr std::uint64_t always_taken = 0x10000;
+    const std::uint64_t held = disk() != nullptr ? disk()->held_bytes() : 0;
+    return std::max<std::uint64_t>(always_taken, held / sizeof(data_run));
 }
 
 bool CNtfs::validate(std::uint64_t& mft_file_pos) {
@@ -84,6 +91,12 @@ bool CNtfs::open_mft() {
 
     m_bytes_per_file_record = record.bytes_allocated();
     parse_inode(m_mft_record, m_mft_info, 0, false);
+    // What a large record leads to is not needed again.
+    constexpr std::size_t most_kept = 0x10000;
+    if (m_mft_record.size() > most_kept) {
+        m_mft_record.resize(most_kept);
+        m_mft_record.shrink_to_fit();
+    }
     m_Validated = true;
     m_total_mft_entries =
         ql::quotient(cluster_size() * count_mft_clusters(), m_bytes_per_file_record);

@@ -70,6 +70,9 @@ public:
     // Reads whole clusters from `lcn` on. `count` in: bytes wanted; out: bytes read. False unless
     // validated, for a `count` that is no whole number of clusters, and when nothing was read.
     bool read_clusters(std::uint64_t lcn, void* buffer, std::uint32_t& count);
+    // Returns how many runs of one list are taken: as many as fit into memory of the size of the
+    // source, and 65536 in any case. A longer list names clusters over and over, or nothing.
+    std::size_t most_runs() const;
 
     // --- file records (mft_records.cpp) ---
 
@@ -82,9 +85,8 @@ public:
     // buffer    replaced by the bytes of the record, as far as they are needed; bytes past its end
     //           are zero
     // position  out: byte position in the volume
-    // size      in: bytes that the record may have (not with `allocate`); out: bytes that the
-    // source
-    //           has of the record
+    // size      in: bytes that the record may have (not with `allocate`); out: bytes of the
+    //           record that the source has
     //
     // Returns false if the record cannot be read or is not a record, if `size` is smaller than a
     // record, and, except for entry 0, if the volume is not validated. With `allocate` the buffer

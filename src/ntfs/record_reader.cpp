@@ -34,11 +34,12 @@ record_reader::record_reader(CNtfs& ntfs, std::uint64_t position, std::uint32_t 
       m_record(record) {}
 
 bool record_reader::read_start() {
-    m_record.clear();
     m_seen = 0;
     const CRawDisk* const disk = m_ntfs.disk();
     m_delivered = disk != nullptr ? disk->deliverable(m_length, m_source_pos) : 0;
-    return m_delivered != 0 && read_piece(std::min(m_delivered, first_piece));
+    if (m_delivered != 0 && read_piece(std::min(m_delivered, first_piece))) return true;
+    m_record.clear();
+    return false;
 }
 
 void record_reader::read_rest(std::uint64_t fixed_size, bool with_values) {
@@ -66,15 +67,19 @@ void record_reader::fix_up(std::uint64_t fixed_size) {
     apply_update_sequence(m_record, array_offset, array_count, fixed_size, stride);
 }
 
-// Reads on, to `end` or the end of the record. What no file of a VMDK chain holds is passed over;
-// it takes no memory unless bytes follow that are held.
+// Reads on, to `end` or the end of the record. What the source does not hold is passed over; it
+// takes no memory unless bytes follow that are held. A record with a hole that is larger than the
+// source ends there.
 void record_reader::read_up_to(std::uint64_t end) {
+    const CRawDisk& disk = *m_ntfs.disk();
+    const std::uint64_t most_hole = std::max<std::uint64_t>(disk.held_bytes(), largest_piece);
     end = std::min<std::uint64_t>(end, m_delivered);
     while (m_seen < end) {
-        m_seen = m_ntfs.disk()->next_held(m_source_pos + m_seen, m_source_pos + end) - m_source_pos;
+        m_seen = disk.next_held(m_source_pos + m_seen, m_source_pos + end) - m_source_pos;
         if (m_seen == end) return;
-        if (!read_piece(
-                static_cast<std::uint32_t>(std::min<std::uint64_t>(end - m_seen, largest_piece)))) {
+        const bool is_near = m_seen <= m_record.size() + most_hole;
+        const std::uint64_t count = std::min<std::uint64_t>(end - m_seen, largest_piece);
+        if (!is_near || !read_piece(static_cast<std::uint32_t>(count))) {
             m_seen = m_delivered;  // the rest of the record reads as zeros
         }
     }
@@ -83,7 +88,7 @@ void record_reader::read_up_to(std::uint64_t end) {
 // Reads `count` bytes at `m_seen`. Returns false, with the record as far as it was read, if the
 // read fails or there is no memory.
 bool record_reader::read_piece(std::uint32_t count) {
-    const std::size_t size_before = m_record.size();
+    const std::size_t size_before = std::min<std::size_t>(m_record.size(), m_seen);
     if (!grow(m_record, m_seen + count)) return false;
     if (!m_ntfs.disk()->read_bytes(m_record.data() + m_seen, count, m_source_pos + m_seen)) {
         m_record.resize(size_before);

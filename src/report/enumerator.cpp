@@ -166,9 +166,12 @@ dir_entry_set list_level(quorvel_opts& opts, const std::wstring& path, std::uint
 }  // namespace
 
 bool report_directory(quorvel_opts& opts, CNtfs& ntfs) {
-    directory_reader reader(ntfs, opts);
-    if (!reader.read(opts.dir_entry_num)) return false;
-    const bool added = reader.add_asked_rows();
+    bool added = false;
+    {
+        directory_reader reader(ntfs, opts);
+        if (!reader.read(opts.dir_entry_num)) return false;
+        added = reader.add_asked_rows();
+    }
     if (opts.entries.empty()) {
         if (opts.out != nullptr) *opts.out << "no items\n" << std::endl;
         return added;

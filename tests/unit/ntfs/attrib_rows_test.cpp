@@ -481,12 +481,11 @@ std::vector<NTFS_ATTRIB_ROW> listing_rows_of(open_volume& volume, std::uint64_t 
     return listed.rows();
 }
 
-// Expects `listed` to be the rows of `all` without those of types 0x10 and 0x30, and without runs,
-// values and volume names.
+// Expects `listed` to be the rows of types 0x40, 0x80 and 0xA0 in `all`, without runs and values.
 void expect_listed(const std::vector<NTFS_ATTRIB_ROW>& all,
                    const std::vector<NTFS_ATTRIB_ROW>& listed) {
     const auto is_listed = [](const NTFS_ATTRIB_ROW& row) {
-        return row.type != 272 && row.type != 0x10 && row.type != 0x30;
+        return row.type == 0x40 || row.type == 0x80 || row.type == 0xA0;
     };
     auto row = listed.begin();
     for (const NTFS_ATTRIB_ROW& expected : all) {
@@ -498,7 +497,7 @@ void expect_listed(const std::vector<NTFS_ATTRIB_ROW>& all,
         EXPECT_EQ(row->file_ref, expected.file_ref);
         EXPECT_EQ(row->nonresident, expected.nonresident);
         EXPECT_EQ(row->body, expected.body);
-        EXPECT_EQ(row->name, expected.type == 0x60 ? "" : expected.name);
+        EXPECT_EQ(row->name, expected.name);
         EXPECT_EQ(row->record_size, expected.record_size);
         EXPECT_THAT(row->runs, IsEmpty());
         EXPECT_THAT(row->value, IsEmpty());
