@@ -191,7 +191,8 @@ std::unique_ptr<list_clusters> open_list_data(CNtfs& ntfs, const record_attrib& 
 
 std::optional<list_cursor> open_attribute_list(CNtfs& ntfs, const record_attrib& attribute) {
     if (attribute.nonresident()) {
-        const auto size = static_cast<std::int64_t>(attribute.real_size());
+        const std::uint64_t largest = INT64_MAX;
+        const auto size = static_cast<std::int64_t>(std::min(attribute.real_size(), largest));
         auto clusters = open_list_runs(ntfs, attribute, cluster_size_rule::lower);
         if (clusters == nullptr) return std::nullopt;
         return list_cursor(std::move(clusters), size);

@@ -214,7 +214,8 @@ ntfs_image volume_with_list(const std::vector<support::list_entry>& entries, std
 TEST_F(DamagedSizes, RunOfAnAttributeListMayStateAnyLength) {
     for (const std::uint64_t length :
          {std::uint64_t{1}, std::uint64_t{2}, clusters, std::uint64_t{1} << 31, longest_run}) {
-        for (const std::uint64_t real : {std::uint64_t{40}, std::uint64_t{0x7FFFFFFFFFFFFFFF}}) {
+        for (const std::uint64_t real : {std::uint64_t{40}, std::uint64_t{0x7FFFFFFFFFFFFFFF},
+                                         std::uint64_t{0x8000000000000000}, ~std::uint64_t{0}}) {
             SCOPED_TRACE(testing::Message() << length << " clusters, " << real << " bytes");
             std::uint64_t lcn = 0;
             ntfs_image volume = volume_with_list({{.type = type::data,
