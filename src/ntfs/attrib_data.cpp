@@ -243,8 +243,11 @@ bool stream_value(const NTFS_ATTRIB_ROW& row, data_sink& sink, mft_entries_ctx& 
     ctx.diag("info: data size 0x%llx", static_cast<unsigned long long>(length));
     if (length == 0) return false;
     const ql::bytes value = ql::clip(row.value, 0, length);
-    if (sink.put(value)) sink.put_zeros(length - value.size());
-    ctx.byte_count += length;
+    // A value that the end of the record cuts off ends in zeros. A length that no record has is not
+    // that of a value: the row of an object id has the id in its place.
+    const std::uint64_t size = length < row.record_size ? length : value.size();
+    if (sink.put(value)) sink.put_zeros(size - value.size());
+    ctx.byte_count += size;
     return true;
 }
 

@@ -401,9 +401,14 @@ TEST(StreamAttribute, ResidentRowWritesItsValue) {
 TEST(StreamAttribute, LengthInTheBodyDecidesOverTheValue) {
     cluster_source source;
     EXPECT_EQ(streamed_row(source.ntfs, row_with_value(support::as_bytes("value"), 3)).text, "val");
-    const streamed_row longer(source.ntfs, row_with_value(support::as_bytes("value"), 99));
-    EXPECT_EQ(longer.text, "value" + std::string(94, '\0')) << "zeros follow what is held";
-    EXPECT_EQ(longer.byte_count, 99u);
+    NTFS_ATTRIB_ROW longer = row_with_value(support::as_bytes("value"), 99);
+    EXPECT_EQ(streamed_row(source.ntfs, longer).text, "value") << "no record is that long";
+    longer.record_size = 99;
+    EXPECT_EQ(streamed_row(source.ntfs, longer).text, "value");
+    longer.record_size = 100;
+    const streamed_row truncated(source.ntfs, longer);
+    EXPECT_EQ(truncated.text, "value" + std::string(94, '\0')) << "zeros follow what is held";
+    EXPECT_EQ(truncated.byte_count, 99u);
     const streamed_row empty(source.ntfs, row_with_value(support::as_bytes("value"), 0));
     EXPECT_FALSE(empty.result);
     EXPECT_EQ(empty.trace, "->info: data size 0x0\n");
