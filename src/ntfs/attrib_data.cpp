@@ -185,10 +185,9 @@ std::uint64_t run_streamer::known_zeros(std::uint64_t offset, std::uint64_t size
     const std::uint64_t left = std::min((end_vcn - vcn) * cluster, size);
     if (run.sparse != 0) return left;
     const CRawDisk* const disk = m_ntfs.disk();
+    if (disk == nullptr) return 0;
     const std::uint64_t start = lcn * cluster + m_ntfs.m_volume_offset;
-    if (disk == nullptr || start >= disk->size_in_bytes()) return 0;
-    const std::uint64_t end = start + std::min(left, disk->size_in_bytes() - start);
-    return (disk->next_held(start, end) - start) / cluster * cluster;
+    return disk->unheld_bytes(start, left) / cluster * cluster;
 }
 
 bool run_streamer::stream_compressed(std::uint64_t size, std::uint64_t allocated) {

@@ -176,8 +176,9 @@ bool find_attrib_row(CNtfs& ntfs, std::uint64_t inode, std::uint32_t type, const
     first.runs = kept->second.runs;  // with those of attributes that were joined to it
 
     std::vector<NTFS_ATTRIB_ROW> rows;
-    row_writer(rows, pass, inode, record_size, true).add_attribute(first);
-    row = std::move(rows.front());
+    row_writer writer(rows, pass, inode, record_size, true);
+    writer.add_attribute(first);
+    std::swap(row, rows.back());
     return true;
 }
 

@@ -76,11 +76,8 @@ void index_block_stream::pass_unheld_blocks() {
     const CRawDisk& disk = *m_ntfs.disk();
     const data_run& run = m_runs[m_run];
     const std::uint64_t start = (run.lcn + m_next) * m_cluster_size + m_ntfs.m_volume_offset;
-    const std::uint64_t source_size = disk.size_in_bytes();
-    if (start >= source_size) return;
     const std::uint64_t left = (run.num_clusters - m_next) * m_cluster_size;
-    const std::uint64_t end = start + std::min(left, source_size - start);
-    const std::uint64_t unheld = (disk.next_held(start, end) - start) / m_cluster_size;
+    const std::uint64_t unheld = disk.unheld_bytes(start, left) / m_cluster_size;
     std::uint64_t blocks =
         m_parts_per_block != 0 ? unheld / m_parts_per_block : unheld * m_blocks_per_cluster;
     blocks = std::min<std::uint64_t>(blocks, m_num_blocks - m_done);
@@ -150,10 +147,10 @@ bool index_block_window::next() {
 
 bool index_block_window::read_one() {
     if (!m_stream.next()) return false;
-    numbered_block& block = m_blocks.emplace_back();
-    block.number = m_stream.number();
+    numbered_block& added = m_blocks.emplace_back();
+    added.number = m_stream.number();
     const ql::bytes content = m_stream.block();
-    std::copy(content.begin(), content.end(), block.content.begin());
+    std::copy(content.begin(), content.end(), added.content.begin());
     return true;
 }
 
@@ -162,10 +159,10 @@ ql::bytes index_block_window::with_following() {
     while (m_blocks.back().number - first < num_shown - 1 && read_one()) {
     }
     m_shown.fill(0);
-    for (const numbered_block& block : m_blocks) {
-        const std::size_t place = block.number - first;
+    for (const numbered_block& shown : m_blocks) {
+        const std::size_t place = shown.number - first;
         if (place >= num_shown) break;
-        std::copy(block.content.begin(), block.content.end(),
+        std::copy(shown.content.begin(), shown.content.end(),
                   m_shown.begin() + static_cast<std::ptrdiff_t>(place * index_block_size));
     }
     return m_shown;

@@ -90,5 +90,5 @@ private:
     index_block_stream& m_stream;
     std::deque<numbered_block> m_blocks;  // the current one and those read after it
     bool m_is_started = false;
-    std::array<std::uint8_t, num_shown * index_block_size> m_shown{};
+    std::array<std::uint8_t, std::size_t{num_shown} * index_block_size> m_shown{};
 };

@@ -162,6 +162,14 @@ std::uint64_t CRawDisk::held_bytes() const {
     return std::min(size_in_bytes(), vmdk->file_bytes());
 }
 
+std::uint64_t CRawDisk::unheld_bytes(std::uint64_t offset, std::uint64_t count) const {
+    if (deliverable(1, offset) == 0) return 0;
+    const std::uint64_t size = size_in_bytes();
+    // An offset with the top bit set is below every size, and a chain reads zeros there.
+    const std::uint64_t limit = offset < size ? size : std::numeric_limits<std::uint64_t>::max();
+    return next_held(offset, offset + std::min(count, limit - offset)) - offset;
+}
+
 std::uint64_t CRawDisk::most_walked_bytes() const {
     constexpr std::uint64_t times = 64;
     constexpr std::uint64_t always_walked = std::uint64_t{1} << 28;

@@ -55,6 +55,9 @@ public:
     // ends. The holes of a sparse file are not held, nor are those that no file of a chain
     // fills. A drive may hold all of its bytes.
     std::uint64_t next_held(std::uint64_t offset, std::uint64_t end) const;
+    // Returns how many of the `count` bytes from `offset` on are readable zeros that the source does
+    // not hold; 0 if a read there fails.
+    std::uint64_t unheld_bytes(std::uint64_t offset, std::uint64_t count) const;
 
     // Size in bytes; 0 when not open. A source that can't seek to its end has 2^64 - 1.
     std::uint64_t size_in_bytes() const;

@@ -428,6 +428,16 @@ TEST_F(DamagedSizesOfAVirtualDisk, RunsOverUnallocatedGrainsEndSoon) {
     }
 }
 
+// A position of 2^63 bytes or more cannot be read in an image, and is zeros in a virtual disk.
+TEST_F(DamagedSizesOfAVirtualDisk, RunAtANegativePositionCostsNothingElse) {
+    for (const std::uint64_t length : {std::uint64_t{1}, std::uint64_t{1} << 20, longest_run}) {
+        SCOPED_TRACE(length);
+        indexed_volume volume(1, 1000);
+        expect_both(volume.with_index({{(std::uint64_t{1} << 51) + 5, length}, {volume.lcn, 1}}),
+                    paths(0, 4), std::uint64_t{1} << 45);
+    }
+}
+
 TEST_F(DamagedSizesOfAVirtualDisk, AttributeListWithAnUnallocatedTailIsThatOfTheFlatDisk) {
     std::uint64_t lcn = 0;
     ntfs_image volume = volume_with_list(

@@ -368,6 +368,24 @@ TEST(RawDiskFile, NextHeldIsInsideItsBounds) {
     }
 }
 
+TEST(RawDiskFile, UnheldBytesEndWithTheFile) {
+    constexpr std::uint64_t mib = 1 << 20;
+    byte_image image(8 * mib);
+    image.fill(2 * mib, 65536, 0x41);
+    const disk_file file{image};
+    const CRawDisk& disk = file.disk;
+    EXPECT_EQ(disk.unheld_bytes(2 * mib, mib), 0u);
+    EXPECT_EQ(disk.unheld_bytes(8 * mib, mib), 0u) << "cannot be read";
+    EXPECT_EQ(disk.unheld_bytes(top_bit, mib), 0u);
+    if (disk.next_held(0, mib) == 0) {
+        GTEST_SKIP() << "this file system has no holes or does not show them";
+    }
+    EXPECT_EQ(disk.unheld_bytes(mib, mib / 2), mib / 2);
+    EXPECT_EQ(disk.unheld_bytes(mib, 5 * mib), mib);
+    EXPECT_EQ(disk.unheld_bytes(7 * mib, 5 * mib), mib);
+    EXPECT_EQ(disk.unheld_bytes(7 * mib, ~std::uint64_t{0}), mib);
+}
+
 // Where lseek(2) does not know holes, all bytes may be held.
 TEST(RawDiskFile, NextHeldOfADeviceIsTheOffset) {
     const CRawDisk zeros(L"/dev/zero", false, false, 0);
