@@ -1,6 +1,8 @@
 #include "support/behaviour_volume.h"
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "support/filetime.h"
 
@@ -143,6 +145,59 @@ void add_parent_loop(ntfs_image& volume) {
         .file_name(loop_left, u"right", name_options());
 }
 
+// More clusters than any source holds.
+constexpr std::uint64_t longest_run = 0xFFFFFFFF;
+
+// Adds four files to a directory, as entries from `entry` on, and returns the index block that
+// names them. `letter` is the first file's name.
+bytes add_block_of_files(ntfs_image& volume, std::uint64_t directory, std::uint64_t entry,
+                         char letter, std::uint64_t vcn) {
+    std::vector<index_entry> entries;
+    for (const std::uint64_t end = entry + 4; entry < end; ++entry) {
+        const std::u16string name = {static_cast<char16_t>(letter++), u'.', u't', u'x', u't'};
+        volume.entry(entry)
+            .standard_information(information())
+            .file_name(directory, name, name_options())
+            .data("");
+        entries.push_back({.reference = volume.reference(entry),
+                           .key = file_name_value(directory, name, name_options())});
+    }
+    bytes content = index_entries(entries);
+    const bytes end = index_end_entry();
+    content.insert(content.end(), end.begin(), end.end());
+    return index_block(content, {.vcn = vcn});
+}
+
+// Adds \index with the files a.txt to l.txt. Their blocks are the three clusters before `end_lcn`.
+void add_endless_index(ntfs_image& volume, std::uint64_t end_lcn) {
+    constexpr std::uint64_t directory = 40;
+    const std::uint64_t lcn = end_lcn - 3;
+    add_directory(volume, root, u"index", directory);
+    volume.reserve(lcn, 3);
+    volume.write_clusters(lcn, add_block_of_files(volume, directory, 41, 'a', 0));
+    volume.write_clusters(lcn + 1, add_block_of_files(volume, directory, 45, 'e', 1));
+    volume.write_clusters(lcn + 2, add_block_of_files(volume, directory, 49, 'i', 2));
+    volume.entry(directory).nonresident(type::index_allocation, u"$I30",
+                                        cluster_runs{{lcn, longest_run}});
+}
+
+// Adds \list with a.txt to c.txt. b.txt has an attribute list, which names a stream in entry 64.
+void add_endless_list(ntfs_image& volume) {
+    constexpr std::uint64_t directory = 60, extension = 64;
+    add_directory(volume, root, u"list", directory);
+    add_file(volume, directory, u"a.txt", directory + 1).data("");
+    record_builder& with_list = add_file(volume, directory, u"b.txt", directory + 2);
+    add_file(volume, directory, u"c.txt", directory + 3).data("");
+    volume.entry(extension)
+        .base(volume.reference(directory + 2))
+        .stream(u"far", "in another record")
+        .id(9);
+    const bytes list = attribute_list_value(
+        {{.type = type::data, .name = u"far", .record = volume.reference(extension), .id = 9}});
+    with_list.attribute_list_runs({{volume.store(list)[0].lcn, longest_run}},
+                                  {.real = list.size()});
+}
+
 }  // namespace
 
 ntfs_image behaviour_volume() {
@@ -154,6 +209,14 @@ ntfs_image behaviour_volume() {
     add_ampersand(volume);
     add_links(volume);
     add_parent_loop(volume);
+    return volume;
+}
+
+ntfs_image damaged_volume() {
+    constexpr std::uint64_t clusters = 256;  // and one sector, the copy of the boot sector
+    ntfs_image volume{{.clusters = clusters}};
+    add_endless_index(volume, clusters);
+    add_endless_list(volume);
     return volume;
 }
 

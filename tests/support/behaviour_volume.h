@@ -26,4 +26,9 @@ inline constexpr std::uint64_t sizes = 40,  // \sizes: a resident, a non-residen
 
 ntfs_image behaviour_volume();
 
+// A volume of 1 MiB and a sector, with runs that state 2^32 - 1 clusters: those of the index of
+// \index, whose three blocks are the last clusters of the volume, and of the attribute list of
+// \list\b.txt.
+ntfs_image damaged_volume();
+
 }  // namespace support

@@ -21,6 +21,8 @@ constexpr const char* usage =
     "                                    the same, and what is changed some days later\n"
     "       quorvel-sample behaviour <file>\n"
     "                                    an NTFS volume for docs/behaviour.md\n"
+    "       quorvel-sample damaged <file>\n"
+    "                                    an NTFS volume that states sizes beyond its end\n"
     "       quorvel-sample extended <file>\n"
     "                                    a disk with NTFS at sector 63 and an extended partition\n"
     "       quorvel-sample <kind> <directories> <files in each> <file>\n"
@@ -57,6 +59,8 @@ bool write_image(const std::vector<std::string>& words) {
         support::save_snapshot_chain(words[1], words[2]);
     } else if (words.size() == 2 && words[0] == "behaviour") {
         support::behaviour_volume().save(words[1]);
+    } else if (words.size() == 2 && words[0] == "damaged") {
+        support::damaged_volume().save(words[1]);
     } else if (words.size() == 2 && words[0] == "extended") {
         support::disk_with_extended_partition().save(words[1]);
     } else if (support::many_files_options options;
