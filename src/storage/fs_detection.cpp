@@ -14,7 +14,7 @@ constexpr std::uint16_t type_fat32 = 12;
 constexpr std::uint16_t type_linux = 131;
 constexpr std::uint16_t type_hfs = 175;
 
-// `one` shifted by an amount from the disk, taken modulo 32.
+// Returns `one` shifted by an amount from the disk, modulo 32.
 std::uint32_t shifted(std::uint32_t one, std::uint32_t amount) { return one << (amount & 31); }
 
 void set_volume(partition_record& record, std::uint16_t type, const char* fs_name) {
@@ -41,7 +41,7 @@ void fill_exfat(partition_record& record, ql::bytes data) {
     set_count_if_missing(record, ql::le64(data, 72));
 }
 
-// NTFS, and BitLocker, which keeps the parameter block of the volume that it wraps.
+// NTFS, and BitLocker, which keeps the parameter block of the encrypted volume.
 void fill_ntfs(partition_record& record, ql::bytes data, const char* fs_name) {
     set_volume(record, type_ntfs, fs_name);
     set_bpb_geometry(record, data);
@@ -53,7 +53,7 @@ void fill_fat32(partition_record& record, ql::bytes data) {
     set_volume(record, type_fat32, "fat32");
     set_bpb_geometry(record, data);
     record.volume_serial = ql::le32(data, 67);
-    record.m_num_sectors = ql::le32(data, 32);  // counts more than the table
+    record.m_num_sectors = ql::le32(data, 32);  // overrides the table
 }
 
 void fill_fat16(partition_record& record, ql::bytes data) {
@@ -63,7 +63,7 @@ void fill_fat16(partition_record& record, ql::bytes data) {
     set_count_if_missing(record, ql::le32(data, 32));
 }
 
-// A superblock at the start of `data`. Its volume is taken to start two sectors into the disk.
+// A superblock at the start of `data`. Its volume is assumed to start at the disk's third sector.
 void fill_ext(partition_record& record, ql::bytes data) {
     set_volume(record, type_linux, "ext2/3");
     const std::uint32_t block_size = shifted(1024, ql::le32(data, 24));
@@ -93,8 +93,8 @@ bool detect_by_first_sector(partition_record& record, ql::bytes data) {
     return true;
 }
 
-// A first sector without a name: ext and HFS+ have their superblock at byte 1024. An "H" alone,
-// with neither version behind it, leaves the type of HFS and is no known file system.
+// A first sector without a name: ext and HFS+ have their superblock at byte 1024. An "H" that is
+// not followed by one of the two versions sets the type of HFS but is not a known file system.
 bool detect_by_superblock(partition_record& record, ql::bytes data) {
     if (data.size() < superblock_least_size) return false;
     if (has_ext_superblock(data, 1024)) {
@@ -118,7 +118,7 @@ bool detect_file_system(partition_record& record, ql::bytes data) {
     const bool named = ql::le64(data, 3) != 0;
     const bool found =
         named ? detect_by_first_sector(record, data) : detect_by_superblock(record, data);
-    // A guess keeps the type that it was made with: it is named after the chain it came from.
+    // A guess keeps its type: it is named after the chain from which it was derived.
     if ((table_type & partition_guess) != 0) record.m_partition_type = table_type;
     return found;
 }

@@ -15,12 +15,12 @@ constexpr std::uint32_t read_entry_size = 128;  // bytes of an entry that are us
 constexpr std::uint32_t least_first_sector = 512;
 constexpr std::uint64_t volume_start_size = 2048;  // read of a partition, for ext and HFS+
 constexpr std::uint16_t type_gpt = 238;
-// Far more entries than any table has; those behind are not looked at. A hole in an image has room
-// for billions of unused entries. In it, entries shorter than their type repeat what stood in front
-// of them and are partitions.
+// Far more entries than any table has; later ones are not read. A hole in an image can contain
+// billions of unused entries. In a hole, entries shorter than their type repeat the bytes before
+// them and are partitions.
 constexpr std::uint32_t most_entries = 0x10000;
 
-// Header of a GUID partition table, in the second sector. Its signature is not looked at.
+// Header of a GUID partition table, in the second sector. Its signature is not checked.
 //
 //   24  u64  sector of this header
 //   72  u64  sector of the first entry
@@ -33,7 +33,7 @@ struct gpt_header {
     std::uint32_t entry_size = 0;
 };
 
-// One entry, 128 bytes as a rule. The type is all zero in an unused one.
+// One entry, usually of 128 bytes. The type of an unused one is zero.
 //
 //    0  16   type GUID
 //   16  16   GUID of this partition
@@ -52,11 +52,12 @@ bool is_unused(const gpt_entry& entry) {
     return ql::le64(entry, 0) == 0 && ql::le64(entry, 8) == 0;
 }
 
-// All reads of the table go to one buffer. Where the source ends inside a read, the bytes after it
-// are those of an earlier one: of the entry before, the header, or the start of the disk.
+// All reads of the table use one buffer. If the source ends inside a read, the bytes after its end
+// are those of an earlier read: of the previous entry, the header, or the start of the disk.
 using table_buffer = std::vector<std::uint8_t>;
 
-// The first signature tells the sector size. 0 when there is none or nothing can be read.
+// Returns the sector size, which the position of the first signature defines. Returns 0 if there is
+// no signature or nothing can be read.
 std::uint32_t find_sector_size(CRawDisk& disk, table_buffer& buffer) {
     buffer.assign(start_size, 0);
     std::uint32_t count = start_size;
@@ -73,9 +74,9 @@ bool read_header(CRawDisk& disk, std::uint32_t sector_size, gpt_header& header,
     return header.own_lba == 1;
 }
 
-// True when the table runs past the end of the source, so that one of its reads must fail. Known
-// before any entry is read, it saves the walk through a table that claims billions of them. A table
-// of no entries lists nothing, whatever comes out for it.
+// Returns true if the table extends past the end of the source, so that one of its reads must fail.
+// This check before the first entry avoids a walk through a table that states billions of them. For
+// a table without entries the result is not relevant: nothing is listed.
 bool ends_behind_source(const gpt_header& header, std::uint64_t position, std::uint64_t size) {
     if (header.entry_size == 0) return true;  // a read of nothing fails
     if (static_cast<std::int64_t>(position) < 0) return false;
@@ -83,12 +84,12 @@ bool ends_behind_source(const gpt_header& header, std::uint64_t position, std::u
     return (size - position - 1) / header.entry_size < header.num_entries - 1;
 }
 
-// Looks into the first sectors of a partition, for which the table gives only a GUID. A partition
-// that has fewer than 512 bytes before the end of the source keeps type 0. False when it can't be
-// read.
+// Detects the file system in the first sectors of a partition, for which the table contains only a
+// GUID. A partition with fewer than 512 bytes before the end of the source keeps type 0. Returns
+// false if it cannot be read.
 bool detect_volume(CRawDisk& disk, partition_record& record, const gpt_entry& entry,
                    std::uint32_t sector_size) {
-    // Unsigned and with wrap: a partition without sectors is read as one sector.
+    // Unsigned, and may wrap: a partition without sectors is read as one sector.
     const bool is_small = num_sectors(entry) * sector_size <= volume_start_size;
     std::array<std::uint8_t, largest_sector_size> start{};
     std::uint32_t count = is_small ? sector_size : volume_start_size;
@@ -111,8 +112,8 @@ partition_record record_of(const gpt_entry& entry, std::uint32_t sector_size) {
     return record;
 }
 
-// Reads an entry over the bytes of the one before it. An entry that is shorter than its fields, or
-// that the end of the source truncates, keeps the rest of them.
+// Reads an entry over the bytes of the previous one. If an entry is shorter than its fields, or
+// truncated by the end of the source, the rest of those bytes is kept.
 bool read_entry(CRawDisk& disk, std::uint64_t position, std::uint32_t entry_size,
                 gpt_entry& entry) {
     std::uint32_t count = std::min(entry_size, read_entry_size);
@@ -127,7 +128,7 @@ bool scan_gpt(CRawDisk& disk, partition_list& list, bool /*list_all*/) {
     const std::uint32_t sector_size = find_sector_size(disk, buffer);
     gpt_header header;
     if (sector_size == 0 || !read_header(disk, sector_size, header, buffer)) return false;
-    gpt_entry entry{};  // the start of the buffer, of which no more is used
+    gpt_entry entry{};  // the start of the buffer; the rest is not used
     std::copy_n(buffer.begin(), entry.size(), entry.begin());
 
     std::uint64_t position = header.entries_lba * sector_size;

@@ -17,8 +17,9 @@ bool find_record_in_buffer(ql::bytes data, std::uint64_t& base) {
     return false;
 }
 
-// Follows the chain while its sector numbers are below the length of the buffer in bytes; what
-// lies behind the buffer is zero. A base behind that leaves the partitions found so far.
+// Follows the chain while its sector numbers are below the length of the buffer in bytes. Bytes
+// past the buffer are zero. If the base is not below that length, the partitions found so far are
+// kept.
 void scan_extended_in_buffer(ql::bytes data, partition_list& list, std::uint64_t base,
                              std::uint32_t sector_size) {
     extended_chain chain(list, sector_size, base);
@@ -32,7 +33,7 @@ void scan_extended_in_buffer(ql::bytes data, partition_list& list, std::uint64_t
 }
 
 void detect_file_systems_in_buffer(ql::bytes data, partition_list& list) {
-    constexpr std::uint64_t least_start = 76;  // bytes of a first sector that must be there
+    constexpr std::uint64_t least_start = 76;  // bytes of a first sector that are required
     for (partition_record& record : list) {
         const std::uint64_t offset = record.byte_offset();
         if (offset + least_start < data.size()) detect_file_system(record, ql::clip(data, offset));

@@ -7,17 +7,17 @@
 
 namespace {
 
-constexpr std::uint64_t lost_record_limit = 0x100000;  // bytes; one sector behind it is looked at
+constexpr std::uint64_t lost_record_limit = 0x100000;  // bytes; one more sector is read
 constexpr std::uint64_t classic_first_sector = 63;
 
 bool read_record_at(CRawDisk& disk, std::uint64_t position, record_bytes& record) {
-    record.fill(0);  // the sector at the end of a cut image may come short
+    record.fill(0);  // the last sector of a truncated image may be short
     std::uint32_t count = boot_record_size;
     return disk.read_bytes(record.data(), count, position);
 }
 
-// Searches the start of a disk without a partition table for an extended boot record. False when
-// there is none or a read fails; `base` is its sector.
+// Searches the start of a disk without a partition table for an extended boot record, and sets
+// `base` to its sector. Returns false if no record is found or a read fails.
 bool find_lost_record(CRawDisk& disk, std::uint64_t& base) {
     record_bytes record{};
     for (std::uint64_t position = boot_record_size;
@@ -31,8 +31,8 @@ bool find_lost_record(CRawDisk& disk, std::uint64_t& base) {
     return false;
 }
 
-// A first partition that the table no longer names is recovered at the classic start: every disk
-// with an extended partition gets the guess if an NTFS volume is there.
+// Recovers a first partition that the table no longer contains, at the start of older disks: on
+// every disk with an extended partition, an NTFS volume there is a guess.
 void guess_first_partition(CRawDisk& disk, partition_list& list, const extended_chain& chain,
                            std::uint64_t extended_base, std::uint32_t sector_size) {
     if (!has_ntfs_boot_sector(disk, classic_first_sector * sector_size)) return;
@@ -54,7 +54,8 @@ bool scan_extended(CRawDisk& disk, partition_list& list, std::uint64_t base,
     return true;
 }
 
-// Looks into the first sector of each partition. One that can't be read keeps what the table says.
+// Detects the file system in the first sector of each partition. If a sector cannot be read, the
+// values of the table are kept.
 void detect_file_systems(CRawDisk& disk, partition_list& list, std::uint32_t sector_size) {
     std::vector<std::uint8_t> sector(sector_size);
     for (partition_record& record : list) {

@@ -1,4 +1,4 @@
-// Boot records: the sectors that hold a partition table of four entries.
+// Boot records: the sectors that contain a partition table of four entries.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 
 #include "foundation/ql_bytes.h"
 
-constexpr std::size_t boot_record_size = 512;   // bytes of a boot record that are looked at
+constexpr std::size_t boot_record_size = 512;   // bytes of a boot record that are used
 constexpr std::size_t boot_record_entries = 4;  // 16 bytes each, from byte 446 on
 constexpr std::uint16_t boot_signature = 0xaa55;
 constexpr std::uint8_t gpt_protective_type = 0xee;
@@ -21,31 +21,34 @@ struct boot_record_entry {
     std::uint32_t first_sector = 0;
     std::uint32_t num_sectors = 0;
 
-    // The entry leads to the next record of an extended chain. Other container types do not.
+    // Returns true if the entry links to the next record of an extended chain. Those of other
+    // container types do not.
     bool is_link() const { return type == 0x05 || type == 0x0f; }
 };
 
-// True for the type codes of partitions that hold something.
+// Returns true for the type codes of partitions with content.
 bool is_known_type(std::uint8_t type);
 
-// Entry `index` (0 to 3) of a boot record.
+// Returns entry `index` (0 to 3) of a boot record.
 inline boot_record_entry boot_entry(ql::bytes record, std::size_t index) {
     const std::size_t at = 446 + 16 * index;
     return {ql::le8(record, at + 4), ql::le32(record, at + 8), ql::le32(record, at + 12)};
 }
 
-// A partition that the tables really give: other entries are gaps. It may start at sector 0.
+// Returns true if the entry is a partition; other entries are gaps. A partition may start at sector
+// 0.
 inline bool is_partition(const boot_record_entry& entry) {
     return is_known_type(entry.type) && entry.num_sectors != 0;
 }
 
-// The name of a file system stands where a volume's first sector has it. Four bytes decide.
+// Returns true if the name of a file system is where the first sector of a volume has it. Four
+// bytes are compared.
 inline bool has_fs_name(ql::bytes sector) {
     return ql::has_text(sector, 3, "EXFA") || ql::has_text(sector, 3, "MSDO") ||
            ql::has_text(sector, 3, "NTFS");
 }
 
-// The signature is there and the sector is not the first one of a volume.
+// Returns true if the sector has the signature and is not the first one of a volume.
 inline bool is_boot_record(ql::bytes sector) {
     return ql::le16(sector, 510) == boot_signature && !has_fs_name(sector);
 }

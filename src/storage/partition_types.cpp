@@ -3,7 +3,7 @@
 
 namespace {
 
-// Type codes of partitions that hold something. A code of two families stands in the first.
+// Type codes of partitions with content. A code of two families is in the first.
 constexpr std::uint8_t known_types[] = {
     // extended and container
     0x05, 0x0f, 0x15, 0x1f, 0x91, 0x98, 0xc5, 0xcf, 0xd5,
@@ -27,8 +27,8 @@ constexpr std::uint8_t known_types[] = {
     // VMware
     0xfb, 0xfc};
 
-// Names in the list of volumes. They are chosen apart from the known types: a code can have a name
-// and not be known, or be known and have none.
+// Names in the list of volumes. They are independent of the known types: a code can have a name and
+// not be known, or be known and have no name.
 const char* type_name(std::uint16_t code) {
     switch (code) {
         case 0x00:

@@ -1,4 +1,4 @@
-// The parts that the scan of a disk and the scan of bytes in memory share.
+// Functions that the scan of a disk and the scan of bytes in memory share.
 #pragma once
 
 #include <array>
@@ -25,41 +25,41 @@ struct disk_start {
     std::uint32_t sector_size = default_sector_size;
 };
 
-// The sector size at whose end the signature of a boot record stands: `smallest`, or twice that,
-// and so on up to `largest`. 0 for none.
+// Returns the sector size at whose end the signature of a boot record is: `smallest`, or twice
+// that, and so on up to `largest`. Returns 0 if there is no signature.
 std::uint32_t signed_sector_size(ql::bytes data, std::uint32_t smallest, std::uint64_t largest);
 
-// What stands at the start of a disk: a table, a volume or neither. A table of larger sectors keeps
-// its entries at byte 446 and has the signature at the end of the sector; sizes up to `largest` are
-// tried.
+// Returns what is at the start of a disk: a table, a volume or neither. A table of larger sectors
+// also has its entries at byte 446, but the signature at the end of the sector; sizes up to
+// `largest` are tried.
 disk_start classify_start(ql::bytes data, std::uint64_t largest);
 
 struct primary_walk {
     bool leads_to_gpt = false;
-    std::uint64_t extended_base = 0;  // sector of the first extended boot record; 0 for none
+    std::uint64_t extended_base = 0;  // sector of the first extended boot record, or 0
 };
 
-// Appends the primary partitions. Nothing behind an extended one is read, and nothing behind the
-// entry that protects a GUID partition table.
+// Appends the primary partitions. Entries after an extended partition, or after the entry that
+// protects a GUID partition table, are not read.
 primary_walk walk_primaries(ql::bytes record, std::uint32_t sector_size, partition_list& list,
                             bool stop_at_gap);
 
-// Makes the list of a disk that is one volume. `data` is its first sector or superblock.
+// Fills the list of a disk that is one volume. `data` is its first sector or superblock.
 void list_only_volume(partition_list& list, ql::bytes data, std::uint64_t first_sector);
 
 using record_bytes = std::array<std::uint8_t, boot_record_size>;
 
-// The extended boot records of a disk. All links count from the first record; volumes count from
-// the record that names them.
+// The extended boot records of a disk. Links are relative to the first record, volumes to the
+// record that names them.
 class extended_chain {
 public:
     extended_chain(partition_list& list, std::uint32_t sector_size, std::uint64_t base)
         : m_list(list), m_sector_size(sector_size), m_base(base) {}
 
-    // Appends what the records of the chain name. `read_record(lba, record)` fills `record` or
-    // gives false. The first record is taken without a look at its signature. The chain ends where
-    // a record can't be read or is none, and where it comes back to a sector that it has read.
-    // False when its first record can't be read.
+    // Appends the volumes that the records of the chain name. `read_record(lba, record)` fills
+    // `record` or returns false. The signature of the first record is not checked. The chain ends
+    // at a record that cannot be read or is not a boot record, and at a sector that it has already
+    // read. Returns false if its first record cannot be read.
     template <typename ReadRecord>
     bool follow(ReadRecord read_record) {
         record_bytes record{};
@@ -73,12 +73,12 @@ public:
         return true;
     }
 
-    // Type of the last volume in the first record; 0 for none.
+    // Type of the last volume in the first record; 0 if there is no volume.
     std::uint16_t last_type() const { return m_last_type; }
 
 private:
-    // Links count from the base, volumes from the record, which is at sector `record_lba`. The
-    // result is the sector of the next record.
+    // Links are relative to the base, volumes to the record, which is at sector `record_lba`.
+    // Returns the sector of the next record.
     std::optional<std::uint64_t> take(ql::bytes record, std::uint64_t record_lba);
 
     partition_list& m_list;

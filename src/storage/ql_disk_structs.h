@@ -28,39 +28,42 @@ struct partition_record {
     std::uint64_t byte_offset() const { return m_LBA_first_sector * m_sector_size; }
 };
 
-// In the order in which the tables give them.
+// In the order of the tables.
 using partition_list = std::deque<partition_record>;
 
-// Bit of m_partition_type: the record was guessed, no table names it.
+// Bit of m_partition_type: the record is a guess and is not in a table.
 constexpr std::uint16_t partition_guess = 0x8000;
 
 // Scans the partition tables (MBR, extended boot records, GPT) of `disk`, or the volume that starts
-// at its first byte. `forced` means that the first sector may be damaged: a lost extended boot
-// record is then searched for in the first MiB. `list_all` has no effect.
-// False when nothing was found or a read failed that the scan can't do without.
+// at its first byte. `forced` means that the first sector may be damaged: the first MiB is then
+// searched for a lost extended boot record. `list_all` has no effect. Returns false if nothing was
+// found or a required read failed.
 bool scan_partitions(CRawDisk& disk, partition_list& list, bool forced, bool list_all);
 
-// The same on the first bytes of a disk in memory. GPT is not looked at.
+// The same for the first bytes of a disk in memory. A GPT is not read.
 bool scan_partitions_in_buffer(ql::bytes data, partition_list& list, bool forced, bool list_all);
 
 // Scans a GUID partition table. Neither its signature nor a CRC is checked. `list_all` has no
-// effect. False when no sector size or no header is found, when an entry or the start of its
-// partition can't be read, and when no entry is used.
+// effect. Returns false if no sector size or no header is found, if an entry or the start of its
+// partition cannot be read, or if no entry is used.
 bool scan_gpt(CRawDisk& disk, partition_list& list, bool list_all);
 
-// True when a superblock of an ext file system starts at `at`: its magic number is the u16 at 56.
+// Returns true if a superblock of an ext file system starts at `at`: its magic number is the u16 at
+// 56.
 inline bool has_ext_superblock(ql::bytes data, std::size_t at) {
     return ql::le16(data, at + 56) == 0xef53;
 }
 
-// True when the eight bytes at `offset` + 3 are "NTFS    ". False also when they can't be read.
+// Returns true if the eight bytes at `offset` + 3 are "NTFS    "; false also if they cannot be
+// read.
 bool has_ntfs_boot_sector(CRawDisk& disk, std::uint64_t offset);
 
-// Looks at the first sector of a partition and writes the file system that it shows into `record`:
-// type, name, cluster and sector size, serial number, a missing number of sectors. `data` is its
-// start, at least 512 bytes; fewer give false. False when no known file system is there.
+// Detects the file system in the first sector of a partition and writes it to `record`: type, name,
+// cluster and sector size, serial number, and the number of sectors if it is missing. `data` is the
+// start of the partition, at least 512 bytes. Returns false if there are fewer bytes or no known
+// file system.
 bool detect_file_system(partition_record& record, ql::bytes data);
 
-// The name of a partition type for the list of volumes, "unk" if there is none. " [guess]" is
-// appended with bit 0x8000.
+// Returns the name of a partition type in the list of volumes, or "unk". " [guess]" is appended
+// with bit 0x8000.
 std::string partition_type_name(std::uint16_t type);

@@ -22,7 +22,7 @@ constexpr std::uint32_t named_drive_limit = 20;   // "/dev/sda" to "/dev/sdt"
 
 int open_flags(bool write_access) { return write_access ? O_RDWR : O_RDONLY; }
 
-// Zeroes what a read of `wanted` bytes did not bring; `brought` is the result of read.
+// Sets the bytes to zero that a read of `wanted` bytes did not deliver; `brought` is its result.
 void zero_rest(std::uint8_t* buffer, std::size_t wanted, ssize_t brought) {
     const std::size_t fresh = static_cast<std::size_t>(std::max<ssize_t>(brought, 0));
     std::memset(buffer + fresh, 0, wanted - fresh);
@@ -78,7 +78,7 @@ CRawDisk::~CRawDisk() {
     if (vmdk == nullptr && fd != -1) ::close(fd);
 }
 
-// Opens path_utf8; the sector size is never asked of a device.
+// Opens path_utf8; the sector size of a device is never queried.
 bool CRawDisk::open_path() {
     fd = ql::open_file(path_utf8, open_flags(write_access));
     if (fd == -1) return false;
@@ -121,15 +121,15 @@ bool CRawDisk::read_bytes(void* buffer, std::uint32_t& count, std::uint64_t offs
 }
 
 bool CRawDisk::read_file(void* buffer, std::uint32_t wanted, std::uint64_t offset) {
-    // Seek and read in one call, which fails where the seek would, and without a descriptor.
+    // Seeks and reads in one call, which fails if the seek would fail, or without a descriptor.
     const ssize_t brought = ::pread(fd, buffer, wanted, static_cast<off_t>(offset));
     if (brought == -1) return false;
     zero_rest(static_cast<std::uint8_t*>(buffer), wanted, brought);
     return true;
 }
 
-// A raw drive delivers whole sectors. An error of the system counts as a read that brought nothing
-// and is success, so that an examiner gets zeros for a bad spot; only the end of the device fails.
+// A raw drive delivers whole sectors. A system error is treated as a successful read of no bytes,
+// so that an examiner gets zeros for a bad sector; a read fails only at the end of the device.
 bool CRawDisk::read_sector_aligned(void* buffer, std::uint32_t count, std::uint64_t offset) {
     if (read_locked || sector_size == 0) return false;
     const std::uint32_t lead = static_cast<std::uint32_t>(offset) % sector_size;

@@ -1,4 +1,4 @@
-// The one object through which every byte of the source enters the program.
+// All bytes of the source are read through this class.
 #pragma once
 
 #include <cstdint>
@@ -18,15 +18,15 @@ enum class disk_kind : std::uint32_t {
     none = 8,            // not opened: every read fails
 };
 
-// One open source of bytes: an image or device node opened as a file, a drive named by number, or
-// a chain of VMDK files. Knows nothing of partitions or file systems. Never opened for writing by
-// this program. Reads are unbuffered.
+// One open source of bytes: an image or device node opened as a file, a drive named by number, or a
+// chain of VMDK files. Does not interpret partitions or file systems. The program never opens it
+// for writing. Reads are unbuffered.
 class CRawDisk {
 public:
-    // Opens a file, image or device node by name. `ok` tells whether it is open. `path_kind` is 0
-    // or 2; both open a file.
+    // Opens a file, image or device node by name. `ok` is true if it is open. `path_kind` is 0 or
+    // 2; both open a file.
     CRawDisk(const std::wstring& path, bool write_access, bool no_open, std::uint32_t path_kind);
-    // Opens drive 0 to 19, "/dev/sda" to "/dev/sdt". A drive that can't be opened is told on
+    // Opens drive 0 to 19, "/dev/sda" to "/dev/sdt". If it cannot be opened, writes a message to
     // standard error. `drive_kind` is 3.
     CRawDisk(std::uint32_t drive, bool write_access, bool no_open, bool reserved_1,
              std::uint32_t drive_kind, bool reserved_2);
@@ -36,13 +36,13 @@ public:
     CRawDisk(const CRawDisk&) = delete;
     CRawDisk& operator=(const CRawDisk&) = delete;
 
-    // Reads at the absolute byte `offset` of the source by one read call.
+    // Reads at the absolute byte `offset` of the source with one read call.
     //
-    // count  in: bytes wanted; out: less where the source ends first
+    // count  in: bytes to read; out: fewer if the source ends before them
     //
-    // True: `buffer` holds `count` bytes; what a short read did not bring is zero. False when the
-    // source is not open, `count` is 0, `offset` (as a signed number) is not below the size, or the
-    // read fails.
+    // Returns true if `buffer` contains `count` bytes; bytes that a short read did not deliver are
+    // zero. Returns false if the source is not open, `count` is 0, `offset` (as a signed number) is
+    // not below the size, or the read fails.
     bool read_bytes(void* buffer, std::uint32_t& count, std::uint64_t offset);
 
     // Returns the number of bytes that read_bytes delivers for `count` at `offset` if no system
@@ -50,23 +50,23 @@ public:
     // file. Drives and chains are not clamped.
     std::uint32_t deliverable(std::uint32_t count, std::uint64_t offset) const;
 
-    // Returns the first byte position from `offset` on, and before `end`, that the source may hold;
-    // `end` if there is none. Every byte before it reads as zero, wherever a request starts and
-    // ends. The holes of a sparse file are not held, nor are those that no file of a chain
-    // fills. A drive may hold all of its bytes.
+    // Returns the first byte position in [`offset`, `end`) that the source may store, or `end`.
+    // Every byte before it reads as zero, regardless of where a request starts and ends. Holes of a
+    // sparse file, and those that no file of a chain fills, are not stored. A drive may store all
+    // of its bytes.
     std::uint64_t next_held(std::uint64_t offset, std::uint64_t end) const;
     // Returns how many of the `count` bytes from `offset` on are readable zeros that the source does
     // not hold; 0 if a read there fails.
     std::uint64_t unheld_bytes(std::uint64_t offset, std::uint64_t count) const;
 
-    // Size in bytes; 0 when not open. A source that can't seek to its end has 2^64 - 1.
+    // Size in bytes; 0 if not open, and 2^64 - 1 if the source cannot seek to its end.
     std::uint64_t size_in_bytes() const;
-    // Bytes that the source can hold: its size, and for a chain no more than its files have
-    // together, for its size is a claim of their headers.
+    // Maximum number of bytes that the source can store: its size, but for a chain at most the
+    // total size of its files, because the size of the disk is only stated in their headers.
     std::uint64_t held_bytes() const;
-    // Bytes after which a walk over the clusters of one attribute ends: it has read everything that
-    // the source holds many times over by then. Only a crafted volume names its clusters so often.
-    // A read of less than `least_walked_bytes` takes as long as one of these.
+    // Bytes after which a walk over the clusters of one attribute ends. By then it has read many
+    // times as much as the source stores. Only a crafted volume names its clusters that often.
+    // A read of less than `least_walked_bytes` is counted as one of that size.
     std::uint64_t most_walked_bytes() const;
     static constexpr std::uint64_t least_walked_bytes = 4096;
 

@@ -14,8 +14,8 @@ bool has_drive_colon(const std::wstring& name) { return name.size() > 1 && name[
 
 bool is_device_name(const std::wstring& name) { return name.rfind(L"\\\\", 0) == 0; }
 
-// Kind of an image name. Nothing maps drive letters or device names of another system to devices:
-// all kinds are opened as files of that name.
+// Returns the kind of an image name. Drive letters and device names of other systems are not mapped
+// to devices: all kinds are opened as files of that name.
 std::uint32_t kind_of_image(const std::wstring& name) {
     if (is_device_name(name)) return source_kind::device_path;
     const bool letter_only =
@@ -28,7 +28,7 @@ std::uint32_t kind_of_volume(const std::wstring& name) {
     return is_device_name(name) ? source_kind::device_path : source_kind::file;
 }
 
-// Hands an open disk to a new volume reader and validates the volume.
+// Passes an open disk to a new volume reader and validates the volume.
 bool attach_disk(std::unique_ptr<CNtfs>& ntfs, std::unique_ptr<CRawDisk> disk, std::uint32_t kind,
                  std::uint64_t volume_offset) {
     ntfs.reset();
@@ -48,14 +48,14 @@ bool attach_name(std::unique_ptr<CNtfs>& ntfs, const std::wstring& name, std::ui
                        volume_offset);
 }
 
-// Where the first partition of a chain starts, as its base file shows it; 0 when it shows none.
+// Returns the start of the first partition of a chain, as read from its base file, or 0.
 std::uint64_t default_offset(const vmdk_chain& chain) {
     if (chain.base->partition_offsets.empty()) return 0;
     return chain.base->partition_offsets.front();
 }
 
-// True for a path whose only component is "." or empty, and for a lone slash. A lone backslash has
-// no component at all and is left to the look-up.
+// Returns true for a path whose only component is "." or empty, and for a single slash. A single
+// backslash has no component and is resolved by the lookup.
 bool is_root_path(const std::wstring& directory) {
     if (directory.empty() || directory == L"/") return true;
     const wchar_t separator = path_separator(directory);
@@ -64,7 +64,7 @@ bool is_root_path(const std::wstring& directory) {
     return first != std::wstring::npos && first == last && directory[first] == L'.';
 }
 
-// The part that all openers share: the directory on an open volume becomes an MFT entry.
+// Common to all openers: resolves the directory on an open volume to an MFT entry.
 bool find_directory(CNtfs& ntfs, std::uint64_t& dir_entry_num, std::wstring& resolved_path,
                     const std::wstring& directory, bool follow_links, cmd_params& trace) {
     if (is_root_path(directory)) {
@@ -86,7 +86,7 @@ bool attach_image(std::unique_ptr<CNtfs>& ntfs, const std::wstring& image_path,
 
 bool attach_volume(std::unique_ptr<CNtfs>& ntfs, const std::wstring& name) {
     const std::uint32_t kind = kind_of_volume(name);
-    // Behind the letter and its colon stands the directory inside the volume.
+    // After the letter and its colon is the directory inside the volume.
     return attach_name(ntfs, kind == source_kind::drive_letter ? name.substr(0, 2) : name, kind, 0);
 }
 

@@ -1,4 +1,5 @@
-// The run stage: a source becomes an open NTFS volume, and the directory argument an MFT entry.
+// The run stage: opens the NTFS volume of a source, and resolves the directory argument to an MFT
+// entry.
 #pragma once
 
 #include <cstdint>
@@ -19,8 +20,9 @@ constexpr std::uint32_t reserved = 36;
 constexpr std::uint32_t unknown = 255;
 }  // namespace source_kind
 
-// The attach steps: open the source and validate the volume. True: `ntfs` owns an open, validated
-// volume. False: `ntfs` is null; nothing is printed but a drive's "prob opening".
+// Open the source and validate the volume. Return true if `ntfs` owns an open, validated volume.
+// Otherwise return false, with a null `ntfs`, and without a message except the "prob opening" of a
+// drive.
 bool attach_image(std::unique_ptr<CNtfs>& ntfs, const std::wstring& image_path,
                   std::uint64_t volume_offset);
 bool attach_volume(std::unique_ptr<CNtfs>& ntfs, const std::wstring& name);
@@ -32,14 +34,14 @@ bool attach_vmdk(std::unique_ptr<CNtfs>& ntfs, const std::vector<std::wstring>& 
                  std::uint64_t volume_offset);
 
 // The openers: attach, then resolve `directory` to an MFT entry. A directory of exactly one
-// component that is ".", "/" or empty is the root, entry 5, without a look-up.
+// component that is ".", "/" or empty is the root, entry 5, without a lookup.
 //
-// ntfs           out: the open volume; also set when the look-up failed
+// ntfs           out: the open volume; also set if the lookup failed
 // dir_entry_num  out: MFT entry of the directory
 // resolved_path  out: the path as it was resolved
-// trace          where path look-up writes its "-diags" lines
+// trace          receives the "-diags" lines of the path lookup
 //
-// False, without a message, when the source can't be opened or the path isn't found.
+// Returns false, without a message, if the source cannot be opened or the path is not found.
 bool open_by_image(std::unique_ptr<CNtfs>& ntfs, std::uint64_t& dir_entry_num,
                    std::wstring& resolved_path, const std::wstring& image_path,
                    std::uint64_t volume_offset, const std::wstring& directory, bool follow_links,

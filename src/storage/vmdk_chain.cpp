@@ -7,7 +7,7 @@
 
 namespace {
 
-// CID that the parent of a base has. Capital letters do not count.
+// CID of a base's parent. Upper-case letters do not match.
 constexpr char no_parent_cid[] = "ffffffff";
 
 }  // namespace
@@ -86,7 +86,7 @@ vmdk_extent* vmdk_chain::holder_of(std::uint64_t offset) const {
 std::uint64_t vmdk_chain::next_held(std::uint64_t offset, std::uint64_t end) const {
     constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
     if (!ready) return offset;
-    // Growing steps, so that no file is searched far past what another one holds.
+    // In growing steps, so that no file is searched far past a position that another one stores.
     for (std::uint64_t reach = 1 << 20;; reach = reach > most / 16 ? most : reach * 16) {
         const std::uint64_t limit = end - offset > reach ? offset + reach : end;
         std::uint64_t first = limit;
@@ -105,7 +105,7 @@ bool vmdk_chain::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t&
         std::uint32_t step =
             static_cast<std::uint32_t>(std::min<std::uint64_t>(count - done, left));
         if (step == 0) return false;  // grains without a size
-        // A grain that can't be read is as empty as one that no file holds.
+        // A grain that cannot be read is zero, like one that no file contains.
         if (holder == nullptr || !holder->read(buffer + done, offset, step))
             std::memset(buffer + done, 0, step);
         done += step;

@@ -25,7 +25,7 @@ std::wstring without_quotes(const std::string& utf8) {
     return text;
 }
 
-// A folder opens as well as a file; a closing separator does not count.
+// A folder opens like a file; a closing separator is ignored.
 bool can_be_opened(std::wstring path) {
     ql::strip_trailing_separators(path);
     const int fd = ql::open_file(ql::to_utf8(path), O_RDONLY);
@@ -34,8 +34,8 @@ bool can_be_opened(std::wstring path) {
     return true;
 }
 
-// Follows the chain of the files in `result`, anew in each pass, and adds one missing parent a
-// pass. `prefix` is the folder of the first file that was named with one.
+// Follows the chain of the files in `result` from the start in each pass, and adds at most one
+// missing parent per pass. `prefix` is the folder of the first file that was named with one.
 class chain_check {
 public:
     chain_check(std::ostream& out, std::vector<std::wstring>& result)
@@ -73,8 +73,8 @@ private:
         return true;
     }
 
-    // Links the files in order of their CIDs up to the first whose parent is missing, which becomes
-    // `child`. False, after a message, for a file that is its own parent.
+    // Links the files in order of their CIDs, up to the first one whose parent is missing, and sets
+    // `child` to it. Returns false, after a message, for a file that is its own parent.
     bool find_orphan(vmdk_chain& chain, vmdk_extent*& child) {
         for (const auto& [cid, extent] : chain.extents) {
             if (!chain.join_to_parent(*extent)) {
@@ -89,8 +89,8 @@ private:
         return true;
     }
 
-    // The parent may be in the list under another CID: its name decides. An empty hint is part of
-    // every name.
+    // The parent may be in the list under another CID: its name is compared. An empty hint is a
+    // part of every name.
     static bool is_parent_listed(const vmdk_chain& chain, const vmdk_extent& child) {
         const std::wstring hint = without_quotes(child.parent_file_hint);
         if (chain.base != nullptr) return contains(chain.base->path_wide, hint);
@@ -110,8 +110,8 @@ private:
         return path;
     }
 
-    // Appends the parent that the child's hint names. False when it does not exist, or was added
-    // before and is not the parent.
+    // Appends the parent that the child's hint names. Returns false if it does not exist, or was
+    // already added and is not the parent.
     bool add_parent(const vmdk_extent& child) {
         std::wstring path = parent_path(child);
         std::string hint = child.parent_file_hint;
@@ -121,7 +121,8 @@ private:
                       << std::endl;
                 return false;
             }
-            // The folder is gone: the next pass tries the same name beside the listed files.
+            // The folder does not exist: the next pass tries the same name next to the listed
+            // files.
             std::wstring folder;
             std::wstring name;
             if (split_path(path, folder, name)) {

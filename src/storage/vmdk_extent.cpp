@@ -12,7 +12,7 @@
 
 namespace {
 
-// The rest of a division by a size from the file; 0 for a size of 0.
+// Returns the remainder of a division by a size from the file; 0 for a size of 0.
 std::uint64_t rest(std::uint64_t a, std::uint64_t b) { return b != 0 ? a % b : 0; }
 
 }  // namespace
@@ -50,8 +50,9 @@ std::uint64_t vmdk_extent::grain_left(std::uint64_t offset) const {
 std::uint64_t vmdk_extent::next_held(std::uint64_t offset, std::uint64_t end) const {
     if (grain_bytes == 0) return offset;
     if (table_span / grain_bytes != entries_per_table()) {
-        // The span wraps at 2^64, and grains are not where their tables say. But no byte is stored
-        // nearer to the start of the file than to the start of its grain.
+        // The span wraps at 2^64, and grains are not at the positions in their tables. But the
+        // distance of a byte from the start of the file is never less than from the start of its
+        // grain.
         const std::uint64_t in_grain = offset % grain_bytes;
         if (in_grain < file_size) return offset;
         return offset + std::min(grain_bytes - in_grain, end - offset);
@@ -62,7 +63,7 @@ std::uint64_t vmdk_extent::next_held(std::uint64_t offset, std::uint64_t end) co
 }
 
 // Returns the start of the first grain after the one at `offset`, and before `end`, that may start
-// in the file; `end` if there is none.
+// in the file, or `end`.
 std::uint64_t vmdk_extent::next_stored_grain(std::uint64_t offset, std::uint64_t end) const {
     constexpr int most_tables = 16;  // only those that are not in memory can have no such grain
     std::optional<std::uint64_t> table = offset / table_span;

@@ -13,7 +13,7 @@ class vmdk_metadata_reader;
 
 // The file, in sectors of 512 bytes: header; descriptor (text); grain directory, whose entries are
 // the sectors of grain tables; grain tables, whose entries are the sectors of grains; grains. The
-// extent stands for the whole capacity of its disk. Header:
+// extent covers the whole capacity of its disk. Header:
 //
 //    0  "KDMV"                       44  u32  entries in a grain table
 //   12  u64  capacity                56  u64  grain directory
@@ -21,8 +21,9 @@ class vmdk_metadata_reader;
 //   28  u64  descriptor
 //   36  u64  size of the descriptor
 //
-// Flags and compression are not checked: grains are taken as they are. A file may be shorter than
-// its header says: the missing bytes of descriptor, directory, tables and grains are zero.
+// Flags and compression are not checked: the bytes of grains are used unchanged. A file may be
+// shorter than its header says: the missing bytes of descriptor, directory, tables and grains are
+// zero.
 class vmdk_extent {
 public:
     vmdk_extent() = default;
@@ -30,9 +31,8 @@ public:
     vmdk_extent(const vmdk_extent&) = delete;
     vmdk_extent& operator=(const vmdk_extent&) = delete;
 
-    // Opens the file and reads all of its metadata; called once. True exactly when `ready`. False
-    // for another magic number, an empty grain directory, tables without entries, and a failed
-    // read.
+    // Opens the file and reads all of its metadata; called once. Returns `ready`: false for another
+    // magic number, an empty grain directory, tables without entries, and a failed read.
     bool open(const std::wstring& path, bool write_access);
 
     // Fields of the sparse extent header; sector counts are in units of 512 bytes.
@@ -44,20 +44,21 @@ public:
     std::uint64_t grain_dir_offset() const { return ql::le64(header, 56); }
     std::uint64_t overhead() const { return ql::le64(header, 64); }
 
-    // The place in the file of byte `offset` of the disk. False when this file does not hold it.
-    // For an extent that was opened, as read().
+    // Finds the position in the file of byte `offset` of the disk. Returns false if the file does
+    // not contain it. Like read(), only for an open extent.
     bool find_grain(std::uint64_t offset, std::uint64_t& position) const;
 
-    // Returns the first byte position of the disk from `offset` on, and before `end`, that may come
-    // from this file; `end` if there is none. Grains past the end of the file are not in it.
-    // Returns `offset` for grains of no size. `offset` is below `end`.
+    // Returns the first byte position of the disk in [`offset`, `end`) that this file may store, or
+    // `end`. Grains past the end of the file are not stored. Returns `offset` if grains have no
+    // size. `offset` is below `end`.
     std::uint64_t next_held(std::uint64_t offset, std::uint64_t end) const;
 
-    // Bytes from `offset` to the end of its grain; 0 when the grain size is 0.
+    // Returns the number of bytes from `offset` to the end of its grain; 0 if the grain size is 0.
     std::uint64_t grain_left(std::uint64_t offset) const;
 
-    // Reads `count` bytes, no more than grain_left(offset); `count` comes back as delivered. False
-    // for a hole, a place behind the end of the file or a failed read, with `count` as it was.
+    // Reads `count` bytes, at most grain_left(offset), and sets `count` to the number of bytes
+    // delivered. Returns false, with `count` unchanged, for a hole, a position past the end of the
+    // file or a failed read.
     bool read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count);
 
     std::array<std::uint8_t, 513> header{};

@@ -51,8 +51,8 @@ void vmdk_grain_map::read_tables(vmdk_metadata_reader& reader) {
         m_num_tables = m_place.num_entries;
 }
 
-// Reads a table into memory. False if it can't be read. True also for one that is there already, is
-// past the end of the file, or stays in the file.
+// Reads a table into memory. Returns false if it cannot be read; true also if it has already been
+// read, is past the end of the file, or is not to be stored.
 bool vmdk_grain_map::read_table(std::uint32_t sector, vmdk_metadata_reader& reader) {
     const std::uint64_t position = bytes_of(sector);
     if (position >= m_file_size || m_tables.contains(sector)) return true;
@@ -61,7 +61,7 @@ bool vmdk_grain_map::read_table(std::uint32_t sector, vmdk_metadata_reader& read
     if (cost > m_budget) return true;
     m_budget -= cost;
     grain_table table;
-    // A read of the metadata that breaks off leaves zeros.
+    // After a failed read of the metadata, entries are zero.
     const bool is_in_metadata = position + table_size <= m_place.metadata_size;
     if (!reader.read_entries(position, m_place.entries_per_table, table.sectors) && !is_in_metadata)
         return false;
@@ -103,7 +103,7 @@ std::uint32_t vmdk_grain_map::read_sector_of(std::uint32_t table_sector,
     return ql::le32(entry, 0);
 }
 
-// --- ranges that the file does not hold ---
+// --- ranges that the file does not store ---
 
 bool vmdk_grain_map::may_have_stored_grain(std::uint32_t table_sector) const {
     const auto found = m_tables.find(table_sector);

@@ -1,4 +1,4 @@
-// Where the grains of a disk are in a VMDK file: the grain directory and the grain tables.
+// The positions of a disk's grains in a VMDK file: the grain directory and the grain tables.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ class vmdk_metadata_reader;
 // What the header of a VMDK file says about its directory and tables.
 struct vmdk_directory_place {
     std::uint64_t position = 0;     // bytes in the file
-    std::uint64_t num_entries = 0;  // up to the first table; more than the file has, if it is cut
+    std::uint64_t num_entries = 0;  // up to the first table; may be past the end of the file
     std::uint32_t entries_per_table = 0;
     std::uint64_t metadata_size = 0;  // bytes from the start of the file
 };
@@ -21,14 +21,15 @@ struct vmdk_directory_place {
 // is not special: it means a table at the start of the file, so that header and descriptor become
 // sectors of grains.
 //
-// In memory are the bytes of the directory that the file has, and each table once, without the
-// zeros at its end. Tables that overlap could add up to far more than the file. Those for which the
-// memory does not suffice stay in the file, and their entries are read one by one.
+// The object stores the bytes of the directory that are in the file, and each table once, without
+// the zeros at its end. Tables that overlap could be far larger in total than the file. If they
+// exceed the memory limit, the rest of them is not stored, and their entries are read from the file
+// one by one.
 class vmdk_grain_map {
 public:
-    // Reads the directory and the tables; called once. `fd` is borrowed and stays open as long as
-    // this object is used. If a table outside of the metadata can't be read, it is the end of the
-    // directory. False if no table is left or tables have no entries.
+    // Reads the directory and the tables; called once. `fd` is borrowed and must stay open as long
+    // as this object is used. If a table outside of the metadata cannot be read, the directory ends
+    // before it. Returns false if there are no tables or tables have no entries.
     bool read(int fd, std::uint64_t file_size, const vmdk_directory_place& place,
               vmdk_metadata_reader& reader);
 
@@ -38,17 +39,16 @@ public:
     std::size_t num_held_tables() const { return m_tables.size(); }
     std::uint64_t num_held_entries() const;
 
-    // The sector of a grain, the number `grain` of the table of directory entry `table`. 0 if there
-    // is no such entry, or it can't be read.
+    // Returns the sector of a grain: entry `grain` of the table of directory entry `table`. Returns
+    // 0 if there is no such entry or it cannot be read.
     std::uint32_t sector_of(std::uint64_t table, std::uint64_t grain) const;
 
-    // Returns the first table after `table` that may have a grain in the file; nullopt if there is
-    // none. Numbers of tables have 64 bits, of which the low 32 are the directory entry.
+    // Returns the first table after `table` that may have a grain in the file, or nullopt. Numbers
+    // of tables have 64 bits, of which the low 32 are the directory entry.
     std::optional<std::uint64_t> next_stored_table(std::uint64_t table) const;
 
-    // Returns the first grain from `grain` on, and before `end`, that starts in the file; nullopt
-    // if there is none. A long search of a table that is not in memory ends early, at a grain that
-    // may be in the file.
+    // Returns the first grain in [`grain`, `end`) that starts in the file, or nullopt. A long
+    // search of a table that is not in memory ends early, at a grain that may be in the file.
     std::optional<std::uint64_t> next_stored_grain(std::uint64_t table, std::uint64_t grain,
                                                    std::uint64_t end) const;
 

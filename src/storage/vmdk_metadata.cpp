@@ -17,7 +17,8 @@ namespace {
 constexpr char magic[] = "KDMV";
 constexpr std::uint64_t entry_size = 4;  // bytes, of a directory and of a table
 
-// Entries in `part` up to the last one that is not 0; the end of the file may cut that one.
+// Returns the number of entries in `part` up to the last one that is not 0, which may be truncated
+// by the end of the file.
 std::size_t entries_used(ql::bytes part) {
     std::size_t used = part.size();
     while (used > 0 && part[used - 1] == 0)
@@ -28,14 +29,14 @@ std::size_t entries_used(ql::bytes part) {
 }  // namespace
 
 bool vmdk_metadata_reader::is_in_window(std::uint64_t position, std::size_t count) const {
-    // A place in front of the window wraps and lies far behind it.
+    // A position before the window wraps, and is then far past it.
     const std::uint64_t skipped = position - m_window_position;
     return skipped <= m_window_held && count <= m_window_held - skipped;
 }
 
 bool vmdk_metadata_reader::read(std::uint64_t position, std::size_t count, ql::bytes& out) {
     if (!is_in_window(position, count)) {
-        m_window_held = 0;  // whatever a failed read leaves in it
+        m_window_held = 0;  // its bytes are undefined after a failed read
         if (::lseek(m_fd, static_cast<off_t>(position), SEEK_SET) == -1) return false;
         const ssize_t brought = ::read(m_fd, m_window.data(), m_window.size());
         if (brought == -1) return false;
@@ -69,7 +70,7 @@ bool vmdk_metadata_reader::read_entries(std::uint64_t position, std::uint64_t co
 std::uint64_t vmdk_metadata_reader::entries_in_hole(std::uint64_t position,
                                                     std::uint64_t count) const {
     const off_t data = ::lseek(m_fd, static_cast<off_t>(position), SEEK_DATA);
-    if (data == -1) return errno == ENXIO ? count : 0;  // no data follows; or holes are not known
+    if (data == -1) return errno == ENXIO ? count : 0;  // no data follows, or unknown holes
     return std::min((static_cast<std::uint64_t>(data) - position) / entry_size, count);
 }
 
@@ -88,19 +89,19 @@ bool vmdk_extent::read_header(vmdk_metadata_reader& reader) {
     return ql::has_text(header, 0, magic);
 }
 
-// The descriptor is a text that its first zero byte or its size ends.
+// The descriptor is a text that ends at its first zero byte or at its size.
 bool vmdk_extent::read_descriptor(vmdk_metadata_reader& reader) {
     const std::uint64_t position = sector_size * descriptor_offset();
     const std::uint64_t size = sector_size * descriptor_size();
     std::string line;
     std::uint64_t done = 0;
-    do {  // at least once: a position that can't be sought fails even for a text of no size
+    do {  // at least once: a failed seek is an error even for an empty text
         const std::size_t step =
             std::min<std::uint64_t>(size - done, vmdk_metadata_reader::window_size);
         ql::bytes part;
         if (!reader.read(position + done, step, part)) {
             if (done == 0) return false;
-            break;  // a text that breaks off ends there
+            break;  // the text ends at a failed read
         }
         if (!take_descriptor_text(part, line) || part.size() < step) break;
         done += step;
@@ -109,8 +110,8 @@ bool vmdk_extent::read_descriptor(vmdk_metadata_reader& reader) {
     return true;
 }
 
-// Appends a part of the descriptor to `line`, and takes the lines that end in it. False at a zero
-// byte, which ends the descriptor.
+// Appends a part of the descriptor to `line`, and interprets the lines that end in it. Returns
+// false at a zero byte, which ends the descriptor.
 bool vmdk_extent::take_descriptor_text(ql::bytes part, std::string& line) {
     for (const std::uint8_t byte : part) {
         if (byte == 0) return false;
@@ -124,7 +125,7 @@ bool vmdk_extent::take_descriptor_text(ql::bytes part, std::string& line) {
     return true;
 }
 
-// Keys are at the start of their line, in any case; values are kept to the end of the line.
+// Keys are at the start of their line, in any case; values extend to the end of the line.
 void vmdk_extent::take_descriptor_line(const std::string& line) {
     const std::pair<std::string_view, std::string*> values[] = {
         {"cid=", &cid},
@@ -138,9 +139,10 @@ void vmdk_extent::take_descriptor_line(const std::string& line) {
     }
 }
 
-// The directory reaches from its own start to the first table, whatever the capacity is. Both are
-// in the metadata, as large as the header says. Entries that only pad the directory are kept: being
-// 0, they mean a table at the start of the file. False if nothing is between the two.
+// The directory extends from its start to the first table, whatever the capacity is. Both are in
+// the metadata, whose size is in the header. Entries that only pad the directory are kept: because
+// they are 0, they mean a table at the start of the file. Returns false if nothing is between the
+// two.
 bool vmdk_extent::read_directory(vmdk_metadata_reader& reader) {
     const std::uint64_t metadata_size = sector_size * overhead();
     const std::uint64_t start = sector_size * grain_dir_offset();
@@ -156,8 +158,8 @@ bool vmdk_extent::read_directory(vmdk_metadata_reader& reader) {
     return grains.read(fd, file_size, place, reader);
 }
 
-// The first sector of the disk tells where the partitions are. A delta file, whose first grain is
-// hardly ever there, shows its own header in its place and has no partitions.
+// The first sector of the disk contains the partition table. In a delta file the first grain is
+// usually missing, so that its own header is read instead and it has no partitions.
 bool vmdk_extent::read_first_sector(vmdk_metadata_reader& reader) {
     first_sector_offset = std::uint64_t{grains.sector_of(0, 0)} * sector_size;
     ql::bytes stored;

@@ -1,4 +1,4 @@
-// Reads of a VMDK file's metadata through one small window.
+// Reads a VMDK file's metadata through one small window.
 #pragma once
 
 #include <cstddef>
@@ -7,9 +7,9 @@
 
 #include "foundation/ql_bytes.h"
 
-// Grain tables stand side by side, so that one read of the file serves several of them. The window
-// is all the memory that reading takes, whatever sizes the file claims. It is a page: a directory
-// that leads to places in no order costs a read of the whole window for each of them.
+// Grain tables are next to each other, so that one read of the file covers several of them. Reading
+// needs no memory except the window, whatever sizes the file states. The window is a page, because
+// a directory with tables in no order needs a read of the whole window for each of them.
 class vmdk_metadata_reader {
 public:
     static constexpr std::size_t window_size = 0x1000;
@@ -17,13 +17,14 @@ public:
     // Borrows the open file.
     explicit vmdk_metadata_reader(int fd) : m_fd(fd), m_window(window_size) {}
 
-    // The `count` bytes at byte `position` of the file, window_size at most; fewer where the file
-    // ends. `out` is good until the next read. False when the seek or the read fails.
+    // Sets `out` to the `count` bytes at byte `position` of the file, at most window_size; fewer at
+    // the end of the file. `out` is valid until the next read. Returns false if the seek or the
+    // read fails.
     bool read(std::uint64_t position, std::size_t count, ql::bytes& out);
 
-    // Fills the empty `out` with `count` 32-bit entries from byte `position` on. Zeros at the end,
-    // which are also what follows the end of the file, are not stored. A later read that fails is
-    // an end too. False, with `out` empty, if the first read fails.
+    // Fills the empty `out` with `count` 32-bit entries from byte `position` on. Zeros at the end
+    // are not stored, nor are the entries past the end of the file, which are zero. Entries after a
+    // failed read are zero, too. Returns false, with `out` empty, if the first read fails.
     bool read_entries(std::uint64_t position, std::uint64_t count, std::vector<std::uint32_t>& out);
 
 private:

@@ -7,15 +7,16 @@
 
 namespace {
 
-// The name of the record's type counts, which also covers exFAT, BitLocker and hidden NTFS.
+// Compares the name of the record's type, which also covers exFAT, BitLocker and hidden NTFS.
 bool is_named_ntfs(const std::string& name) { return name.find("ntfs") != std::string::npos; }
 
 void write_out_of_bounds(std::ostream& out, std::uint64_t offset) {
     out << "volume offset 0x" << std::hex << offset << " is not within image bounds" << std::endl;
 }
 
-// Fills `list`, from a damaged first sector if need be. Sets `is_bare`, which begins as false, when
-// there is no list, but an NTFS volume at the start. False, after a message, when nothing is found.
+// Fills `list`, from a damaged first sector if necessary. Sets `is_bare`, which is initially false,
+// if there is no list but an NTFS volume at the start. Returns false, after a message, if nothing
+// is found.
 bool list_volumes(std::ostream& out, CRawDisk& disk, partition_list& list, bool& is_bare) {
     if (!scan_partitions(disk, list, false, false)) {
         is_bare = has_ntfs_boot_sector(disk, 0);
@@ -30,8 +31,8 @@ bool list_volumes(std::ostream& out, CRawDisk& disk, partition_list& list, bool&
     return !list.empty();
 }
 
-// The first record that starts at `offset`; null for none. NTFS volumes before it set `found_ntfs`,
-// and the last of them is the `candidate` for a suggestion.
+// Returns the first record that starts at `offset`, or null. NTFS volumes before it set
+// `found_ntfs`, and the last of them is the `candidate` for a suggestion.
 const partition_record* find_match(std::ostream& out, const partition_list& list,
                                    std::uint64_t offset, std::uint64_t size, bool& found_ntfs,
                                    std::uint64_t& candidate) {
@@ -46,7 +47,8 @@ const partition_record* find_match(std::ostream& out, const partition_list& list
     return nullptr;
 }
 
-// Writes all volumes and the suggestion; `offset` is left at the candidate, or at the last volume.
+// Writes all volumes and the suggestion; sets `offset` to that of the candidate, or of the last
+// volume.
 void write_listing(std::ostream& out, const partition_list& list, std::uint64_t candidate,
                    std::uint64_t& offset) {
     out << std::endl;

@@ -1,4 +1,4 @@
-// Checks the volume offset of a run against what the disk holds.
+// Checks the volume offset of a run against the volumes of the disk.
 #pragma once
 
 #include <cstdint>
@@ -6,14 +6,14 @@
 
 class CRawDisk;
 
-// Confirms that an NTFS volume starts at `offset` of `disk`, or writes to `out` which volumes there
-// are and which offset to use.
+// Confirms that an NTFS volume starts at `offset` of `disk`, or writes the volumes and the offset
+// to use to `out`.
 //
-// found_ntfs         out: an NTFS volume was seen
-// offset             in: bytes from the start of the disk, 0 when none was given; out: as left by
-//                    the listing, the offset of the last NTFS volume or of the last record
-// ignore_image_size  a volume that ends behind the end of the image is accepted
+// found_ntfs         out: an NTFS volume was found
+// offset             in: bytes from the start of the disk, or 0; out: after a list of volumes, the
+//                    offset of the last NTFS volume or of the last record
+// ignore_image_size  accepts a volume that extends past the end of the image
 //
-// True when `offset` can be used. The stream may be left in hexadecimal mode.
+// Returns true if `offset` can be used. The stream may remain in hexadecimal mode.
 bool select_volume(std::ostream& out, bool& found_ntfs, std::uint64_t& offset, CRawDisk& disk,
                    bool ignore_image_size);
