@@ -53,8 +53,8 @@ bool drop_leading_blanks(std::string& text) {
     return true;
 }
 
-// Parses one number at the start of `text` with a stream. Returns false if there is none or if it
-// does not fit.
+// Parses one number at the start of `text` with a stream. Returns false if there is no number or if
+// it does not fit.
 bool read_by_stream(const std::string& text, std::ios_base& (*base)(std::ios_base&),
                     std::uint64_t& out) {
     std::istringstream stream(text);
