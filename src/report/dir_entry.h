@@ -38,7 +38,7 @@ struct dir_entry {
     std::vector<fn_entry> fn_list;             // names under this parent, in name-key order
     std::wstring parent_path;                  // the directory's path
     std::uint32_t type = 0;                    // one of entry_type
-    std::array<std::uint8_t, 16> object_id{};  // all zero if there is none
+    std::array<std::uint8_t, 16> object_id{};  // all zero without one
     std::uint64_t size = 0;    // bytes: allocated size, or the length of a resident value
     std::wstring link_target;  // always empty
     std::uint64_t mft_entry = 0;

@@ -31,7 +31,7 @@ bool is_stream_row(const dir_entry& entry, const std::wstring& stream) {
            ql::compare_wide(entry.name.c_str() + colon + 1, stream.c_str(), true) == 0;
 }
 
-// Keeps only the row of the requested stream, or all rows if there is none. For a directory, the
+// Keeps only the row of the requested stream, or all rows without a request. For a directory, the
 // stream and the last letter of the name are removed from opts.directory: "\dir:zone" is listed as
 // "\di:zone". For a file, `directory` no longer contains the name.
 void keep_stream_row(quorvel_opts& opts, const std::wstring& stream) {

@@ -23,9 +23,9 @@ struct name_stamps {
 // Returns the timestamps of $STANDARD_INFORMATION.
 stamp_set standard_stamps(const dir_entry& entry);
 
-// Picks the first name of each kind with a non-zero `created`. If there is none, picks the last
-// name of that kind, whose other timestamps may be non-zero. All timestamps are 0 if there is no
-// such name.
+// Picks the first name of each kind with a non-zero `created`, otherwise the last name of that
+// kind, whose other timestamps may be non-zero. All timestamps are 0 if there is no name of that
+// kind.
 name_stamps pick_name_stamps(const std::vector<fn_entry>& fn_list);
 
 // Returns true if the entry's timestamps may have been set back: `created` and `mft_changed` of
