@@ -14,7 +14,7 @@ constexpr bool unshared = false;
 constexpr bool keeping_content = false;
 constexpr bool truncating = true;
 
-// Opening without truncation does not create the file, so a missing one takes the second call.
+// Opening without truncation does not create the file, so a missing one needs the second call.
 bool can_open(const std::string& name, bool append) {
     uni::file_object file;
     return (append && file.open_for_write(name, for_writing, unshared, keeping_content)) ||
@@ -34,7 +34,7 @@ bool test_results_file(const std::string& name, bool append) {
         std::cerr << "prob opening file " << name << " for output, aborting\n";
         return false;
     }
-    // A file that cannot be deleted stays: the report empties it when it opens it.
+    // A file that cannot be deleted is kept: the report empties it on opening.
     static_cast<void>(std::remove(name.c_str()));
     return true;
 }

@@ -3,8 +3,8 @@
 
 #include <string>
 
-// Returns the file name that the option's value stands for: environment references are expanded and
-// backslashes become slashes.
+// Returns the file name in the option's value: environment references are expanded, and backslashes
+// become slashes.
 std::string results_file_name(const std::string& value);
 
 // Tests whether the file can be opened for writing, as uni::file_object does for the report, and

@@ -35,7 +35,7 @@ struct run_state {
     quorvel_opts opts;
     std::string head;  // the report head
     std::string xml_file;
-    std::string mft_arg;  // empty if there is none
+    std::string mft_arg;  // empty without "-mft"
     std::uint64_t mft_entry = 0;
     std::string source_name;  // of the image
     uni::file_object results;

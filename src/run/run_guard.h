@@ -24,7 +24,7 @@ private:
 
     bool m_clear_line = false;
     bool m_profile = false;
-    std::string m_trace_file;  // empty if there is none
+    std::string m_trace_file;  // empty without a trace
     std::string m_signal_text;
     void (*m_on_exit)() = nullptr;
     std::chrono::steady_clock::time_point m_start;
