@@ -220,7 +220,7 @@ public:
     std::uint64_t base_reference() const { return m_base; }  // 0 in a base record
     // Returns the byte offset in the record of the `index`-th attribute of that type and name, in
     // the current layout; directory indexes (ntfs_image.h) are added only when the volume is built.
-    // Throws std::out_of_range if there is none.
+    // Throws std::out_of_range if it does not exist.
     std::size_t attribute_offset(std::uint32_t type_code, std::u16string_view name = u"",
                                  std::size_t index = 0) const;
     // Returns true if a call has added an attribute of that type and name.

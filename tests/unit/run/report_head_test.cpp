@@ -44,7 +44,7 @@ words possible_heads(const char* date_format, const std::string& command, std::t
 void expect_head(const words& args, const char* date_format, const std::string& command) {
     const std::time_t before = std::time(nullptr);
     const std::string head = report_head(args);
-    const std::time_t after = std::time(nullptr) + 1;  // time() can lag behind the report's clock
+    const std::time_t after = std::time(nullptr) + 1;  // time() uses a coarser clock
     EXPECT_THAT(possible_heads(date_format, command, before, after), testing::Contains(head));
 }
 

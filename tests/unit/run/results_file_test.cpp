@@ -32,7 +32,7 @@ TEST(TestResultsFile, LeavesNothingBehind) {
     }
 }
 
-// A second link to the file shows what the test left in it.
+// A second link to the file shows its content after the test.
 TEST(TestResultsFile, TruncatesUnlessAppending) {
     const support::temp_dir dir;
     for (const bool append : {false, true}) {
@@ -44,7 +44,7 @@ TEST(TestResultsFile, TruncatesUnlessAppending) {
     }
 }
 
-// The descriptor that the next file gets.
+// Returns the descriptor of the next file that is opened.
 int next_descriptor() {
     const int fd = ::open("/dev/null", O_RDONLY);
     ::close(fd);
@@ -94,7 +94,7 @@ TEST(TestResultsFile, FileNamedWithClosingSeparatorsRemains) {
     }
 }
 
-// An overlong form opens the file whose name it spells; remove() gets the bytes as given.
+// An overlong form opens the file of the decoded name; remove() receives the bytes unchanged.
 TEST(TestResultsFile, FileNamedInOverlongFormRemains) {
     const support::temp_dir dir;
     const std::string old = dir.write("a", "content");
