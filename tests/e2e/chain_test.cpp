@@ -22,20 +22,20 @@ using support::vmdk_image;
 
 class Chain : public e2e::chain_fixture {};
 
-TEST_F(Chain, GoesBeforeTheImage) {
+TEST_F(Chain, IsReadInsteadOfTheImage) {
     run({"-vmdk", base()}).expect(0, rows("base.txt"), terminal_clearing);
 }
 
-TEST_F(Chain, NeedsAnImageBesideIt) {
+TEST_F(Chain, NeedsAnImage) {
     whole_run({"\\docs", "-vmdk", base()})
         .expect(status_failed, "", usage_text + terminal_clearing);
 }
 
-TEST_F(Chain, ImageBesideItIsChecked) {
+TEST_F(Chain, ImageIsCheckedToo) {
     const std::string missing = m_dir.file("missing.dd");
     whole_run({"-vmdk", base(), "-image", missing})
         .expect(status_failed, "", e2e::reported("invalid image: " + missing + "\n"));
-    // A partitioned one needs an offset of its own behind that of the chain.
+    // A partitioned one needs an offset of its own after that of the chain.
     const std::string partitioned = disk().save(m_dir.file("partitioned.dd"));
     whole_run({"-vmdk", base(), "-image", partitioned})
         .expect(status_failed, "",
@@ -56,25 +56,25 @@ TEST_F(Chain, DeltaInAnyOrderHidesTheBase) {
     run({"-vmdk", files[1], "-vmdk", files[0]}).expect(0, rows("delta.txt"), terminal_clearing);
 }
 
-TEST_F(Chain, LastNtfsVolumeIsTakenWithoutAnOffset) {
+TEST_F(Chain, LastNtfsVolumeIsListedWithoutAnOffset) {
     const std::string file = vmdk_image().content(disk()).save(m_dir.file("disk.vmdk"));
     run({"-vmdk", file}).expect(0, rows("second.txt"), terminal_clearing);
 }
 
-TEST_F(Chain, OffsetGoesToTheChain) {
+TEST_F(Chain, OffsetBelongsToTheChain) {
     const std::string file = vmdk_image().content(disk()).save(m_dir.file("disk.vmdk"));
     run({"-vmdk", file, "-offset", "0x100000"}).expect(0, rows("first.txt"), terminal_clearing);
-    // An offset that is no volume becomes that of the last one; the option about the size goes.
+    // If no volume starts at the offset, that of the last one is used; the size option is removed.
     run({"-ignore_image_size", "-vmdk", file, "-offset", "0x200"})
         .expect(0, rows("second.txt"), terminal_clearing);
-    // Without an offset for the chain it stays, and is the directory.
+    // Without an offset for the chain, it remains and is the directory.
     run({"-ignore_image_size", "-vmdk", file}).expect(0, "", terminal_clearing);
 }
 
-TEST_F(Chain, OtherPartitionInFrontOfTheNtfsOneIsRefused) {
+TEST_F(Chain, OtherPartitionBeforeTheNtfsOneIsRefused) {
     byte_image content = disk();
     support::put_boot_record(content, 0, {{0x82, 64, 16}, {7, 2048, 2048}, {0x82, 6144, 2048}});
-    content.put_bytes(3 * mib, support::bytes(512));  // the third one holds no volume
+    content.put_bytes(3 * mib, support::bytes(512));  // the third one contains no volume
     const std::string file = vmdk_image().content(content).save(m_dir.file("disk.vmdk"));
     const std::string list =
         "\n"
@@ -85,11 +85,11 @@ TEST_F(Chain, OtherPartitionInFrontOfTheNtfsOneIsRefused) {
     expect_refused({"-vmdk", file, "-offset", "0x8000"},
                    "volume offset selected 0x8000 is not a NTFS partition, but [linux swap]\n" +
                        list + "prob detecting ntfs partition\n\n");
-    // Behind it, the volume was found before: it is taken instead.
+    // At an offset after it, the NTFS volume has already been found and is used instead.
     run({"-vmdk", file, "-offset", "0x300000"}).expect(0, rows("first.txt"), terminal_clearing);
 }
 
-TEST_F(Chain, VolumeThatEndsBehindTheDiskIsListed) {
+TEST_F(Chain, VolumeThatEndsPastTheDiskIsListed) {
     byte_image content = disk();
     support::put_boot_record(content, 0, {{7, 2048, 0x100000}});
     const std::string file = vmdk_image().content(content).save(m_dir.file("disk.vmdk"));
@@ -104,25 +104,25 @@ TEST_F(Chain, SecondOffsetIsThatOfTheImage) {
                               "prob detecting ntfs partition\n"));
 }
 
-TEST_F(Chain, OffsetBehindTheDiskIsOutOfBounds) {
+TEST_F(Chain, OffsetPastTheDiskIsOutOfBounds) {
     const std::string file = vmdk_image().content(disk()).save(m_dir.file("disk.vmdk"));
     expect_refused({"-vmdk", file, "-offset", "0x500001"},
                    "volume offset 0x500001 is not within image bounds\n\n");
 }
 
-TEST_F(Chain, DiskWithoutPartitionsIsTold) {
+TEST_F(Chain, DiskWithoutPartitionsIsReported) {
     const std::string file =
         vmdk_image().grain(0, support::bytes(65536)).save(m_dir.file("disk.vmdk"));
     expect_refused({"-vmdk", file}, "couldn't find any partitions on disk\n\n");
 }
 
 TEST_F(Chain, EntryIsLookedUpInTheImageAndListedInTheChain) {
-    // Entry 64 is \image.txt there, which the chain does not hold.
+    // Entry 64 is \image.txt there, which the chain does not contain.
     run({"-vmdk", base(), "-mft", "64"}).expect(0, "", terminal_clearing);
     run({"-vmdk", base(), "-mft", "5"}).expect(0, rows("base.txt"), terminal_clearing);
 }
 
-TEST_F(Chain, FileThatCantBeOpenedIsTold) {
+TEST_F(Chain, FileThatCannotBeOpenedIsReported) {
     const std::string missing = m_dir.file("missing.vmdk");
     expect_refused({"-vmdk", missing}, missing + " can't be opened\n\n" + suggestion(missing));
     const std::string present = base();
@@ -140,7 +140,7 @@ TEST_F(Chain, MissingParentIsSuggested) {
                                             suggestion(files[1] + " | " + files[0]));
 }
 
-TEST_F(Chain, ParentOfAnOtherFolderIsSoughtBesideTheChild) {
+TEST_F(Chain, ParentInAnotherFolderIsSearchedNextToTheChild) {
     const std::string child = vmdk_image()
                                   .cid(2)
                                   .parent(1, "/no such folder/disk.vmdk")
@@ -155,7 +155,7 @@ TEST_F(Chain, ParentOfAnOtherFolderIsSoughtBesideTheChild) {
     expect_refused({"-vmdk", child}, depends + "\n" + suggestion(child + " | " + parent));
 }
 
-TEST_F(Chain, ParentThatDoesNotExistIsTold) {
+TEST_F(Chain, ParentThatDoesNotExistIsReported) {
     const std::string child = vmdk_image()
                                   .cid(2)
                                   .parent(1, "disk.vmdk")
@@ -176,7 +176,8 @@ TEST_F(Chain, FileThatIsItsOwnParentIsRefused) {
 }
 
 TEST_F(Chain, ChainThatOpensButDoesNotLinkIsInvalid) {
-    // The child names no file, so that the check takes any for its parent; its CID has none.
+    // The child names no file, so that the check accepts any file as its parent, but none has the
+    // CID.
     const std::string first =
         vmdk_image().cid(1).content(volume(u"base.txt")).save(m_dir.file("base.vmdk"));
     const std::string child = vmdk_image()
@@ -187,12 +188,12 @@ TEST_F(Chain, ChainThatOpensButDoesNotLinkIsInvalid) {
     expect_refused({"-vmdk", first + "|" + child}, "invalid disk collection of snaps \n\n");
 }
 
-TEST_F(Chain, EmptyListIsAnEmptyLine) {
+TEST_F(Chain, EmptyListPrintsAnEmptyLine) {
     for (const char* list : {"|,;", "", "\xFF"})
         expect_refused({"-vmdk", list}, "\n");
 }
 
-TEST_F(Chain, LastWordStaysAndIsTheDirectory) {
+TEST_F(Chain, OptionAsLastArgumentIsTheDirectory) {
     run({"-vmdk"}).expect(0, "", terminal_clearing);
     run({"\\", "-vmdk"}).expect(0, rows("image.txt"), terminal_clearing);
 }

@@ -49,20 +49,20 @@ protected:
         m_image = volume.save(m_dir.file("volume.dd"));
     }
 
-    // The listing of the root, one level.
+    // Returns the listing of the root, one level.
     static std::string root_rows() {
         return text_header + directory_row(5, "\\") + directory_row(40, "\\docs\\") +
                directory_row(50, "\\links\\");
     }
 
-    // The listing of \docs, one level; `path` ends in a backslash.
+    // Returns the listing of \docs, one level; `path` ends in a backslash.
     static std::string docs_rows(const std::string& path = "\\docs\\") {
         return text_header + directory_row(40, path) + file_row(41, 3, path + "a.txt") +
                directory_row(52, path + "pair\\") + directory_row(42, path + "sub\\") +
                file_row(51, 1, path + "two.txt");
     }
 
-    // What a run of bare paths prints.
+    // Returns the output of a run with bare paths.
     std::string bare_paths(words arguments) {
         arguments.insert(arguments.end(), {"-filepath_only", "-image", m_image});
         const whole_run run(arguments);
@@ -77,11 +77,11 @@ protected:
 
 // --- help ---
 
-TEST_F(Driver, ProgramAloneGetsTheHelpAndStatusZero) {
+TEST_F(Driver, ProgramAlonePrintsTheHelpAndEndsWithStatusZero) {
     whole_run({}).expect_bare(0, "", usage_text);
 }
 
-TEST_F(Driver, HelpWordsWinAnywhereAndBeforeAnyFile) {
+TEST_F(Driver, HelpOptionsApplyAnywhereAndBeforeAnyFile) {
     const std::string old = m_dir.write("old.txt", "content");
     const std::string trace = m_dir.file("trace.txt");
     for (const char* word : {"-h", "-help", "/?", "--help", "-H", "--HELP"}) {
@@ -94,13 +94,13 @@ TEST_F(Driver, HelpWordsWinAnywhereAndBeforeAnyFile) {
     EXPECT_FALSE(support::file_exists(trace));
 }
 
-TEST_F(Driver, QuestionMarkOfTheHelpIsAnUnknownWord) {
+TEST_F(Driver, QuestionMarkOfTheHelpIsAnUnknownArgument) {
     whole_run({"-?"}).expect(status_failed, "", usage_text + terminal_clearing);
 }
 
 // --- head ---
 
-TEST_F(Driver, HeadQuotesWordsWithBlanksAndTheProgramAsItWasCalled) {
+TEST_F(Driver, HeadQuotesArgumentsWithBlanksAndTheProgramsName) {
     if (!support::runner().empty()) GTEST_SKIP() << "a runner gives the program its path as name";
     support::program_options options;
     options.argument_zero = "my quorvel";
@@ -134,14 +134,14 @@ TEST_F(Driver, LocaleOfTheUserChangesNothing) {
 
 // --- the steps before the source ---
 
-TEST_F(Driver, XmlWithoutAFileIsAnErrorBehindTheHead) {
+TEST_F(Driver, XmlWithoutAFileIsAnErrorAfterTheHead) {
     for (const words& arguments : {words{"-xml"}, words{"\\docs", "-image", m_image, "-XML"}}) {
         whole_run(arguments).expect(
             status_failed, "Error: option requires an output file: -xml <output file>\n", "");
     }
 }
 
-TEST_F(Driver, XmlWithoutAFileIsSeenBeforeCommonOptions) {
+TEST_F(Driver, XmlWithoutAFileIsDetectedBeforeCommonOptions) {
     const std::string old = m_dir.write("old.txt", "content");
     whole_run({"-out", old, "-diags", m_dir.file("trace"), "-xml"})
         .expect(status_failed, "Error: option requires an output file: -xml <output file>\n", "");
@@ -149,13 +149,13 @@ TEST_F(Driver, XmlWithoutAFileIsSeenBeforeCommonOptions) {
     EXPECT_FALSE(support::file_exists(m_dir.file("trace")));
 }
 
-TEST_F(Driver, NothingButOptionsGetsTheHelpBehindTheHead) {
+TEST_F(Driver, NothingButOptionsPrintsTheHelpAfterTheHead) {
     whole_run({"-csv"}).expect(status_failed, "", usage_text + terminal_clearing);
     whole_run({"-quiet"}).expect(status_failed, "", usage_text);
     whole_run({"-filepath_only"}).expect_bare(status_failed, "", usage_text + terminal_clearing);
 }
 
-TEST_F(Driver, RunWithoutAnImageGetsTheHelp) {
+TEST_F(Driver, RunWithoutAnImagePrintsTheHelp) {
     for (const words& arguments :
          {words{m_image}, words{m_image, "-mft", "5"}, words{"\\docs", "-vss", "1"},
           words{"-mft", "5"}, words{"-offset", "512"}, words{"\\docs", "-drivenum"},
@@ -164,8 +164,8 @@ TEST_F(Driver, RunWithoutAnImageGetsTheHelp) {
     }
 }
 
-// "-xml" is looked for once: the second one is a word like any other.
-TEST_F(Driver, SecondXmlAsTheLastWordStays) {
+// "-xml" is searched once: the second one is an argument like any other.
+TEST_F(Driver, SecondXmlAsTheLastArgumentRemains) {
     const std::string xml = m_dir.file("out.xml");
     whole_run({"-xml", xml, "\\docs", "-image", m_image, "-xml"}).expect(0, "", terminal_clearing);
     EXPECT_TRUE(support::read_file(xml).ends_with("</logdata>\n"));
@@ -176,7 +176,7 @@ TEST_F(Driver, SecondXmlAsTheLastWordStays) {
 
 // --- both outputs on one terminal ---
 
-// What a terminal shows of a run: both outputs in the order of their writing.
+// Returns the output of a run on a terminal: both streams in the order of writing.
 struct terminal_run {
     explicit terminal_run(const words& arguments) {
         words line = {"-c", "exec \"$0\" \"$@\" 2>&1"};
@@ -191,7 +191,7 @@ struct terminal_run {
     std::string head;
 };
 
-TEST_F(Driver, ListingStandsBetweenTheHeadAndTheClearing) {
+TEST_F(Driver, ListingIsBetweenTheHeadAndTheClearing) {
     const terminal_run text({"\\docs", "-image", m_image});
     EXPECT_EQ(text.text, text.head + docs_rows() + terminal_clearing);
     const terminal_run bare({"\\docs\\sub", "-filepath_only", "-image", m_image});
@@ -204,21 +204,21 @@ TEST_F(Driver, ListingStandsBetweenTheHeadAndTheClearing) {
     EXPECT_TRUE(csv.text.ends_with("\n" + terminal_clearing)) << csv.text;
 }
 
-TEST_F(Driver, NoteOfSeveralPathsStandsBetweenTheHeadAndTheListing) {
+TEST_F(Driver, NoteOfSeveralPathsIsBetweenTheHeadAndTheListing) {
     const terminal_run run({"-image", m_image, "-mft", "51"});
     EXPECT_EQ(run.text, run.head + "\n[Note: this MFT entry has multiple possible paths]\n\n" +
                             text_header + file_row(51, 1, "\\docs\\two.txt") +
                             file_row(51, 1, "\\links\\two.txt") + terminal_clearing);
 }
 
-TEST_F(Driver, MessagesOfTheSourceStandBehindTheHead) {
+TEST_F(Driver, MessagesOfTheSourceAreAfterTheHead) {
     const terminal_run missing({"-image", "none.dd"});
     EXPECT_EQ(missing.text, missing.head + reported("invalid image: none.dd\n"));
     const terminal_run help({"\\docs"});
     EXPECT_EQ(help.text, help.head + usage_text + terminal_clearing);
 }
 
-TEST_F(Driver, MessagesOfCommonOptionsStandAheadOfTheHead) {
+TEST_F(Driver, MessagesOfCommonOptionsAreBeforeTheHead) {
     const terminal_run refused({"\\docs", "-sqlite", "x"});
     EXPECT_EQ(refused.text, "This option is not offered in this build\n" + refused.head);
     const terminal_run told({"\\docs", "-timeformat", "x", "-image", m_image});
@@ -238,7 +238,7 @@ TEST_F(Driver, FormsOfOneDirectoryListTheSame) {
     }
 }
 
-TEST_F(Driver, DirectoryIsShownAsItWasTyped) {
+TEST_F(Driver, DirectoryIsShownAsOnTheCommandLine) {
     whole_run({"DOCS", "-image", m_image}).expect(0, docs_rows("DOCS\\"), terminal_clearing);
     whole_run({"c:/docs", "-image", m_image}).expect(0, docs_rows("c:\\docs\\"), terminal_clearing);
 }
@@ -249,18 +249,18 @@ TEST_F(Driver, FormsOfTheRoot) {
     }
 }
 
-TEST_F(Driver, OptionsMatchInAnyCaseAndStandAnywhere) {
+TEST_F(Driver, OptionsMatchInAnyCaseAndPosition) {
     whole_run({"-IMAGE", m_image, "\\docs", "-LeVeL", "0"})
         .expect(0, docs_rows(), terminal_clearing);
     whole_run({"-level", "0", "-quiet", "\\docs", "-image", m_image}).expect(0, docs_rows(), "");
 }
 
-TEST_F(Driver, MisspeltOptionInFrontIsTheDirectory) {
+TEST_F(Driver, MisspeltFirstOptionIsTheDirectory) {
     whole_run({"-levle", "\\docs", "-image", m_image}).expect(0, "", terminal_clearing);
     whole_run({"\\docs", "-levle", "-image", m_image}).expect(0, docs_rows(), terminal_clearing);
 }
 
-TEST_F(Driver, SecondWordOfAFlagIsTheDirectory) {
+TEST_F(Driver, SecondOccurrenceOfAFlagIsTheDirectory) {
     whole_run({"-quiet", "-quiet", "\\docs", "-image", m_image}).expect(0, "", "");
 }
 
@@ -269,18 +269,18 @@ TEST_F(Driver, ValueOptionAtTheEndIsTheDirectory) {
     whole_run({"\\docs", "-image", m_image, "-offset"}).expect(0, docs_rows(), terminal_clearing);
 }
 
-TEST_F(Driver, ShadowCopyWordIsLeftOver) {
+TEST_F(Driver, ShadowCopyOptionIsNotRemoved) {
     whole_run({"\\docs", "-vss", "1", "-image", m_image}).expect(0, docs_rows(), terminal_clearing);
 }
 
-TEST_F(Driver, SizeOptionWithoutAnOffsetStaysAndIsTheDirectory) {
+TEST_F(Driver, SizeOptionWithoutAnOffsetIsTheDirectory) {
     whole_run({"-ignore_image_size", "\\docs", "-image", m_image}).expect(0, "", terminal_clearing);
     whole_run({"\\docs", "-ignore_image_size", "-image", m_image})
         .expect(0, docs_rows(), terminal_clearing);
 }
 
-TEST_F(Driver, LaterDriveCostsMoreThanItsLetter) {
-    // Found at position p, the colon takes p + 1 characters with it, from the one before it on.
+TEST_F(Driver, LaterDriveRemovesMoreThanItsLetter) {
+    // A colon at position p removes p + 1 characters, starting with the one before it.
     whole_run({"\\docs:\\sub", "-image", m_image}).expect(0, "", terminal_clearing);  // "\doc"
     whole_run({"\\docsx:\\sub", "-image", m_image}).expect(0, docs_rows(), terminal_clearing);
 }
@@ -296,7 +296,7 @@ TEST_F(Driver, DirectoryThatBeginsWithAColonEndsAbnormally) {
     }
 }
 
-TEST_F(Driver, DirectoryThatIsNotThereEndsInSilence) {
+TEST_F(Driver, DirectoryThatDoesNotExistEndsWithoutAMessage) {
     whole_run({"\\nothing", "-image", m_image}).expect(0, "", terminal_clearing);
 }
 
@@ -308,7 +308,7 @@ TEST_F(Driver, EnvironmentReferencesAreExpanded) {
     whole_run({"%QL_NOT_SET%\\docs", "-image", m_image}).expect(0, "", terminal_clearing);
 }
 
-TEST_F(Driver, ShadowCopyNameIsStrippedByTheLookUpAndShown) {
+TEST_F(Driver, ShadowCopyNameIsStrippedByTheLookupAndShown) {
     const std::string device = "\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy1";
     support::program_options options;
     options.environment = {{"PATH", "/"}};
@@ -323,13 +323,14 @@ TEST_F(Driver, DirectoryThatIsNotUtf8IsTheRoot) {
 
 // --- values that look like options ---
 
-TEST_F(Driver, OptionInPlaceOfAValueIsTakenByWhatIsReadFirst) {
-    // "-indx" has gone when the offset is read: the offset is the word behind it.
+TEST_F(Driver, OptionInPlaceOfAValueBelongsToTheOptionThatIsReadFirst) {
+    // "-indx" has been removed when the offset is read: the offset is the argument after it.
     whole_run({"-offset", "-indx", "512", "\\docs", "-image", m_image})
         .expect(status_failed, "",
                 reported("\nvolume offset [ 0x0 ] : ntfs or exfat\n\n"
                          "prob detecting ntfs partition\n"));
-    // "-objid" is still there when the entry is read: it is entry 0, and "44" the directory.
+    // "-objid" is still present when the entry is read: it means entry 0, and "44" is the
+    // directory.
     whole_run({"-mft", "-objid", "44", "-image", m_image}).expect(0, "", terminal_clearing);
 }
 
@@ -338,7 +339,7 @@ TEST_F(Driver, OptionInPlaceOfAValueIsTakenByWhatIsReadFirst) {
 TEST_F(Driver, LevelsCountBelowTheDirectory) {
     const std::string level_0 =
         "\\docs\\\n\\docs\\a.txt\n\\docs\\pair\\\n\\docs\\sub\\\n\\docs\\two.txt\n";
-    // A directory below the first that has two names heads its listing twice.
+    // A directory below the first one that has two names has two rows at the start of its listing.
     const std::string level_1 =
         "\\docs\\\n\\docs\\a.txt\n\\docs\\two.txt\n\\docs\\pair\\\n\\docs\\pair\\\n\\docs\\sub\\\n"
         "\\docs\\sub\\deep\\\n";
@@ -357,8 +358,8 @@ TEST_F(Driver, LevelsCountBelowTheDirectory) {
         {{"-recurse", "5", "-level", "1"}, level_1},  // "-level" is read last
         {{"-level", "1", "-recurse", "5"}, level_1},
         {{"-recurse", "5", "-level", "zz"}, level_0},
-        {{"-level", "-recurse", "1", "2"}, level_2},  // "-recurse" has gone with its word
-        {{"-level", "-1"}, ""},                       // no level at all
+        {{"-level", "-recurse", "1", "2"}, level_2},  // "-recurse" was removed with its value
+        {{"-level", "-1"}, ""},                       // no level
         {{"-level", "0xffffffff"}, ""},
     };
     for (const auto& c : cases) {
@@ -369,7 +370,7 @@ TEST_F(Driver, LevelsCountBelowTheDirectory) {
     }
 }
 
-TEST_F(Driver, LevelsThatAreNoNumberAreTakenAway) {
+TEST_F(Driver, LevelsThatAreNotANumberAreRemoved) {
     for (const char* option : {"-recurse", "-level"}) {
         whole_run({option, "zz", "\\docs", "-image", m_image})
             .expect(0, docs_rows(), terminal_clearing);
@@ -377,7 +378,7 @@ TEST_F(Driver, LevelsThatAreNoNumberAreTakenAway) {
     }
 }
 
-TEST_F(Driver, RecurseAsTheLastWordStays) {
+TEST_F(Driver, RecurseAsTheLastArgumentRemains) {
     whole_run({"\\docs", "-image", m_image, "-recurse"}).expect(0, docs_rows(), terminal_clearing);
     whole_run({"-image", m_image, "-recurse"}).expect(0, "", terminal_clearing);
 }
@@ -391,7 +392,7 @@ TEST_F(Driver, BarePathsHaveNoHeadAndNoXmlFile) {
     EXPECT_FALSE(support::file_exists(xml));
 }
 
-TEST_F(Driver, BarePathsGoBeforeCsv) {
+TEST_F(Driver, BarePathsOverrideCsv) {
     EXPECT_EQ(bare_paths({"\\docs\\sub", "-csv", "-alldates", "-objid"}),
               "\\docs\\sub\\\n\\docs\\sub\\deep\\\n");
 }
@@ -410,7 +411,7 @@ TEST_F(Driver, FormsOfTheVocabularyAreTextOtherwise) {
     }
 }
 
-TEST_F(Driver, AllDatesMakeCsvWithTheSeparatorThatIsThere) {
+TEST_F(Driver, AllDatesIsCsvWithTheSeparatorThatIsSet) {
     const struct {
         words options;
         std::string separator;
@@ -436,7 +437,7 @@ TEST_F(Driver, AllDatesMakeCsvWithTheSeparatorThatIsThere) {
     }
 }
 
-TEST_F(Driver, FormsThatClearXmlMakeNoFile) {
+TEST_F(Driver, FormsThatClearXmlCreateNoFile) {
     const std::string xml = m_dir.file("out.xml");
     for (const char* form : {"-csvgen", "-csvl2t", "-bodyfile", "-multiline"}) {
         const bool text = std::string(form) == "-csvgen" || std::string(form) == "-multiline";
@@ -446,7 +447,7 @@ TEST_F(Driver, FormsThatClearXmlMakeNoFile) {
     }
 }
 
-TEST_F(Driver, CsvGoesBeforeXmlAndMakesNoFile) {
+TEST_F(Driver, CsvOverridesXmlAndCreatesNoFile) {
     const std::string xml = m_dir.file("out.xml");
     const whole_run csv({"\\docs", "-xml", xml, "-csv", "-image", m_image});
     const whole_run plain({"\\docs", "-csv", "-image", m_image});
@@ -470,7 +471,7 @@ TEST_F(Driver, XmlFileHasAHeadOfItsOwn) {
     EXPECT_TRUE(content.ends_with("</logdata>\n"));
 }
 
-TEST_F(Driver, XmlFileThatCantBeOpenedLeavesXmlOnStandardOutput) {
+TEST_F(Driver, XmlGoesToStandardOutputIfItsFileCannotBeOpened) {
     for (const std::string& xml : {m_dir.file("missing/out.xml"), std::string()}) {
         const whole_run run({"\\docs", "-xml", xml, "-image", m_image});
         EXPECT_EQ(run.status(), 0);
@@ -480,7 +481,7 @@ TEST_F(Driver, XmlFileThatCantBeOpenedLeavesXmlOnStandardOutput) {
     }
 }
 
-TEST_F(Driver, XmlFileHoldsTheHeadAloneWhenNothingIsFound) {
+TEST_F(Driver, XmlFileContainsOnlyTheHeadIfNothingIsFound) {
     const std::string xml = m_dir.file("out.xml");
     const whole_run run({"\\nothing", "-xml", xml, "-image", m_image});
     run.expect(0, "", terminal_clearing);
@@ -488,7 +489,7 @@ TEST_F(Driver, XmlFileHoldsTheHeadAloneWhenNothingIsFound) {
     EXPECT_EQ(content, run.head_in(content));
 }
 
-TEST_F(Driver, XmlTakesTheNextWordWhateverItIs) {
+TEST_F(Driver, XmlUsesTheNextArgumentWhateverItIs) {
     support::program_options options;
     options.working_directory = m_dir.path();
     const whole_run run({"-xml", "-csv", "-image", m_image, "\\docs"}, options);
@@ -496,7 +497,7 @@ TEST_F(Driver, XmlTakesTheNextWordWhateverItIs) {
     EXPECT_TRUE(support::read_file(m_dir.file("-csv")).ends_with("</logdata>\n"));
 }
 
-TEST_F(Driver, FailedEntryLeavesNoXmlFile) {
+TEST_F(Driver, FailedEntryCreatesNoXmlFile) {
     const std::string xml = m_dir.file("out.xml");
     whole_run({"-mft", "62", "-xml", xml, "-image", m_image})
         .expect(status_failed, "", reported("couldn't resolve MFT entry to filepath"));
@@ -522,8 +523,8 @@ TEST_F(Driver, RootEntryIsListed) {
 
 const std::string note = "\n[Note: this MFT entry has multiple possible paths]\n\n";
 
-TEST_F(Driver, FileWithTwoPathsIsListedUnderBothBehindANote) {
-    // Each path shows the entry's first name, which is that of its lower parent.
+TEST_F(Driver, FileWithTwoPathsIsListedUnderBothAfterANote) {
+    // Each path shows the entry's first name, that of the parent with the lower number.
     const std::string rows =
         file_row(51, 1, "\\docs\\two.txt") + file_row(51, 1, "\\links\\two.txt");
     whole_run({"-image", m_image, "-mft", "51"})
@@ -548,28 +549,29 @@ TEST_F(Driver, EntryWithoutANameOrARecordIsAnError) {
     }
 }
 
-TEST_F(Driver, EntryThatIsNoNumberIsTheMft) {
-    // What is no number is entry 0; the root's index does not name it here, so that it isn't found.
+TEST_F(Driver, EntryThatIsNotANumberIsTheMft) {
+    // A value that is not a number means entry 0, which is not found because it is not in the
+    // root's index here.
     whole_run({"-image", m_image, "-mft", "zz"}).expect(0, "", terminal_clearing);
     whole_run({"-image", m_image, "-mft", "0"}).expect(0, "", terminal_clearing);
 }
 
-TEST_F(Driver, PathOfAnEntryThatIsNoNumberIsThatOfTheMft) {
+TEST_F(Driver, PathOfAnEntryThatIsNotANumberIsThatOfTheMft) {
     const std::string trace = m_dir.file("trace.txt");
     whole_run({"-image", m_image, "-mft", "zz", "-diags", trace}).expect(0, "", terminal_clearing);
     const std::string text = support::read_file(trace);
     EXPECT_NE(text.find("\n->anal: \\$MFT\n"), std::string::npos) << text;
 }
 
-TEST_F(Driver, EmptyEntryNumberIsNoEntry) {
+TEST_F(Driver, EmptyEntryNumberIsNotAnEntry) {
     whole_run({"-image", m_image, "-mft", ""}).expect(0, root_rows(), terminal_clearing);
 }
 
-TEST_F(Driver, DirectoryArgumentStandsBeforeTheEntrysPath) {
+TEST_F(Driver, DirectoryArgumentPrecedesTheEntrysPath) {
     whole_run({"\\docs", "-image", m_image, "-mft", "44"}).expect(0, "", terminal_clearing);
 }
 
-TEST_F(Driver, DriveStandsBeforeTheEntrysPath) {
+TEST_F(Driver, DrivePrecedesTheEntrysPath) {
     whole_run({"c:/", "-image", m_image, "-mft", "44"})
         .expect(0, text_header + file_row(44, 5, "c:\\docs\\sub\\deep\\b.txt"), terminal_clearing);
     whole_run({"x:/y", "-image", m_image, "-mft", "44"})
@@ -577,7 +579,7 @@ TEST_F(Driver, DriveStandsBeforeTheEntrysPath) {
     whole_run({"c:", "-image", m_image, "-mft", "44"}).expect(0, "", terminal_clearing);
 }
 
-TEST_F(Driver, DirectoryThatIsNotUtf8LeavesTheEntrysPathAsItIs) {
+TEST_F(Driver, DirectoryThatIsNotUtf8DoesNotChangeTheEntrysPath) {
     for (const char* directory : {"\xFF", "", "\\"}) {
         whole_run({directory, "-image", m_image, "-mft", "44"})
             .expect(0, text_header + file_row(44, 5, "\\docs\\sub\\deep\\b.txt"),
@@ -587,7 +589,7 @@ TEST_F(Driver, DirectoryThatIsNotUtf8LeavesTheEntrysPathAsItIs) {
 
 // --- the image ---
 
-TEST_F(Driver, ImageThatCantBeOpenedIsInvalid) {
+TEST_F(Driver, ImageThatCannotBeOpenedIsInvalid) {
     const std::string fifo = m_dir.file("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     for (const std::string& name : {m_dir.file("missing.dd"), fifo, std::string(), m_image + "/"}) {
@@ -598,25 +600,25 @@ TEST_F(Driver, ImageThatCantBeOpenedIsInvalid) {
     }
 }
 
-TEST_F(Driver, ImageNameThatIsNotUtf8IsShownAsNothing) {
+TEST_F(Driver, ImageNameThatIsNotUtf8IsShownEmpty) {
     whole_run({"\\docs", "-image", "a\xFF"})
         .expect(status_failed, "", reported("invalid image: \n"));
 }
 
-TEST_F(Driver, MessageAboveItsLimitIsNotShown) {
-    // The text, its line end and one more are 4096 characters, then 4097.
+TEST_F(Driver, MessageAboveTheLimitIsNotPrinted) {
+    // The text, its line end and one more character are 4096 characters, then 4097.
     const std::string fits(4096 - 17, 'n');
     whole_run({"-image", fits})
         .expect(status_failed, "", reported("invalid image: " + fits + "\n"));
     whole_run({"-image", fits + "n"}).expect(status_failed, "", reported(""));
 }
 
-TEST_F(Driver, FolderAsImageHoldsNoVolume) {
+TEST_F(Driver, FolderAsImageHasNoVolume) {
     whole_run({"\\docs", "-image", m_dir.path()})
         .expect(status_failed, "", reported("couldn't find any partitions on disk\n"));
 }
 
-TEST_F(Driver, VolumeThatIsRefusedLaterEndsInSilence) {
+TEST_F(Driver, VolumeThatIsRefusedLaterEndsWithoutAMessage) {
     support::ntfs_image volume;
     const std::string path = volume.put(volume.record_pos(0), 0, 4).save(m_dir.file("torn.dd"));
     whole_run({"\\docs", "-image", path}).expect(0, "", terminal_clearing);

@@ -1,5 +1,5 @@
-// Images that claim huge sizes: what is lost is a row or a path, and the memory that a run takes
-// stays within what the source could hold.
+// Images that state huge sizes: the damage costs a row or a path, and the memory of a run is
+// bounded by the size of the source.
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -66,16 +66,16 @@ protected:
         return run({"\\dir", "-filepath_only", "-image", dir.file("sound.dd")});
     }
 
-    // What a run may take beyond one that lists a sound volume: four times the source, for a stream
-    // is collected in a buffer that doubles, and tables of sizes that do not depend on it. A
-    // sanitizer keeps freed memory for a while. The sound volume is listed now, since what this
-    // process has grown to counts in both runs.
+    // Returns the memory limit of a run: that of a run on a valid volume, four times the source (a
+    // stream is collected in a buffer that doubles), and tables of constant size. A sanitizer keeps
+    // freed memory for a while. The valid volume is listed at each call, because the size of this
+    // process is included in both runs.
     std::uint64_t memory_bound(std::uint64_t source_size) const {
         return list_sound_volume().peak_memory +
                (4 * source_size + 8 * mib) * (has_address_sanitizer ? 3 : 1);
     }
 
-    // Lists an image whose outcome is a status of 0, with `paths` as listing, and little memory.
+    // Lists an image and expects status 0, the listing `paths` and little memory.
     void expect_listing(const support::byte_image& image, const std::string& paths,
                         const std::string& path = "\\dir") {
         const std::string file = image.save(dir.file("hostile.dd"));
@@ -89,7 +89,7 @@ protected:
     support::temp_dir dir;
 };
 
-// Where the attribute of that type stands in a built record.
+// Returns the position of the attribute of that type in a built record.
 std::uint64_t attribute_pos(const support::byte_image& image, std::uint64_t record,
                             std::uint32_t type) {
     std::uint64_t at = record + image.get(record + 20, 2);
@@ -160,7 +160,7 @@ TEST_F(HostileSizes, ReparsePointLongerThanItsRecordCostsNoMemory) {
 
 // --- run lists ---
 
-// Runs of one length, each a cluster further on: a step of 0 would make a hole.
+// Runs of one length, each starting a cluster after the previous one: a step of 0 would be a hole.
 support::cluster_runs repeated_runs(std::uint64_t lcn, std::uint64_t clusters) {
     support::cluster_runs runs;
     for (std::uint64_t i = 0; i < 20; ++i)
@@ -184,8 +184,8 @@ TEST_F(HostileSizes, RunsOfDataCostNoMemory) {
     }
 }
 
-// The children are in the root of the index. Holes are not a part of an index that is read: one
-// that has nothing else is damaged as a whole.
+// The children are in the root of the index. Holes of an index are not read: an index of nothing
+// but holes is damaged as a whole.
 std::string listed_beside(const support::cluster_runs& runs) {
     const bool has_place = runs.size() > 1 || runs[0].lcn != support::hole;
     return files(has_place ? "abcde" : "");
@@ -199,7 +199,7 @@ TEST_F(HostileSizes, RunsOfAnIndexCostNoMemory) {
     }
 }
 
-// Blocks that an index names over and over, and entries that its blocks repeat, add nothing.
+// Blocks that an index names repeatedly, and entries that its blocks repeat, add nothing.
 TEST_F(HostileSizes, EntriesOfAnIndexThatAreRepeatedCostNoMemory) {
     constexpr std::uint64_t blocks = 1000;
     std::vector<support::index_entry> entries;
@@ -221,7 +221,8 @@ TEST_F(HostileSizes, EntriesOfAnIndexThatAreRepeatedCostNoMemory) {
     expect_listing(volume.build(), files("abcde"));
 }
 
-// The image without the part of a cluster at its end, which has the copy of the boot sector.
+// Returns the image without the partial cluster at its end, which contains the copy of the boot
+// sector.
 support::byte_image whole_clusters(const ntfs_image& volume) {
     support::byte_image image = volume.build();
     return image.resize(image.size() / 4096 * 4096);
@@ -232,14 +233,15 @@ TEST_F(HostileSizes, RunsOfAnAttributeListCostNoMemory) {
         ntfs_image volume = sound_volume();
         volume.entry(66).attribute_list_runs(runs, {.real = all_63});
         expect_listing(whole_clusters(volume), files("abcde"));
-        // The list of a directory without index blocks is where they are looked for.
+        // Without index blocks in the record, they are searched in the directory's list.
         volume.entry(40).attribute_list_runs(runs, {.real = all_63});
         expect_listing(whole_clusters(volume), files("abcde"));
     }
 }
 
-// A list whose runs reach a part of a cluster at the end of the source sets the size of a cluster
-// to that part: no entry is found from then on. The last list of runs stays inside the volume.
+// If the runs of a list extend past a partial cluster at the end of the source, the length of that
+// part becomes the cluster size: no entry is found from then on. The last list of runs is inside
+// the volume.
 TEST_F(HostileSizes, AttributeListPastTheEndLowersTheClusterSize) {
     for (const support::cluster_runs& runs : huge_runs) {
         const bool is_inside = runs.front().count == 200;
@@ -291,16 +293,16 @@ TEST_F(HostileSizes, CompressedSecurityStreamOfHugeUnitsIsNotLoaded) {
     expect_listing(volume.build(), files("abcde"));
 }
 
-// --- one thing named many times ---
+// --- the same clusters named many times ---
 
-// $MFT holds its clusters a hundred times over, and the list of 66 names all those records.
+// $MFT contains its clusters a hundred times, and the list of 66 names all those records.
 TEST_F(HostileSizes, RecordsThatAListNamesAreNoMoreThanTheSourceHolds) {
     constexpr std::uint64_t records = 500;
     constexpr std::uint64_t times = 100;
     ntfs_image volume = sound_volume({.record = 4096, .mft_records = records});
     support::cluster_runs runs = volume.mft_runs();
     ASSERT_EQ(runs.size(), 1u);
-    // A step of 0 would make a hole: every second run leaves out the first cluster.
+    // A step of 0 would be a hole: every second run omits the first cluster.
     for (std::uint64_t i = 0; i < times; ++i)
         runs.push_back({runs[0].lcn + (i + 1) % 2, runs[0].count - (i + 1) % 2});
     volume.entry(0).data_runs(runs);
@@ -316,7 +318,7 @@ TEST_F(HostileSizes, RecordsThatAListNamesAreNoMoreThanTheSourceHolds) {
 
 // --- sizes of the volume ---
 
-TEST_F(HostileSizes, SizesInTheBootSectorCloseTheVolumeOrDoNotCount) {
+TEST_F(HostileSizes, SizesInTheBootSectorCloseTheVolumeOrAreIgnored) {
     struct claim {
         const char* name;
         std::uint64_t at;
@@ -350,7 +352,7 @@ TEST_F(HostileSizes, SizesInTheFirstRecordCloseTheVolume) {
 
 // --- disks ---
 
-TEST_F(HostileSizes, PartitionTableOfBillionsOfEntriesHoldsNoPartition) {
+TEST_F(HostileSizes, PartitionTableOfBillionsOfEntriesHasNoPartition) {
     for (const std::uint64_t entry_size :
          {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{128}, all_32}) {
         support::byte_image disk(4 * mib);
@@ -383,8 +385,8 @@ protected:
     static constexpr std::uint64_t huge_capacity = std::uint64_t{1} << 45;  // sectors
 };
 
-// What lies in grains that no file holds reads as zeros, and takes no memory of its claimed size.
-TEST_F(HostileVirtualDisk, CapacityIsNoRoomForSizes) {
+// Grains that no file contains read as zeros, and no memory of the stated size is used.
+TEST_F(HostileVirtualDisk, CapacityIsNotALimitOfSizes) {
     for (const support::cluster_runs& runs : huge_runs) {
         SCOPED_TRACE(support::clusters_in(runs));
         ntfs_image volume = sound_volume();
@@ -476,9 +478,9 @@ TEST_F(HostileVirtualDisk, OverlappingTablesCostNoMemory) {
     }
 }
 
-// --- sizes that the source has and this machine has not ---
+// --- sizes within the source but above this machine's memory ---
 
-TEST_F(HostileSizes, ClaimsWithinATerabyteNeedNoMemoryThatIsNotThere) {
+TEST_F(HostileSizes, SizesWithinATerabyteNeedLittleMemory) {
     if (has_address_sanitizer) {
         GTEST_SKIP() << "AddressSanitizer itself needs more than the limit of this test";
     }

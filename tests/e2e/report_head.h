@@ -63,7 +63,7 @@ inline std::string report_head(const std::string& output, const std::string& pro
     const std::string first = "quorvel ver: 1.45\n";
     const std::string last = "\"command line: " + joined_words(words) + "\"\n\n";
     const std::time_t now = std::time(nullptr);
-    // time() uses a coarser clock than the program and can be behind it when a second begins.
+    // time() uses a coarser clock than the program and can be late when a second begins.
     for (std::time_t moment = now + 1; moment > now - 300; --moment) {
         const std::string line = run_line(moment, date_format);
         if (output.find(line) != std::string::npos) return first + line + last;

@@ -22,7 +22,7 @@ public:
         m_words.insert(m_words.begin(),
                        options.argument_zero.empty() ? QUORVEL_PROGRAM : options.argument_zero);
         m_result = support::run_built_program(QUORVEL_PROGRAM, arguments, options);
-        m_after = std::time(nullptr) + 1;  // time() uses a coarser clock and can be behind
+        m_after = std::time(nullptr) + 1;  // time() uses a coarser clock and can be late
     }
 
     int status() const { return m_result.status; }
