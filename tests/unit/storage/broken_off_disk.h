@@ -10,8 +10,8 @@
 #include "support/temp_dir.h"
 #include "support/vmdk_image.h"
 
-// A delta file holds the start of the disk. What it does not hold is looked for in its base, whose
-// grains have no size.
+// A delta file contains the start of the disk. The rest is read from its base, whose grains have no
+// size.
 struct broken_off_disk {
     explicit broken_off_disk(const support::byte_image& image) {
         constexpr support::vmdk_options options = {.capacity = 0x1000, .grain_size = 8};

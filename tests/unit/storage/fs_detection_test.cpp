@@ -14,7 +14,7 @@ namespace {
 using support::byte_image;
 using support::bytes;
 
-// What detection made of a record that a table described as Linux, 777 sectors at sector 100.
+// The result of detection for a record whose table says Linux, 777 sectors at sector 100.
 struct detected {
     bool result = false;
     partition_record record;
@@ -31,7 +31,7 @@ detected detect(const byte_image& start, std::size_t length = 512, std::uint64_t
     return d;
 }
 
-// A first sector with a given name at byte 3 and numbers that tell their place.
+// A first sector with a given name at byte 3, and numbers that show their offset.
 byte_image named_sector(std::string_view name) {
     byte_image sector(512);
     sector.put(11, 0x0400, 2).put(13, 0x10, 1);
@@ -42,7 +42,7 @@ byte_image named_sector(std::string_view name) {
     return sector;
 }
 
-TEST(FsDetection, NtfsTakesItsGeometryFromTheBootSector) {
+TEST(FsDetection, NtfsGeometryIsReadFromTheBootSector) {
     const detected d = detect(named_sector("NTFS    "));
     EXPECT_TRUE(d.result);
     EXPECT_TRUE(d.record.is_volume);
@@ -56,11 +56,11 @@ TEST(FsDetection, NtfsTakesItsGeometryFromTheBootSector) {
     EXPECT_EQ(d.record.byte_offset(), 100u * 0x400u);
 }
 
-TEST(FsDetection, NtfsCountIsTakenWhereTheTableHasNone) {
+TEST(FsDetection, NtfsCountIsUsedIfTheTableHasNone) {
     EXPECT_EQ(detect(named_sector("NTFS    "), 512, 0).record.m_num_sectors, 0x4040404040404040u);
 }
 
-TEST(FsDetection, BitlockerCountsAsNtfsType) {
+TEST(FsDetection, BitlockerHasTheNtfsType) {
     const detected d = detect(named_sector("-FVE-FS-"), 512, 0);
     EXPECT_TRUE(d.result);
     EXPECT_TRUE(d.record.is_volume);
@@ -72,7 +72,7 @@ TEST(FsDetection, BitlockerCountsAsNtfsType) {
     EXPECT_EQ(d.record.m_num_sectors, 0x4040404040404040u);
 }
 
-TEST(FsDetection, ExfatTakesShiftsAndItsOwnCount) {
+TEST(FsDetection, ExfatUsesShiftsAndItsOwnCount) {
     const detected d = detect(named_sector("EXFAT   "), 512, 0);
     EXPECT_TRUE(d.result);
     EXPECT_TRUE(d.record.is_volume);
@@ -141,7 +141,7 @@ TEST(FsDetection, ExtBlockShiftIsTakenModulo32) {
     EXPECT_EQ(d.record.m_num_sectors, 3u * 2048u);
 }
 
-TEST(FsDetection, TestsAreMadeInOrder) {
+TEST(FsDetection, FileSystemsAreTestedInOrder) {
     byte_image sector = named_sector("NTFS    ");
     sector.put_text(82, "FAT32").put_text(54, "FAT16");
     EXPECT_EQ(detect(sector).record.fs_name, "ntfs");
@@ -153,7 +153,7 @@ TEST(FsDetection, TestsAreMadeInOrder) {
     EXPECT_EQ(detect(sector).record.fs_name, "ext2/3");
 }
 
-TEST(FsDetection, UnknownNamesLeaveTheRecordButItsClusterSize) {
+TEST(FsDetection, UnknownNamesChangeOnlyTheClusterSize) {
     for (const std::string_view name :
          {"NTFS   ", "NTFSxxxx", "EXFATxxx", "MSDOS5.0", "mkfs.fat"}) {
         SCOPED_TRACE(name);
@@ -168,7 +168,7 @@ TEST(FsDetection, UnknownNamesLeaveTheRecordButItsClusterSize) {
     }
 }
 
-TEST(FsDetection, ClusterSizeOfZeroIsNotTaken) {
+TEST(FsDetection, ClusterSizeOfZeroIsIgnored) {
     partition_record record;
     record.m_sectors_per_cluster = 4;
     const bytes data = byte_image(512).put_text(3, "something").bytes();
@@ -187,7 +187,7 @@ TEST(FsDetection, KnownVolumesReplaceTheGeometryOfTheTable) {
     EXPECT_EQ(record.m_sector_size, 512u);
 }
 
-TEST(FsDetection, FewerThan512BytesShowNothing) {
+TEST(FsDetection, NothingIsDetectedInFewerThan512Bytes) {
     const byte_image sector = named_sector("NTFS    ");
     for (const std::size_t length : {0u, 1u, 12u, 511u}) {
         SCOPED_TRACE(length);
@@ -199,7 +199,7 @@ TEST(FsDetection, FewerThan512BytesShowNothing) {
     EXPECT_TRUE(detect(sector, 512).result);
 }
 
-TEST(FsDetection, SuperblockBehindAnEmptySectorNeeds2048Bytes) {
+TEST(FsDetection, SuperblockAfterAnEmptySectorNeeds2048Bytes) {
     const byte_image start = support::ext_start();
     EXPECT_FALSE(detect(start, 2047, 777, 0).result);
     const detected d = detect(start, 2048, 777, 0);
@@ -233,7 +233,7 @@ TEST(FsDetection, HfsHasTwoVersions) {
     }
 }
 
-TEST(FsDetection, GuessKeepsItsTypeAndTakesTheRest) {
+TEST(FsDetection, GuessKeepsItsTypeOnly) {
     const detected d = detect(named_sector("NTFS    "), 512, 0, 0x8083);
     EXPECT_TRUE(d.result);
     EXPECT_EQ(d.record.m_partition_type, 0x8083);
@@ -251,7 +251,7 @@ TEST(FsDetection, BootSectorsOfTheBuildersAreRecognised) {
     EXPECT_FALSE(detect(support::fat12_boot_sector()).result);
 }
 
-TEST(NtfsBootSector, EightBytesDecide) {
+TEST(NtfsBootSector, EightBytesAreCompared) {
     byte_image image(4096);
     image.put_text(512 + 3, "NTFS    ").put_text(1024 + 3, "NTFS   x").put_text(4000 + 3, "NTFS");
     disk_file source(image);
@@ -262,7 +262,7 @@ TEST(NtfsBootSector, EightBytesDecide) {
     EXPECT_FALSE(has_ntfs_boot_sector(source.disk, 4096));
 }
 
-TEST(NtfsBootSector, CutSectorIsEnough) {
+TEST(NtfsBootSector, TruncatedSectorIsEnough) {
     disk_file source(byte_image(512 + 11).put_text(512 + 3, "NTFS    "));
     EXPECT_TRUE(has_ntfs_boot_sector(source.disk, 512));
     disk_file shorter(byte_image(512 + 10).put_text(512 + 3, "NTFS   "));

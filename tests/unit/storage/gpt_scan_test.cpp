@@ -40,7 +40,7 @@ struct scan {
 scan scan_image(const byte_image& image) {
     disk_file source(image);
     scan s;
-    s.list.resize(2);  // a scan starts anew
+    s.list.resize(2);  // a scan clears the list
     s.result = scan_gpt(source.disk, s.list, false);
     return s;
 }
@@ -86,13 +86,13 @@ TEST(GptScan, EntriesBecomeRecords) {
     EXPECT_EQ(partition_type_name(other.m_partition_type), "gpt");
 }
 
-TEST(GptScan, UnusedEntriesArePassedOver) {
+TEST(GptScan, UnusedEntriesAreSkipped) {
     const support::guid zero_type{};
     byte_image disk = gpt_disk(
         {{.first = 100, .last = 199}, {.first = 200, .last = 299}, {.first = 300, .last = 399}});
     disk.put_bytes(entries_at + 128, zero_type);
     EXPECT_EQ(starts_of(scan_image(disk)), (std::vector<std::uint64_t>{100, 300}));
-    // One byte of the type, whichever it is, is enough to be used.
+    // An entry with any non-zero byte in its type is used.
     for (std::uint64_t i = 0; i < 16; ++i) {
         SCOPED_TRACE(i);
         disk.put_bytes(entries_at + 128, zero_type).put(entries_at + 128 + i, 1, 1);
@@ -100,7 +100,7 @@ TEST(GptScan, UnusedEntriesArePassedOver) {
     }
 }
 
-TEST(GptScan, SignatureAndCheckSumsAreNotLookedAt) {
+TEST(GptScan, SignatureAndChecksumsAreNotChecked) {
     byte_image disk = gpt_disk({{.first = 100, .last = 199}}, {.signature = "DAMAGED!"});
     disk.put(header_at + 16, 0, 4).put(header_at + 88, 0, 4);
     EXPECT_TRUE(scan_image(disk).result);
@@ -116,7 +116,7 @@ TEST(GptScan, HeaderMustNameItsOwnSector) {
     }
 }
 
-TEST(GptScan, FirstSignatureTellsTheSectorSize) {
+TEST(GptScan, FirstSignatureDefinesTheSectorSize) {
     for (const std::uint32_t size : {512u, 1024u, 2048u, 4096u, 8192u, 16384u}) {
         SCOPED_TRACE(size);
         byte_image disk =
@@ -134,7 +134,7 @@ TEST(GptScan, FirstSignatureTellsTheSectorSize) {
     }
 }
 
-TEST(GptScan, SuperblocksAreSeenInPartitionsOfMoreThanFourSectors) {
+TEST(GptScan, SuperblocksAreDetectedInPartitionsOfMoreThanFourSectors) {
     const struct {
         const char* name;
         std::uint64_t last;
@@ -153,7 +153,7 @@ TEST(GptScan, SuperblocksAreSeenInPartitionsOfMoreThanFourSectors) {
     EXPECT_EQ(scan_image(disk).list.at(0).fs_name, "hfs+");
 }
 
-TEST(GptScan, ZeroLastSectorLeavesTheCount) {
+TEST(GptScan, ZeroLastSectorDoesNotChangeTheCount) {
     byte_image disk = gpt_disk({{.first = 100, .last = 0}});
     EXPECT_EQ(scan_image(disk).list.at(0).m_num_sectors, 0u);
     disk.put_image(sector(100), ntfs_boot_sector({.total_sectors = 0x55}));
@@ -161,8 +161,8 @@ TEST(GptScan, ZeroLastSectorLeavesTheCount) {
 }
 
 TEST(GptScan, LastSectorBeforeTheFirstWraps) {
-    // The size of last = first - 1 is 0, of an earlier one huge: one sector, or 2048 bytes, is
-    // read.
+    // If last is first - 1, the size is 0; if it is lower, the size is huge. One sector, or 2048
+    // bytes, is read.
     byte_image disk = gpt_disk({{.first = 100, .last = 99}, {.first = 200, .last = 150}});
     disk.put_image(sector(100), support::ext_start()).put_image(sector(200), support::ext_start());
     const scan s = scan_image(disk);
@@ -192,14 +192,14 @@ TEST(GptScan, PartitionAtTheVeryEndOfTheImageIsNamedEmpty) {
     EXPECT_EQ(scan_image(disk.resize(sector(1001))).list.at(0).m_partition_type, 7);
 }
 
-TEST(GptScan, PartitionBehindTheImageFailsTheScan) {
+TEST(GptScan, PartitionPastTheImageFailsTheScan) {
     byte_image disk = gpt_disk({{.first = 100, .last = 199}, {.first = 5000, .last = 5999}});
     EXPECT_FALSE(scan_image(disk).result);
     disk = gpt_disk({{.first = 100, .last = 199}, {.first = 1ull << 54, .last = 1ull << 56}});
     EXPECT_FALSE(scan_image(disk).result);
 }
 
-TEST(GptScan, EntriesBehindTheImageFailTheScan) {
+TEST(GptScan, EntriesPastTheImageFailTheScan) {
     byte_image disk = gpt_disk({{.first = 4, .last = 5}}, {.backup = false});
     EXPECT_TRUE(scan_image(disk.resize(entries_at + 127 * 128 + 1)).result);
     EXPECT_FALSE(scan_image(disk.resize(entries_at + 127 * 128)).result);
@@ -214,7 +214,7 @@ TEST(GptScan, BillionsOfEntriesEndAtOnce) {
 }
 
 TEST(GptScan, TableOneEntryTooLongFailsThoughItsFirstEntriesCanBeRead) {
-    // Entries of two bytes, with the rest of each from the header: all are used.
+    // Entries of two bytes, the rest of which are bytes of the header: all are used.
     constexpr std::uint64_t size = 0x200000;
     for (const std::uint64_t at : {std::uint64_t{0}, entries_at}) {
         SCOPED_TRACE(at);
@@ -228,7 +228,7 @@ TEST(GptScan, TableOneEntryTooLongFailsThoughItsFirstEntriesCanBeRead) {
 }
 
 TEST(GptScan, EntriesAtANegativePositionOfAChainAreRead) {
-    // A chain takes the index of a grain table modulo 2^32: byte 2^63 is the first one again.
+    // A chain uses the index of a grain table modulo 2^32: byte 2^63 is the first byte again.
     byte_image disk = gpt_disk({{.first = 100, .last = 199}}, {.backup = false});
     disk.put(header_at + 72, (1ull << 54) + 2, 8);
     const support::temp_dir dir;
@@ -242,7 +242,7 @@ TEST(GptScan, EntriesAtANegativePositionOfAChainAreRead) {
     EXPECT_EQ(list[0].m_LBA_first_sector, 100u);
 }
 
-TEST(GptScan, StartThatBreaksOffFails) {
+TEST(GptScan, StartThatCannotBeReadFails) {
     // The header could be read, with sectors of 512 bytes and with sectors of one byte.
     byte_image disk = gpt_disk({{.first = 4, .last = 4}}, {.entry_count = 4, .backup = false});
     disk.put(1 + 24, 1, 8).put(1 + 72, entries_at, 8).put(1 + 80, 1, 4).put(1 + 84, 128, 4);
@@ -281,9 +281,9 @@ TEST(GptScan, HugeEntriesAreReadNoFurtherThanTheImage) {
     }
 }
 
-TEST(GptScan, ShortEntryShowsWhatStoodBehindIt) {
-    // Entries of 40 bytes hold no last sector. The first one has that of the header: bytes 40 to
-    // 47, the first usable sector. The second one has what the first read left.
+TEST(GptScan, ShortEntryIsReadWithTheBytesAfterIt) {
+    // Entries of 40 bytes contain no last sector. For the first one, bytes 40 to 47 of the header
+    // are used, the first usable sector; for the second one, those of the first entry's read.
     byte_image disk = gpt_disk({}, {.entry_count = 2, .backup = false});
     disk.put(header_at + 84, 40, 4).put(header_at + 40, 150, 8);
     for (const std::uint64_t at : {entries_at, entries_at + 40}) {
@@ -299,8 +299,8 @@ TEST(GptScan, ShortEntryShowsWhatStoodBehindIt) {
 }
 
 TEST(GptScan, ShortEntriesInAHoleDoNotFillTheMemory) {
-    // Entries of one byte: all the rest of each is that of the header, whose backup sector is taken
-    // for the first one of a partition.
+    // Entries of one byte: the rest of each is that of the header, whose backup sector is read as
+    // the first sector of a partition.
     byte_image disk = gpt_disk({}, {.entry_count = 1, .backup = false}, 0x200000);
     disk.put(header_at + 32, 100, 8).put(header_at + 40, 150, 8);
     disk.put(header_at + 80, 0x100000, 4).put(header_at + 84, 1, 4);
@@ -310,7 +310,7 @@ TEST(GptScan, ShortEntriesInAHoleDoNotFillTheMemory) {
     EXPECT_EQ(s.list.back().m_LBA_first_sector, 100u);
 }
 
-TEST(GptScan, EntriesBehind65536AreNotLookedAt) {
+TEST(GptScan, EntriesAfter65536AreNotRead) {
     byte_image disk = gpt_disk({}, {.entry_count = 1, .backup = false}, 0x1000000);
     disk.put(header_at + 80, 0x10001, 4);
     std::uint64_t first = 100;
@@ -323,7 +323,7 @@ TEST(GptScan, EntriesBehind65536AreNotLookedAt) {
     EXPECT_EQ(starts_of(scan_image(disk)), (std::vector<std::uint64_t>{100}));
 }
 
-TEST(GptScan, EntryCutByTheEndOfTheImageKeepsTheOneBefore) {
+TEST(GptScan, EntryTruncatedByTheEndOfTheImageKeepsBytesOfThePreviousOne) {
     for (const std::uint32_t entry_size : {128u, 1000u, 40000u}) {
         SCOPED_TRACE(entry_size);
         byte_image disk = gpt_disk(
@@ -343,10 +343,11 @@ TEST(GptScan, EntryCutByTheEndOfTheImageKeepsTheOneBefore) {
     }
 }
 
-TEST(GptScan, FirstEntryCutByTheEndOfTheImageKeepsTheHeader) {
+TEST(GptScan, FirstEntryTruncatedByTheEndOfTheImageKeepsBytesOfTheHeader) {
     byte_image disk = gpt_disk({{.first = 1, .last = 1}}, {.entry_count = 1, .backup = false});
     disk.put(header_at + 32, 0x100000000, 8).put(header_at + 40, 0x100000009, 8);
-    // Four bytes of the first sector; the rest is the header's backup sector and first usable one.
+    // Four bytes of the first sector; the other bytes are the header's backup sector and first
+    // usable sector.
     const scan s = scan_image(disk.resize(entries_at + 36));
     EXPECT_FALSE(s.result);  // sector 0x100000001 is not in the image
     disk.put(header_at + 32, 2, 8).put(header_at + 40, 9, 8);
@@ -356,7 +357,7 @@ TEST(GptScan, FirstEntryCutByTheEndOfTheImageKeepsTheHeader) {
     EXPECT_EQ(inside.list[0].m_num_sectors, 8u);
 }
 
-TEST(GptScan, HeaderCutByTheEndOfTheImageKeepsTheStartOfTheDisk) {
+TEST(GptScan, HeaderTruncatedByTheEndOfTheImageKeepsBytesOfTheStart) {
     // The header has its first 82 bytes. The table is at sector 0, and its one entry of 128 bytes
     // is the start of the disk.
     byte_image disk = gpt_disk({}, {.entry_count = 1, .backup = false});
@@ -369,7 +370,7 @@ TEST(GptScan, HeaderCutByTheEndOfTheImageKeepsTheStartOfTheDisk) {
     EXPECT_FALSE(scan_image(disk.put(82, 1, 2)).result);
 }
 
-TEST(GptScan, NameOf36UnitsIsTakenWhole) {
+TEST(GptScan, NameOf36UnitsIsComplete) {
     const std::u16string name(36, u'n');
     const scan s = scan_image(gpt_disk(
         {{.first = 100, .last = 199, .name = name}, {.first = 200, .last = 299, .name = u"x"}}));
@@ -386,7 +387,7 @@ TEST(GptScan, ClosedEmptyOrTablelessDiskFails) {
     EXPECT_FALSE(scan_image(byte_image(0x10000)).result);
 }
 
-TEST(GptScan, EveryPrefixIsScannedWithoutHarm) {
+TEST(GptScan, EveryPrefixIsScanned) {
     byte_image disk = gpt_disk({{.first = 6, .last = 7}}, {.entry_count = 8, .backup = false});
     disk.put_image(sector(6), ntfs_boot_sector()).resize(sector(8));
     const disk_file whole(disk);

@@ -49,7 +49,7 @@ TEST(BufferScan, VolumeAtTheStartNeedsForce) {
     EXPECT_TRUE(s.list.front().is_volume);
 }
 
-TEST(BufferScan, SuperblockAtTheStartIsNotSeen) {
+TEST(BufferScan, SuperblockAtTheStartIsNotDetected) {
     EXPECT_FALSE(scan_bytes(support::ext_start().resize(0x8000)).result);
     EXPECT_FALSE(scan_bytes(support::ext_start().resize(0x8000), true).result);
 }
@@ -64,7 +64,7 @@ TEST(BufferScan, LargerSignaturesNeedABufferLongerThanTheSector) {
     }
 }
 
-TEST(BufferScan, DetectionNeeds76BytesOfThePartitionAnd512ToSeeIt) {
+TEST(BufferScan, DetectionReads76BytesAndRecognisesAFileSystemIn512) {
     byte_image disk = disk_with({{0x83, 8, 30}, {0x83, 16, 30}}, sector(32));
     disk.put_image(sector(8), ntfs_boot_sector());
     disk.put_image(sector(16), ntfs_boot_sector());
@@ -89,13 +89,13 @@ TEST(BufferScan, ChainIsFollowedInTheBuffer) {
 }
 
 TEST(BufferScan, SectorNumberIsComparedWithBytes) {
-    // Sector 511 is below 512 bytes: it is read behind the buffer, as zeros.
+    // Sector 511 is below 512 bytes: it is read past the buffer, as zeros.
     EXPECT_EQ(scan_bytes(disk_with({{5, 511, 900}}, 512)).found, (entries{{511, 900, 5}}));
     EXPECT_EQ(scan_bytes(disk_with({{7, 63, 9}, {5, 512, 900}}, 512)).found,
               (entries{{63, 9, 7}, {512, 900, 5}}));
 }
 
-TEST(BufferScan, ChainEndsBehindTheBuffer) {
+TEST(BufferScan, ChainEndsPastTheBuffer) {
     byte_image disk = disk_with({{5, 10, 900}}, sector(20));
     put_boot_record(disk, sector(10), {{7, 1, 1}, {5, 50, 5}});
     EXPECT_EQ(scan_bytes(disk).found, (entries{{10, 900, 5}, {11, 1, 7}, {60, 5, 5}}));
@@ -110,7 +110,7 @@ TEST(BufferScan, NoGuessIsMade) {
 
 TEST(BufferScan, LostRecordIsSearchedForToTheEndOfTheBuffer) {
     byte_image disk(0x120000);
-    put_extended_chain(disk, 0x880, {{7, 0x880, 0x890, 20}});  // behind the first MiB
+    put_extended_chain(disk, 0x880, {{7, 0x880, 0x890, 20}});  // after the first MiB
     EXPECT_FALSE(scan_bytes(disk).result);
     EXPECT_EQ(scan_bytes(disk, true).found, (entries{{0x890, 20, 7}}));
     EXPECT_FALSE(scan_bytes(disk.resize(sector(0x880)), true).result);

@@ -44,7 +44,7 @@ TEST(PartitionScan, PrimaryPartitionsComeInTableOrder) {
     EXPECT_FALSE(s.list.front().is_gpt);
 }
 
-TEST(PartitionScan, GapsArePassedOver) {
+TEST(PartitionScan, GapsAreSkipped) {
     const scan s = scan_image(disk_with({
         {0, 5, 5},       // no type
         {7, 100, 0},     // no sectors
@@ -55,7 +55,7 @@ TEST(PartitionScan, GapsArePassedOver) {
     EXPECT_EQ(s.found, (entries{{2048, 100, 7}}));
 }
 
-TEST(PartitionScan, SectorBehindTheTableIsNoFifthEntry) {
+TEST(PartitionScan, BytesAfterTheTableAreNotAFifthEntry) {
     byte_image disk =
         disk_with({{7, 2048, 100}, {0x83, 63, 50}, {12, 3000, 7}, {4, 9, 1}}, sector(4096));
     disk.put(446 + 4 * 16 + 4, 0x83, 1);
@@ -72,14 +72,14 @@ TEST(PartitionScan, TableWithoutPartitionsFails) {
     EXPECT_TRUE(s.list.empty());
 }
 
-TEST(PartitionScan, FirstSectorsDecideTheType) {
+TEST(PartitionScan, FirstSectorsDefineTheType) {
     byte_image disk = disk_with({{0x83, 2048, 100}, {7, 3000, 100}, {7, 9000, 100}});
     disk.put_image(sector(2048), ntfs_boot_sector({.serial = 0xABCD}));
     disk.put_image(sector(3000), support::fat32_boot_sector({.total_sectors = 90}));
     disk.resize(sector(4096));
     const scan s = scan_image(disk);
     EXPECT_TRUE(s.result);
-    // The third one starts behind the end of the disk: its read fails and the table stands.
+    // The third one starts past the end of the disk: its read fails, and the table's type is kept.
     EXPECT_EQ(s.found, (entries{{2048, 100, 7}, {3000, 90, 12}, {9000, 100, 7}}));
     EXPECT_TRUE(s.list[0].is_volume);
     EXPECT_EQ(s.list[0].volume_serial, 0xABCDu);
@@ -88,7 +88,7 @@ TEST(PartitionScan, FirstSectorsDecideTheType) {
     EXPECT_FALSE(s.list[2].is_volume);
 }
 
-TEST(PartitionScan, PartitionsBehindOneThatCannotBeReadAreLookedInto) {
+TEST(PartitionScan, PartitionsAfterAnUnreadableOneAreDetected) {
     byte_image disk = disk_with({{7, 9000, 100}, {0x83, 2048, 100}});
     disk.put_image(sector(2048), ntfs_boot_sector());
     EXPECT_EQ(scan_image(disk).found, (entries{{9000, 100, 7}, {2048, 100, 7}}));
@@ -98,14 +98,14 @@ TEST(PartitionScan, FatTwelveCountsAsAPartition) {
     EXPECT_EQ(scan_image(disk_with({{1, 2048, 100}})).found, (entries{{2048, 100, 1}}));
 }
 
-TEST(PartitionScan, StartThatBreaksOffFails) {
+TEST(PartitionScan, StartThatCannotBeReadFails) {
     const broken_off_disk source(disk_with({{0x83, 2, 1}}));
     partition_list list;
     EXPECT_FALSE(scan_partitions(*source.disk, list, false, false));
     EXPECT_TRUE(list.empty());
 }
 
-TEST(PartitionScan, FirstSectorCutByTheEndOfTheDiskLeavesTheType) {
+TEST(PartitionScan, FirstSectorTruncatedByTheEndOfTheDiskKeepsTheType) {
     byte_image disk = disk_with({{0x83, 2048, 100}});
     disk.put_image(sector(2048), ntfs_boot_sector());
     disk.resize(sector(2048) + 511);
@@ -122,14 +122,14 @@ TEST(PartitionScan, BootSectorOfLargerSectorsMovesTheStart) {
     EXPECT_EQ(s.list.front().byte_offset(), 256u * 4096u);
 }
 
-TEST(PartitionScan, SuperblocksOf512ByteSectorsAreNotSeen) {
+TEST(PartitionScan, SuperblocksOf512ByteSectorsAreNotDetected) {
     byte_image disk = disk_with({{0x83, 2048, 100}, {0xAF, 3000, 100}});
     disk.put_image(sector(2048), support::ext_start());
     disk.put_image(sector(3000), support::hfs_plus_start());
     EXPECT_EQ(scan_image(disk).found, (entries{{2048, 100, 0x83}, {3000, 100, 0xAF}}));
 }
 
-TEST(PartitionScan, SignatureTellsTheSectorSize) {
+TEST(PartitionScan, SignatureDefinesTheSectorSize) {
     for (const std::uint32_t size : {1024u, 2048u, 4096u, 8192u, 16384u}) {
         SCOPED_TRACE(size);
         byte_image disk(0x100000);
@@ -140,7 +140,7 @@ TEST(PartitionScan, SignatureTellsTheSectorSize) {
     }
 }
 
-TEST(PartitionScan, SmallestSignatureWins) {
+TEST(PartitionScan, SmallestSignatureIsUsed) {
     byte_image disk(0x100000);
     put_boot_record(disk, 0, {{0x83, 16, 100}}, 4094);
     disk.put(1022, 0xAA55, 2);
@@ -192,12 +192,13 @@ TEST(PartitionScan, ExtSuperblockAtTheStart) {
     EXPECT_TRUE(s.result);
     ASSERT_EQ(s.list.size(), 1u);
     EXPECT_TRUE(s.list.front().is_volume);
-    // The superblock's counts at bytes 3 to 10 are not all zero: it is seen and moves to sector 2.
+    // The superblock's counts at bytes 3 to 10 are not all zero: it is detected and moves to sector
+    // 2.
     EXPECT_EQ(s.list.front().m_partition_type, 131);
     EXPECT_EQ(s.list.front().byte_offset(), 1024u);
 }
 
-TEST(PartitionScan, ExtSuperblockWithoutCountsStaysWhereItIs) {
+TEST(PartitionScan, ExtSuperblockWithoutCountsDoesNotMove) {
     byte_image image = support::ext_start().resize(0x10000);
     image.put(1024 + 3, 0, 8);
     const scan s = scan_image(image);
@@ -235,7 +236,7 @@ TEST(PartitionScan, EveryPrefixOfADiskIsScanned) {
         CRawDisk cut(widened(whole.path), false, false, 0);
         partition_list list;
         const bool result = scan_partitions(cut, list, false, false);
-        EXPECT_EQ(result, size > sector(8)) << size;  // the extended record can't be read before
+        EXPECT_EQ(result, size > sector(8)) << size;  // the extended record cannot be read before
         if (result) {
             EXPECT_GE(list.size(), 2u) << size;
         }
@@ -278,7 +279,7 @@ TEST(PartitionScan, ExtendedEntryHidesTheProtectiveOne) {
 
 // --- the guess at sector 63 ---
 
-TEST(Guess, StandsInFrontWithTheLastTypeOfTheFirstRecord) {
+TEST(Guess, IsFirstWithTheLastTypeOfTheFirstRecord) {
     byte_image disk = disk_with({{5, 1000, 900}});
     put_boot_record(disk, sector(1000), {{7, 10, 20}, {0x83, 40, 5}, {5, 100, 10}});
     put_boot_record(disk, sector(1100), {{12, 1, 2}});
@@ -317,7 +318,7 @@ TEST(Guess, NeedsAnExtendedPartitionAndAnNtfsVolume) {
     EXPECT_EQ(scan_image(disk).found, (entries{{1000, 900, 5}, {1010, 20, 7}}));
 }
 
-TEST(Guess, IsMadeBesideThePartitionThatTheTableNames) {
+TEST(Guess, IsAddedToThePartitionOfTheTable) {
     byte_image disk = disk_with({{7, 63, 900}, {5, 1000, 900}});
     put_boot_record(disk, sector(1000), {{7, 10, 20}});
     disk.put_image(sector(63), ntfs_boot_sector());
@@ -331,7 +332,7 @@ TEST(Guess, StartsAtSector63OfTheTablesSize) {
     put_boot_record(disk, 16 * 4096, {{7, 2, 2}});
     disk.put_image(63 * 4096, ntfs_boot_sector({.bytes_per_sector = 4096}));
     const scan s = scan_image(disk);
-    // The base lies in front of sector 63, and the count wraps.
+    // The base is before sector 63, and the count wraps.
     EXPECT_EQ(s.found,
               (entries{{63, 16 - 63ull, 0x8007, 4096}, {16, 90, 5, 4096}, {18, 2, 7, 4096}}));
 }
@@ -354,15 +355,15 @@ TEST(LostRecord, DetectionIsSkipped) {
     EXPECT_EQ(scan_image(disk, true).found, (entries{{110, 20, 0x83}}));
 }
 
-TEST(LostRecord, GuessIsMadeThereToo) {
+TEST(LostRecord, HasAGuessToo) {
     byte_image disk(0x200000);
     put_extended_chain(disk, 100, {{7, 100, 110, 20}});
     disk.put_image(sector(63), ntfs_boot_sector());
-    // The NTFS sector before it carries a name and is no boot record.
+    // The NTFS sector before it has a name and is not a boot record.
     EXPECT_EQ(scan_image(disk, true).found, (entries{{63, 37, 0x8007}, {110, 20, 7}}));
 }
 
-TEST(LostRecord, IsSearchedForUpToOneSectorBehindTheFirstMebibyte) {
+TEST(LostRecord, IsSearchedForUpToOneSectorAfterTheFirstMebibyte) {
     const struct {
         const char* name;
         std::uint32_t lba;
@@ -381,8 +382,8 @@ TEST(LostRecord, IsSearchedForUpToOneSectorBehindTheFirstMebibyte) {
 
 TEST(LostRecord, EndOfTheImageFails) {
     EXPECT_FALSE(scan_image(byte_image(0x8000), true).result);
-    // The last sector is cut: what the sector before it held must not show through, or the guess at
-    // sector 63 would be made.
+    // The last sector is truncated. If bytes of the previous sector remained in the buffer, there
+    // would be a guess at sector 63.
     byte_image disk(sector(71) + 100);
     disk.put_image(sector(63), ntfs_boot_sector());
     disk.put_text(sector(70) + 3, "NTFS    ").put(sector(70) + 510, 0xAA55, 2);
@@ -407,7 +408,7 @@ TEST(LostRecord, ItsSignatureMayMakeTheDiskATableOfLargerSectors) {
     }
 }
 
-TEST(LostRecord, IsSearchedForBehindASuperblockAndNotListed) {
+TEST(LostRecord, IsSearchedForAfterASuperblockAndNotListed) {
     byte_image disk = support::ext_start().resize(0x200000);
     EXPECT_FALSE(scan_image(disk, true).result);
     byte_image shorter = disk;
@@ -420,7 +421,7 @@ TEST(LostRecord, IsSearchedForBehindASuperblockAndNotListed) {
     EXPECT_EQ(s.list.front().byte_offset(), 1024u);
 }
 
-TEST(Forced, SoundTablesAndVolumesAreReadAsEver) {
+TEST(Forced, ValidTablesAndVolumesAreReadAsUsual) {
     EXPECT_EQ(scan_image(disk_with({{7, 64, 30}}), true).found, (entries{{64, 30, 7}}));
     EXPECT_EQ(scan_image(ntfs_boot_sector().resize(4096), true).found, (entries{{0, 0x1000, 7}}));
 }

@@ -83,19 +83,19 @@ TEST(PartitionTypes, GuessIsNamedByItsLowByte) {
     EXPECT_EQ(partition_type_name(0x8107), "ntfs or exfat [guess]");
 }
 
-TEST(PartitionTypes, WholeValueCountsWithoutTheGuessBit) {
+TEST(PartitionTypes, WholeValueIsUsedWithoutTheGuessBit) {
     EXPECT_EQ(partition_type_name(0x0107), "unk");
     EXPECT_EQ(partition_type_name(0x4007), "unk");
 }
 
-TEST(PartitionTypes, KnownTypesAreApartFromNamedOnes) {
+TEST(PartitionTypes, KnownTypesDifferFromNamedOnes) {
     for (int code = 0; code < 256; ++code) {
         EXPECT_EQ(is_known_type(static_cast<std::uint8_t>(code)), known.count(code) != 0) << code;
     }
     EXPECT_FALSE(is_known_type(0x17));  // "hidden ntfs"
     EXPECT_TRUE(is_known_type(0xB7));   // "unk"
     EXPECT_TRUE(is_known_type(0xC7));
-    EXPECT_FALSE(is_known_type(0xEE));  // the disk scan takes it first
+    EXPECT_FALSE(is_known_type(0xEE));  // the disk scan handles it first
 }
 
 }  // namespace

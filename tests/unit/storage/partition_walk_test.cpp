@@ -34,7 +34,7 @@ TEST(BootRecord, NamesOfFileSystemsAreFourBytes) {
     }
 }
 
-TEST(ExtendedChain, VolumesCountFromTheirRecordAndLinksFromTheBase) {
+TEST(ExtendedChain, VolumesAreRelativeToTheirRecordAndLinksToTheBase) {
     byte_image disk = disk_with({{7, 64, 30}, {0x0F, 100, 900}});
     put_extended_chain(disk, 100, {{7, 100, 110, 20}, {0x83, 200, 215, 30}, {11, 300, 301, 4}});
     const scan s = scan_image(disk);
@@ -48,7 +48,7 @@ TEST(ExtendedChain, VolumesCountFromTheirRecordAndLinksFromTheBase) {
                                 {301, 4, 11}}));
 }
 
-TEST(ExtendedChain, PrimariesBehindTheExtendedEntryAreNotRead) {
+TEST(ExtendedChain, PrimariesAfterTheExtendedEntryAreNotRead) {
     byte_image disk = disk_with({{5, 100, 900}, {7, 2048, 50}});
     put_extended_chain(disk, 100, {{7, 100, 110, 20}});
     EXPECT_EQ(scan_image(disk).found, (entries{{100, 900, 5}, {110, 20, 7}}));
@@ -66,7 +66,7 @@ TEST(ExtendedChain, OtherContainerTypesAreListedAndNotFollowed) {
 TEST(ExtendedChain, ExtendedEntryAtSectorZeroEndsTheWalkOnly) {
     byte_image disk = disk_with({{0x83, 2048, 50}, {5, 0, 900}, {7, 3000, 5}});
     disk.put_image(sector(2048), ntfs_boot_sector());
-    // Detection still runs; the first sector of the disk is no file system.
+    // Detection still runs; the first sector of the disk is not a file system.
     EXPECT_EQ(scan_image(disk).found, (entries{{2048, 50, 7}, {0, 900, 5}}));
 }
 
@@ -84,7 +84,7 @@ TEST(ExtendedChain, FirstRecordNeedsNoSignatureLaterOnesDo) {
               (entries{{100, 900, 5}, {110, 20, 7}, {200, 45, 5}, {215, 30, 7}, {300, 5, 5}}));
 }
 
-TEST(ExtendedChain, FailureFurtherDownKeepsWhatWasFound) {
+TEST(ExtendedChain, LaterFailureKeepsThePartitionsFoundBefore) {
     byte_image disk = disk_with({{5, 100, 900}});
     put_extended_chain(disk, 100, {{7, 100, 110, 20}, {7, 200, 215, 30}});
     disk.resize(sector(200));
@@ -126,7 +126,7 @@ TEST(ExtendedChain, GapEndsARecordAndTheChain) {
     EXPECT_EQ(scan_image(disk).found, (entries{{100, 900, 5}, {103, 3, 7}, {150, 10, 5}}));
 }
 
-TEST(ExtendedChain, LoopsEndWhereTheyComeBack) {
+TEST(ExtendedChain, LoopsEndAtARepeatedSector) {
     byte_image disk = disk_with({{5, 100, 900}});
     put_boot_record(disk, sector(100), {{7, 3, 3}, {5, 50, 10}});
     put_boot_record(disk, sector(150), {{7, 4, 4}, {5, 0, 10}});  // back to the first record
@@ -146,7 +146,7 @@ TEST(ExtendedChain, SumsAreWiderThan32Bits) {
     EXPECT_EQ(s.list.back().byte_offset(), 0x1000007FFull * 512);
 }
 
-TEST(ExtendedChain, SectorSizeOfTheTableHoldsForTheChain) {
+TEST(ExtendedChain, SectorSizeOfTheTableAppliesToTheChain) {
     byte_image disk(0x200000);
     put_boot_record(disk, 0, {{5, 16, 90}}, 4094);
     put_extended_chain(disk, 16, {{0x83, 16, 18, 2}, {0x83, 24, 26, 3}}, 4096);

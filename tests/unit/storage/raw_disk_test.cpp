@@ -24,7 +24,7 @@ namespace {
 int arrays_allocated = 0;  // by new[] since the start of the program
 
 constexpr std::size_t no_size = SIZE_MAX;
-std::size_t refused_array = no_size;  // bytes for which new[] finds no memory
+std::size_t refused_array = no_size;  // size in bytes for which new[] fails
 
 }  // namespace
 
@@ -51,7 +51,7 @@ using support::temp_dir;
 constexpr std::uint8_t untouched = 0xEE;
 constexpr auto top_bit = 1ull << 63;
 
-// What one read brought: its result, the count that came back, and the whole buffer.
+// The outcome of one read: its result, the count, and the whole buffer.
 struct outcome {
     bool result = false;
     std::uint32_t count = 0;
@@ -117,7 +117,7 @@ TEST(RawDiskFile, ReadAcrossTheEndIsClamped) {
     EXPECT_EQ(part(got.buffer, 100, 412), bytes(412, untouched));
 }
 
-TEST(RawDiskFile, ReadAtTheEndOrBehindFailsAndChangesNothing) {
+TEST(RawDiskFile, ReadAtOrPastTheEndFailsAndChangesNothing) {
     disk_file source{byte_image(pattern(4096))};
     for (const std::uint64_t offset : {4096ull, 4097ull, top_bit - 1}) {
         SCOPED_TRACE(offset);
@@ -154,10 +154,10 @@ TEST(RawDiskFile, NothingIsReadIntoNullOrForNoBytes) {
     EXPECT_EQ(byte, untouched);
 }
 
-TEST(RawDiskFile, WhatAShortReadDidNotBringIsZero) {
+TEST(RawDiskFile, BytesThatAShortReadDidNotDeliverAreZero) {
     const bytes content = pattern(1000);
     disk_file source{byte_image(content)};
-    ASSERT_EQ(::truncate(source.path.c_str(), 300), 0);  // the size that was seen stays 1000
+    ASSERT_EQ(::truncate(source.path.c_str(), 300), 0);  // the size read before is still 1000
     const outcome got = read(source.disk, 512, 100);
     EXPECT_TRUE(got.result);
     EXPECT_EQ(got.count, 512u);
@@ -165,7 +165,7 @@ TEST(RawDiskFile, WhatAShortReadDidNotBringIsZero) {
     EXPECT_EQ(part(got.buffer, 200, 312), bytes(312, 0));
 }
 
-TEST(RawDiskFile, OneFreshByteIsKept) {
+TEST(RawDiskFile, SingleDeliveredByteIsKept) {
     disk_file source{byte_image(pattern(1000))};
     ASSERT_EQ(::truncate(source.path.c_str(), 501), 0);
     const outcome got = read(source.disk, 16, 500);
@@ -176,7 +176,7 @@ TEST(RawDiskFile, OneFreshByteIsKept) {
     EXPECT_EQ(got.buffer, expected);
 }
 
-TEST(RawDiskFile, ReadWithoutAnyFreshByteIsStillSuccess) {
+TEST(RawDiskFile, ReadThatDeliversNoBytesIsASuccess) {
     disk_file source{byte_image(pattern(1000))};
     ASSERT_EQ(::truncate(source.path.c_str(), 0), 0);
     const outcome got = read(source.disk, 16, 500);
@@ -210,7 +210,7 @@ TEST(RawDiskFile, SourceThatCannotSeekHasTheLargestSizeAndNoBytes) {
     EXPECT_FALSE(read(disk, 16, ~0ull).result);
 }
 
-TEST(RawDiskFile, MissingFileEmptyPathFifoAndSocketStayClosed) {
+TEST(RawDiskFile, MissingFileEmptyPathFifoAndSocketAreNotOpened) {
     const temp_dir dir;
     const std::string fifo = dir.file("fifo");
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
@@ -270,7 +270,7 @@ TEST(RawDiskFile, OtherKindsOfNamesOpenNothing) {
     EXPECT_EQ(disk.kind, disk_kind::none);
 }
 
-TEST(RawDiskFile, WriteAccessDecidesTheModeOfTheDescriptor) {
+TEST(RawDiskFile, WriteAccessSetsTheModeOfTheDescriptor) {
     const temp_dir dir;
     const std::wstring path = widened(dir.write("image", "abc"));
     const CRawDisk reader(path, false, false, 0);
@@ -299,7 +299,7 @@ TEST(RawDiskFile, NothingIsReadWithoutADescriptor) {
     disk_file source{byte_image(pattern(512))};
     const int fd = std::exchange(source.disk.fd, -1);
     EXPECT_FALSE(read(source.disk, 16, 0).result);
-    source.disk.native_handle = 5;  // of another system: a file is read by its descriptor alone
+    source.disk.native_handle = 5;  // of another system; a file is read only by its descriptor
     EXPECT_FALSE(read(source.disk, 16, 0).result);
     source.disk.fd = fd;
     EXPECT_TRUE(read(source.disk, 16, 0).result);
@@ -337,7 +337,7 @@ TEST(RawDiskFile, DeliverableIsWhatAReadDelivers) {
     EXPECT_EQ(file.disk.deliverable(1, 0), 0u);
 }
 
-TEST(RawDiskFile, NextHeldPassesOverTheHolesOfAFile) {
+TEST(RawDiskFile, NextHeldSkipsTheHolesOfAFile) {
     constexpr std::uint64_t mib = 1 << 20;
     byte_image image(8 * mib);
     image.fill(2 * mib, 65536, 0x41).fill(5 * mib, 65536, 0x42);
@@ -386,7 +386,7 @@ TEST(RawDiskFile, UnheldBytesEndWithTheFile) {
     EXPECT_EQ(disk.unheld_bytes(7 * mib, ~std::uint64_t{0}), mib);
 }
 
-// Where lseek(2) does not know holes, all bytes may be held.
+// If lseek(2) does not support holes, all bytes may be stored.
 TEST(RawDiskFile, NextHeldOfADeviceIsTheOffset) {
     const CRawDisk zeros(L"/dev/zero", false, false, 0);
     ASSERT_TRUE(zeros.ok);
@@ -420,7 +420,7 @@ TEST(RawDiskFile, SourceWithoutAKindFailsEveryRead) {
     EXPECT_FALSE(read(source.disk, 16, 0).result);
 }
 
-TEST(RawDiskDrive, UnalignedReadTakesTheWholeSector) {
+TEST(RawDiskDrive, UnalignedReadReadsTheWholeSector) {
     const bytes content = pattern(4096);
     drive_file source{byte_image(content)};
     const outcome got = read(source.disk, 10, 1000);
@@ -472,7 +472,7 @@ TEST(RawDiskDrive, BounceBufferWithoutMemoryFailsTheRead) {
     EXPECT_TRUE(source.disk.read_bytes(buffer.data(), unaligned, 512));
 }
 
-TEST(RawDiskDrive, ErrorOfTheSystemIsSuccessWithZeros) {
+TEST(RawDiskDrive, SystemErrorIsASuccessWithZeros) {
     drive_file source{byte_image(pattern(4096))};
     const int write_only = ::open(source.path.c_str(), O_WRONLY);
     ASSERT_NE(write_only, -1);
@@ -503,7 +503,7 @@ TEST(RawDiskDrive, NothingIsClampedToTheSize) {
 
 TEST(RawDiskDrive, EndOfTheDeviceFails) {
     drive_file source{byte_image(pattern(1024))};
-    source.disk.size_bytes = 4096;  // more than there is
+    source.disk.size_bytes = 4096;  // more than the file has
     EXPECT_FALSE(read(source.disk, 512, 1024).result);
     EXPECT_FALSE(read(source.disk, 10, 1030).result);
     source.disk.size_bytes = 1024;
@@ -528,11 +528,11 @@ TEST(RawDiskDrive, LockedReadsFail) {
     drive_file source{byte_image(pattern(1024))};
     source.disk.read_locked = true;
     EXPECT_FALSE(read(source.disk, 512, 0).result);
-    source.disk.kind = disk_kind::file;  // only sector-aligned reads look at it
+    source.disk.kind = disk_kind::file;  // only sector-aligned reads check the lock
     EXPECT_TRUE(read(source.disk, 512, 0).result);
 }
 
-TEST(RawDiskDrive, NumbersFromTwentyOnFailWithoutAWord) {
+TEST(RawDiskDrive, NumbersFromTwentyOnFailWithoutAMessage) {
     for (const std::uint32_t number : {20u, 24u, 25u, 0xFFFFFFFFu}) {
         SCOPED_TRACE(number);
         testing::internal::CaptureStderr();
@@ -559,7 +559,7 @@ TEST(RawDiskDrive, SectorsWithoutASizeAreNotRead) {
     EXPECT_FALSE(read(source.disk, 512, 0).result);
 }
 
-TEST(RawDiskDrive, DriveThatCannotBeOpenedIsToldWithItsError) {
+TEST(RawDiskDrive, DriveThatCannotBeOpenedIsReportedWithItsError) {
     const struct {
         std::uint32_t number;
         const char* name;
@@ -590,7 +590,7 @@ TEST(RawDiskVmdk, NoOpenOpensNothing) {
     EXPECT_EQ(disk.vmdk, nullptr);
 }
 
-TEST(RawDiskVmdk, ListThatMakesNoChainStaysClosed) {
+TEST(RawDiskVmdk, ListWithoutAChainIsNotOpen) {
     const temp_dir dir;
     const std::string path = dir.write("text.vmdk", "no sparse extent");
     for (const std::vector<std::wstring>& files :

@@ -1,4 +1,4 @@
-// What a scan of a disk or of bytes in memory found, in a form that tests compare.
+// The result of a scan of a disk or of bytes in memory, in a form that tests compare.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 #include "support/byte_image.h"
 #include "support/partition_image.h"
 
-// A record as far as a table makes it.
+// The fields of a record that a table defines.
 struct entry {
     std::uint64_t first = 0;
     std::uint64_t count = 0;
@@ -43,7 +43,7 @@ struct scan {
 inline scan scan_image(const support::byte_image& image, bool forced = false) {
     disk_file source(image);
     scan s;
-    s.list.resize(3);  // a scan starts anew
+    s.list.resize(3);  // a scan clears the list
     s.result = scan_partitions(source.disk, s.list, forced, false);
     s.found = entries_of(s.list);
     return s;

@@ -39,7 +39,7 @@ check image(const std::string& path, std::uint64_t offset = 0, bool ignore_image
 check drive(std::uint32_t number) {
     check c;
     std::ostringstream out;
-    out << std::hex;  // the number is decimal all the same
+    out << std::hex;  // the number is still decimal
     c.result = check_drive(out, number, c.offset, c.found_ntfs, false);
     c.text = out.str();
     return c;
@@ -75,7 +75,7 @@ TEST(CheckImage, OffsetAndSizeRuleReachTheSelection) {
     EXPECT_EQ(image(path).offset, 0x100000u);
 }
 
-TEST(CheckImage, MissingImageIsTold) {
+TEST(CheckImage, MissingImageIsReported) {
     const temp_dir dir;
     const std::string path = dir.file("missing.dd");
     const check c = image(path, 0x123);
@@ -85,7 +85,7 @@ TEST(CheckImage, MissingImageIsTold) {
     EXPECT_EQ(c.text, "invalid image: " + path + "\n");
 }
 
-TEST(CheckImage, FifoIsNoImage) {
+TEST(CheckImage, FifoIsNotAnImage) {
     const temp_dir dir;
     const std::string path = dir.file("fifo");
     ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
@@ -109,7 +109,7 @@ TEST(CheckImage, NameIsShownInItsShortestForm) {
     EXPECT_EQ(image(dir.path() + "/\xC3\xA9").text, "invalid image: " + dir.path() + "/\xC3\xA9\n");
 }
 
-TEST(CheckDrive, OpensTheDriveAndTellsWhatWentWrong) {
+TEST(CheckDrive, OpensTheDriveAndReportsTheError) {
     testing::internal::CaptureStderr();
     { const CRawDisk disk(3, false, false, false, 3, false); }
     const std::string told = testing::internal::GetCapturedStderr();
@@ -118,7 +118,7 @@ TEST(CheckDrive, OpensTheDriveAndTellsWhatWentWrong) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), told);
 }
 
-TEST(CheckDrive, NumbersWithoutADeviceAreTold) {
+TEST(CheckDrive, NumbersWithoutADeviceAreReported) {
     for (const std::uint32_t number : {20u, 24u, 25u, 0xFFFFFFFFu}) {
         SCOPED_TRACE(number);
         testing::internal::CaptureStderr();
@@ -130,13 +130,13 @@ TEST(CheckDrive, NumbersWithoutADeviceAreTold) {
     }
 }
 
-TEST(CheckVmdkList, EmptyListFailsWithoutAWord) {
+TEST(CheckVmdkList, EmptyListFailsWithoutAMessage) {
     const check c = vmdk({});
     EXPECT_FALSE(c.result);
     EXPECT_EQ(c.text, "");
 }
 
-TEST(CheckVmdkList, FilesThatMakeNoChainAreTold) {
+TEST(CheckVmdkList, FilesThatFormNoChainAreReported) {
     const temp_dir dir;
     const check c = vmdk({widened(dir.write("text.vmdk", "no sparse extent"))});
     EXPECT_FALSE(c.result);
@@ -144,7 +144,7 @@ TEST(CheckVmdkList, FilesThatMakeNoChainAreTold) {
     EXPECT_EQ(c.text, "invalid disk collection of snaps \n");
 }
 
-TEST(CheckVmdkList, SelectionLeavesTheOffsetOfTheLastNtfsPartition) {
+TEST(CheckVmdkList, SelectionSetsTheOffsetOfTheLastNtfsPartition) {
     const temp_dir dir;
     byte_image disk(0x200000);
     support::put_boot_record(disk, 0, {{7, 0x800, 0x100}, {7, 0xC00, 0x100}, {0x83, 0xF00, 5}});
@@ -164,7 +164,7 @@ TEST(CheckVmdkList, SelectionLeavesTheOffsetOfTheLastNtfsPartition) {
 
 TEST(CheckVmdkList, CompressedGrainsShowNoPartitions) {
     const temp_dir dir;
-    // A stream-optimised file opens; what its grains hold is not decompressed.
+    // A stream-optimised file opens; the content of its grains is not decompressed.
     const std::string path = support::vmdk_image({.flags = 0x30001})
                                  .grain(0, support::pattern(65536))
                                  .put(77, 1, 2)

@@ -45,7 +45,7 @@ byte_image partitioned_disk() {
     return disk.put_image(volume_at, ntfs);
 }
 
-// Runs with the trace on and tells what was traced.
+// Runs with the trace on and returns the trace.
 class trace_file {
 public:
     trace_file() {
@@ -60,7 +60,7 @@ private:
     cmd_params m_params;
 };
 
-// Enters another working directory for as long as it lives.
+// Changes the working directory for its lifetime.
 class working_directory {
 public:
     explicit working_directory(const std::string& path)
@@ -107,7 +107,7 @@ TEST(AttachImage, ValidVolumeIsOwned) {
     EXPECT_FALSE(ntfs->disk()->write_access);
 }
 
-TEST(AttachImage, VolumeStandsAtItsOffset) {
+TEST(AttachImage, VolumeIsAtItsOffset) {
     const temp_dir dir;
     const std::wstring path = widened(partitioned_disk().save(dir.file("disk.dd")));
     std::unique_ptr<CNtfs> ntfs;
@@ -117,7 +117,7 @@ TEST(AttachImage, VolumeStandsAtItsOffset) {
     EXPECT_EQ(ntfs, nullptr);
 }
 
-TEST(AttachImage, WhatIsNoVolumeLeavesNothing) {
+TEST(AttachImage, SourceWithoutAVolumeLeavesANullReader) {
     const temp_dir dir;
     testing::internal::CaptureStderr();
     for (const std::string& path : {std::string(), dir.file("missing"), dir.path(),
@@ -174,7 +174,7 @@ TEST(AttachVolume, OnlyLetterAndColonAreOpened) {
     EXPECT_EQ(ntfs, nullptr);
 }
 
-TEST(SourceKind, NumbersAreThoseThatReadersStore) {
+TEST(SourceKind, NumbersAreThoseStoredByReaders) {
     EXPECT_EQ(source_kind::drive_letter, 32u);
     EXPECT_EQ(source_kind::file, 33u);
     EXPECT_EQ(source_kind::drive_number, 34u);
@@ -183,7 +183,7 @@ TEST(SourceKind, NumbersAreThoseThatReadersStore) {
     EXPECT_EQ(source_kind::unknown, 255u);
 }
 
-TEST(AttachDrive, OpensTheDriveAndTellsWhatWentWrong) {
+TEST(AttachDrive, OpensTheDriveAndReportsTheError) {
     testing::internal::CaptureStderr();
     { const CRawDisk drive(3, false, false, false, 3, false); }
     const std::string told = testing::internal::GetCapturedStderr();
@@ -203,7 +203,7 @@ TEST(AttachDrive, NumbersWithoutADeviceFailQuietly) {
     }
 }
 
-TEST(OpenByImage, RootNeedsNoLookUp) {
+TEST(OpenByImage, RootNeedsNoLookup) {
     const temp_dir dir;
     const std::string path = volume().save(dir.file("bare.dd"));
     for (const wchar_t* directory : {L".", L"/", L"", L"\\.", L".\\", L"\\.\\", L"/.", L"./"}) {
@@ -217,7 +217,7 @@ TEST(OpenByImage, RootNeedsNoLookUp) {
     }
 }
 
-TEST(OpenByImage, LoneBackslashIsLookedUp) {
+TEST(OpenByImage, SingleBackslashIsLookedUp) {
     const temp_dir dir;
     const opened o = open_image(volume().save(dir.file("bare.dd")), L"\\");
     EXPECT_TRUE(o.result);
@@ -243,7 +243,7 @@ TEST(OpenByImage, SeveralComponentsAreLookedUp) {
     EXPECT_EQ(note.entry, note_entry);
 }
 
-TEST(OpenByImage, FailedLookUpKeepsTheVolume) {
+TEST(OpenByImage, FailedLookupKeepsTheVolume) {
     const temp_dir dir;
     testing::internal::CaptureStderr();
     const opened o = open_image(volume().save(dir.file("bare.dd")), L"\\missing");
@@ -253,7 +253,7 @@ TEST(OpenByImage, FailedLookUpKeepsTheVolume) {
     EXPECT_NE(o.trace, "");
 }
 
-TEST(OpenByImage, SourceThatCannotBeOpenedIsNotLookedInto) {
+TEST(OpenByImage, SourceThatCannotBeOpenedIsNotSearched) {
     const temp_dir dir;
     testing::internal::CaptureStderr();
     const opened o = open_image(dir.file("missing"), L"\\docs");
@@ -263,7 +263,7 @@ TEST(OpenByImage, SourceThatCannotBeOpenedIsNotLookedInto) {
     EXPECT_EQ(o.trace, "");
 }
 
-TEST(OpenByVolumeName, TheNameIsTheDirectoryToo) {
+TEST(OpenByVolumeName, NameIsAlsoTheDirectory) {
     const temp_dir dir;
     const working_directory inside(dir.path());
     volume().save("c:");
@@ -276,10 +276,10 @@ TEST(OpenByVolumeName, TheNameIsTheDirectoryToo) {
 
     const std::string path = volume().save(dir.file("bare.dd"));
     EXPECT_FALSE(open_by_volume_name(ntfs, entry, resolved, widened(path), true, trace.params()));
-    EXPECT_NE(ntfs, nullptr);  // opened, but no such directory is on it
+    EXPECT_NE(ntfs, nullptr);  // opened, but the directory is not on it
 }
 
-TEST(OpenByDriveNumber, DriveThatIsNotThereFails) {
+TEST(OpenByDriveNumber, MissingDriveFails) {
     std::unique_ptr<CNtfs> ntfs;
     std::uint64_t entry = 0;
     std::wstring resolved;
@@ -322,11 +322,11 @@ TEST_F(VmdkOpening, DefaultOffsetIsTheBasesFirstPartition) {
     EXPECT_FALSE(attach_vmdk(ntfs, files, 1));  // which is an offset, with no volume there
 }
 
-TEST_F(VmdkOpening, GivenOffsetStands) {
+TEST_F(VmdkOpening, GivenOffsetIsUsed) {
     byte_image disk = partitioned_disk();
     support::put_boot_record(disk, 0, {{0x83, 63, 10}, {7, 0x800, 0x100}});
     const auto files = save({vmdk_image().content(disk)});
-    EXPECT_FALSE(attach_vmdk(ntfs, files, 0));  // the first partition is another one
+    EXPECT_FALSE(attach_vmdk(ntfs, files, 0));  // the first partition is a different one
     EXPECT_EQ(ntfs, nullptr);
     EXPECT_TRUE(attach_vmdk(ntfs, files, volume_at));
 }
@@ -347,7 +347,7 @@ TEST_F(VmdkOpening, BareVolumeStartsAtZero) {
 }
 
 TEST_F(VmdkOpening, BaseWithoutPartitionsMeansZero) {
-    // The base shows no first sector: the delta alone holds the volume.
+    // The base has no first sector: only the delta contains the volume.
     vmdk_image base({.capacity = volume().size() / 512 + 128});
     base.grain(1, support::pattern(4096));
     ASSERT_TRUE(attach_vmdk(ntfs, save({base, vmdk_image().content(volume())}), 0));
@@ -359,7 +359,7 @@ TEST_F(VmdkOpening, OffsetIsStoredInTwoHalvesOf28Bits) {
     disk.put_image(0x2F2345600, volume());
     vmdk_image image;
     image.content(byte_image(512).put(0, 1, 1));
-    // The volume far out, grain by grain: 0x2F2345600 is no multiple of a grain.
+    // The volume at a large offset, grain by grain: 0x2F2345600 is not a multiple of a grain.
     for (std::uint64_t at = 0x2F2340000; at < disk.size(); at += 0x10000) {
         image.grain(at / 0x10000, disk.get_bytes(at, 0x10000));
     }

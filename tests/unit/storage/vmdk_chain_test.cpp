@@ -27,7 +27,7 @@ using support::vmdk_options;
 constexpr std::uint64_t grain_size = 4096;
 constexpr vmdk_options small = {.capacity = 160, .grain_size = 8, .table_entries = 128};
 
-// A file whose grains are named by a string: one letter each, "." for a hole.
+// A file whose grains are given as a string: one letter each, "." for a hole.
 vmdk_image layer(std::string_view grains, std::uint32_t cid, std::uint32_t parent_cid,
                  const vmdk_options& options = small) {
     vmdk_image image(options);
@@ -59,7 +59,7 @@ struct linked_chain : chain_files {
         linked = chain.link();
     }
 
-    // The disk as letters, one a grain; '0' for zeros, '?' for mixed content.
+    // Returns the disk as letters, one for each grain; '0' for zeros, '?' for mixed content.
     std::string grains(std::size_t count) {
         std::string text;
         for (std::size_t i = 0; i < count; ++i) {
@@ -86,7 +86,7 @@ TEST(VmdkChain, BaseAloneReadsLikeAFlatDisk) {
     EXPECT_EQ(c.grains(5), "A0C00");
 }
 
-TEST(VmdkChain, NewestHolderOfAGrainWins) {
+TEST(VmdkChain, NewestFileWithAGrainIsRead) {
     linked_chain c({layer("AAAA..", 1, none), layer(".BB.B.", 2, 1), layer("..C..", 3, 2)});
     EXPECT_TRUE(c.linked);
     EXPECT_EQ(c.grains(6), "ABCAB0");
@@ -111,7 +111,7 @@ TEST(VmdkChain, OrderOfTheCidsDoesNotMatter) {
     EXPECT_EQ(c.grains(4), "ABCA");
 }
 
-TEST(VmdkChain, ReadCrossesGrainsAndHolders) {
+TEST(VmdkChain, ReadCrossesGrainsAndFiles) {
     linked_chain c({layer("A.A", 1, none), layer("..B", 2, 1)});
     bytes buffer(2 * grain_size + 20, 0xEE);
     auto count = static_cast<std::uint32_t>(buffer.size());
@@ -152,7 +152,7 @@ TEST(VmdkChain, AllocatedGrainHidesTheParentsEvenIfItCannotBeRead) {
     EXPECT_EQ(c.grains(3), "AB0");
 }
 
-TEST(VmdkChain, GrainCutByTheEndOfItsFileEndsInZeros) {
+TEST(VmdkChain, GrainTruncatedByTheEndOfItsFileEndsInZeros) {
     const vmdk_image delta = layer("..B", 2, 1);
     linked_chain files({layer("AAA", 1, none)});
     byte_image cut = delta.build();
@@ -170,17 +170,17 @@ TEST(VmdkChain, GrainCutByTheEndOfItsFileEndsInZeros) {
     EXPECT_EQ(buffer, expected);
 }
 
-TEST(VmdkChain, StepIsThatOfTheHolder) {
+TEST(VmdkChain, StepIsThatOfTheFileWithTheGrain) {
     // The parent's grains are four times as large as the child's. A request that begins in a hole
-    // of the child takes the rest of the parent's grain and overlooks the child behind it.
+    // of the child reads the rest of the parent's grain and skips the child's next grain.
     const vmdk_image base = layer("A", 1, none, {.capacity = 160, .grain_size = 32});
-    linked_chain c({base, layer(".B.C", 2, 1)});  // C stands behind B in the file
+    linked_chain c({base, layer(".B.C", 2, 1)});  // C follows B in the file
     bytes buffer(4 * grain_size, 0xEE);
     auto count = static_cast<std::uint32_t>(buffer.size());
     EXPECT_TRUE(c.chain.read(buffer.data(), 0, count));
     EXPECT_EQ(buffer, bytes(4 * grain_size, 'A'));
     EXPECT_EQ(c.grains(4), "ABAC");
-    // One that begins in the child's grain ends with it, and goes on in the parent.
+    // One that begins in the child's grain ends with it, and continues in the parent.
     buffer.assign(2 * grain_size, 0xEE);
     count = 2 * grain_size;
     EXPECT_TRUE(c.chain.read(buffer.data(), grain_size, count));
@@ -203,13 +203,13 @@ TEST(VmdkChain, MissingParentBreaksTheLink) {
     EXPECT_EQ(c.grains(1), "failed");
 }
 
-TEST(VmdkChain, ChainWithoutABaseIsNone) {
+TEST(VmdkChain, ChainWithoutABaseIsInvalid) {
     EXPECT_FALSE(linked_chain({layer("A", 1, 1)}).linked);
     EXPECT_FALSE(linked_chain({layer("A", 1, 2), layer("B", 2, 1)}).linked);
     EXPECT_FALSE(linked_chain({}).linked);
 }
 
-TEST(VmdkChain, NoParentIsEightSmallLetters) {
+TEST(VmdkChain, NoParentIsEightLowerCaseLetters) {
     const std::string head = "CID=1\nparentCID=";
     for (const char* parent : {"FFFFFFFF", "ffffffff\r", " ffffffff", "fffffff", ""}) {
         SCOPED_TRACE(parent);
@@ -239,14 +239,14 @@ TEST(VmdkChain, OnlyTheLastChildInKeyOrderIsRead) {
     EXPECT_EQ(c.grains(4), "AACA");  // the first sibling is lost with its own child
 }
 
-TEST(VmdkChain, DetachedRingBesideABasePasses) {
+TEST(VmdkChain, DetachedRingNextToABaseIsAccepted) {
     linked_chain c({layer("A", 1, none), layer("B", 2, 3), layer("C", 3, 2)});
     EXPECT_TRUE(c.linked);
     EXPECT_TRUE(c.chain.ready);
     EXPECT_EQ(c.grains(1), "A");
 }
 
-TEST(VmdkChain, WalkThatComesBackIsNotReady) {
+TEST(VmdkChain, WalkInARingIsNotReady) {
     linked_chain c({layer("A", 1, none), layer("B", 2, 1)});
     vmdk_chain& chain = c.chain;
     chain.ready = false;
@@ -262,7 +262,7 @@ TEST(VmdkChain, FirstFileOfACidIsUsed) {
     EXPECT_EQ(c.grains(1), "A");
 }
 
-TEST(VmdkChain, LinkingAgainStartsAnew) {
+TEST(VmdkChain, LinkingAgainClearsThePreviousLinks) {
     linked_chain c({layer("A", 1, none), layer("B", 2, 1)});
     EXPECT_TRUE(c.chain.link());
     EXPECT_EQ(c.chain.order.size(), 2u);
@@ -284,7 +284,7 @@ TEST(VmdkChain, AddingStopsAtTheFirstUnreadableFile) {
 
 // --- a chain as a source ---
 
-TEST(VmdkSource, TakesSizeAndNameFromTheBase) {
+TEST(VmdkSource, HasTheSizeAndNameOfTheBase) {
     const chain_files files(
         {layer("B", 2, 1, {.capacity = 320, .grain_size = 8}), layer("A", 1, none)});
     CRawDisk disk(files.paths, false, false);
@@ -297,13 +297,13 @@ TEST(VmdkSource, TakesSizeAndNameFromTheBase) {
     EXPECT_EQ(disk.sector_size, 512u);
 }
 
-TEST(VmdkSource, ReadsAreBoundByTheirStartOnly) {
+TEST(VmdkSource, OnlyTheStartOfAReadIsBounded) {
     const chain_files files({layer("A...................B", 1, none)});
     CRawDisk disk(files.paths, false, false);
     bytes buffer(600, 0xEE);
     std::uint32_t count = 600;
     EXPECT_TRUE(disk.read_bytes(buffer.data(), count, 160 * 512 - 1));
-    EXPECT_EQ(count, 600u);  // one byte of the disk, and what lies behind its capacity
+    EXPECT_EQ(count, 600u);  // one byte of the disk, and bytes past its capacity
     bytes expected(1, 0);
     expected.resize(600, 'B');
     EXPECT_EQ(buffer, expected);
@@ -331,7 +331,7 @@ TEST(VmdkSource, NothingIsReadWithoutADescriptor) {
     CRawDisk disk(files.paths, false, false);
     std::uint8_t byte = 0;
     std::uint32_t count = 1;
-    disk.fd = -1;  // the chain keeps its own
+    disk.fd = -1;  // the chain has its own
     EXPECT_FALSE(disk.read_bytes(&byte, count, 0));
     disk.native_handle = 5;
     EXPECT_TRUE(disk.read_bytes(&byte, count, 0));
@@ -344,7 +344,7 @@ TEST(VmdkSource, NegativeOffsetReachesTheChain) {
     const std::uint64_t span = 128 * grain_size;
     bytes buffer(10, 0xEE);
     std::uint32_t count = 10;
-    // The table index is taken modulo 2^32: 2^63 / span is a multiple of it.
+    // The table index is used modulo 2^32: 2^63 / span is a multiple of it.
     ASSERT_EQ(((1ull << 63) / span) & 0xFFFFFFFF, 0u);
     EXPECT_TRUE(disk.read_bytes(buffer.data(), count, 1ull << 63));
     EXPECT_EQ(buffer, bytes(10, 'A'));
@@ -363,7 +363,7 @@ TEST(VmdkSource, CapacityIsASignedSize) {
     }
 }
 
-TEST(VmdkSource, HoldsNoMoreThanItsFilesTogether) {
+TEST(VmdkSource, StoresNoMoreThanItsFilesInTotal) {
     const vmdk_image delta = layer("B", 2, 1);
     const chain_files claiming({layer("A", 1, none).put(12, 1ull << 40, 8), delta});
     EXPECT_EQ(CRawDisk(claiming.paths, false, false).held_bytes(),
@@ -385,7 +385,7 @@ TEST(VmdkSource, DescriptorOfTheBaseIsClosedOnce) {
     {
         CRawDisk disk(files.paths, false, false);
         fd = disk.fd;
-        disk.vmdk.reset();  // closes it; the number may now be somebody else's
+        disk.vmdk.reset();  // closes it; the number may be reused
         EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
         const int other = ::open("/dev/null", O_RDONLY);
         ASSERT_EQ(other, fd);

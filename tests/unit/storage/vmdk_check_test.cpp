@@ -16,7 +16,7 @@
 namespace {
 
 constexpr std::size_t no_size = SIZE_MAX;
-std::size_t refused_size = no_size;  // bytes for which new without exceptions finds no memory
+std::size_t refused_size = no_size;  // size in bytes for which new without exceptions fails
 
 }  // namespace
 
@@ -74,7 +74,7 @@ protected:
         return paths;
     }
 
-    // The two lines about a file whose parent was not in the list.
+    // Returns the two lines about a file whose parent was not in the list.
     std::string depends(const std::string& child, const std::string& hint) const {
         return "=> vmdk file: " + path(child) + "\n depends on parent vmdk \"" + hint + "\"\n";
     }
@@ -90,7 +90,7 @@ constexpr char missing_parent[] =
     "Child VMDK points to a parent VMDK that doesn't exist, aborting\n";
 constexpr char cid_errors[] = "Child VMDK CID errors, aborting\n";
 
-TEST_F(VmdkCheck, CompleteChainsPassWithoutAWord) {
+TEST_F(VmdkCheck, CompleteChainsPassWithoutAMessage) {
     save("a", file(1, none));
     save("b", file(2, 1, "a"));
     save("c", file(3, 2, "b"));
@@ -103,7 +103,7 @@ TEST_F(VmdkCheck, CompleteChainsPassWithoutAWord) {
     }
 }
 
-TEST_F(VmdkCheck, EmptyListFailsWithoutAWord) {
+TEST_F(VmdkCheck, EmptyListFailsWithoutAMessage) {
     const check c = run({});
     EXPECT_FALSE(c.result);
     EXPECT_EQ(c.text, "");
@@ -154,8 +154,9 @@ TEST_F(VmdkCheck, MissingParentIsFoundByItsHint) {
     EXPECT_TRUE(::run(c.list).result);
 }
 
-TEST_F(VmdkCheck, EachMissingParentTakesAPass) {
-    // A hint that is part of the folder's random name would count as listed: these are longer.
+TEST_F(VmdkCheck, EachMissingParentNeedsAPass) {
+    // A hint that is a part of the folder's random name would be treated as listed: these are
+    // longer.
     save("base.vmdk", file(1, none));
     save("middle.vmdk", file(2, 1, "base.vmdk"));
     save("last.vmdk", file(3, 2, "middle.vmdk"));
@@ -173,7 +174,7 @@ TEST_F(VmdkCheck, ParentThatDoesNotExistAborts) {
     EXPECT_EQ(c.list, wide_paths({"delta"}));
 }
 
-TEST_F(VmdkCheck, FolderOfTheHintThatIsGoneIsReplaced) {
+TEST_F(VmdkCheck, MissingFolderOfTheHintIsReplaced) {
     save("base.vmdk", file(1, none));
     save("delta", file(2, 1, "/no such folder/base.vmdk"));
     const check c = run({"delta"});
@@ -190,7 +191,7 @@ TEST_F(VmdkCheck, ReplacedFolderIsNotTriedBeforeTheNextPass) {
     EXPECT_EQ(c.list, wide_paths({"delta", "base.vmdk"}));
 }
 
-TEST_F(VmdkCheck, HintWithAFolderThatIsThereIsTakenAsItIs) {
+TEST_F(VmdkCheck, HintWithAnExistingFolderIsUsedUnchanged) {
     const temp_dir elsewhere;
     file(1, none).save(elsewhere.file("base.vmdk"));
     save("delta", file(2, 1, elsewhere.file("base.vmdk")));
@@ -199,7 +200,7 @@ TEST_F(VmdkCheck, HintWithAFolderThatIsThereIsTakenAsItIs) {
     EXPECT_EQ(c.list.back(), widened(elsewhere.file("base.vmdk")));
 }
 
-TEST_F(VmdkCheck, ClosingSeparatorOfAHintIsDroppedForTheTestOnly) {
+TEST_F(VmdkCheck, ClosingSeparatorOfAHintIsRemovedForTheTestOnly) {
     save("base.vmdk", file(1, none));
     save("delta", file(2, 1, path("base.vmdk") + "/"));
     const check c = run({"delta"});
@@ -207,7 +208,7 @@ TEST_F(VmdkCheck, ClosingSeparatorOfAHintIsDroppedForTheTestOnly) {
     EXPECT_EQ(c.text, depends("delta", path("base.vmdk/")) + cant_be_opened("base.vmdk/"));
 }
 
-TEST_F(VmdkCheck, EncodingTellsTheSeparatorOfTheHint) {
+TEST_F(VmdkCheck, EncodingDefinesTheSeparatorOfTheHint) {
     save("base.vmdk", file(1, none));
     const std::string hint = "C:\\vm\\base.vmdk";
     save("windows", file(2, 1, hint).line("encoding=\"windows-1252\""));
@@ -215,12 +216,12 @@ TEST_F(VmdkCheck, EncodingTellsTheSeparatorOfTheHint) {
     EXPECT_EQ(c.text, depends("windows", path("base.vmdk")));
     EXPECT_EQ(c.list, wide_paths({"windows", "base.vmdk"}));
 
-    // Otherwise a backslash is part of a name, and that file is not beside the delta.
+    // Otherwise a backslash is a part of a name, and that file is not next to the delta.
     save("capital", file(2, 1, hint).line("encoding=\"Windows-1252\""));
     EXPECT_EQ(run({"capital"}).text, missing_parent);
     save("none", file(2, 1, hint));
     EXPECT_EQ(run({"none"}).text, missing_parent);
-    // And with it, a slash does not make a folder.
+    // And with it, a slash is not a separator.
     save("slash", file(2, 1, "vm/base.vmdk").line("encoding=\"windows-1252\""));
     EXPECT_EQ(run({"slash"}).text, missing_parent);
 }
@@ -229,7 +230,7 @@ TEST_F(VmdkCheck, PrefixIsTheFolderOfTheFirstFileThatHasOne) {
     const temp_dir elsewhere;
     save("other base", file(9, none));
     save("base.vmdk", file(1, none));
-    // The child has the lowest CID, so that no base is known when it is met.
+    // The child has the lowest CID, so that no base is known when it is reached.
     file(0, 1, "base.vmdk").save(elsewhere.file("delta"));
     const check c = ::run({widened(path("other base")), widened(elsewhere.file("delta"))});
     EXPECT_EQ(c.list.back(), widened(path("base.vmdk")));
@@ -237,7 +238,7 @@ TEST_F(VmdkCheck, PrefixIsTheFolderOfTheFirstFileThatHasOne) {
                           "\n depends on parent vmdk \"base.vmdk\"\n");
 }
 
-TEST_F(VmdkCheck, QuotesAreNoPartOfAPath) {
+TEST_F(VmdkCheck, QuotesAreNotAPartOfAPath) {
     save("base.vmdk", file(1, none));
     save("delta", file(2, 1).line("parentFileNameHint=ba\"se.vm\"dk"));
     const check c = run({"delta"});
@@ -246,18 +247,18 @@ TEST_F(VmdkCheck, QuotesAreNoPartOfAPath) {
               "=> vmdk file: " + path("delta") + "\n depends on parent vmdk ba\"se.vm\"dk\n");
 }
 
-TEST_F(VmdkCheck, QuotesOfTheFolderAreNoPartOfTheParentsPath) {
+TEST_F(VmdkCheck, QuotesOfTheFolderAreNotAPartOfTheParentsPath) {
     const std::string folder = dir.file("a\"b");
     ASSERT_TRUE(std::filesystem::create_directory(folder));
     const std::string base = file(1, none).save(folder + "/base.vmdk");
     const std::string delta = file(2, 1, "base.vmdk").save(folder + "/delta");
-    // Without its quote the folder is not there: the name is taken beside the delta.
+    // Without its quote the folder does not exist: the name is searched next to the delta.
     const check c = ::run({widened(delta)});
     EXPECT_EQ(c.text, "=> vmdk file: " + delta + "\n depends on parent vmdk \"" + base + "\"\n");
     EXPECT_EQ(c.list, (std::vector<std::wstring>{widened(delta), widened(base)}));
 }
 
-TEST_F(VmdkCheck, BackslashCutsANameBeforeASlashDoes) {
+TEST_F(VmdkCheck, BackslashSplitsANameBeforeASlashDoes) {
     save("base.vmdk", file(1, none));
     save("slash", file(2, 1, "/no such folder/a\\base.vmdk"));
     const check c = run({"slash"});
@@ -294,12 +295,12 @@ TEST_F(VmdkCheck, FileWithoutCidsIsItsOwnParent) {
     EXPECT_EQ(run({"empty"}).text, cid_errors);
 }
 
-TEST_F(VmdkCheck, BaseWhoseCidIsTheMarkIsNoRing) {
+TEST_F(VmdkCheck, BaseWhoseCidIsTheMarkIsNotARing) {
     save("base", file(none, none));
     EXPECT_TRUE(run({"base"}).result);
 }
 
-TEST_F(VmdkCheck, OrphanBeforeTheRingIsMetFirst) {
+TEST_F(VmdkCheck, OrphanBeforeTheRingIsReachedFirst) {
     save("orphan", file(1, 7, "gone"));
     save("ring", file(5, 5, "ring"));
     EXPECT_EQ(run({"ring", "orphan"}).text, missing_parent);
@@ -313,12 +314,12 @@ TEST_F(VmdkCheck, RingOfTwoHasNoBase) {
     EXPECT_EQ(c.text, "");
 }
 
-TEST_F(VmdkCheck, CapitalLettersAreNoMarkOfABase) {
+TEST_F(VmdkCheck, UpperCaseLettersAreNotTheMarkOfABase) {
     save("disk", file(1, 1).descriptor("CID=1\nparentCID=FFFFFFFF\nparentFileNameHint=\"gone\"\n"));
     EXPECT_EQ(run({"disk"}).text, missing_parent);
 }
 
-TEST_F(VmdkCheck, BaseIsTheParentIfItsNameHoldsTheHint) {
+TEST_F(VmdkCheck, BaseIsTheParentIfItsNameContainsTheHint) {
     save("base.vmdk", file(1, none));
     save("delta", file(2, 7, "base.vmdk"));  // another CID
     const check c = run({"base.vmdk", "delta"});
@@ -326,7 +327,7 @@ TEST_F(VmdkCheck, BaseIsTheParentIfItsNameHoldsTheHint) {
     EXPECT_EQ(c.text, "");
 }
 
-TEST_F(VmdkCheck, OnlyTheBaseIsLookedAtOnceItIsKnown) {
+TEST_F(VmdkCheck, OnlyTheBaseIsComparedOnceItIsKnown) {
     save("base", file(1, none));
     save("middle.vmdk", file(3, 1, "base"));
     save("delta", file(2, 7, "middle.vmdk"));
@@ -337,7 +338,7 @@ TEST_F(VmdkCheck, OnlyTheBaseIsLookedAtOnceItIsKnown) {
     EXPECT_EQ(c.list, wide_paths({"base", "middle.vmdk", "delta"}));
 }
 
-TEST_F(VmdkCheck, AnyNameCountsWhileNoBaseIsKnown) {
+TEST_F(VmdkCheck, AnyNameMatchesWhileNoBaseIsKnown) {
     save("base.vmdk", file(9, none));  // its CID comes last
     save("delta", file(2, 7, "base.vmdk"));
     const check c = run({"base.vmdk", "delta"});
@@ -346,14 +347,14 @@ TEST_F(VmdkCheck, AnyNameCountsWhileNoBaseIsKnown) {
     EXPECT_EQ(c.list, wide_paths({"base.vmdk", "delta"}));
 }
 
-TEST_F(VmdkCheck, NameOfTheChildItselfCounts) {
+TEST_F(VmdkCheck, NameOfTheChildItselfMatches) {
     save("base", file(9, none));
     save("child of parent.vmdk", file(2, 7, "parent.vmdk"));
     const check c = run({"base", "child of parent.vmdk"});
     EXPECT_FALSE(c.result);
     EXPECT_EQ(c.text, "");
 
-    // A lone file is no chain, and the file of that name is looked for.
+    // A single file is not a chain, and the file of that name is searched.
     EXPECT_EQ(run({"child of parent.vmdk"}).text, missing_parent);
 }
 
@@ -371,7 +372,7 @@ TEST_F(VmdkCheck, EmptyHintIsPartOfEveryName) {
     EXPECT_TRUE(run({"base", "malformed"}).result);
 }
 
-TEST_F(VmdkCheck, EmptyHintOfALoneFileDependsOnTheFolder) {
+TEST_F(VmdkCheck, EmptyHintOfASingleFileDependsOnTheFolder) {
     save("delta", file(2, 7));
     const check c = run({"delta"});
     EXPECT_FALSE(c.result);

@@ -71,7 +71,7 @@ bytes part(const bytes& whole, std::size_t at, std::size_t count) {
     return {first, first + static_cast<std::ptrdiff_t>(count)};
 }
 
-TEST(VmdkExtent, SoundFileIsReadInFull) {
+TEST(VmdkExtent, ValidFileIsReadInFull) {
     const vmdk_image image = sound().cid(0x1234abcd);
     const extent_file file(image);
     const vmdk_extent& extent = file.extent;
@@ -113,7 +113,7 @@ TEST(VmdkExtent, GrainsAreFoundThroughTheirTables) {
     }
 }
 
-TEST(VmdkExtent, DirectoryIndexIsTakenModulo32Bits) {
+TEST(VmdkExtent, DirectoryIndexHas32Bits) {
     const vmdk_image image = sound();
     const extent_file file(image);
     std::uint64_t position = 0;
@@ -121,7 +121,7 @@ TEST(VmdkExtent, DirectoryIndexIsTakenModulo32Bits) {
     EXPECT_EQ(position, image.grain_sector(0) * 512 + 5);
 }
 
-TEST(VmdkExtent, GrainLeftReachesToTheEndOfTheGrain) {
+TEST(VmdkExtent, GrainLeftExtendsToTheEndOfTheGrain) {
     const extent_file file(sound());
     EXPECT_EQ(file.extent.grain_left(0), grain_size);
     EXPECT_EQ(file.extent.grain_left(1), grain_size - 1);
@@ -153,7 +153,7 @@ TEST(VmdkExtent, StartsWithNothing) {
     EXPECT_FALSE(extent.write_access);
 }
 
-TEST(VmdkExtent, TablesAndDirectoryEndWhereTheyEnd) {
+TEST(VmdkExtent, NoGrainIsFoundAfterTheLastOne) {
     for (const std::uint64_t last : {5u, 9u, 13u}) {
         SCOPED_TRACE(last);
         const extent_file file(vmdk_image(small).grain(last, pattern(grain_size)));
@@ -166,7 +166,7 @@ TEST(VmdkExtent, TablesAndDirectoryEndWhereTheyEnd) {
 }
 
 // Two directory entries, two tables of three entries, and the header as a table of 20: its last
-// byte that is not 0 is at 76.
+// non-zero byte is at 76.
 constexpr std::uint64_t entries_of_sound_file = 2 + 3 + 3 + 20;
 
 TEST(VmdkExtent, TablesAreKeptWithoutTheZerosAtTheirEnd) {
@@ -204,7 +204,7 @@ TEST(VmdkExtent, HolesAndEmptyReadsFail) {
     EXPECT_FALSE(closed.find_grain(0, position));
 }
 
-TEST(VmdkExtent, GrainCutByTheEndOfTheFileComesShort) {
+TEST(VmdkExtent, GrainTruncatedByTheEndOfTheFileIsShort) {
     vmdk_image image = sound();
     byte_image content = image.build();
     const std::uint64_t last_grain = image.grain_sector(130) * 512;
@@ -223,7 +223,7 @@ TEST(VmdkExtent, GrainCutByTheEndOfTheFileComesShort) {
     EXPECT_EQ(gone.count, 512u) << "as it was";
 }
 
-TEST(VmdkExtent, FileThatShrinksGivesZeros) {
+TEST(VmdkExtent, FileThatShrinksReadsAsZeros) {
     const vmdk_image image = sound();
     extent_file file(image);
     const std::uint64_t last_grain = image.grain_sector(130) * 512;
@@ -245,7 +245,7 @@ TEST(VmdkExtent, EntryOneIsSectorOne) {
               support::as_bytes(std::string_view("# Disk DescriptorFile")));
 }
 
-TEST(VmdkExtent, EntriesCountIn64Bits) {
+TEST(VmdkExtent, EntriesAreUsedIn64Bits) {
     const extent_file file(sound().grain_entry(1, 0xFFFFFFFF));
     std::uint64_t position = 0;
     EXPECT_TRUE(file.extent.find_grain(grain_size, position));
@@ -262,7 +262,7 @@ TEST(VmdkExtent, DestructionClosesTheFile) {
     EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
 }
 
-TEST(VmdkExtent, WriteAccessDecidesTheModeOfTheDescriptor) {
+TEST(VmdkExtent, WriteAccessSetsTheModeOfTheDescriptor) {
     const temp_dir dir;
     const std::wstring path = widened(sound().save(dir.file("disk.vmdk")));
     for (const bool write : {false, true}) {
@@ -302,7 +302,7 @@ TEST(VmdkExtentPartitions, DeltaReadsItsOwnHeaderAndHasNone) {
     EXPECT_TRUE(file.extent.partition_offsets.empty());
 }
 
-TEST(VmdkExtentPartitions, FirstSectorBehindTheFileIsZero) {
+TEST(VmdkExtentPartitions, FirstSectorPastTheFileIsZero) {
     const extent_file file(sound().grain_entry(0, 0x7FFFFFFF));
     EXPECT_TRUE(file.result);
     EXPECT_EQ(file.extent.first_sector, bytes(512, 0));
@@ -356,7 +356,7 @@ TEST(VmdkDescriptor, KeysAndValues) {
 }
 
 TEST(VmdkDescriptor, SizeEndsTheText) {
-    // The text fills its one sector; behind it stands the redundant directory.
+    // The text fills its one sector, which the redundant directory follows.
     const vmdk_image image = vmdk_image({.grain_size = 8, .descriptor_sectors = 1})
                                  .grain(0, pattern(grain_size))
                                  .descriptor(std::string(506, 'x') + "\nCID=1");
@@ -375,7 +375,7 @@ TEST(VmdkDescriptor, SizeEndsTheText) {
 }
 
 TEST(VmdkDescriptor, LastPieceIsNoLongerThanTheSizeSays) {
-    // The text fills nine sectors, 4608 bytes; the redundant directory stands behind it.
+    // The text fills nine sectors, 4608 bytes, which the redundant directory follows.
     const vmdk_image image = vmdk_image({.grain_size = 8, .descriptor_sectors = 9})
                                  .grain(0, pattern(grain_size))
                                  .descriptor(std::string(4602, 'x') + "\nCID=1");
@@ -403,7 +403,7 @@ TEST(VmdkDamage, OtherFilesAreRefused) {
          {dir.file("missing"), std::string(), dir.path(), dir.write("empty", ""),
           dir.write("short", "KDM"), dir.write("magic", "KDMV"),
           dir.write("text", "# Disk DescriptorFile\nCID=1\n"),
-          std::string("/proc/version")}) {  // which can't seek
+          std::string("/proc/version")}) {  // which cannot seek
         SCOPED_TRACE(path);
         vmdk_extent extent;
         EXPECT_FALSE(extent.open(widened(path), false));
@@ -488,7 +488,7 @@ TEST(VmdkDamage, FirstDirectoryEntry) {
     }
 }
 
-TEST(VmdkDamage, DirectoryReachesToItsFirstTable) {
+TEST(VmdkDamage, DirectoryExtendsToItsFirstTable) {
     // One sector between the directory and the first table: 128 entries, of which 2 are tables. All
     // others mean the one at the start of the file.
     const extent_file file(sound());
@@ -520,7 +520,7 @@ TEST(VmdkDamage, TableOutsideOfTheMetadataIsReadFromTheFile) {
     const vmdk_image image = sound();
     byte_image content = image.build();
     const std::uint64_t end = content.size();
-    content.put(end + 8, 0x77, 4).resize(end + 512);  // third entry of a table behind all grains
+    content.put(end + 8, 0x77, 4).resize(end + 512);  // third entry of a table after all grains
     content.put(image.directory_sector() * 512 + 4, end / 512, 4);
     const extent_file file(content);
     std::uint64_t position = 0;
@@ -557,21 +557,21 @@ TEST(VmdkDamage, DirectoryThatTheFileEndsInIsPaddedWithZeros) {
     EXPECT_FALSE(file.extent.find_grain(num_entries * table_span + grain_size, position));
 }
 
-TEST(VmdkDamage, LastDirectoryEntryMayBeCut) {
+TEST(VmdkDamage, LastDirectoryEntryMayBeTruncated) {
     const vmdk_image image = sound();
     byte_image content = image.build();
     const std::uint64_t directory = content.size() / 512;
     content.put(directory_at, directory, 8).put(overhead_at, directory + 9, 8);
     content.put(directory * 512, directory + 1, 4);
     content.put(directory * 512 + 4, 0x55550000 + image.table_sector(1), 4);
-    content.resize(directory * 512 + 6);  // the high half of the second entry is not there
+    content.resize(directory * 512 + 6);  // without the high half of the second entry
     const extent_file file(content);
     std::uint64_t position = 0;
     EXPECT_TRUE(file.extent.find_grain(table_span + 2 * grain_size, position));
     EXPECT_EQ(position, image.grain_sector(130) * 512);
 }
 
-TEST(VmdkDamage, TableBehindTheFileIsEmpty) {
+TEST(VmdkDamage, TablePastTheFileIsEmpty) {
     const vmdk_image image = sound();
     vmdk_image damaged = image;
     damaged.put(image.directory_sector() * 512 + 4, 0xFFFFFFFF, 4);
@@ -587,7 +587,7 @@ TEST(VmdkDamage, TableBehindTheFileIsEmpty) {
     EXPECT_TRUE(file.extent.find_grain(3 * table_span, position));
 }
 
-TEST(VmdkDamage, TableCutByTheEndOfTheFileEndsInHoles) {
+TEST(VmdkDamage, TableTruncatedByTheEndOfTheFileEndsInHoles) {
     const vmdk_image image = sound();
     byte_image content = image.build();
     const std::uint64_t end = content.size();
@@ -598,11 +598,11 @@ TEST(VmdkDamage, TableCutByTheEndOfTheFileEndsInHoles) {
     EXPECT_TRUE(file.extent.find_grain(table_span, position));
     EXPECT_EQ(position, 0x11u * 512u);
     EXPECT_TRUE(file.extent.find_grain(table_span + grain_size, position));
-    EXPECT_EQ(position, 0x2222u * 512u);  // the last two bytes are not there
+    EXPECT_EQ(position, 0x2222u * 512u);  // the last two bytes are missing
     EXPECT_FALSE(file.extent.find_grain(table_span + 2 * grain_size, position));
 }
 
-TEST(VmdkDamage, HugeTablesKeepNoMoreThanTheFileHolds) {
+TEST(VmdkDamage, HugeTablesNeedNoMoreMemoryThanTheFileHasBytes) {
     const vmdk_image image = sound();
     vmdk_image damaged = image;
     damaged.put(table_entries_at, 0xFFFFFFFF, 4);
@@ -664,7 +664,8 @@ TEST(VmdkDamage, TablesInMemoryMayTakeTheSizeOfTheFileAndAMebibyte) {
     }
 }
 
-// Bytes that this process has read by system calls; false where the system does not count them.
+// Counts the bytes that this process has read by system calls. Returns false if the system does not
+// count them.
 bool count_bytes_read(std::uint64_t& count) {
     std::ifstream counters("/proc/self/io");
     std::string name;
@@ -696,7 +697,7 @@ TEST(VmdkDamage, ScatteredTablesCostAPageEach) {
 }
 
 // A terabyte of a sparse file: a directory of zeros, and a table of the same length.
-TEST(VmdkDamage, HolesOfTheFileArePassedOver) {
+TEST(VmdkDamage, HolesOfTheFileAreSkipped) {
     constexpr std::uint64_t size = std::uint64_t{1} << 40;
     byte_image content(size);
     content.put_text(0, "KDMV").put(capacity_at, 1 << 20, 8).put(grain_size_at, 8, 8);
@@ -713,7 +714,7 @@ TEST(VmdkDamage, HolesOfTheFileArePassedOver) {
     EXPECT_EQ(position, 7u * 512u);
 }
 
-TEST(VmdkDamage, SizesOfNothingDivideNothing) {
+TEST(VmdkDamage, SizesOfZeroAreNotDivisors) {
     vmdk_image damaged = sound();
     extent_file file(damaged.put(grain_size_at, 0, 8));
     ASSERT_TRUE(file.result);
@@ -725,7 +726,7 @@ TEST(VmdkDamage, SizesOfNothingDivideNothing) {
     EXPECT_EQ(position, sound().grain_sector(0) * 512);
 }
 
-TEST(VmdkDamage, EveryPrefixOfAFileIsOpenedWithoutHarm) {
+TEST(VmdkDamage, EveryPrefixOfAFileIsOpened) {
     const vmdk_image image = sound();
     const byte_image content = image.build();
     const std::uint64_t directory = image.directory_sector() * 512;

@@ -1,4 +1,5 @@
-// Directories and tables: which ranges of the disk the files of a chain hold, and exact lookups.
+// Directories and tables: the ranges of the disk that the files of a chain store, and exact
+// lookups.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -73,7 +74,7 @@ vmdk_image with_grains(const std::vector<std::uint64_t>& numbers,
     return image;
 }
 
-TEST(VmdkHeld, GapsBetweenGrainsArePassedOver) {
+TEST(VmdkHeld, GapsBetweenGrainsAreSkipped) {
     const chain_disk c(std::vector{with_grains({3, 4, 7})});
     ASSERT_TRUE(c.disk->ok);
     EXPECT_EQ(c.next(0), 3 * grain_size);
@@ -121,7 +122,7 @@ TEST(VmdkHeld, TablesRepeatAfter32Bits) {
         std::vector<vmdk_image>{with_grains({3, 130}, {.grain_size = 8, .table_entries = 128})});
     EXPECT_EQ(c.next(period), period + 3 * grain_size);
     EXPECT_EQ(c.next(period + 4 * grain_size), period + 130 * grain_size);
-    // Table 128 is the first one past the directory: nothing is held up to the next period.
+    // Table 128 is the first one past the directory: nothing is stored up to the next period.
     EXPECT_EQ(c.next(128 * table_span), period + 3 * grain_size);
     EXPECT_EQ(c.next(5 * period + 128 * table_span), 6 * period + 3 * grain_size);
     EXPECT_EQ(c.next(128 * table_span, period), period);
@@ -140,7 +141,7 @@ TEST(VmdkHeld, GrainsOfNoSizeAreHeld) {
 }
 
 // Grains of 2^62 bytes: the span of a table of 128 is 0, and all offsets have the first entry.
-TEST(VmdkHeld, GrainsWhoseTableWrapsAreHeldAsFarAsTheFileReaches) {
+TEST(VmdkHeld, GrainsWhoseTableWrapsAreHeldUpToTheEndOfTheFile) {
     constexpr std::uint64_t huge = std::uint64_t{1} << 62;
     const chain_disk c(std::vector<vmdk_image>{with_grains({0}).put(20, huge / sector, 8)});
     ASSERT_TRUE(c.disk->ok);
@@ -196,7 +197,7 @@ vmdk_image random_layer(random_numbers& random) {
     return image;
 }
 
-// Cuts off the end of some files, after the first directory sector.
+// Truncates some files, after the first directory sector.
 void shorten(byte_image& file, std::uint64_t least, random_numbers& random) {
     if (random() % 3 == 0) file.resize(least + random() % (file.size() - least + 1));
 }
@@ -253,8 +254,8 @@ TEST(VmdkHeld, AgreesWithTheBytesOfRandomChains) {
 
 // --- tables that overlap ---
 
-// A file of 2 MiB with a directory of 128 entries, which mean tables of 1 MiB. All entries are
-// small, and most of them 0.
+// A file of 2 MiB with a directory of 128 entries for tables of 1 MiB. All entries are small, and
+// most of them 0.
 byte_image overlapping_tables(random_numbers& random) {
     constexpr std::uint64_t size = 2 << 20, directory = 8;
     byte_image file(size);
@@ -291,7 +292,7 @@ TEST(VmdkHeld, OverlappingTablesAreLookedUpExactly) {
     }
 }
 
-TEST(VmdkHeld, SearchOfOverlappingTablesPassesOverNoByte) {
+TEST(VmdkHeld, SearchOfOverlappingTablesSkipsNoByte) {
     random_numbers random(5);
     const chain_disk c(std::vector<byte_image>{overlapping_tables(random)});
     ASSERT_TRUE(c.disk->ok);

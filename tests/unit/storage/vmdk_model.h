@@ -1,5 +1,4 @@
-// Which bytes of a VMDK file are which bytes of its disk, read entry by entry from the file's
-// bytes.
+// Maps bytes of a disk to bytes of its VMDK file, entry by entry from the file's bytes.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +17,7 @@ public:
         return (m_file.get(directory(), 4) * 512 - directory()) / 4;
     }
 
-    // The position in the file of byte `offset` of the disk, if its grain is allocated.
+    // Returns the position in the file of byte `offset` of the disk, if its grain is allocated.
     std::optional<std::uint64_t> position(std::uint64_t offset) const {
         const std::uint64_t grain = offset / grain_bytes();
         const std::uint64_t table_entries = m_file.get(44, 4);

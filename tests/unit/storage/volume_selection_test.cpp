@@ -116,7 +116,7 @@ TEST(VolumeSelection, OffsetOfAnNtfsPartitionIsConfirmed) {
     EXPECT_EQ(select(two_ntfs_disk(), 0x180000), (selection{true, true, 0x180000, ""}));
 }
 
-TEST(VolumeSelection, MatchOfAnotherTypeIsToldWithItsName) {
+TEST(VolumeSelection, MatchOfAnotherTypeIsReportedWithItsName) {
     EXPECT_EQ(select(two_ntfs_disk(), 0x140000),
               (selection{false, true, 0x100000,
                          "volume offset selected 0x140000 is not a NTFS partition, but [fat16]\n"
@@ -128,7 +128,7 @@ TEST(VolumeSelection, MatchOfAnotherTypeIsToldWithItsName) {
                          "use option [-offset 0x100000]\n"}));
 }
 
-TEST(VolumeSelection, NtfsBehindTheMatchIsNoCandidate) {
+TEST(VolumeSelection, NtfsAfterTheMatchIsNotACandidate) {
     byte_image disk(0x200000);
     put_boot_record(disk, 0, {{0x83, 0x800, 0x100}, {7, 0xC00, 0x100}});
     EXPECT_EQ(select(disk, 0x100000),
@@ -141,7 +141,7 @@ TEST(VolumeSelection, NtfsBehindTheMatchIsNoCandidate) {
                          "prob detecting ntfs partition\n"}));
 }
 
-TEST(VolumeSelection, DiskWithoutNtfsLeavesTheLastOffset) {
+TEST(VolumeSelection, DiskWithoutNtfsSetsTheLastOffset) {
     byte_image disk(0x200000);
     put_boot_record(disk, 0, {{0x83, 0x800, 0x100}, {0x82, 0xC00, 0x100}});
     EXPECT_EQ(select(disk), (selection{false, false, 0x180000,
@@ -152,7 +152,7 @@ TEST(VolumeSelection, DiskWithoutNtfsLeavesTheLastOffset) {
                                        "prob detecting ntfs partition\n"}));
 }
 
-TEST(VolumeSelection, PartitionThatTheImageCutsIsRefusedUnlessTold) {
+TEST(VolumeSelection, PartitionThatTheImageTruncatesIsRefusedUnlessAllowed) {
     byte_image disk = two_ntfs_disk();
     disk.resize(0x180000 + sector(0xFF));
     const std::string text =
@@ -164,7 +164,7 @@ TEST(VolumeSelection, PartitionThatTheImageCutsIsRefusedUnlessTold) {
               (selection{true, true, 0x180000, ""}));
 }
 
-TEST(VolumeSelection, PartitionBehindTheImageIsToldOnTheWay) {
+TEST(VolumeSelection, PartitionPastTheImageIsReportedBeforeTheMatch) {
     byte_image disk(0x200000);
     put_boot_record(disk, 0, {{7, 0x2000, 0x100}, {7, 0x800, 0x100}, {0x83, 0x3000, 5}});
     EXPECT_EQ(select(disk), (selection{false, true, 0x100000,
@@ -175,7 +175,7 @@ TEST(VolumeSelection, PartitionBehindTheImageIsToldOnTheWay) {
                                        "volume offset [ 0x600000 ] : linux\n"
                                        "\n"
                                        "use option [-offset 0x100000]\n"}));
-    // It is written before a match behind it is confirmed, too.
+    // The message is also written before a match after it is confirmed.
     EXPECT_EQ(
         select(disk, 0x100000),
         (selection{true, true, 0x100000, "volume offset 0x400000 is not within image bounds\n"}));
@@ -198,7 +198,7 @@ TEST(VolumeSelection, PartitionThatStartsAtTheEndIsWithinBounds) {
               "use option [-offset 0x100200]\n");
 }
 
-TEST(VolumeSelection, LinuxEntryThatHoldsNtfsIsNamedNtfs) {
+TEST(VolumeSelection, LinuxEntryThatContainsNtfsIsNamedNtfs) {
     byte_image disk(0x200000);
     put_boot_record(disk, 0, {{0x83, 0x800, 0x100}});
     disk.put_image(0x100000, ntfs_boot_sector());
@@ -209,7 +209,7 @@ TEST(VolumeSelection, LinuxEntryThatHoldsNtfsIsNamedNtfs) {
                                        "use option [-offset 0x100000]\n"}));
 }
 
-TEST(VolumeSelection, EveryNameWithNtfsInItCounts) {
+TEST(VolumeSelection, EveryNameThatContainsNtfsMatches) {
     for (const std::uint8_t type : support::bytes{7, 0x27, 0x87}) {
         SCOPED_TRACE(int{type});
         byte_image disk(0x200000);
@@ -222,7 +222,7 @@ TEST(VolumeSelection, EveryNameWithNtfsInItCounts) {
     EXPECT_EQ(select(disk, 0x100000).result, false);
 }
 
-TEST(VolumeSelection, ExfatAndBitlockerPassAsNtfs) {
+TEST(VolumeSelection, ExfatAndBitlockerAreAcceptedAsNtfs) {
     byte_image disk(0x200000);
     put_boot_record(disk, 0, {{7, 0x800, 0x100}, {7, 0xA00, 0x100}});
     disk.put_image(0x100000, support::exfat_boot_sector());
@@ -279,7 +279,7 @@ TEST(VolumeSelection, GuessIsNamedAfterTheLastLogicalType) {
         "\n";
     EXPECT_EQ(select(disk),
               (selection{false, true, 0x100200, listing + "use option [-offset 0x100200]\n"}));
-    // The guess stands in front of the entry that names the same volume.
+    // The guess is before the entry of the same volume.
     EXPECT_EQ(select(disk, 0x7e00),
               (selection{false, false, 0x102000,
                          "volume offset selected 0x7e00 is not a NTFS partition, but "
@@ -302,7 +302,7 @@ TEST(VolumeSelection, GuessOfAnNtfsDiskCanBeSelected) {
                                        "use option [-offset 0x100200]\n"}));
 }
 
-TEST(VolumeSelection, PrimaryBehindTheExtendedEntryIsNotListed) {
+TEST(VolumeSelection, PrimaryAfterTheExtendedEntryIsNotListed) {
     byte_image disk(0x200000);
     put_boot_record(disk, 0, {{5, 0x800, 0x100}, {7, 0xC00, 0x100}});
     put_extended_chain(disk, 0x800, {{0x83, 0x800, 0x801, 0x10}});
@@ -314,7 +314,7 @@ TEST(VolumeSelection, PrimaryBehindTheExtendedEntryIsNotListed) {
               "prob detecting ntfs partition\n");
 }
 
-TEST(VolumeSelection, DamagedFirstSectorIsTold) {
+TEST(VolumeSelection, DamagedFirstSectorIsReported) {
     byte_image disk(0x200000);
     put_extended_chain(disk, 0x40, {{7, 0x40, 0x80, 0x10}});
     EXPECT_EQ(select(disk), (selection{false, true, 0x10000,
@@ -333,7 +333,7 @@ TEST(VolumeSelection, EmptyDiskHasNoPartitions) {
     EXPECT_EQ(select(byte_image(0x200000), 0x1000), (selection{false, false, 0x1000, text}));
 }
 
-TEST(VolumeSelection, DiskCutBeforeItsExtendedPartitionHasNone) {
+TEST(VolumeSelection, DiskTruncatedBeforeItsExtendedPartitionHasNoPartitions) {
     byte_image disk(0x100000);
     put_boot_record(disk, 0, {{7, 0x100, 0x100}, {5, 0x800, 0x100}});
     EXPECT_EQ(select(disk), (selection{false, false, 0, "couldn't find any partitions on disk\n"}));
@@ -355,7 +355,7 @@ TEST(VolumeSelection, GptPartitionsAreListed) {
               "use option [-offset 0x100000]\n");
 }
 
-TEST(VolumeSelection, VolumeOfWhichOnlyTheStartCanBeReadIsTakenAsBare) {
+TEST(VolumeSelection, VolumeOfWhichOnlyTheStartCanBeReadIsBare) {
     const broken_off_disk source(bare_volume());
     std::ostringstream out;
     bool found_ntfs = false;
@@ -366,7 +366,7 @@ TEST(VolumeSelection, VolumeOfWhichOnlyTheStartCanBeReadIsTakenAsBare) {
     EXPECT_EQ(out.str(), "");
 }
 
-TEST(VolumeSelection, ClosedDiskFailsWithoutAWord) {
+TEST(VolumeSelection, ClosedDiskFailsWithoutAMessage) {
     CRawDisk closed(L"", false, false, 0);
     std::ostringstream out;
     bool found_ntfs = true;
@@ -386,7 +386,7 @@ TEST(VolumeSelection, SourceThatCannotSeekHasNoBounds) {
     EXPECT_EQ(out.str(), "couldn't find any partitions on disk\n");
 }
 
-TEST(VolumeSelection, StreamStaysHexadecimal) {
+TEST(VolumeSelection, StreamRemainsHexadecimal) {
     disk_file source(byte_image(512));
     std::ostringstream out;
     bool found_ntfs = false;
