@@ -9,7 +9,7 @@
 
 namespace {
 
-// True when one of the four stamps from `at` on is 0.
+// Returns true if one of the four timestamps from offset `at` is 0.
 bool has_null_time(ql::bytes value, std::size_t at) {
     for (std::size_t i = 0; i < 4; ++i) {
         if (ql::le64(value, at + i * 8) == 0) return true;
@@ -90,8 +90,9 @@ std::string object_id_text(ql::bytes value) {
     return text;
 }
 
-// The value as text, for the types that have such a form. The name of a volume is left out: that of
-// its attribute takes precedence. A security descriptor has no text here: no listing shows it.
+// Returns the value as text, or an empty text for a type without one. For $VOLUME_NAME, the caller
+// replaces the text if the attribute itself has a name. A security descriptor has no text because
+// no listing shows it.
 std::string value_text_of(const record_attrib& attribute, std::uint32_t record_size) {
     switch (attribute.type()) {
         case attrib_type::object_id:
@@ -109,7 +110,7 @@ std::string value_text_of(const record_attrib& attribute, std::uint32_t record_s
     }
 }
 
-// What is taken of an attribute while its record is held.
+// Copies the fields of an item that need the record, which is freed after the pass.
 NTFS_ATTRIB_ITEM bytes_item(const record_attrib& attribute, std::uint32_t record_size) {
     NTFS_ATTRIB_ITEM item;
     const ql::bytes raw = ql::clip(attribute.record, attribute.at, attribute.length());

@@ -15,21 +15,21 @@ namespace {
 
 constexpr std::uint64_t unit_clusters = 16;
 
-// True for a row whose data is stored in compression units.
+// Returns true if the data of the row is stored in compression units.
 bool is_compressed(const NTFS_ATTRIB_ROW& row) {
     return row.attrib_flags == 1 && ql::le8(row.body, row_body::compression_unit) != 0 &&
            ql::le64(row.body, row_body::compressed_size) != 0;
 }
 
-// True if there is memory for a compression unit: one of a valid volume has at most 1 MiB, and a
-// larger one is read only if the source could hold it.
+// Returns true if a compression unit of `size` bytes may be read into memory. On a valid volume a
+// unit has at most 1 MiB. A larger one is read only if the source stores that many bytes.
 bool fits_unit(const CNtfs& ntfs, std::uint64_t size) {
     constexpr std::uint64_t largest_usual_unit = unit_clusters * 65536;
     const CRawDisk* const disk = ntfs.disk();
     return size <= largest_usual_unit || (disk != nullptr && size <= disk->held_bytes());
 }
 
-// Writes to an output stream. Ends the data in a hole that is many times larger than the source.
+// Writes to an output stream. Stops inside a hole that is many times larger than the source.
 class stream_sink : public data_sink {
 public:
     stream_sink(std::ostream& out, const CRawDisk* disk)
@@ -56,17 +56,17 @@ private:
     std::uint64_t m_zeros_left;
 };
 
-// Reads the clusters of an attribute that hold `size` bytes at `offset`, one at a time, and passes
-// what they deliver to `take(content, count)`: `count` bytes, of which `content` has the first and
-// the others are zero. Ends at the first cluster that no run covers or that cannot be read.
+// Reads the clusters that contain `size` bytes at `offset` of an attribute, one at a time. Calls
+// `take(content, count)` for each: the cluster yields `count` bytes, the first of which are
+// `content` and the others zero. Stops at the first cluster that no run covers or that cannot be
+// read.
 //
-//   - The first cluster delivers its bytes from `offset` on, whole even if the source ends inside
-//   it.
-//   - The last one delivers no more than the end of the range.
-//   - All others deliver what was read of them.
+//   - The first cluster yields all its bytes from `offset`, even if the source ends inside it.
+//   - The last cluster yields its bytes up to the end of the range.
+//   - Each other cluster yields the bytes that were read.
 //
-// `status` in and out: bits of read_status. `buffer` is working memory. Returns the bytes
-// delivered.
+// `status`, in and out: bits of read_status. `buffer` is working memory. Returns the number of
+// bytes passed to `take`.
 template <typename Take>
 std::uint64_t read_clusters_of(CNtfs& ntfs, const run_lookup& runs, std::uint64_t offset,
                                std::uint64_t size, std::uint64_t& status,
@@ -84,7 +84,7 @@ std::uint64_t read_clusters_of(CNtfs& ntfs, const run_lookup& runs, std::uint64_
     std::uint64_t done = 0;
     bool is_first = true;
     for (auto place = walk.next(); place && done < size; is_first = false) {
-        const auto following = walk.next();  // settles head and tail
+        const auto following = walk.next();  // before head() and tail(), which it may change
         std::uint32_t got = cluster;
         if (place->sparse) {
             buffer.clear();
@@ -118,11 +118,11 @@ public:
     run_streamer(CNtfs& ntfs, const data_run_list& runs, data_sink& sink)
         : m_ntfs(ntfs), m_lookup(runs), m_sink(sink) {}
 
-    // Passes `size` bytes, 16 clusters at a time. Ends at the first chunk that cannot be read.
-    // Returns the bytes passed.
+    // Passes `size` bytes, 16 clusters at a time. Stops at the first chunk that cannot be read.
+    // Returns the number of bytes passed.
     std::uint64_t stream_plain(std::uint64_t size);
-    // The same for compressed data, unit by unit. A unit that gives nothing ends the data.
-    // `allocated` bounds what is read of the last unit. Returns false if nothing was passed.
+    // Passes `size` bytes of compressed data, unit by unit. Stops at a unit without data.
+    // `allocated` limits how much of the last unit is read. Returns false if nothing was passed.
     bool stream_compressed(std::uint64_t size, std::uint64_t allocated);
 
 private:
@@ -133,7 +133,7 @@ private:
     CNtfs& m_ntfs;
     const run_lookup m_lookup;
     data_sink& m_sink;
-    bool m_is_wanted = true;             // the sink takes more
+    bool m_is_wanted = true;             // false once the sink ends the stream
     std::vector<std::uint8_t> m_buffer;  // one cluster
 };
 
@@ -143,7 +143,7 @@ std::uint64_t run_streamer::stream_plain(std::uint64_t size) {
     std::uint64_t left_to_read = disk != nullptr ? disk->most_walked_bytes() : chunk;
     std::uint64_t offset = 0;
     while (m_is_wanted && offset < size && left_to_read != 0) {
-        // Whole chunks of a hole deliver zeros: they are passed together.
+        // Pass all whole chunks of a hole at once.
         std::uint64_t done = known_zeros(offset, size - offset) / chunk * chunk;
         if (done != 0) {
             m_is_wanted = m_sink.put_zeros(done);
@@ -166,8 +166,8 @@ std::uint64_t run_streamer::stream_chunk(std::uint64_t offset, std::uint64_t siz
                             });
 }
 
-// Returns how many bytes from `offset` on are known to be zero without a read: the rest of a hole,
-// or clusters of which the source stores nothing. Returns 0 inside a cluster.
+// Returns how many bytes from `offset` are known to be zero without a read: the rest of a hole, or
+// clusters that the source does not store. Returns 0 if `offset` is not at the start of a cluster.
 std::uint64_t run_streamer::known_zeros(std::uint64_t offset, std::uint64_t size) const {
     const std::uint32_t cluster = m_ntfs.cluster_size();
     if (offset % cluster != 0) return 0;
@@ -213,13 +213,13 @@ bool run_streamer::stream_compressed(std::uint64_t size, std::uint64_t allocated
         any_passed = true;
         left -= std::min(left, got);
         position += got;
-        // Past the data a unit extends to its allocated end.
+        // The last unit extends past the data, up to its allocated end.
         if (left < unit_size) wanted = left + std::min(extra, unit_size - left);
     }
     return any_passed;
 }
 
-// Passes the plain bytes of one unit. Returns false if it has none.
+// Passes the decompressed bytes of one unit. Returns false if the unit has no such bytes.
 bool run_streamer::stream_unit(ql::bytes unit, std::uint64_t left, std::uint64_t status) {
     std::ostringstream plain;
     std::uint32_t written = 0;
@@ -230,7 +230,7 @@ bool run_streamer::stream_unit(ql::bytes unit, std::uint64_t left, std::uint64_t
     return true;
 }
 
-// True for a resident row with data. The end of the source may cut off all of its value.
+// Returns true for a resident row with data, even if the source ends before the value.
 bool has_value(const NTFS_ATTRIB_ROW& row) {
     const std::uint32_t length = ql::le32(row.body, row_body::value_length);
     return !row.value.empty() ||

@@ -13,14 +13,15 @@
 
 namespace {
 
-// Types that an entry's attributes are kept under; all others share one.
+// Returns the type that is part of an attribute's key. All unknown types share 0xFFFFFFFF.
 std::uint32_t type_in_key(std::uint32_t type) {
     const bool known = type != 0 && type <= attrib_type::logged_utility_stream && type % 16 == 0;
     return known ? type : 0xFFFFFFFFu;
 }
 
-// True if the attribute has a name, given the bytes from its start to the end of its record. The
-// bound counts units, not bytes: the end of a name may be past the end of the record, as zeros.
+// Returns true if the attribute has a name. `left`: bytes from the start of the attribute to the
+// end of its record. The bound adds 16-bit units, not bytes, so a name may extend past the end of
+// the record, where its units are zero.
 bool has_name(const record_attrib& attribute, std::uint64_t left) {
     const std::uint16_t offset = attribute.name_offset();
     const std::uint8_t units = attribute.name_length();
@@ -28,7 +29,7 @@ bool has_name(const record_attrib& attribute, std::uint64_t left) {
            ql::le16(attribute.from(offset), 0) != 0;
 }
 
-// Extension records are read once while they take no more memory than this.
+// Extension records are kept until they have this many bytes, then dropped and read again.
 constexpr std::size_t most_extension_bytes = 0x100000;
 
 }  // namespace
@@ -97,7 +98,7 @@ void attrib_pass::free_large_records() {
     constexpr std::size_t most_kept = 0x10000;
     if (m_base.size() + m_extension_bytes <= most_kept) return;
     m_base = {};
-    m_lists.clear();  // in the base record
+    m_lists.clear();  // refers to m_base
     m_extensions.clear();
     m_extension_bytes = 0;
 }
@@ -114,7 +115,7 @@ void attrib_pass::forget() {
     m_arena.release();
 }
 
-// Reads the record of an entry, 0 included, at its position by the runs of $MFT.
+// Reads the record at `position`, which comes from the runs of $MFT for all entries, including 0.
 attrib_pass::fetched attrib_pass::fetch(std::uint64_t position,
                                         std::vector<std::uint8_t>& record) const {
     record_reader reader(m_ntfs, position, m_record_size, record);
@@ -129,8 +130,8 @@ attrib_pass::fetched attrib_pass::fetch(std::uint64_t position,
     return fetched::usable;
 }
 
-// Takes the attributes of the base record up to the first damaged one, then those that the lists
-// met on the way name.
+// Takes the attributes of the base record up to the first damaged one, then those that its
+// attribute lists name.
 void attrib_pass::walk_base() {
     record_attrib attribute = first_attrib(m_base);
     if (attribute.at == 0) return;
@@ -143,12 +144,12 @@ void attrib_pass::walk_base() {
         expand(list);
 }
 
-// Bytes from the start of an attribute to the end of its record.
+// Returns the number of bytes from the start of an attribute to the end of its record.
 std::uint64_t attrib_pass::left(const record_attrib& attribute) const {
     return m_record_size - std::min<std::uint64_t>(attribute.at, m_record_size);
 }
 
-// True for a type that is taken only with a value, and has none.
+// Returns true if attributes of this type are ignored without a value, and this one has none.
 bool attrib_pass::lacks_value(const record_attrib& attribute) const {
     switch (attribute.type()) {
         case attrib_type::standard_information:
@@ -164,7 +165,7 @@ bool attrib_pass::lacks_value(const record_attrib& attribute) const {
     }
 }
 
-// Returns false, with nothing taken, for an attribute that passes the end of its record.
+// Returns false, without taking anything, if the attribute extends past the end of its record.
 bool attrib_pass::take(const record_attrib& attribute) {
     if (attribute.length() > left(attribute)) return false;
     if (lacks_value(attribute)) return true;
@@ -198,8 +199,8 @@ void attrib_pass::take_std_info(const record_attrib& attribute) {
     m_std_infos.emplace(attribute.id(), info);
 }
 
-// The parts of a long unnamed stream have ids of their own and are joined to the first one. Those
-// of a named stream meet only under one id.
+// Each part of a long unnamed stream has its own id, and the parts are joined to the first one.
+// Parts of a named stream are joined only if they have the same id.
 void attrib_pass::take_data(const record_attrib& attribute) {
     const bool unnamed = !has_name(attribute, left(attribute));
     if (unnamed && attribute.nonresident() && m_seen_unnamed_data &&
@@ -219,8 +220,8 @@ void attrib_pass::take_data(const record_attrib& attribute) {
     if (unnamed) m_seen_unnamed_data = true;
 }
 
-// If the key of an attribute is in use, an attribute of the same name adds its runs to the one that
-// is there. One with another name, or with a value to keep, is dropped.
+// Stores an attribute under its key. If the key is in use, an attribute of the same name adds its
+// runs to the stored one; an attribute with another name, or with a value to keep, is dropped.
 void attrib_pass::insert_or_join(const record_attrib& attribute) {
     const std::uint64_t key = attribute_key(attribute);
     const auto kept = m_attributes.find(key);
@@ -263,7 +264,7 @@ void attrib_pass::expand(const record_attrib& attribute) {
     if (!list) return;
     for_each_list_entry(*list, [this](const list_entry& entry) {
         const std::uint64_t number = entry.entry_number();
-        if (number == m_inode) return;  // its attributes were taken already
+        if (number == m_inode) return;  // the base record, whose attributes are already taken
         if (m_options.trace != nullptr) {
             m_options.trace->diag("primary entry %llu pointing to ref entry %llu",
                                   static_cast<unsigned long long>(m_inode),
@@ -292,8 +293,9 @@ const attrib_pass::extension_record* attrib_pass::extension(std::uint64_t entry)
 }
 
 // Takes each attribute of `record` that has the type and the id of a list entry. Sequence numbers
-// are not compared: a record that was used again may add attributes. A list that leads to a run
-// list again adds nothing: its runs could be joined over and over, to more than the source holds.
+// are not compared, so a record that was reused may add attributes of another file. A run list that
+// is named again is ignored: joined repeatedly, its runs could add up to more than the source
+// contains.
 void attrib_pass::take_listed(const list_entry& entry, const extension_record& record) {
     record_attrib attribute = first_attrib(record.bytes);
     // Past the end of the record all lengths are 0.

@@ -11,7 +11,7 @@
 
 namespace {
 
-// Puts the bytes of `value` into the body of a row, lowest first.
+// Writes `value` into the body of a row, little-endian.
 template <typename Number>
 void put(NTFS_ATTRIB_ROW& row, std::size_t at, Number value) {
     for (std::size_t i = 0; i < sizeof(Number); ++i) {
@@ -19,7 +19,7 @@ void put(NTFS_ATTRIB_ROW& row, std::size_t at, Number value) {
     }
 }
 
-// Makes the rows of one entry.
+// Builds the rows of one entry.
 class row_writer {
 public:
     row_writer(std::vector<NTFS_ATTRIB_ROW>& rows, const attrib_pass& pass, std::uint64_t inode,
@@ -74,7 +74,7 @@ void row_writer::add_std_info(const kept_std_info& value) {
     const standard_information_value info{value};
     put(row, 0, info.created());
     put(row, 8, info.modified());
-    put(row, 16, info.accessed());  // before mft changed, unlike on the disk
+    put(row, 16, info.accessed());  // before MFT changed, unlike on the disk
     put(row, 24, info.mft_changed());
     put(row, 32, info.attributes());
 }
@@ -121,14 +121,14 @@ void row_writer::fill_nonresident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept)
 void row_writer::fill_resident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept) const {
     const std::uint32_t length = kept.header().value_length();
     if (kept.type == attrib_type::object_id && length == 16) {
-        // The record may state a longer value than the attribute's own bytes.
+        // The kept value may be shorter than the stated length.
         const ql::bytes id = ql::clip(kept.value, 0, length);
         std::copy(id.begin(), id.end(), row.body.begin());
     } else {
         put(row, row_body::value_length, length);
     }
     if (!m_with_values) return;
-    // Bytes past what the record holds are not kept: they are zero.
+    // Bytes past the part of the record that was read are zero and are not stored.
     if (length < m_record_size) row.value = kept.value;
     if (kept.type == attrib_type::volume_name) {
         ql::utf16_to_utf8(kept.value, length, row.name, false);
@@ -173,7 +173,7 @@ bool find_attrib_row(CNtfs& ntfs, std::uint64_t inode, std::uint32_t type, const
     if (!pass.run(inode, record_size)) return false;
     const auto kept = pass.attributes().find(first_key);
     if (kept == pass.attributes().end()) return false;
-    first.runs = kept->second.runs;  // with those of attributes that were joined to it
+    first.runs = kept->second.runs;  // includes the runs of attributes that were joined
 
     std::vector<NTFS_ATTRIB_ROW> rows;
     row_writer writer(rows, pass, inode, record_size, true);

@@ -1,6 +1,6 @@
 // The values of the two attributes that every file has: $STANDARD_INFORMATION and $FILE_NAME.
 //
-// Time stamps are FILETIMEs. Fields behind the end of the bytes given are 0.
+// Timestamps are FILETIMEs. Fields past the end of `value` are 0.
 #pragma once
 
 #include <cstdint>
@@ -42,6 +42,6 @@ struct file_name_value {
     std::uint8_t name_length() const { return ql::le8(value, 64); }
     std::uint8_t name_space() const { return ql::le8(value, 65); }
     bool is_dos_name() const { return name_space() == 2; }
-    // What stands at the name, to the end of the bytes given.
+    // The bytes from the start of the name to the end of `value`.
     ql::bytes name_to_end() const { return ql::clip(value, 66); }
 };

@@ -9,12 +9,13 @@
 
 namespace {
 
-// Bytes of an entry that are looked at: its fields, and a name at an offset of one byte that is
-// compared with a short one.
+// Bytes of an entry that may be read: its fields, and as much of its name, whose offset is at most
+// 255, as is compared with a short name.
 constexpr std::size_t entry_span = 512;
 
-// Reads a cluster, as far as the source has it, to the end of `window`. `count` in: bytes in a
-// cluster; out: bytes read. Returns false, with `window` unchanged, if nothing can be read.
+// Reads a cluster and appends its bytes to `window`. `count`, in: bytes in a cluster; out: bytes
+// read, fewer if the source ends first. Returns false, with `window` unchanged, if nothing can be
+// read.
 bool append_cluster(CNtfs& ntfs, std::uint64_t lcn, std::uint32_t& count,
                     std::vector<std::uint8_t>& window) {
     const std::uint64_t position = lcn * count;
@@ -30,7 +31,7 @@ bool append_cluster(CNtfs& ntfs, std::uint64_t lcn, std::uint32_t& count,
     return false;
 }
 
-// How many bytes of a list may still be read.
+// Limits how many bytes of a list are read.
 class read_budget {
 public:
     explicit read_budget(const CNtfs& ntfs) : m_left(ntfs.disk()->most_walked_bytes()) {}
@@ -44,7 +45,7 @@ private:
     std::uint64_t m_left;
 };
 
-// The clusters of a list run by run.
+// Reads the clusters of a list in the order of its runs.
 class list_runs : public list_clusters {
 public:
     list_runs(CNtfs& ntfs, data_run_list runs, cluster_size_rule rule)
@@ -79,7 +80,7 @@ private:
     std::uint64_t m_next = 0;  // cluster of the run
 };
 
-// The clusters of a list by their virtual numbers. No more than what a signed 32-bit size tells.
+// Reads the clusters of a list in the order of their virtual numbers, at most 2^31 - 1 bytes.
 class list_data : public list_clusters {
 public:
     list_data(CNtfs& ntfs, data_run_list runs, std::uint64_t size)
@@ -105,7 +106,7 @@ private:
             m_left = 0;
             return false;
         }
-        // A hole is a cluster of zeros, and the first cluster counts as whole even if the source
+        // A hole is a cluster of zeros. The first cluster is used as a whole one even if the source
         // ends inside it.
         const bool is_whole = place->sparse || m_is_first;
         const std::uint64_t size =
@@ -124,12 +125,13 @@ private:
     const run_lookup m_lookup{m_runs};
     std::uint64_t m_left;
     cluster_walk m_walk;
-    std::uint64_t m_zeros = 0;  // bytes of the last cluster that are not in the window yet
+    std::uint64_t m_zeros = 0;  // bytes of the last cluster that are not yet in the window
     bool m_is_first = true;
 };
 
-// The size of a cluster after all runs were read one cluster at a time, each of which the source
-// may cut off. Reads nothing: the size of the source alone decides.
+// Returns the cluster size that results from reading all runs one cluster at a time, if each
+// cluster that the end of the source truncates lowers it. Computes it from the size of the source,
+// without reading.
 std::uint32_t lowered_cluster_size(const CNtfs& ntfs, const data_run_list& runs) {
     const CRawDisk& disk = *ntfs.disk();
     std::uint32_t size = ntfs.cluster_size();

@@ -6,14 +6,15 @@
 
 #include "ntfs/data_run_list.h"
 
-// Where one cluster of an attribute is stored.
+// The location of one cluster of an attribute.
 struct cluster_place {
     std::uint64_t lcn = 0;
     bool sparse = false;
 };
 
-// Walks the clusters that a read of `size` bytes at `offset` touches, in order, as far as the runs
-// reach. `lookup` must outlive the walk.
+// Walks the clusters that a read of `size` bytes at `offset` touches, in order, up to the first one
+// that no run covers. If the range ends at a cluster boundary, the cluster after it is included.
+// `lookup` must outlive the walk.
 class cluster_walk {
 public:
     cluster_walk(const run_lookup& lookup, std::uint64_t offset, std::uint64_t size,
@@ -26,7 +27,7 @@ public:
           m_vcn(m_first_vcn),
           m_skip_sparse(skip_sparse) {}
 
-    // Returns the next cluster, or nullopt after the last and at the first that no run covers.
+    // Returns the next cluster, or nullopt after the last one and at the first that no run covers.
     std::optional<cluster_place> next() {
         for (; m_vcn >= m_first_vcn && m_vcn <= m_end_vcn; ++m_vcn) {
             std::uint32_t run = 0;
@@ -44,9 +45,9 @@ public:
     }
 
     std::uint64_t first_vcn() const { return m_first_vcn; }
-    // Bytes of the first cluster before `offset`.
+    // Bytes of the first cluster before `offset`; 0 once that cluster is skipped as sparse.
     std::uint64_t head() const { return m_head; }
-    // Bytes wanted of the end cluster.
+    // Bytes of the last cluster before the end of the range; 0 once it is skipped as sparse.
     std::uint64_t tail() const { return m_tail; }
 
 private:

@@ -16,7 +16,7 @@ struct run_step {
     }
 };
 
-// Reads the signed field of `width` bytes at `at`, modulo 2^64 when it is wider than eight bytes.
+// Reads the signed field of `width` bytes at `at`, modulo 2^64 if it has more than eight bytes.
 run_step read_step(ql::bytes list, std::size_t at, unsigned width) {
     if (width == 0) return {};
     const std::uint64_t value = ql::le_uint(list, at, std::min(width, 8u));
@@ -34,15 +34,17 @@ struct attrib_run {
     unsigned offset_width = 0;
     std::size_t size = 0;         // bytes of the element
     std::size_t list_at = 0;      // from the start of the run list
-    bool has_next_three = false;  // the attribute goes on for three bytes behind the element
+    bool has_next_three = false;  // at least three bytes of the attribute follow the element
 };
 
-// Hands the elements of an attribute's run list to `store`, up to the first that is cut off.
+// Calls `store` with each element of an attribute's run list, up to the first that extends past the
+// end of the attribute.
 template <typename Store>
 void walk_attrib_runs(const record_attrib& attribute, ql::bytes list, Store store) {
     attrib_run run;
     run.vcn = attribute.starting_vcn();
-    // A list offset behind the attribute's end gives a negative length, and no run.
+    // If the list offset is past the end of the attribute, the length is negative and no run is
+    // read.
     auto left = static_cast<std::int32_t>(attribute.length() - attribute.run_list_offset());
     for (;;) {
         const unsigned header = ql::le8(list, run.list_at);
@@ -66,7 +68,7 @@ void walk_attrib_runs(const record_attrib& attribute, ql::bytes list, Store stor
     }
 }
 
-// `count` bytes at `at`, zeros where the list ends first.
+// Returns `count` bytes at `at`; those past the end of the list are zero.
 std::vector<std::uint8_t> copy_bytes(ql::bytes list, std::size_t at, std::size_t count) {
     const ql::bytes part = ql::clip(list, at, count);
     std::vector<std::uint8_t> copy(part.begin(), part.end());
@@ -74,19 +76,20 @@ std::vector<std::uint8_t> copy_bytes(ql::bytes list, std::size_t at, std::size_t
     return copy;
 }
 
-// A run without a step is sparse, but for a first one that has an offset field: that one lies at
-// LCN 0.
+// Returns true for a run with an offset of 0, except for a first run with an offset field, which
+// starts at LCN 0.
 bool is_sparse(std::uint64_t lcn_delta, std::size_t index, unsigned offset_width) {
     return lcn_delta == 0 && (index > 0 || offset_width == 0);
 }
 
-// The VCN behind a run, modulo 2^64.
+// Returns the VCN after the last one of a run, modulo 2^64.
 std::uint64_t end_vcn(const data_run& run) { return run.vcn + run.num_clusters; }
 
-// An empty run holds nothing.
+// Returns true if the run contains `vcn`. An empty run contains none.
 bool holds(const data_run& run, std::uint64_t vcn) { return vcn >= run.vcn && vcn < end_vcn(run); }
 
-// Writes the place of `vcn` in the run; zeros, and false, when `run` is the end of the list.
+// Sets the index of `run` and the LCN of `vcn`, which is 0 in a sparse run. Returns false, with
+// both set to 0, if `run` is the end of the list.
 bool take_place(const data_run_list& runs, data_run_list::const_iterator run, std::uint64_t vcn,
                 std::uint32_t& run_index, std::uint64_t& lcn) {
     run_index = 0;
@@ -97,8 +100,8 @@ bool take_place(const data_run_list& runs, data_run_list::const_iterator run, st
     return true;
 }
 
-// The length field as decode_mft_runs takes it: byte i is or-ed in at bit 8 * i modulo 32, so that
-// the fifth byte falls on the first.
+// Returns the length field as decode_mft_runs reads it: byte i is or-ed into bit 8 * i modulo 32,
+// so the fifth byte is combined with the first.
 std::uint32_t read_folded_length(ql::bytes list, std::size_t at, unsigned width) {
     std::uint32_t length = 0;
     for (unsigned i = width; i-- > 0;) {
@@ -177,7 +180,7 @@ std::uint64_t run_bytes(const data_run_list& runs, std::uint32_t cluster_size, b
     for (const data_run& run : runs) {
         if (run.sparse == 0 || !skip_sparse) clusters += run.num_clusters;
     }
-    // No size is larger than a number can state.
+    // A size that does not fit is the largest number.
     const bool fits = cluster_size == 0 || clusters <= all_ones / cluster_size;
     return fits ? clusters * cluster_size : all_ones;
 }
@@ -198,7 +201,7 @@ run_lookup::run_lookup(const data_run_list& runs)
 
 bool run_lookup::find(std::uint64_t vcn, std::uint32_t& run_index, std::uint64_t& lcn) const {
     if (!m_in_order) return vcn_to_lcn(m_runs, vcn, run_index, lcn);
-    // Of several runs with one VCN all but the last are empty.
+    // If several runs have the same VCN, all except the last are empty.
     auto run =
         std::upper_bound(m_runs.begin(), m_runs.end(), vcn,
                          [](std::uint64_t wanted, const data_run& r) { return wanted < r.vcn; });
@@ -208,7 +211,8 @@ bool run_lookup::find(std::uint64_t vcn, std::uint32_t& run_index, std::uint64_t
 
 void merge_runs(const data_run_list& added, data_run_list& stored) {
     stored.insert(stored.end(), added.begin(), added.end());
-    // The sort is stable: of equal VCNs the stored run comes first, and the others go.
+    // The sort is stable: of runs with the same VCN, the stored one is first, and std::unique keeps
+    // it.
     std::stable_sort(stored.begin(), stored.end(),
                      [](const data_run& a, const data_run& b) { return a.vcn < b.vcn; });
     const auto same_vcn = [](const data_run& a, const data_run& b) { return a.vcn == b.vcn; };

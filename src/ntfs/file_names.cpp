@@ -8,11 +8,13 @@
 
 namespace {
 
-// How far the walk over the names of a record looks at attributes, whatever the record size is.
+// The walk over the names of a record ends at an attribute of more bytes, and directly after a
+// $FILE_NAME attribute at one of as many. The record size has no influence.
 constexpr std::uint32_t name_walk_limit = 1024;
-constexpr std::size_t number_width = 8;  // digits of a number in a key, at least
+constexpr std::size_t number_width = 8;  // minimum number of digits of a number in a key
 
-// Which names of a record are wanted.
+// Selects names of a record. Names in namespace 2 (DOS) and in unknown even ones are accepted only
+// with `all_namespaces`.
 struct name_filter {
     bool all_namespaces = false;
     std::uint64_t parent = no_parent_filter;
@@ -43,8 +45,8 @@ void collect_names(name_entry_list& names, ql::bytes record, const name_filter& 
     }
 }
 
-// True when `record` has an attribute of the type and id of `entry`. A length that reaches the
-// record size ends the search.
+// Returns true if `record` has an attribute with the type and id of `entry`. The search ends at an
+// attribute whose length is the record size or more.
 bool holds_listed(ql::bytes record, const list_entry& entry, std::uint32_t record_size) {
     record_attrib attribute = first_attrib(record);
     while (attribute.length() < record_size) {
@@ -62,8 +64,8 @@ public:
     extension_names(CNtfs& ntfs, name_entry_list& names, const name_filter& filter)
         : m_ntfs(ntfs), m_names(names), m_filter(filter) {}
 
-    // Collects the names of the record that a list entry names, whatever the entry's own type is,
-    // when the record holds the attribute.
+    // Collects the names of the record that a list entry refers to, if the record has the attribute
+    // of the entry. The entry may be of any type.
     void collect(const list_entry& entry) {
         if (!load(entry.entry_number())) return;
         if (!holds_listed(m_record, entry, m_ntfs.get_mft_record_size())) return;
@@ -71,7 +73,8 @@ public:
     }
 
 private:
-    // Entries of one record mostly follow each other: it stays until another one is asked for.
+    // Reads a record unless it is the current one. Entries of the same record are usually adjacent.
+    // Returns false if it is not a usable FILE record.
     bool load(std::uint64_t number) {
         if (m_usable && number == m_number) return true;
         std::uint64_t position = 0;

@@ -6,8 +6,8 @@
 
 namespace {
 
-// True when the `length` 16-bit units at `at` are those of `name`. Units behind the end of `b` are
-// zero.
+// Returns true if the `length` 16-bit units at `at` are those of `name`. Bytes past the end of `b`
+// are zero.
 bool is_named(ql::bytes b, std::size_t at, std::uint8_t length, ql::bytes name) {
     if (std::size_t{length} * 2 != name.size()) return false;
     for (std::size_t i = 0; i < name.size(); ++i) {
@@ -66,13 +66,13 @@ void apply_update_sequence(std::span<std::uint8_t> record, std::uint16_t array_o
                            std::uint16_t array_count, std::uint64_t size, std::uint32_t stride) {
     if (array_count < 2 || stride == 0) return;
     const std::uint64_t blocks = std::min<std::uint64_t>(array_count - 1u, size / stride);
-    // A word is read when its block's turn comes: with small blocks an earlier one may have changed
-    // it.
+    // Read each word just before its block is restored: if blocks are small, restoring an earlier
+    // block may have changed the array.
     for (std::uint64_t block = 1; block <= blocks; ++block) {
         const std::uint64_t from = array_offset + block * 2;
         const std::uint8_t word[2] = {ql::le8(record, from), ql::le8(record, from + 1)};
         const std::uint64_t end = block * stride;
-        // The first of one-byte blocks has its low byte in front of the record.
+        // If blocks have one byte, the low byte of the first would be before the record.
         if (end >= 2 && end - 2 < record.size()) record[end - 2] = word[0];
         if (end - 1 < record.size()) record[end - 1] = word[1];
     }

@@ -46,15 +46,15 @@ bool index_block_stream::next() {
             if (m_parts == 0) return true;
         }
     }
-    // The clusters of a block that were read before the runs ended.
+    // The runs ended inside a block: return the clusters of it that were read.
     if (m_done >= m_num_blocks || m_parts == 0) return false;
     m_parts = 0;
     m_number = m_done++;
     return true;
 }
 
-// Moves to the run of the next cluster. Returns false after the last run, and if the source was
-// read many times over.
+// Moves to the run of the next cluster. Returns false after the last run, and once many times the
+// size of the source was read.
 bool index_block_stream::find_cluster() {
     if (m_left_to_read == 0) return false;
     for (; m_run < m_runs.size(); ++m_run, m_next = 0) {
@@ -70,7 +70,7 @@ bool index_block_stream::find_cluster() {
     return false;
 }
 
-// Passes over whole blocks of the run of which the source holds nothing.
+// Skips whole blocks of the run that the source does not store.
 void index_block_stream::pass_unheld_blocks() {
     if (m_parts != 0 || m_cluster_at != 0) return;
     const CRawDisk& disk = *m_ntfs.disk();
@@ -101,8 +101,8 @@ bool index_block_stream::read_cluster() {
     return true;
 }
 
-// Cuts the next block out of a large cluster. Returns false at its end. The source may end inside
-// the block.
+// Copies the next block from a cluster of at least one block. Returns false at the end of the
+// cluster. If the source ends inside the block, its rest is zero.
 bool index_block_stream::next_of_cluster() {
     if (m_blocks_per_cluster == 0) return false;
     const std::size_t whole = std::size_t{m_blocks_per_cluster} * index_block_size;
@@ -119,8 +119,8 @@ bool index_block_stream::next_of_cluster() {
     return true;
 }
 
-// Adds a small cluster to the block that is being put together. It takes its full space even if the
-// source ended inside it.
+// Adds a cluster that is smaller than a block to the current block. It occupies a whole cluster
+// even if the source ended inside it.
 void index_block_stream::add_part() {
     if (m_parts == 0) m_block.fill(0);
     const std::size_t at = std::size_t{m_parts} * m_cluster_size;

@@ -16,11 +16,11 @@ constexpr std::uint16_t largest_entry = 768;
 
 constexpr std::array<std::uint8_t, 8> i30_name = {'$', 0, 'I', 0, '3', 0, '0', 0};
 
-// True for the parts of a directory's index by name.
+// Returns true for an attribute of a directory's index by file name.
 bool is_i30(const record_attrib& attribute) { return name_inside(attribute) == "$I30"; }
 
-// The attributes of a directory's record that lead to its index. Of several of one type the last
-// counts.
+// The attributes of a directory's record that lead to its index. If several have the same type, the
+// last is used.
 struct index_attributes {
     bool has_root = false;
     record_attrib root;
@@ -49,9 +49,11 @@ index_attributes find_index_attributes(ql::bytes record, std::uint32_t longest) 
     return found;
 }
 
-// The entries of an $INDEX_ROOT:
-//    0 u32 indexed attribute type, must be $FILE_NAME    8 u32 index block size, must not be 0
-//   16 node header
+// Appends the entries of an $INDEX_ROOT:
+//
+//    0  u32  indexed attribute type    8  u32  index block size    16  node header
+//
+// Returns false if the type is not $FILE_NAME, if the block size is 0, or if collect_entries does.
 bool collect_root(const record_attrib& root, std::vector<std::uint64_t>& children,
                   bool include_slack) {
     const ql::bytes value = root.value_to_record_end();
@@ -59,9 +61,9 @@ bool collect_root(const record_attrib& root, std::vector<std::uint64_t>& childre
     return collect_entries(children, ql::clip(value, 16), include_slack);
 }
 
-// Opens an attribute list for a search. A resident list goes on to the end of its record, a
-// non-resident one ends with its data, and holes in it are zeros. Returns nullopt if a non-resident
-// list cannot be read.
+// Opens an attribute list for a search. Entries of a resident list may extend to the end of its
+// record. A non-resident list ends with its data, and holes in it are zeros. Returns nullopt if a
+// non-resident list cannot be read.
 std::optional<list_cursor> open_index_list(CNtfs& ntfs, const record_attrib& attribute) {
     if (!attribute.nonresident()) {
         return list_cursor(attribute.value_to_record_end(), attribute.value_length());
@@ -73,21 +75,21 @@ std::optional<list_cursor> open_index_list(CNtfs& ntfs, const record_attrib& att
     return list;
 }
 
-// Reads the record of an entry into `record`. Returns false if it is no record, or if its size is
-// larger than that of the boot sector.
+// Reads the record of an entry into `record`. Returns false if it cannot be read or is not a
+// record, or if it is larger than the record size in the boot sector.
 bool read_record(CNtfs& ntfs, std::uint64_t number, std::vector<std::uint8_t>& record) {
     std::uint64_t position = 0;
     std::int64_t size = ntfs.get_mft_record_size();
     return ntfs.read_file_record(number, record, position, size, false);
 }
 
-// Appends the entries of one node. `entries` starts at the first one and goes on to the end of the
-// buffer that holds the node; `index_length` bytes of it are in use.
+// Appends the entry numbers of one node. `entries` starts at the first entry and extends to the end
+// of the buffer that contains the node; `index_length` bytes of it are in use.
 void collect_node(std::vector<std::uint64_t>& children, std::uint32_t index_length,
                   ql::bytes entries, bool include_slack) {
     std::size_t at = 0;
     std::int64_t left = index_length;
-    // A node that fills its block to the last byte is taken for an empty one.
+    // A node of 4096 bytes or more is treated as empty.
     while (left > 0 && left < index_block_size) {
         const std::uint16_t size = ql::le16(entries, at + 8);
         const std::uint16_t key_size = ql::le16(entries, at + 10);
@@ -118,7 +120,7 @@ struct block_node {
           index_length(ql::le32(block, header_offset + 4)) {}
 
     bool is_usable() const { return index_length != 0 && index_length <= index_block_size; }
-    // True if nothing after the block can be looked at.
+    // Returns true if no byte after the block is read.
     bool ends_in_block() const {
         constexpr std::uint32_t entry_fields = 32;
         return entries_at + index_length + entry_fields <= index_block_size;
@@ -132,23 +134,23 @@ struct distant_node {
     std::uint32_t index_length;
 };
 
-// Sorts the entry numbers and removes repeated ones.
+// Sorts the entry numbers and removes duplicates.
 void make_unique(std::vector<std::uint64_t>& children) {
-    // An index is in the order of names, which is often that of the entries, too.
+    // An index is sorted by name, and the entry numbers are often in the same order.
     if (!std::is_sorted(children.begin(), children.end())) {
         std::sort(children.begin(), children.end());
     }
     children.erase(std::unique(children.begin(), children.end()), children.end());
 }
 
-// Adds the entries of all blocks of an index, also of those that the index no longer uses.
+// Adds the entries of all blocks of an index, including those that the index no longer uses.
 class allocation_reader {
 public:
     allocation_reader(CNtfs& ntfs, const data_run_list& runs, std::vector<std::uint64_t>& children,
                       bool include_slack)
         : m_ntfs(ntfs), m_runs(runs), m_children(children), m_include_slack(include_slack) {}
 
-    // Returns false if the runs hold no block.
+    // Returns false if the runs contain no block.
     bool read() {
         index_block_stream stream(m_ntfs, m_runs, 0);
         if (stream.num_blocks() == 0) return false;
@@ -177,15 +179,15 @@ private:
             m_include_slack);
     }
 
-    // Runs may name a block any number of times, and a block an entry: the numbers take no more
-    // memory than twice the different ones.
+    // Removes duplicates whenever the list has grown to twice its size: runs may contain a block,
+    // and a block an entry, any number of times.
     void drop_repeated() {
         if (m_children.size() < m_most_children) return;
         make_unique(m_children);
         m_most_children = std::max(first_most_children, 2 * m_children.size());
     }
 
-    // Reads the blocks once more for the nodes that lead to later ones.
+    // Reads the blocks again for the nodes whose entries are in a later block.
     void read_distant() {
         std::sort(m_distant.begin(), m_distant.end(),
                   [](const distant_node& a, const distant_node& b) { return a.block < b.block; });
@@ -194,7 +196,7 @@ private:
         auto node = m_distant.begin();
         while (node != m_distant.end() && window.next()) {
             while (node != m_distant.end() && node->block < window.number())
-                ++node;  // in a block of zeros
+                ++node;  // its entries are in a skipped block, which is zero
             for (; node != m_distant.end() && node->block == window.number(); ++node) {
                 collect_node(m_children, node->index_length,
                              ql::clip(window.with_following(), node->entries_at), m_include_slack);
@@ -208,7 +210,7 @@ private:
     std::vector<std::uint64_t>& m_children;
     bool m_include_slack;
     static constexpr std::size_t first_most_children = 0x10000;
-    std::size_t m_most_children = first_most_children;  // before repeated ones are removed
+    std::size_t m_most_children = first_most_children;  // size at which duplicates are removed
     std::vector<distant_node> m_distant;
 };
 
@@ -239,12 +241,12 @@ bool CNtfs::get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>&
     return result;
 }
 
-// Appends the entries of the directory's whole index in the order in which they are read.
+// Appends the entries of the directory's whole index, in the order in which they are read.
 bool CNtfs::collect_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
                              bool include_slack) {
     std::vector<std::uint8_t> record;
     if (!read_record(*this, inode, record)) return false;
-    // An extension record answers for its base. A ring of base references has no answer.
+    // For an extension record, use its base record. Fail if the base references form a cycle.
     std::set<std::uint64_t> visited;
     while (const std::uint64_t base = file_record{record}.base_ref()) {
         if (!visited.insert(inode).second) return false;
@@ -262,8 +264,10 @@ bool CNtfs::collect_children(std::uint64_t inode, std::vector<std::uint64_t>& ch
     return collect_listed(found.list, !found.has_root, inode, children, include_slack);
 }
 
-// The index parts of a directory whose own record has no $INDEX_ALLOCATION: the first one that the
-// attribute list names, and the root when it is `root_missing`. Later parts are not looked at.
+// Adds the entries of a directory whose own record has no $INDEX_ALLOCATION: those of the first
+// $INDEX_ALLOCATION that the attribute list names and, if `root_missing`, of the first $INDEX_ROOT.
+// Later parts of either type are ignored. Returns false if a list or record cannot be read, or if
+// the last part that was found has an invalid header or no block.
 bool CNtfs::collect_listed(const record_attrib& attribute, bool root_missing, std::uint64_t inode,
                            std::vector<std::uint64_t>& children, bool include_slack) {
     if (attribute.nonresident() && attribute.initialized_size() == 0) return true;
@@ -286,8 +290,8 @@ bool CNtfs::collect_listed(const record_attrib& attribute, bool root_missing, st
     return result;
 }
 
-// Adds the entries of all blocks of an $INDEX_ALLOCATION. True if there is at least one block,
-// regardless of what the blocks hold.
+// Adds the entries of all blocks of an $INDEX_ALLOCATION. Returns false if its initialized size is
+// 0 or if its runs contain no block; the content of the blocks does not matter.
 bool CNtfs::collect_allocation(const record_attrib& attribute, std::vector<std::uint64_t>& children,
                                bool include_slack) {
     if (attribute.initialized_size() == 0) return false;

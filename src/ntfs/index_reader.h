@@ -8,13 +8,15 @@
 
 // Appends the 48-bit entry numbers of one index node to `children`, in the order of the node.
 //
-// `node_header` begins at the node header and goes on to the end of the buffer that holds it, which
-// may be more than the node:
-//    0 u32 entries_offset, from the node header    4 u32 index_length, bytes in use
-// An entry:
-//    0 u64 file reference    8 u16 m_size_index_entry    10 u16 m_size_index_key    12 u16 m_flags
+// `node_header` starts at the node header and extends to the end of the buffer that contains it,
+// which may be past the end of the node.
 //
-// False for an index_length of 0 or above 4096; true otherwise, with the entries in front of the
-// first bad one. With `include_slack` the checks that end a walk early are left out.
+//   node header:  0 u32 offset of the first entry, from the node header;  4 u32 bytes in use
+//   entry:        0 u64 file reference;  8 u16 entry size;  10 u16 key size;
+//                 12 u16 flags: 2 or 3 for the last entry
+//
+// The walk ends at the first damaged entry; the entries before it are kept. With `include_slack`,
+// it continues after an entry that is smaller than its key, has a file reference of 0, or is the
+// last one. Returns false, with `children` unchanged, if the bytes in use are 0 or above 4096.
 bool collect_entries(std::vector<std::uint64_t>& children, ql::bytes node_header,
                      bool include_slack);

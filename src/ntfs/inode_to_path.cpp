@@ -9,8 +9,8 @@
 
 namespace {
 
-// The segments, deepest first, from the root down, each followed by a backslash. The root's own
-// name "." is left out.
+// Joins segments, which start with the deepest, to a path from the root. Each segment is followed
+// by a backslash; the name of the root, ".", is skipped.
 std::wstring join_from_root(const std::vector<std::wstring>& segments) {
     std::wstring path;
     for (auto segment = segments.rbegin(); segment != segments.rend(); ++segment) {
@@ -37,7 +37,7 @@ bool CNtfs::get_paths_of_inode(std::uint64_t inode, std::vector<std::wstring> pa
         if (parent == root_entry) {
             paths.push_back(join_from_root(segments));
         } else {
-            // A parent that can't be read gives no path by this name.
+            // If a parent cannot be read, this name has no path.
             static_cast<void>(get_paths_of_inode(parent, std::move(segments), paths));
         }
     };

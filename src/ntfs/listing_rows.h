@@ -1,4 +1,4 @@
-// The attributes of one MFT entry after the other as a listing takes them.
+// The attributes that a listing shows, for many MFT entries in turn.
 #pragma once
 
 #include <cstdint>
@@ -9,18 +9,18 @@
 
 class CNtfs;
 
-// Reads the rows of many entries in turn and keeps its buffers from one to the next.
+// Reads the rows of many entries in turn, reusing its buffers.
 class listing_rows {
 public:
     // `ntfs` must outlive this object.
     explicit listing_rows(CNtfs& ntfs);
 
-    // Reads what a listing shows of get_attrib_rows: the rows of $OBJECT_ID, $DATA and
-    // $INDEX_ALLOCATION, without runs and values. Returns false, with no rows, if the record cannot
-    // be used.
+    // Reads the rows of get_attrib_rows that a listing shows: those of $OBJECT_ID, $DATA and
+    // $INDEX_ALLOCATION, without runs and values. Returns false, with no rows, if the volume is not
+    // open or the record cannot be used.
     bool read(std::uint64_t inode);
 
-    // Of the entry that was read last, by attribute id.
+    // The rows of the entry that was read last, by attribute id.
     const std::vector<NTFS_ATTRIB_ROW>& rows() const { return m_rows; }
 
 private:

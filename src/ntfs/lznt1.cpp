@@ -8,14 +8,15 @@ namespace {
 
 constexpr std::int32_t chunk_plain_size = 4096;
 
-// A back reference: copy `length` bytes from `displacement` bytes back.
+// A back reference: a copy of the `length` bytes that start `displacement` bytes back.
 struct back_reference {
     std::int32_t displacement = 0;
     std::int32_t length = 0;
 };
 
-// Splits a token. The farther the output has come, the more of its bits are displacement: 4 up to
-// position 16, 5 up to 32, ... False when the displacement passes the start of the output.
+// Splits a token. The number of its bits that are displacement grows with the output position: 4 up
+// to position 16, 5 up to 32, ... Returns false if the displacement is past the start of the
+// output.
 bool split_token(std::uint16_t token, std::int32_t position, back_reference& out) {
     if (position == 0) return false;
     const auto extra_bits = std::bit_width(static_cast<std::uint32_t>(position - 1) >> 4);
@@ -24,7 +25,7 @@ bool split_token(std::uint16_t token, std::int32_t position, back_reference& out
     return out.displacement <= position;
 }
 
-// The output of one chunk, filled from the front.
+// The output of one chunk.
 struct chunk_output {
     std::span<std::uint8_t> target;
     std::int32_t position = 0;
@@ -32,7 +33,7 @@ struct chunk_output {
     bool full() const { return static_cast<std::size_t>(position) >= target.size(); }
     void push(std::uint8_t byte) { target[static_cast<std::size_t>(position++)] = byte; }
 
-    // Byte by byte, for a copy may overlap what it writes.
+    // Copies byte by byte, because source and target may overlap.
     void repeat(const back_reference& reference) {
         for (std::int32_t i = 0; i < reference.length && !full(); ++i) {
             push(target[static_cast<std::size_t>(position - reference.displacement)]);
@@ -40,8 +41,8 @@ struct chunk_output {
     }
 };
 
-// Expands a chunk until its bytes or the room in `out` are used up. False at a token that points in
-// front of the chunk.
+// Expands a chunk until all its bytes are read or `out` is full. Returns false at a token that
+// points before the start of the chunk.
 bool expand(ql::bytes source, std::size_t source_size, chunk_output& out) {
     std::size_t at = 0;
     do {
@@ -61,14 +62,14 @@ bool expand(ql::bytes source, std::size_t source_size, chunk_output& out) {
     return true;
 }
 
-// Writes the plain bytes of a unit, never more than were asked for.
+// Writes the plain bytes of a unit, at most `remaining` in all.
 struct unit_output {
     std::ostream& stream;
     std::uint64_t remaining;
     std::uint32_t& written;
 
-    // Writes `count` bytes of `content` at most, and zeros for what it lacks of them; tells how
-    // many.
+    // Writes `count` bytes, or as many as remain: those of `content`, then zeros. Returns the
+    // number of bytes written.
     std::uint64_t write(ql::bytes content, std::uint64_t count) {
         count = std::min(count, remaining);
         const ql::bytes part = ql::clip(content, 0, count);
@@ -82,7 +83,7 @@ struct unit_output {
     }
 };
 
-// Header of a chunk: bits 0 to 11 its stored length minus 3, bit 15 set when it is compressed.
+// Header of a chunk. Bits 0 to 11: stored length, with the header, minus 3. Bit 15: compressed.
 struct chunk_header {
     std::uint16_t raw;
 
@@ -118,7 +119,7 @@ bool decompress_chunks(unit_output& out, ql::bytes unit) {
             at += header.length() + 3;
             continue;
         }
-        // Not compressed data after all, unless the unit ends as a compressed one does.
+        // A compressed unit ends in zeros. Any other unit is not compressed: write it unchanged.
         if (ends_in_zero_chunk(unit)) return false;
         out.write(unit, unit.size());
         return true;

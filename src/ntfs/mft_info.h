@@ -1,4 +1,5 @@
-// What the small parser reads of the volume's own metadata files, $MFT and $Bitmap.
+// The attributes of the volume's own metadata files, $MFT and $Bitmap, as CNtfs::parse_inode reads
+// them.
 #pragma once
 
 #include <array>
@@ -11,8 +12,8 @@
 
 struct NTFS_INODE_INFO {
     std::string security_text;                      // owner SID of the record's security id
-    std::string name;                               // stays empty
-    std::wstring wide_name;                         // stays empty
+    std::string name;                               // not set
+    std::wstring wide_name;                         // not set
     std::array<std::uint8_t, 68> file_name_body{};  // start of the $FILE_NAME value
     std::uint64_t data_size = 0;
     std::vector<NTFS_DATA> bitmap_runs;

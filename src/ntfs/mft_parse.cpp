@@ -9,12 +9,12 @@
 namespace {
 
 constexpr std::uint64_t mft_entry = 0;
-constexpr std::uint64_t always_taken = 1u << 20;  // bytes of memory, from any source
-// If less than this follows a list entry, the list ends.
+constexpr std::uint64_t always_taken = 1u << 20;  // bytes of memory, even for a small source
+// The list ends if fewer bytes than this follow an entry.
 constexpr std::int64_t list_entry_size = 26;
 
-// One pass over the attributes of a metadata file and, when it has a list, of its extension
-// records.
+// One pass over the attributes of a metadata file and, if it has an attribute list, of its
+// extension records.
 class mft_parser {
 public:
     mft_parser(CNtfs& ntfs, NTFS_INODE_INFO& out, std::uint64_t inode)
@@ -41,10 +41,10 @@ private:
     NTFS_INODE_INFO& m_out;
     std::uint64_t m_inode;
     std::optional<record_attrib> m_list;  // the last $ATTRIBUTE_LIST of the base record
-    std::uint64_t m_taken = 0;            // bytes of memory that runs and values take
+    std::uint64_t m_taken = 0;            // bytes of memory that runs and values use
 };
 
-// True for a non-resident attribute that has something on its run list.
+// Returns true for a non-resident attribute that states data or has bytes for a run list.
 bool has_runs(const record_attrib& attribute) {
     return attribute.nonresident() &&
            (attribute.initialized_size() != 0 || attribute.length() > attribute.run_list_offset());
@@ -56,7 +56,7 @@ void mft_parser::parse(ql::bytes record, bool keep) {
     if (!walk(first_attrib(record), keep, false)) return;
     if (m_inode == mft_entry && m_out.data_runs.empty()) return;
     if (m_list) {
-        // The extension records of $MFT are found through the runs known so far.
+        // The extension records of $MFT are found through its runs that are known so far.
         const bool was_validated = m_ntfs.m_Validated;
         if (m_inode == mft_entry) m_ntfs.m_Validated = true;
         expand_list(*m_list);
@@ -65,7 +65,7 @@ void mft_parser::parse(ql::bytes record, bool keep) {
     number_runs();
 }
 
-// Takes attributes from `attribute` on, or that one alone. Returns false if a run list was empty.
+// Takes `attribute` and, unless `single`, those after it. Returns false at an empty run list.
 bool mft_parser::walk(record_attrib attribute, bool keep, bool single) {
     std::int64_t budget = m_ntfs.m_bytes_per_file_record;
     for (;;) {
@@ -104,7 +104,7 @@ void mft_parser::take_security(const record_attrib& attribute) {
     const std::uint32_t id =
         standard_information_value{attribute.value_to_record_end()}.security_id();
     if (id == 0 || m_ntfs.m_mft_info.data_size == 0 || !m_ntfs.m_Validated) return;
-    (void)m_ntfs.load_security_table();  // no item is found in an empty one
+    (void)m_ntfs.load_security_table();  // if it fails, no item is found below
     const NTFS_SECURITY_ITEM* item = m_ntfs.security_item(id);
     if (item != nullptr) m_out.security_text = item->owner_text;
 }
@@ -115,8 +115,9 @@ void mft_parser::take_file_name(const record_attrib& attribute) {
     m_out.data_size = name.real_size();
 }
 
-// $DATA and $BITMAP. In a base record the runs of a later attribute replace those of an earlier
-// one, whatever their names.
+// Takes the runs or the value of a $DATA or $BITMAP attribute. In a base record, the runs of a
+// later attribute replace those of an earlier one, regardless of their names. Returns false if a
+// run list is empty.
 bool mft_parser::take_content(const record_attrib& attribute, bool keep,
                               std::vector<NTFS_DATA>& runs, std::uint64_t& size) {
     if (attribute.nonresident()) {
@@ -154,8 +155,8 @@ bool mft_parser::take_index_allocation(const record_attrib& attribute) {
     return true;
 }
 
-// Runs that are still taken. Memory is bounded by what the source holds: a source with more runs
-// than that has its clusters in them more than once.
+// Returns how many more runs are accepted. Runs and values together use about as much memory as the
+// source stores at most, or 1 MiB if that is more: a list with more runs names clusters repeatedly.
 std::size_t mft_parser::most_runs() const {
     const CRawDisk* const disk = m_ntfs.disk();
     const std::uint64_t most = std::max(always_taken, disk != nullptr ? disk->held_bytes() : 0);
@@ -164,7 +165,7 @@ std::size_t mft_parser::most_runs() const {
 
 void mft_parser::expand_list(const record_attrib& attribute) {
     if (!attribute.nonresident()) {
-        // An entry that passes the end of the value is read on in the record.
+        // An entry may extend past the end of the value, up to the end of the record.
         expand_entries({attribute.value_to_record_end(), attribute.value_length()});
         return;
     }
@@ -186,8 +187,8 @@ void mft_parser::expand_entries(list_cursor list) {
     }
 }
 
-// Takes the attribute that a list entry names from its extension record, provided that the record
-// is the one that was meant: its sequence number must be that of the entry.
+// Takes the attribute that a list entry names from its extension record. A record whose sequence
+// number differs from that of the entry was reused and is ignored.
 void mft_parser::take_listed(const list_entry& entry) {
     std::vector<std::uint8_t> record;
     std::uint64_t position = 0;
@@ -199,7 +200,7 @@ void mft_parser::take_listed(const list_entry& entry) {
 
     for (record_attrib attribute = first_attrib(record); attribute.type() != attrib_type::end;) {
         if (attribute.type() == entry.type() && attribute.id() == entry.id()) {
-            (void)walk(attribute, true, true);  // a bad one leaves out its own runs only
+            (void)walk(attribute, true, true);  // an empty run list affects only this attribute
         }
         if (attribute.length() == 0) return;
         attribute.at += attribute.length();
@@ -211,7 +212,7 @@ void mft_parser::number_runs() {
     std::uint64_t vcn = 0;
     for (std::size_t i = 0; i < m_out.data_runs.size(); ++i) {
         m_out.data_runs[i].vcn = vcn;
-        m_out.data_run_index.insert_or_assign(vcn, i);  // an empty run gives way to the next
+        m_out.data_run_index.insert_or_assign(vcn, i);  // the next run replaces an empty one
         vcn += m_out.data_runs[i].num_clusters;
     }
 }

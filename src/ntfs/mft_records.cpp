@@ -14,7 +14,8 @@ std::uint64_t CNtfs::get_file_pos_for_inode(std::uint64_t inode) const {
 const NTFS_DATA* CNtfs::find_mft_run(std::uint64_t vcn, std::uint64_t& first_vcn) const {
     const auto& index = m_mft_info.data_run_index;
     if (!index.empty()) {
-        // If several runs have the same first VCN, the index has the last: the others are empty.
+        // If several runs have the same first VCN, the index has the last one; the others are
+        // empty.
         auto next = index.upper_bound(vcn);
         if (next == index.begin()) return nullptr;
         const auto& [run_vcn, run_number] = *--next;
@@ -22,7 +23,7 @@ const NTFS_DATA* CNtfs::find_mft_run(std::uint64_t vcn, std::uint64_t& first_vcn
         first_vcn = run_vcn;
         return vcn - run_vcn < run.num_clusters ? &run : nullptr;
     }
-    // There is no index yet while the list of $MFT itself is being collected.
+    // While the attribute list of $MFT itself is read, there is no index yet.
     first_vcn = 0;
     for (const NTFS_DATA& run : m_mft_info.data_runs) {
         if (vcn - first_vcn < run.num_clusters) return &run;

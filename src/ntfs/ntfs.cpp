@@ -59,7 +59,8 @@ bool CNtfs::validate(std::uint64_t& mft_file_pos) {
     return m_Validated;
 }
 
-// Volumes with another signature, encrypted ones ("-FVE-FS-") among them, are refused.
+// Reads the boot sector. Returns false if it cannot be read, or if the signature is not "NTFS    ",
+// as on an encrypted volume ("-FVE-FS-").
 bool CNtfs::read_boot_sector() {
     auto count = static_cast<std::uint32_t>(m_boot.raw.size());
     return read_at(m_disk.get(), 0, m_volume_offset, m_boot.raw.data(), count) &&
@@ -82,8 +83,8 @@ void CNtfs::compute_geometry() {
     m_mft_file_pos = cluster_size() * m_boot.mft_start_lcn();
 }
 
-// Reads and parses record 0. False when it is no record, or when its update sequence covers more
-// than the boot sector announces as record size.
+// Reads and parses record 0. Returns false if it is not a record, or if its update sequence covers
+// more bytes than the record size in the boot sector.
 bool CNtfs::open_mft() {
     if (!read_own_record(0, m_mft_record)) return false;
     const file_record record{m_mft_record};
@@ -91,7 +92,7 @@ bool CNtfs::open_mft() {
 
     m_bytes_per_file_record = record.bytes_allocated();
     parse_inode(m_mft_record, m_mft_info, 0, false);
-    // What a large record leads to is not needed again.
+    // Only the start of a large record is kept; its attributes have been read.
     constexpr std::size_t most_kept = 0x10000;
     if (m_mft_record.size() > most_kept) {
         m_mft_record.resize(most_kept);
@@ -112,8 +113,8 @@ std::uint64_t CNtfs::count_mft_clusters() const {
     return clusters;
 }
 
-// Takes the runs of $Bitmap. Its record is as a rule the one that has the security table loaded.
-// A bad one costs nothing.
+// Reads the runs of $Bitmap, and usually loads the security table, for the owner of its record. A
+// bad record is ignored.
 void CNtfs::read_bitmap_runs() {
     constexpr std::uint64_t bitmap_entry = 6;
     std::vector<std::uint8_t> record;

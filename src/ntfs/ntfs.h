@@ -20,22 +20,22 @@
 
 class name_entry_list;
 
-// One directory known to path look-up.
+// One directory in the cache of path lookup.
 struct NTFS_DIR_CACHE_ENTRY {
     std::uint64_t inode = 0;
     std::set<std::uint64_t> parents;
     bool has_names = true;
-    bool deleted = false;  // the record was not in use
+    bool deleted = false;  // the record is not in use
     std::set<std::uint64_t> children;
     std::map<std::string, std::uint64_t> names;  // lower-cased name to the child's entry
 };
 
 // The volume reader: geometry, file records, attributes, attribute data, directory indexes. It
-// prints nothing; operations report by their results. Bad on-disk data costs what depends on it
-// and is never fatal. Not copyable; lives for one path of a run.
+// prints nothing; operations report failure by their result. Damaged on-disk data affects only the
+// results that depend on it. Not copyable; one object is used for one path of a run.
 class CNtfs {
 public:
-    // Takes the source over, which may be null. `kind` is one of source_kind.
+    // Takes ownership of the source, which may be null. `kind` is one of source_kind.
     CNtfs(std::unique_ptr<CRawDisk> disk, std::uint64_t volume_offset, std::uint32_t kind);
     ~CNtfs();
     CNtfs(const CNtfs&) = delete;
@@ -43,80 +43,83 @@ public:
 
     // --- volume (ntfs.cpp) ---
 
-    // Reads the boot sector and MFT record 0 and computes the geometry. Once it has succeeded it
-    // only writes `mft_file_pos`, the byte position of $MFT in the volume. False when the source is
-    // not open, the boot sector is not NTFS, or record 0 can't be used.
+    // Reads the boot sector and MFT record 0, computes the geometry, and sets `mft_file_pos` to the
+    // byte position of $MFT in the volume. After the first success, only sets `mft_file_pos`.
+    // Returns false if the source is not open, the boot sector is not NTFS, or record 0 cannot be
+    // used; in the last case `mft_file_pos` is set.
     bool validate(std::uint64_t& mft_file_pos);
     bool is_open() const { return m_disk != nullptr && m_Validated; }
-    // The source when it is open, else null. Lives as long as this volume.
+    // The source if it is open, else null; valid as long as this object.
     CRawDisk* disk() const;
     std::uint16_t get_bytes_per_sector() const { return m_boot.bytes_per_sector(); }
-    // Bytes in a file record; 1024 while it is not known.
+    // Bytes in a file record as the boot sector states it; 1024 if it is 0 or not yet known.
     std::uint32_t get_mft_record_size() const {
         return m_mft_record_size != 0 ? m_mft_record_size : 1024;
     }
     std::uint64_t get_total_mft_entries() const { return m_Validated ? m_total_mft_entries : 0; }
-    // The cluster size without its sign, as the divisor of byte positions; may be 0.
+    // The cluster size in bytes, as an unsigned number; may be 0.
     std::uint32_t cluster_size() const { return static_cast<std::uint32_t>(m_cluster_size); }
-    // Clusters in 4096 bytes: 1 for larger clusters, 0 for a cluster size of 0.
+    // Clusters in 4096 bytes: 1 if a cluster is larger, 0 if the cluster size is 0.
     std::uint32_t clusters_per_4k() const;
-    // 4096-byte blocks in a cluster; 0 for smaller clusters.
+    // 4096-byte blocks in a cluster: 0 if a cluster is smaller.
     std::uint32_t blocks_per_cluster() const;
 
-    // Reads at `position` + `volume_offset`; `count` comes back as the bytes read. False, with
-    // `count` as it was, for a null disk or buffer, a count of 0, and when nothing was read.
+    // Reads at `position` + `volume_offset`. `count`, in: bytes wanted; out: bytes read. Returns
+    // false, with `count` unchanged, if the source or buffer is null, if `count` is 0, or if
+    // nothing is read.
     static bool read_at(CRawDisk* source, std::uint64_t position, std::uint64_t volume_offset,
                         void* buffer, std::uint32_t& count);
-    // Reads whole clusters from `lcn` on. `count` in: bytes wanted; out: bytes read. False unless
-    // validated, for a `count` that is no whole number of clusters, and when nothing was read.
+    // Reads whole clusters starting at `lcn`. `count`, in: bytes wanted; out: bytes read. Returns
+    // false, with `count` unchanged, if the volume is not validated, if `count` is not a multiple
+    // of the cluster size, or if nothing is read.
     bool read_clusters(std::uint64_t lcn, void* buffer, std::uint32_t& count);
-    // Returns how many runs of one list are taken: as many as fit into memory of the size of the
-    // source, and 65536 in any case. A longer list names clusters over and over, or nothing.
+    // Returns how many runs of one list are accepted: as many as use no more memory than the source
+    // stores, and at least 65536. A longer list names clusters repeatedly, or has empty runs.
     std::size_t most_runs() const;
 
     // --- file records (mft_records.cpp) ---
 
-    // Byte position of an entry, relative to the volume, through the runs of $MFT; 0 when not
-    // validated or beyond the runs. Arithmetic is modulo 2^64.
+    // Returns the byte position of an entry in the volume, computed modulo 2^64 from the runs of
+    // $MFT. Returns 0 if the volume is not validated or if no run contains the entry.
     std::uint64_t get_file_pos_for_inode(std::uint64_t inode) const;
-    // Reads one record and applies its update sequence. Accepts valid FILE records and whatever
-    // begins with "INDX".
+    // Reads one record and applies its update sequence. Accepts valid FILE records, and records
+    // with the keyword "INDX".
     //
-    // buffer    replaced by the bytes of the record, as far as they are needed; bytes past its end
-    //           are zero
+    // buffer    replaced by the bytes of the record that are needed; bytes past its end are zero
     // position  out: byte position in the volume
-    // size      in: bytes that the record may have (not with `allocate`); out: bytes of the
+    // size      in: largest accepted record, in bytes (ignored with `allocate`); out: bytes of the
     //           record that the source has
     //
     // Returns false if the record cannot be read or is not a record, if `size` is smaller than a
-    // record, and, except for entry 0, if the volume is not validated. With `allocate` the buffer
-    // is empty then.
+    // record, and, except for entry 0, if the volume is not validated. In this case `buffer` is
+    // empty with `allocate`, and otherwise unspecified.
     bool read_file_record(std::uint64_t inode, std::vector<std::uint8_t>& buffer,
                           std::uint64_t& position, std::int64_t& size, bool allocate);
-    // Reads get_mft_record_size() bytes, as far as they are needed, and applies the update sequence
-    // under the rules of check_fixup, which also accepts "BAAD" and sets the `kind`, one of
-    // record_kind. `position` is the byte position in the volume. Returns false if the volume is
-    // not validated, if nothing can be read, and if check_fixup does.
+    // Reads the bytes of a record that are needed, at most get_mft_record_size(), and applies the
+    // update sequence. Sets `kind` to one of record_kind by the rules of check_fixup, which also
+    // accepts "BAAD", and `position` to the byte position in the volume. Returns false if the
+    // volume is not validated, if nothing can be read, or if check_fixup does.
     bool read_record_vector(std::uint64_t inode, std::vector<std::uint8_t>& record,
                             std::uint64_t& position, std::uint32_t& kind);
-    // True when the record can be read and is a directory.
+    // Returns true if the record can be read and is a directory.
     bool is_directory(std::uint64_t inode);
-    // The parser for $MFT and $Bitmap, attribute list included. `keep` adds to `out` instead of
-    // starting anew. Always true: what is bad is missing in `out`.
+    // Parses the record of $MFT or $Bitmap and the extension records that its attribute list names.
+    // Clears `out` first unless `keep`. Always returns true: bad attributes are skipped.
     bool parse_inode(ql::bytes record, NTFS_INODE_INFO& out, std::uint64_t inode, bool keep);
 
     // --- attributes (attrib_categorize.cpp, attrib_rows.cpp, file_names.cpp) ---
 
-    // Sorts all attributes of an entry, extension records included, into `store`. False when the
-    // record can't be used.
+    // Sorts all attributes of an entry, including those in extension records, into `store`. Returns
+    // false, with `store` cleared, if the volume is not open or the record cannot be used.
     bool categorize_entry(NTFS_ENTRY_STORE& store, mft_entries_ctx& ctx, std::uint64_t inode,
                           bool keep_values);
-    // The entry as flat rows: record head, 0x10 rows, 0x30 rows, then all other attributes by id.
-    // False, with no rows, when the record can't be used.
+    // Replaces `rows` with those of an entry: record header, 0x10 rows, 0x30 rows, then all other
+    // attributes by id. Returns false, with no rows, if the volume is not open or the record cannot
+    // be used.
     bool get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows);
-    // The $FILE_NAME attributes of `record` and of its extension records. DOS names are left out
-    // unless `all_namespaces`; names under another parent than `parent_filter` are left out unless
-    // that is no_parent_filter. True when `names` is not empty.
+    // Replaces `names` with the $FILE_NAME attributes of `record` and of its extension records,
+    // without DOS names unless `all_namespaces`, and without names under other parents than
+    // `parent_filter` unless that is no_parent_filter. Returns false if `names` is empty.
     bool get_file_names(name_entry_map& names, std::uint64_t inode, ql::bytes record,
                         bool all_namespaces = false,
                         std::uint64_t parent_filter = no_parent_filter);
@@ -125,31 +128,36 @@ public:
 
     // --- attribute data (attrib_data.cpp) ---
 
-    // Reads `size` bytes at `offset` of the runs; `size` comes back as delivered. False for an
-    // empty target or list, or when nothing was read.
+    // Reads `size` bytes at `offset` of the runs, at most as many as `target` has, and sets `size`
+    // to the number of bytes read. Returns false, with `size` unchanged, if the target or the list
+    // is empty, if `size` is below 1, or if nothing is read. With `skip_sparse`, sparse runs are
+    // skipped.
     bool read_attrib_bytes(const data_run_list& runs, std::uint64_t offset,
                            std::span<std::uint8_t> target, std::int64_t& size, bool skip_sparse);
-    // The same with `status`, bits of read_status, in and out. Reads whole clusters, holes as
-    // zeros; ends at the first cluster that no run covers, and at the first that can't be read.
-    // What is missing of a cluster at the end of the source is zero.
+    // Does the same with `status`, bits of read_status, in and out. Reads whole clusters; holes are
+    // zeros. Stops at the first cluster that no run covers or that cannot be read. If the source
+    // ends inside the first cluster, or inside the cluster in which the range ends, the rest of
+    // that cluster is zero.
     bool read_runs_raw(const data_run_list& runs, std::uint64_t offset,
                        std::span<std::uint8_t> target, std::int64_t& size, std::uint64_t& status);
-    // Writes the data of a row to `out`, decompressed when the attribute is compressed. `out2` is
-    // only cleared. False without data.
+    // Writes the data of a row to `out`, decompressed if the attribute is compressed. Clears the
+    // error state of both streams; nothing is written to `out2`. Returns false if there is no data,
+    // or if a stream has no buffer.
     bool stream_attribute(const NTFS_ATTRIB_ROW& row, std::ostream& out, std::ostream& out2,
                           mft_entries_ctx& ctx);
-    // Writes `size` bytes of a compressed attribute, unit by unit. A unit that gives nothing ends
-    // the data. `allocated` bounds what is read of the last unit. False when nothing was written.
+    // Writes `size` bytes of a compressed attribute, unit by unit. Stops at a unit without data.
+    // `allocated` limits how much of the last unit is read. Returns false if nothing is written.
     bool stream_compressed(std::ostream& out, const data_run_list& runs, std::uint64_t size,
                            std::uint64_t allocated);
 
     // --- directory indexes (index_reader.cpp, index_blocks.cpp) ---
 
-    // Adds the entry numbers that the $I30 index of a directory names, stale ones included; with
-    // `include_slack` also those that collect_entries takes for damage otherwise. False when the
-    // directory's record or its index can't be read.
+    // Adds the entry numbers in the $I30 index of a directory, including stale ones. With
+    // `include_slack`, collect_entries continues where it otherwise ends. Returns false if the
+    // directory's record or its index cannot be read.
     bool get_children(std::uint64_t inode, std::set<std::uint64_t>& children, bool include_slack);
-    // The same in place of what `children` held, in ascending order and each number once.
+    // Replaces `children` with the same entry numbers in ascending order, without duplicates.
+    // Returns the same as get_children.
     bool get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
                              bool include_slack);
     // Reads the blocks of an index into one buffer; see index_block_stream. Blocks that cannot be
@@ -158,24 +166,26 @@ public:
     // block_count  in: blocks wanted, 0xFFFFFFFF for all; out: blocks in `out`
     // first_block  blocks before the first one wanted
     //
-    // Returns false if the runs hold no block there, and if there is no memory for the blocks that
-    // they state. get_children does without the buffer.
+    // Returns false if the runs contain no block there, or if there is not enough memory for the
+    // buffer. get_children does not use this buffer.
     bool read_index_blocks(std::vector<std::uint8_t>& out, std::uint32_t& block_count,
                            const data_run_list& runs, std::uint32_t first_block);
 
     // --- inode to path (inode_to_path.cpp) ---
 
-    // Appends each path of an entry, segments joined and closed by backslashes, by walking the
-    // parent references upwards. `partial` holds the segments so far, the deepest first. A cycle of
-    // parents never ends.
+    // Appends each path of an entry, a backslash after each segment, by following the parent
+    // references up to the root. `partial` contains the segments found so far, the deepest first.
+    // Does not return if the parent references form a cycle. Returns false if the entry has no
+    // readable record or no name.
     bool get_paths_of_inode(std::uint64_t inode, std::vector<std::wstring> partial,
                             std::vector<std::wstring>& paths);
 
     // --- security table (security_table.cpp) ---
 
-    // Loads the descriptors of $Secure:$SDS once. True when the table has entries.
+    // Loads the descriptors of $Secure:$SDS, unless they are loaded. Returns false if the table is
+    // empty.
     bool load_security_table();
-    // The entry of a security id; null when there is none.
+    // Returns the table entry of a security id, or null; valid until the table changes.
     const NTFS_SECURITY_ITEM* security_item(std::uint32_t id) const;
 
     NTFS_BOOT m_boot;
@@ -183,9 +193,9 @@ public:
     std::unique_ptr<CRawDisk> m_disk;
     std::uint32_t m_source_kind;
     bool m_Validated = false;
-    std::vector<std::uint8_t> m_mft_record;     // record 0, update sequence applied
+    std::vector<std::uint8_t> m_mft_record;     // record 0 with its update sequence applied
     NTFS_INODE_INFO m_mft_info;                 // its runs map MFT entries to clusters
-    std::vector<NTFS_DATA> m_bitmap_runs;       // of entry 6; kept for reference
+    std::vector<NTFS_DATA> m_bitmap_runs;       // of entry 6, $Bitmap
     std::uint32_t m_bytes_per_file_record = 0;  // stride of MFT entries, as record 0 states it
     std::uint64_t m_total_mft_entries = 0;
     std::int32_t m_cluster_size = 0;  // bytes
@@ -204,7 +214,8 @@ private:
     std::uint64_t count_mft_clusters() const;
     void read_bitmap_runs();
     const NTFS_DATA* find_mft_run(std::uint64_t vcn, std::uint64_t& first_vcn) const;
-    // read_file_record into memory of its own, for what asks neither for the position nor the size.
+    // Reads a record with read_file_record and `allocate`. Returns false, with `record` empty, if
+    // that does.
     bool read_own_record(std::uint64_t inode, std::vector<std::uint8_t>& record);
     bool collect_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
                           bool include_slack);

@@ -7,8 +7,8 @@
 
 #include "foundation/ql_bytes.h"
 
-// First sector of an NTFS volume. Offsets are those of the BIOS parameter block; values as found,
-// not checked. Neither the checksum nor the end marker is looked at.
+// First sector of an NTFS volume. Offsets are those of the BIOS parameter block. Values are not
+// validated. The checksum and the end marker are not checked.
 struct NTFS_BOOT {
     std::array<std::uint8_t, 512> raw{};
 
@@ -18,8 +18,8 @@ struct NTFS_BOOT {
     std::uint64_t total_sectors() const { return ql::le64(raw, 40); }      // sectors in the volume
     std::uint64_t mft_start_lcn() const { return ql::le64(raw, 48); }      // clusters
     std::uint64_t mftmirr_start_lcn() const { return ql::le64(raw, 56); }  // clusters
-    // 0 to 127: clusters in a file record. -128 to -1: the record has 2^-n bytes, so that 0xF6
-    // (-10) is 1024 bytes whatever the cluster size is.
+    // 0 to 127: clusters in a file record. -128 to -1: the record has 2^-n bytes, so 0xF6 (-10)
+    // means 1024 bytes regardless of the cluster size.
     std::int8_t num_clusters_one_mft_record() const { return std::bit_cast<std::int8_t>(raw[64]); }
     std::uint64_t volume_serial_number() const { return ql::le64(raw, 72); }
 };

@@ -15,8 +15,8 @@ constexpr std::uint64_t no_entry = ~std::uint64_t{0};
 
 unsigned long long number(std::uint64_t value) { return value; }
 
-// Takes the name of a device off the front of a path: a shadow copy, or a snapshot by its id. What
-// is left begins with the backslash behind it, or is empty when there is none.
+// Removes the name of a device from the start of a path: a shadow copy, or a snapshot by its id.
+// Returns the rest from the first backslash after the name, or an empty path without a backslash.
 std::wstring without_source_prefix(const std::wstring& path) {
     static const std::wstring shadow_copy = L"\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy";
     std::wstring start = path.substr(0, shadow_copy.size());
@@ -44,12 +44,13 @@ std::vector<std::wstring> split(const std::wstring& path, wchar_t separator) {
     return segments;
 }
 
-// Index of the first segment that names something in the volume: behind a drive letter.
+// Returns the index of the first segment after a drive letter, if there is one.
 std::size_t first_segment(const std::vector<std::wstring>& segments) {
     return !segments.empty() && segments[0].size() > 1 && segments[0][1] == L':' ? 1 : 0;
 }
 
-// What a segment is looked up by: without its stream suffix, trimmed, in ASCII lower case.
+// Returns the name that a segment is looked up by: without its stream suffix, trimmed, with ASCII
+// letters in lower case.
 std::string search_key(const std::wstring& segment) {
     std::wstring name = segment.substr(0, segment.find(L':'));
     ql::trim_wide(name);
@@ -63,11 +64,11 @@ public:
     path_walk(CNtfs& ntfs, std::vector<std::wstring> segments, cmd_params& trace)
         : m_ntfs(ntfs), m_trace(trace), m_segments(std::move(segments)) {}
 
-    // False when a segment isn't found; `inode` is then the last one that was.
+    // Returns false if a segment is not found; `inode` is then the last entry that was found.
     bool run(std::uint64_t& inode, bool follow_links);
 
     std::uint64_t parent() const { return m_grandparent; }
-    // Where the next segment would be looked for.
+    // The directory in which the next segment is looked up.
     std::uint64_t directory() const { return m_directory; }
     const std::vector<std::wstring>& segments() const { return m_segments; }
 
@@ -82,11 +83,11 @@ private:
     CNtfs& m_ntfs;
     cmd_params& m_trace;
     std::vector<std::wstring> m_segments;
-    std::size_t m_next = 0;                  // segment
-    std::uint64_t m_directory = root_entry;  // where the next segment is looked for
-    std::uint64_t m_grandparent = 0;         // the directory that holds m_directory
+    std::size_t m_next = 0;                  // index of the next segment
+    std::uint64_t m_directory = root_entry;  // in which the next segment is looked up
+    std::uint64_t m_grandparent = 0;         // the directory that contains m_directory
     std::vector<std::uint8_t> m_record;      // of the entry that was read last
-    std::int64_t m_record_bytes = 0;         // read of it
+    std::int64_t m_record_bytes = 0;         // bytes of it that the source has
     name_entry_map m_names;
 };
 
@@ -130,9 +131,9 @@ bool path_walk::find_child(const std::string& key, std::uint64_t& child) {
     return true;
 }
 
-// The cache entry of the directory with its children. A directory that was met as somebody's child
-// has an entry already and keeps it, even if it turns out to have no children; null for one without
-// an entry and without children.
+// Returns the cache entry of the directory with its children. A directory that was found as a child
+// of another one already has an entry, and keeps it even if it has no children. Returns null for a
+// directory without an entry and without children.
 NTFS_DIR_CACHE_ENTRY* path_walk::with_children() {
     m_trace.diag("info: get children nodes");
     auto cached = m_ntfs.m_children_cache.find(m_directory);
@@ -186,8 +187,9 @@ void path_walk::add_names(NTFS_DIR_CACHE_ENTRY& directory, std::uint64_t child) 
     m_ntfs.m_children_cache.try_emplace(child, std::move(found));
 }
 
-// When `child` is a junction or symbolic link, makes the print name of its target and the segments
-// behind it the path, which starts at the root again. A relative target starts there, too.
+// If `child` is a junction or symbolic link, replaces the path with the print name of its target
+// and the segments after it, restarts at the root and returns true. A relative target starts at the
+// root as well.
 bool path_walk::restart_at_link(std::uint64_t child) {
     record_attrib attribute;
     if (!read_record(child) ||

@@ -7,17 +7,17 @@
 namespace {
 
 constexpr std::uint64_t attribute_header_size = 72;
-constexpr std::uint64_t fixed_fields = 1024;  // more than any value with a fixed layout has
-constexpr std::uint64_t largest_node = 4096;  // bytes of an index node that are looked at
+constexpr std::uint64_t fixed_fields = 1024;  // larger than any value with a fixed layout
+constexpr std::uint64_t largest_node = 4096;  // bytes of an index node that are read at most
 
-// Finds the ends of run lists. Lists that meet end alike: no element is visited twice, so that many
-// attributes with overlapping lists take no longer than the record.
+// Finds the ends of run lists. No element is visited twice, so the time for many attributes with
+// overlapping lists is bounded by the size of the record.
 class run_list_walk {
 public:
     explicit run_list_walk(ql::bytes record) : m_record(record) {}
 
-    // Returns the offset of the byte after the run list that starts at `at`, after its zero header
-    // byte; less if the list continues as an earlier one.
+    // Returns the offset after the run list that starts at `at`, including its zero header byte, or
+    // a lower offset if the list continues in one that was visited before.
     std::uint64_t end(std::uint64_t at) {
         if (m_visited.empty()) m_visited.resize(m_record.size());
         for (unsigned header = ql::le8(m_record, at); header != 0 && !m_visited[at];
@@ -33,18 +33,20 @@ private:
     std::vector<bool> m_visited;  // header bytes of elements
 };
 
-// The end of a link's names. They start after any zero words at the substitute name.
+// Returns the offset of the end of a link's names, which start after any zero words at the
+// substitute name.
 std::uint64_t link_names_end(const record_attrib& attribute, std::uint64_t value_at,
                              std::uint64_t seen) {
     const reparse_point point{attribute.value_to_record_end(), seen - std::min(seen, value_at)};
     const reparse_names names = locate_reparse_names(point);
     const std::uint64_t end = std::max(names.substitute_at + point.substitute_length(),
                                        names.print_at + point.print_length());
-    // Without a word other than zero so far, the names start further on.
+    // If all words so far are zero, the names start past `seen`.
     return names.substitute_at < point.size ? value_at + end : seen + 1;
 }
 
-// The end of what is read of one attribute, given the first `seen` bytes of its record.
+// Returns the end of the bytes that are read for one attribute, as an offset in its record, given
+// the first `seen` bytes of the record.
 std::uint64_t attribute_reach(const record_attrib& attribute, run_list_walk& run_lists,
                               std::uint64_t seen, bool with_values) {
     const std::uint64_t value_at = attribute.at + attribute.value_offset();
@@ -52,7 +54,7 @@ std::uint64_t attribute_reach(const record_attrib& attribute, run_list_walk& run
         attribute.at + attribute.name_offset() + attribute.name_length() * std::uint64_t{2};
     std::uint64_t end = std::max(name_end, value_at + fixed_fields);
     const std::uint32_t type = attribute.type();
-    // The run list of an $INDEX_ALLOCATION is decoded whatever its non-resident flag is.
+    // The run list of an $INDEX_ALLOCATION is decoded regardless of its non-resident flag.
     if (attribute.nonresident() || type == attrib_type::index_allocation) {
         end = std::max(end, run_lists.end(attribute.at + attribute.run_list_offset()) + 3);
     }
@@ -77,7 +79,7 @@ std::uint64_t record_reach(ql::bytes record, std::uint64_t seen, bool with_value
     for (bool is_first = true;; is_first = false) {
         reach = std::max<std::uint64_t>(reach, attribute.at + attribute_header_size);
         if (reach > seen) return reach;
-        // One reader does not check the first attribute for the end mark.
+        // One reader does not check whether the first attribute is the end marker.
         if (attribute.type() == attrib_type::end && !is_first) return reach;
         reach = std::max(reach, attribute_reach(attribute, run_lists, seen, with_values));
         if (attribute.length() == 0) return reach;

@@ -10,8 +10,8 @@ namespace {
 constexpr std::uint32_t first_piece = 0x10000;
 constexpr std::uint32_t largest_piece = 0x100000;
 
-// Blocks that end this far past what was read are left out of the update sequence: only an "INDX"
-// record has so many, and its size is a claim.
+// The update sequence is not applied to blocks that end more than this past the bytes that were
+// read. Only an "INDX" record can have so many blocks.
 constexpr std::uint64_t most_fixed_past_end = 0x100000;
 
 // Grows `record` to `size` bytes with zeros. Returns false if there is no memory for them.
@@ -60,16 +60,16 @@ void record_reader::fix_up(std::uint64_t fixed_size) {
     const std::uint64_t blocks = std::min<std::uint64_t>(array_count - 1u, fixed_size / stride);
     const std::uint64_t array_end = array_offset + array_count * std::uint64_t{2};
     read_up_to(std::max(blocks * stride, array_end));
-    // A block that the end of the source cuts off ends in two bytes of the array, after zeros.
+    // A block that is truncated by the end of the source has zeros, then two bytes of the array.
     const std::uint64_t fixed_end =
         std::min(blocks * stride, m_record.size() + most_fixed_past_end);
     if (fixed_end > m_record.size() && !grow(m_record, fixed_end)) return;
     apply_update_sequence(m_record, array_offset, array_count, fixed_size, stride);
 }
 
-// Reads on, to `end` or the end of the record. What the source does not hold is passed over; it
-// takes no memory unless bytes follow that are held. A record with a hole that is larger than the
-// source ends there.
+// Reads up to offset `end` or to the end of the record. Bytes that the source does not store are
+// skipped, and use memory only if stored bytes follow. A record ends at a hole that is larger than
+// the bytes that the source stores, and than 1 MiB.
 void record_reader::read_up_to(std::uint64_t end) {
     const CRawDisk& disk = *m_ntfs.disk();
     const std::uint64_t most_hole = std::max<std::uint64_t>(disk.held_bytes(), largest_piece);
@@ -85,8 +85,8 @@ void record_reader::read_up_to(std::uint64_t end) {
     }
 }
 
-// Reads `count` bytes at `m_seen`. Returns false, with the record as far as it was read, if the
-// read fails or there is no memory.
+// Reads `count` bytes at `m_seen`. Returns false, with only the bytes read before in the record, if
+// the read fails or there is not enough memory.
 bool record_reader::read_piece(std::uint32_t count) {
     const std::size_t size_before = std::min<std::size_t>(m_record.size(), m_seen);
     if (!grow(m_record, m_seen + count)) return false;

@@ -1,4 +1,4 @@
-// Reads of single MFT records.
+// Reads single MFT records.
 #pragma once
 
 #include <cstdint>
@@ -9,12 +9,12 @@
 
 class CNtfs;
 
-// Reads one record into a buffer of the caller, which holds what was read and no more: a record
-// size is a number that the volume states. Bytes past the end of the buffer are zero, as in all
-// views of a record.
+// Reads one record into a buffer of the caller. The buffer has only the bytes that were read, so
+// that memory does not depend on the record size that the volume states. Bytes past the end of the
+// buffer are zero for all readers of a record.
 //
-// A record of up to 64 KiB is one read. A larger one, which only a damaged volume states, is read
-// as far as its attributes lead.
+// A record of up to 64 KiB is read at once. Of a larger one, which only a damaged volume has, as
+// much is read as its attributes need.
 class record_reader {
 public:
     // `position`: bytes from the start of the volume. `length`: bytes of the record. `record` must
@@ -22,17 +22,17 @@ public:
     record_reader(CNtfs& ntfs, std::uint64_t position, std::uint32_t length,
                   std::vector<std::uint8_t>& record);
 
-    // Reads the start of the record, enough to accept or refuse its header. Returns false if
-    // nothing can be read; `record` is empty then.
+    // Reads the start of the record, which contains its header. Returns false, with `record` empty,
+    // if nothing can be read.
     [[nodiscard]] bool read_start();
 
-    // Applies the update sequence to the blocks of the first `fixed_size` bytes, and reads the
-    // rest. With `with_values`, the values of all resident attributes are read, else only those
-    // that lead to other attributes.
+    // Applies the update sequence to the blocks of the first `fixed_size` bytes, and reads the rest
+    // of the record. With `with_values`, the values of all resident attributes are read, otherwise
+    // only those that lead to other attributes.
     void read_rest(std::uint64_t fixed_size, bool with_values);
 
-    // Bytes that a single read of the whole record delivers: less than its length only where the
-    // source ends first. Valid after read_start().
+    // Bytes that a single read of the whole record returns: less than its length only if the source
+    // ends first. Valid after read_start().
     std::uint32_t delivered() const { return m_delivered; }
 
 private:
@@ -48,7 +48,7 @@ private:
     std::vector<std::uint8_t>& m_record;
 };
 
-// Returns how many bytes of a record the readers of attributes can touch, given its first `seen`
-// bytes: `record`, then zeros. A result above `seen` means that at least one more byte is needed to
-// tell.
+// Returns how many bytes of a record the readers of attributes may access, given its first `seen`
+// bytes: `record`, then zeros. A result above `seen` means that more bytes are needed to compute
+// it.
 std::uint64_t record_reach(ql::bytes record, std::uint64_t seen, bool with_values);

@@ -15,7 +15,7 @@ reparse_names locate_reparse_names(const reparse_point& point) {
     std::size_t at = start;
     while (at < point.value.size() && at < point.size && ql::le16(point.value, at) == 0)
         at += 2;
-    // Only zeros follow what is held of the record.
+    // All bytes past the end of `value` are zero.
     if (at >= point.value.size() && at < point.size) at += (point.size - at + 1) / 2 * 2;
     return {at, path_buffer + point.print_offset() + (at - start)};
 }

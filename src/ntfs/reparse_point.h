@@ -3,7 +3,7 @@
 //    0  u32  tag                        10  u16  substitute name length, bytes
 //    4  u16  data length                12  u16  print name offset
 //    8  u16  substitute name offset     14  u16  print name length, bytes
-//   16       path buffer, whatever the tag is
+//   16       path buffer, for each tag
 #pragma once
 
 #include <cstddef>
@@ -13,9 +13,9 @@
 #include "ntfs/file_record.h"
 
 struct reparse_point {
-    ql::bytes value;   // from the start of the value on, as far as its record is held
-    std::size_t size;  // bytes from the start of the value to the end of the record; zeros follow
-                       // what is held
+    ql::bytes value;   // from the start of the value to the end of the bytes that were read
+    std::size_t size;  // bytes from the start of the value to the end of the record; those past
+                       // the end of `value` are zero
 
     std::uint16_t data_length() const { return ql::le16(value, 4); }
     std::uint16_t substitute_offset() const { return ql::le16(value, 8); }
@@ -24,15 +24,15 @@ struct reparse_point {
     std::uint16_t print_length() const { return ql::le16(value, 14); }
 };
 
-// Where the two names of a link start, in bytes from the start of the value.
+// The offsets of the two names of a link, in bytes from the start of the value.
 struct reparse_names {
     std::size_t substitute_at;
     std::size_t print_at;
 };
 
-// Returns both names, moved on together word by word while the word at the substitute name is zero,
-// at most to the end of the record. The flags of a symbolic link are skipped only if they are zero
-// and the substitute name comes first.
+// Returns the offsets of both names. While the 16-bit word at the substitute name is zero, both
+// offsets are increased by 2, at most to the end of the record. This skips the flags of a symbolic
+// link only if they are zero and the substitute name is stored first.
 reparse_names locate_reparse_names(const reparse_point& point);
 
 // Returns true if a $REPARSE_POINT attribute has a target to show: a value of at least 17 bytes

@@ -12,8 +12,8 @@ namespace {
 constexpr std::uint64_t secure_entry = 9;
 constexpr std::uint64_t entry_alignment = 16;
 
-// The $SDS stream without its long stretches of zeros. The parts between them are held apart, so
-// that a hole takes no memory.
+// The $SDS stream as parts, without the long sequences of zeros between them, so that a hole uses
+// no memory.
 class descriptor_stream : public data_sink {
 public:
     struct part {
@@ -21,11 +21,11 @@ public:
         std::vector<std::uint8_t> content;
     };
 
-    // `most_bytes`: the stream ends after so many bytes that are held. If a source has less, some
-    // of its clusters are in the stream more than once.
+    // `most_bytes`: the stream ends once its parts have more bytes than this, the number that the
+    // source stores. A longer stream contains clusters repeatedly.
     explicit descriptor_stream(std::uint64_t most_bytes) : m_most_bytes(most_bytes) {}
 
-    // Returns false if there is no memory for the content as well.
+    // Also returns false if there is not enough memory for the content.
     bool put(ql::bytes content) override {
         const auto is_zero = [](std::uint8_t byte) { return byte == 0; };
         if (std::all_of(content.begin(), content.end(), is_zero)) return put_zeros(content.size());
@@ -66,22 +66,22 @@ private:
     std::uint64_t m_most_bytes;
     std::uint64_t m_size = 0;
     std::uint64_t m_held = 0;
-    std::uint64_t m_zeros = 0;  // at the end of the stream, not held
+    std::uint64_t m_zeros = 0;  // zeros at the end of the stream, not stored in a part
     std::vector<part> m_parts;
 };
 
-// Adds the entries of an $SDS stream to `table`. An entry starts at a multiple of 16 and has its
-// own position:
+// Adds the entries of an $SDS stream to `table`. An entry starts at a multiple of 16 and contains
+// its own position:
 //
 //    4  u32  security id    8  u64  position in the stream    16  u32  size, header included
 //
-// If no entry starts at a position, the next multiple of 16 is tried: this crosses damage and the
-// gaps between the blocks of the stream. If several entries have the same id, such as the copies in
+// If no entry starts at a position, the next multiple of 16 is tried, which skips damage and the
+// gaps between the blocks of the stream. If several entries have the same id, like the copies in
 // the mirror blocks, the first is kept.
 void collect_descriptors(const descriptor_stream& stream,
                          std::map<std::uint32_t, NTFS_SECURITY_ITEM>& table) {
     constexpr std::uint32_t smallest_size = 41;
-    std::uint64_t next = 0;  // where the next entry may start
+    std::uint64_t next = 0;  // position at which the next entry may start
     for (const descriptor_stream::part& part : stream.parts()) {
         next = std::max(next, part.position);
         while (next - part.position < part.content.size()) {
