@@ -25,7 +25,7 @@ constexpr std::uint64_t key_of(std::uint16_t id, std::uint32_t type) {
     return std::uint64_t{id} << 48 | type;
 }
 
-// One pass over an entry with its trace.
+// The result of one pass over an entry, with its trace.
 struct pass_result {
     bool result = false;
     NTFS_ENTRY_STORE store;
@@ -62,7 +62,7 @@ std::vector<std::tuple<std::uint64_t, std::uint64_t, std::uint32_t>> runs_of(
 
 using run_tuple = std::tuple<std::uint64_t, std::uint64_t, std::uint32_t>;
 
-// What is kept of one entry 64 with the given attributes.
+// Categorises an entry 64 with the attributes that `fill` adds.
 template <class Fill>
 pass_result categorized_entry(Fill fill, bool keep_values = true) {
     support::ntfs_image image;
@@ -72,7 +72,7 @@ pass_result categorized_entry(Fill fill, bool keep_values = true) {
     return categorized(volume, 64, keep_values);
 }
 
-TEST(AttribCategorize, HeadOfTheRecordIsKept) {
+TEST(AttribCategorize, RecordHeaderIsCopied) {
     support::ntfs_image image;
     image.entry(64)
         .standard_information()
@@ -92,7 +92,7 @@ TEST(AttribCategorize, HeadOfTheRecordIsKept) {
     EXPECT_EQ(pass.trace, "");
 }
 
-TEST(AttribCategorize, RecordWithoutABaseHasNone) {
+TEST(AttribCategorize, RecordWithoutABaseReferenceHasNoBase) {
     const pass_result pass = categorized_entry([](auto& entry) { entry.data("x"); });
     EXPECT_FALSE(pass.store.has_base);
     EXPECT_EQ(pass.store.base_ref, 0u);
@@ -128,7 +128,7 @@ TEST(AttribCategorize, ShortStandardInformationIsFilledWithZeros) {
         EXPECT_EQ(value[i], 0) << i;
 }
 
-TEST(AttribCategorize, ZeroTimeInStandardInformationIsNull) {
+TEST(AttribCategorize, ZeroTimestampInStandardInformationIsMarkedNull) {
     for (std::size_t stamp = 0; stamp < 4; ++stamp) {
         SCOPED_TRACE(stamp);
         const pass_result pass = categorized_entry(
@@ -139,7 +139,7 @@ TEST(AttribCategorize, ZeroTimeInStandardInformationIsNull) {
     }
 }
 
-TEST(AttribCategorize, FirstStandardInformationOfAnIdStays) {
+TEST(AttribCategorize, FirstStandardInformationOfAnIdIsKept) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.standard_information({.attributes = 1}).id(3);
         entry.standard_information({.attributes = 2}).id(3);
@@ -157,7 +157,7 @@ TEST(AttribCategorize, FileNamesAreKeptByKey) {
         entry.own_number(0x9999);
     });
     ASSERT_THAT(pass.store.file_names, SizeIs(2));
-    // The number is the entry's, not the one that the record states.
+    // The key has the number of the entry, not the one that the record states.
     const auto& dos = pass.store.file_names.at("00000005_LONGNA~1_00000040");
     const auto& win32 = pass.store.file_names.at("00000005_Long name_00000040");
     EXPECT_TRUE(dos.is_dos_name);
@@ -172,13 +172,13 @@ TEST(AttribCategorize, FileNamesAreKeptByKey) {
     EXPECT_EQ(win32.value[64], 9);
 }
 
-TEST(AttribCategorize, SingleFileNameHasItsKeyToo) {
+TEST(AttribCategorize, SingleFileNameHasAKey) {
     const pass_result pass = categorized_entry([](auto& entry) { entry.file_name(5, u"one"); });
     ASSERT_THAT(pass.store.file_names, SizeIs(1));
     EXPECT_EQ(pass.store.file_names.begin()->first, "00000005_one_00000040");
 }
 
-TEST(AttribCategorize, ZeroTimeInAFileNameIsNull) {
+TEST(AttribCategorize, ZeroTimestampInAFileNameIsMarkedNull) {
     for (std::size_t stamp = 0; stamp < 4; ++stamp) {
         SCOPED_TRACE(stamp);
         const pass_result pass = categorized_entry(
@@ -195,7 +195,7 @@ TEST(AttribCategorize, FileNameWithoutUnitsIsKept) {
     EXPECT_EQ(pass.store.file_names.begin()->first, "00000005__00000040");
 }
 
-TEST(AttribCategorize, FirstOfTwoEqualFileNamesStays) {
+TEST(AttribCategorize, FirstOfTwoEqualFileNamesIsKept) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.file_name(5, u"a", {.real = 1}).file_name(5, u"a", {.real = 2});
         entry.file_name(5, u"a", {.real = 3});
@@ -204,7 +204,7 @@ TEST(AttribCategorize, FirstOfTwoEqualFileNamesStays) {
     EXPECT_EQ(ql::le64(pass.store.file_names.begin()->second.value, 48), 1u);
 }
 
-TEST(AttribCategorize, ValueIsNeededByTheTypesThatAreRead) {
+TEST(AttribCategorize, AttributeWithoutARequiredValueIsIgnored) {
     const struct {
         const char* name;
         std::uint32_t type;
@@ -267,7 +267,7 @@ TEST(AttribCategorize, EachTypeHasItsLabel) {
                     Pair(key_of(13, 0xFFFFFFFF), "unk"), Pair(key_of(14, 0xFFFFFFFF), "unk")));
 }
 
-TEST(AttribCategorize, AttributesAreOrderedByIdFirst) {
+TEST(AttribCategorize, AttributesAreSortedByIdThenType) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.data("x").id(0x8000);
         entry.resident(support::type::bitmap, u"", {1}).id(1);
@@ -302,7 +302,7 @@ TEST(AttribCategorize, WholeAttributeAndItsValueAreCopied) {
                 IsEmpty());
 }
 
-TEST(AttribCategorize, UnnamedDataIsNoStream) {
+TEST(AttribCategorize, UnnamedDataIsNotAnAlternateStream) {
     const pass_result pass = categorized_entry([](auto& entry) { entry.data("x").id(1); });
     const NTFS_ATTRIB_ITEM& item = pass.store.attributes.at(key_of(1, 0x80));
     EXPECT_TRUE(item.is_data);
@@ -310,7 +310,7 @@ TEST(AttribCategorize, UnnamedDataIsNoStream) {
     EXPECT_TRUE(pass.store.seen_unnamed_data);
 }
 
-TEST(AttribCategorize, StreamAloneIsNoUnnamedData) {
+TEST(AttribCategorize, NamedStreamIsNotUnnamedData) {
     const pass_result pass = categorized_entry([](auto& entry) { entry.stream(u"s", "x"); });
     EXPECT_FALSE(pass.store.seen_unnamed_data);
 }
@@ -318,14 +318,14 @@ TEST(AttribCategorize, StreamAloneIsNoUnnamedData) {
 TEST(AttribCategorize, ValueIsClippedToTheRecord) {
     const pass_result pass =
         categorized_entry([](auto& entry) { entry.data("abcd").id(1).edit(16, 0xFFFFFFFF, 4); });
-    // First attribute at 56, value behind its 24-byte header.
+    // The first attribute is at 56, and its value follows its 24-byte header.
     EXPECT_THAT(pass.store.attributes.at(key_of(1, 0x80)).resident_value, SizeIs(1024 - 56 - 24));
 }
 
 TEST(AttribCategorize, NameIsBoundedByItsUnitsNotItsBytes) {
     support::ntfs_image image;
     image.entry(64).stream(u"ab", "x").id(1);
-    // The attribute starts at 56, so 968 bytes are left to the record's end.
+    // The attribute starts at 56, 968 bytes before the end of the record.
     const struct {
         const char* name;
         std::uint16_t offset;
@@ -350,7 +350,7 @@ TEST(AttribCategorize, NameIsBoundedByItsUnitsNotItsBytes) {
     }
 }
 
-TEST(AttribCategorize, NameThatStartsWithAZeroUnitIsNoName) {
+TEST(AttribCategorize, NameThatStartsWithAZeroUnitIsIgnored) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.stream({u"\0b", 2}, "x").id(1).data_runs({{100, 4}}).id(2);
     });
@@ -360,7 +360,7 @@ TEST(AttribCategorize, NameThatStartsWithAZeroUnitIsNoName) {
     EXPECT_FALSE(pass.store.attributes.at(key_of(1, 0x80)).is_ads);
 }
 
-TEST(AttribCategorize, ObjectIdReadsAsGuid) {
+TEST(AttribCategorize, ObjectIdIsFormattedAsGuid) {
     const pass_result pass = categorized_entry([](auto& entry) {
         support::bytes id;
         for (std::uint8_t i = 0; i < 16; ++i)
@@ -387,7 +387,7 @@ TEST(AttribCategorize, VolumeNameIsTheAttributesNameOrItsValue) {
     EXPECT_EQ(far.store.attributes.at(key_of(1, 0x60)).value_text, "");
 }
 
-TEST(AttribCategorize, VolumeVersionNamesItsSystem) {
+TEST(AttribCategorize, VolumeVersionNamesTheSystem) {
     const struct {
         std::uint8_t major;
         std::uint8_t minor;
@@ -413,7 +413,7 @@ TEST(AttribCategorize, VolumeVersionNamesItsSystem) {
     }
 }
 
-TEST(AttribCategorize, ReparseTargetIsItsText) {
+TEST(AttribCategorize, TextOfAReparsePointIsItsTarget) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.reparse(support::mount_point_tag, u"\\??\\C:\\d\u00e9", {.print = u"C:\\d\u00e9"})
             .id(1);
@@ -434,7 +434,7 @@ TEST(AttribCategorize, RunsOfANonResidentAttributeAreDecoded) {
     EXPECT_THAT(item.resident_value, IsEmpty());
 }
 
-// --- where the walk of the base record ends ---
+// --- end of the walk over the base record ---
 
 TEST(AttribCategorize, WalkEndsAtTheEndMarkerOrABadLength) {
     const struct {
@@ -444,7 +444,7 @@ TEST(AttribCategorize, WalkEndsAtTheEndMarkerOrABadLength) {
         {"end marker", {0xFF, 0xFF, 0xFF, 0xFF, 0x10, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
         {"length 0", {0xD0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
         {"length above the record", {0xD0, 0, 0, 0, 0x01, 0x04, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
-        {"length that passes the end", {0xD0, 0, 0, 0, 0xD0, 0x03, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
+        {"length past the end", {0xD0, 0, 0, 0, 0xD0, 0x03, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -476,13 +476,13 @@ TEST(AttribCategorize, RecordWithoutAFirstAttributeHasNone) {
     EXPECT_THAT(pass.store.attributes, IsEmpty());
     EXPECT_THAT(pass.store.record_bytes, SizeIs(1024));
 
-    // With a count of 0 the header would do as an attribute of 48 bytes.
+    // With an update sequence count of 0, the header could be read as an attribute of 48 bytes.
     image.put(image.record_pos(64) + 6, 0, 2);
     open_volume uncounted(image);
     EXPECT_THAT(categorized(uncounted, 64).store.attributes, IsEmpty());
 }
 
-TEST(AttribCategorize, ListThatPassesTheEndOfItsRecordIsNotExpanded) {
+TEST(AttribCategorize, ListThatExtendsPastItsRecordIsNotExpanded) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).stream(u"s", "x").id(1);
     image.entry(64)
@@ -494,9 +494,9 @@ TEST(AttribCategorize, ListThatPassesTheEndOfItsRecordIsNotExpanded) {
     EXPECT_THAT(pass.store.attributes, IsEmpty());
 }
 
-// --- records that are taken and refused ---
+// --- accepted and rejected records ---
 
-TEST(AttribCategorize, BadRecordIsRefusedAndTraced) {
+TEST(AttribCategorize, BadRecordIsRejectedAndTraced) {
     support::ntfs_image image;
     image.entry(64).keyword("BAAD").data("x");
     open_volume volume(image);
@@ -506,7 +506,7 @@ TEST(AttribCategorize, BadRecordIsRefusedAndTraced) {
     EXPECT_EQ(pass.trace, "->err: fixup_mft type: BAAD\n->err: recd bad 40\n");
 }
 
-TEST(AttribCategorize, ForeignRecordIsRefusedAndTraced) {
+TEST(AttribCategorize, InvalidRecordIsRejectedAndTraced) {
     const struct {
         const char* name;
         std::size_t at;
@@ -530,20 +530,20 @@ TEST(AttribCategorize, ForeignRecordIsRefusedAndTraced) {
     }
 }
 
-TEST(AttribCategorize, EntryBehindTheTableIsRefusedAndTraced) {
+TEST(AttribCategorize, EntryPastTheTableIsRejectedAndTraced) {
     support::ntfs_image image;
     open_volume volume(image);
     EXPECT_EQ(categorized(volume, 0xABCDEF012345).trace, "->err: mftfixup abcdef012345\n");
 }
 
-TEST(AttribCategorize, EntryThatCantBeReadIsTraced) {
+TEST(AttribCategorize, UnreadableEntryIsTraced) {
     support::ntfs_image image;
     image.entry(64).data("x");
     const std::uint64_t end = image.build().size();
     image.entry(0).data_runs({{4, 16}, {end / 4096 + 1, 4}}, {.real = 80 * 1024});
     open_volume volume(image);
     ASSERT_TRUE(volume.opened);
-    const pass_result pass = categorized(volume, 70);  // in the second run, behind the image
+    const pass_result pass = categorized(volume, 70);  // in the second run, past the image
     EXPECT_FALSE(pass.result);
     EXPECT_EQ(pass.trace, "->err: mftfixup 46\n");
 }
@@ -560,9 +560,9 @@ TEST(AttribCategorize, RecordSizeAboveTheSourceReadsWhatIsThere) {
     EXPECT_EQ(pass.store.file_names.size(), usual.store.file_names.size());
 }
 
-TEST(AttribCategorize, IndexKeywordIsTakenWithItsOwnArrayOffset) {
+TEST(AttribCategorize, IndexRecordWithItsOwnArrayOffsetIsAccepted) {
     support::ntfs_image image;
-    // The builder's record of that array offset would be no valid FILE record.
+    // A FILE record with this array offset would not be valid.
     image.entry(64).usa_offset(64).first_attribute(80).keyword("INDX").data("x").id(1);
     open_volume volume(image);
     const pass_result pass = categorized(volume, 64);
@@ -580,7 +580,7 @@ TEST(AttribCategorize, VolumeThatIsNotOpenHasNoEntries) {
     EXPECT_EQ(store.inode, 0u);
 }
 
-TEST(AttribCategorize, RecordCutByTheEndOfTheImageKeepsWhatIsThere) {
+TEST(AttribCategorize, TruncatedRecordIsFilledWithZeros) {
     support::ntfs_image image;
     image.entry(64).data("in front").id(1);
     image.entry(64).stream(u"far", support::bytes(600, 0x77)).id(2);
@@ -595,7 +595,7 @@ TEST(AttribCategorize, RecordCutByTheEndOfTheImageKeepsWhatIsThere) {
     EXPECT_EQ(value.back(), 0);
 }
 
-TEST(AttribCategorize, WrongCheckValueIsNotNoticed) {
+TEST(AttribCategorize, WrongCheckValueIsIgnored) {
     support::ntfs_image image;
     image.entry(64).data(support::bytes(600, 0x41)).id(1);
     image.put(image.record_pos(64) + 510, 0xDEAD, 2);
@@ -604,7 +604,7 @@ TEST(AttribCategorize, WrongCheckValueIsNotNoticed) {
     EXPECT_EQ(pass.store.attributes.at(key_of(1, 0x80)).resident_value, support::bytes(600, 0x41));
 }
 
-TEST(AttribCategorize, RecordSizeIsFixedOnFirstUse) {
+TEST(AttribCategorize, RecordSizeIsSetOnFirstUse) {
     support::ntfs_image image;
     image.entry(64).data("x");
     open_volume volume(image);
@@ -619,7 +619,7 @@ TEST(AttribCategorize, RecordSizeIsFixedOnFirstUse) {
     EXPECT_THAT(store.record_bytes, SizeIs(512));
 }
 
-// --- attributes of one key ---
+// --- attributes with the same key ---
 
 TEST(AttribCategorize, SecondValueOfAKeyIsDropped) {
     const pass_result pass = categorized_entry([](auto& entry) {
@@ -630,7 +630,7 @@ TEST(AttribCategorize, SecondValueOfAKeyIsDropped) {
     EXPECT_EQ(pass.store.attributes.at(key_of(1, 0x80)).resident_value, support::as_bytes("first"));
 }
 
-TEST(AttribCategorize, UnnamedValuesOfOtherIdsStaySeparate) {
+TEST(AttribCategorize, UnnamedValuesWithDifferentIdsAreKeptSeparate) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.data("first").id(1);
         entry.data("second").id(2);
@@ -638,7 +638,7 @@ TEST(AttribCategorize, UnnamedValuesOfOtherIdsStaySeparate) {
     EXPECT_THAT(pass.store.attributes, SizeIs(2));
 }
 
-TEST(AttribCategorize, RunsOfOneKeyAndNameAreJoined) {
+TEST(AttribCategorize, RunsWithTheSameKeyAndNameAreJoined) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.stream_runs(u"s", {{100, 4}}).id(1);
         entry.stream_runs(u"s", {{200, 2}}, {.start_vcn = 10}).id(1);
@@ -648,7 +648,7 @@ TEST(AttribCategorize, RunsOfOneKeyAndNameAreJoined) {
                 ElementsAre(run_tuple{100, 0, 4}, run_tuple{200, 4, 2}));
 }
 
-TEST(AttribCategorize, OtherNameUnderATakenKeyIsDropped) {
+TEST(AttribCategorize, DifferentNameUnderAUsedKeyIsDropped) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.stream_runs(u"one", {{100, 4}}).id(1);
         entry.stream_runs(u"two", {{200, 2}}, {.start_vcn = 4}).id(1);
@@ -659,7 +659,7 @@ TEST(AttribCategorize, OtherNameUnderATakenKeyIsDropped) {
     EXPECT_THAT(runs_of(item.runs), ElementsAre(run_tuple{100, 0, 4}));
 }
 
-TEST(AttribCategorize, EmptyValueOfATakenKeyRenumbersTheRuns) {
+TEST(AttribCategorize, EmptyValueUnderAUsedKeyRenumbersTheRuns) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.stream_runs(u"s", {{100, 4}}, {.start_vcn = 7}).id(1);
         entry.stream(u"s", "").id(1);
@@ -680,7 +680,7 @@ TEST(AttribCategorize, ValueIsJoinedLikeRunsWhenValuesAreNotKept) {
                 ElementsAre(run_tuple{100, 0, 4}));
 }
 
-TEST(AttribCategorize, UnnamedDataPartsOfAnyIdAreJoined) {
+TEST(AttribCategorize, UnnamedDataPartsWithDifferentIdsAreJoined) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.data_runs({{100, 4}}).id(1);
         entry.data_runs({{200, 2}}, {.start_vcn = 4}).id(2);
@@ -692,7 +692,7 @@ TEST(AttribCategorize, UnnamedDataPartsOfAnyIdAreJoined) {
 }
 
 TEST(AttribCategorize, UnnamedDataPartJoinsTheFirstItemInKeyOrder) {
-    // The resident one has the lower id: the part goes to it, as its label decides.
+    // The resident attribute has the lower id, so the part is joined to it.
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.keep_order().data("value").id(1);
         entry.data_runs({{100, 4}}).id(5);
@@ -702,7 +702,7 @@ TEST(AttribCategorize, UnnamedDataPartJoinsTheFirstItemInKeyOrder) {
                 ElementsAre(run_tuple{100, 0, 4}));
 }
 
-TEST(AttribCategorize, UnnamedDataPartPassesOverAStreamOfALowerId) {
+TEST(AttribCategorize, UnnamedDataPartIsNotJoinedToAStreamWithALowerId) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.keep_order().stream_runs(u"s", {{50, 3}}).id(1);
         entry.data_runs({{100, 4}}).id(5);
@@ -715,7 +715,7 @@ TEST(AttribCategorize, UnnamedDataPartPassesOverAStreamOfALowerId) {
                 ElementsAre(run_tuple{100, 0, 4}, run_tuple{200, 4, 2}));
 }
 
-TEST(AttribCategorize, StreamsOfOtherIdsStaySeparate) {
+TEST(AttribCategorize, StreamsWithDifferentIdsAreKeptSeparate) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.stream_runs(u"s", {{100, 4}}).id(1);
         entry.stream_runs(u"s", {{200, 2}}, {.start_vcn = 4}).id(2);
@@ -723,7 +723,7 @@ TEST(AttribCategorize, StreamsOfOtherIdsStaySeparate) {
     EXPECT_THAT(pass.store.attributes, SizeIs(2));
 }
 
-TEST(AttribCategorize, UnnamedDataUnderTheIdOfAStreamIsDropped) {
+TEST(AttribCategorize, UnnamedDataWithTheIdOfAStreamIsDropped) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.keep_order();
         entry.data_runs({{50, 1}}).id(0);
@@ -736,8 +736,8 @@ TEST(AttribCategorize, UnnamedDataUnderTheIdOfAStreamIsDropped) {
                 ElementsAre(run_tuple{100, 0, 4}));
 }
 
-TEST(AttribCategorize, UnnamedDataPartIsKeptWhenTheOneBeforeWasDropped) {
-    // The unnamed value has the id of a stream and is dropped, so that there is nothing to join.
+TEST(AttribCategorize, UnnamedDataPartIsKeptIfThePreviousOneWasDropped) {
+    // The unnamed value has the id of a stream and is dropped, so the part is not joined to it.
     const pass_result pass = categorized_entry([](support::record_builder& entry) {
         entry.keep_order();
         entry.stream(u"zone", "x").id(3);
@@ -751,7 +751,7 @@ TEST(AttribCategorize, UnnamedDataPartIsKeptWhenTheOneBeforeWasDropped) {
                 ElementsAre(run_tuple{100, 0, 2}));
 }
 
-TEST(AttribCategorize, ExtentWithAStoredFirstClusterIsDropped) {
+TEST(AttribCategorize, PartWithAnAlreadyStoredVcnIsDropped) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.data_runs({{100, 4}}).id(1);
         entry.data_runs({{200, 2}}).id(2);
@@ -782,7 +782,7 @@ TEST(AttribCategorize, ListedAttributesOfExtensionsAreTaken) {
               "->primary entry 64 pointing to ref entry 66\n");
 }
 
-TEST(AttribCategorize, NamesInExtensionsAreKeyedUnderTheBase) {
+TEST(AttribCategorize, KeysOfNamesInExtensionsHaveTheBaseEntry) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).file_name(5, u"far").id(3);
     image.entry(64).attribute_list({{.type = 0x30, .record = file_reference(65, 1), .id = 3}});
@@ -792,7 +792,7 @@ TEST(AttribCategorize, NamesInExtensionsAreKeyedUnderTheBase) {
     EXPECT_EQ(pass.store.file_names.begin()->first, "00000005_far_00000040");
 }
 
-TEST(AttribCategorize, EveryListedMatchInARecordIsTaken) {
+TEST(AttribCategorize, AllMatchesOfAListEntryAreTaken) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).standard_information({.attributes = 1}).id(3);
     image.entry(65).file_name(5, u"a").id(4);
@@ -804,7 +804,7 @@ TEST(AttribCategorize, EveryListedMatchInARecordIsTaken) {
     EXPECT_THAT(pass.store.std_infos, IsEmpty());
 }
 
-TEST(AttribCategorize, StreamsOfOneIdInTwoExtensionsGiveOnlyTheFirst) {
+TEST(AttribCategorize, FirstOfTwoStreamsWithTheSameIdIsKept) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).stream(u"111", "one").id(0);
     image.entry(66).base(file_reference(64, 1)).stream(u"333", "three").id(0);
@@ -816,7 +816,7 @@ TEST(AttribCategorize, StreamsOfOneIdInTwoExtensionsGiveOnlyTheFirst) {
     EXPECT_EQ(pass.store.attributes.at(key_of(0, 0x80)).attrib_name, L"111");
 }
 
-TEST(AttribCategorize, NamedAndUnnamedStreamOfOneIdStayApart) {
+TEST(AttribCategorize, NamedStreamWithTheIdOfUnnamedDataIsNotJoined) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).data_runs({{100, 4}}).id(0);
     image.entry(66)
@@ -833,7 +833,7 @@ TEST(AttribCategorize, NamedAndUnnamedStreamOfOneIdStayApart) {
     EXPECT_THAT(runs_of(item.runs), ElementsAre(run_tuple{100, 0, 4}));
 }
 
-TEST(AttribCategorize, UnusableExtensionIsLeftOut) {
+TEST(AttribCategorize, UnusableExtensionIsSkipped) {
     const struct {
         const char* name;
         std::size_t at;
@@ -907,7 +907,7 @@ TEST(AttribCategorize, WalkOfAnExtensionEndsWithItsRecord) {
     EXPECT_THAT(pass.store.attributes.at(key_of(3, 0x80)).raw, SizeIs(1024 - 56));
 }
 
-TEST(AttribCategorize, AttributeBehindTheEndOfAnExtensionEndsItsWalk) {
+TEST(AttribCategorize, AttributePastTheEndOfAnExtensionEndsItsWalk) {
     support::ntfs_image image;
     auto& extension = image.entry(65);
     extension.keep_order().base(file_reference(64, 1)).stream(u"in front", "x").id(3);
@@ -931,7 +931,7 @@ TEST(AttribCategorize, ListOfAnExtensionIsNotExpanded) {
     EXPECT_THAT(categorized(volume, 64).store.attributes, IsEmpty());
 }
 
-TEST(AttribCategorize, EachListOfTheBaseIsExpandedAlsoBeforeDamage) {
+TEST(AttribCategorize, AllListsBeforeDamageAreExpanded) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).stream(u"one", "x").id(1);
     image.entry(66).base(file_reference(64, 1)).stream(u"two", "x").id(2);
@@ -995,13 +995,13 @@ TEST(AttribCategorize, OneByteOfAnEntryInClustersIsEnough) {
     }
 }
 
-TEST(AttribCategorize, FailedClusterOfAListEndsItsRunAndLeavesNoGap) {
+TEST(AttribCategorize, UnreadableClusterOfAListEndsItsRunWithoutAGap) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).stream(u"s", "x").id(1);
     const support::bytes list =
         support::attribute_list_value({{.type = 0x80, .record = file_reference(65, 1), .id = 1}});
     const support::cluster_runs runs = image.store(list);
-    // The first run lies behind the image: the list's only good cluster moves to the front.
+    // The first run is past the image, so the only readable cluster is the start of the list.
     image.entry(64).attribute_list_runs({{100000, 2}, runs[0]}, {.real = 32});
     open_volume volume(image);
     EXPECT_THAT(labels_of(categorized(volume, 64).store),
@@ -1009,8 +1009,8 @@ TEST(AttribCategorize, FailedClusterOfAListEndsItsRunAndLeavesNoGap) {
 }
 
 TEST(AttribCategorize, HoleInAListIsReadAtTheStartOfTheVolume) {
-    // The first cluster, taken for a list: one entry as long as the "TF" of the boot sector's
-    // signature says, then what stands behind it.
+    // As a list, the first cluster has one entry, whose length is the "TF" of the boot sector's
+    // signature, and then the entry that is stored at that offset.
     constexpr std::uint64_t first_length = 0x4654;
     support::ntfs_image image({.cluster = 65536});
     image.entry(65).base(file_reference(64, 1)).stream(u"s", "x").id(1);
@@ -1023,7 +1023,7 @@ TEST(AttribCategorize, HoleInAListIsReadAtTheStartOfTheVolume) {
                 ElementsAre(Pair(key_of(1, 0x80), "ads")));
 }
 
-TEST(AttribCategorize, ListCutByTheEndOfTheImageLowersTheClusterSize) {
+TEST(AttribCategorize, TruncatedListLowersTheClusterSize) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).stream(u"s", "x").id(1);
     image.entry(64).standard_information();
@@ -1034,7 +1034,7 @@ TEST(AttribCategorize, ListCutByTheEndOfTheImageLowersTheClusterSize) {
     image.truncate(lcn * 4096 + 512);
     open_volume volume(image);
     ASSERT_TRUE(volume.opened);
-    // The reader counts in clusters of 512 bytes from here on and finds no record any more.
+    // From here, the reader uses clusters of 512 bytes and no longer finds a record.
     EXPECT_THAT(categorized(volume, 64).store.attributes, IsEmpty());
     EXPECT_EQ(volume.ntfs.cluster_size(), 512u);
     EXPECT_FALSE(categorized(volume, 64).result);
@@ -1042,8 +1042,8 @@ TEST(AttribCategorize, ListCutByTheEndOfTheImageLowersTheClusterSize) {
 
 TEST(AttribCategorize, FirstEntryIsReadThroughTheRunsOfTheTable) {
     support::ntfs_image image({.mirror_lcn = 40});
-    image.put(48, 40, 8);                  // the boot sector points at the mirror
-    image.put(40 * 4096 + 16, 0x4321, 2);  // which has another sequence number
+    image.put(48, 40, 8);                  // the boot sector points to the mirror
+    image.put(40 * 4096 + 16, 0x4321, 2);  // the mirror has another sequence number
     open_volume volume(image);
     ASSERT_TRUE(volume.opened);
     ASSERT_EQ(file_record{volume.ntfs.m_mft_record}.sequence_number(), 0x4321);
@@ -1054,7 +1054,7 @@ TEST(AttribCategorize, FirstEntryIsReadThroughTheRunsOfTheTable) {
     EXPECT_EQ(pass.store.file_names.begin()->second.name, L"$MFT");
 }
 
-TEST(AttribCategorize, EveryDamagedByteOfAnExtendedEntryIsSurvived) {
+TEST(AttribCategorize, NoDamagedByteOfAnExtendedEntryIsFatal) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).data_runs({{100, 4}}).id(3);
     image.entry(65).file_name(5, u"far").id(4);

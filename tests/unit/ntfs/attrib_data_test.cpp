@@ -34,14 +34,14 @@ byte_list part(const byte_list& whole, std::size_t from, std::size_t count) {
     return {begin, begin + static_cast<std::ptrdiff_t>(count)};
 }
 
-// What stands in a cluster of the test source.
+// Returns the content of a cluster of the test source.
 byte_list cluster_content(std::uint64_t lcn) {
     return support::pattern(cluster_bytes, static_cast<std::uint32_t>(lcn + 1));
 }
 
 const byte_list hole(cluster_bytes, 0);
 
-// 40 clusters of 512 bytes, each with content of its own, in a reader that takes them for a volume.
+// 40 clusters of 512 bytes with different content, in a reader that uses them as a volume.
 class cluster_source : public image_volume {
 public:
     explicit cluster_source(std::uint64_t size = 40 * cluster_bytes)
@@ -83,7 +83,7 @@ bytes_read read_raw(CNtfs& ntfs, const data_run_list& runs, std::uint64_t offset
     return read;
 }
 
-TEST(ReadRuns, GivesTheBytesFromTheOffsetOn) {
+TEST(ReadRuns, ReturnsTheBytesFromTheOffset) {
     cluster_source source;
     const struct {
         const char* name;
@@ -95,14 +95,14 @@ TEST(ReadRuns, GivesTheBytesFromTheOffsetOn) {
         {"inside a cluster", 100, 50},
         {"to the end of a cluster", 100, 412},
         {"one byte", 511, 1},
-        {"over a boundary", 500, 24},
+        {"across a boundary", 500, 24},
         {"from the middle of one to the middle of another", 100, 1000},
-        {"over a hole", 600, 2000},
+        {"across a hole", 600, 2000},
         {"inside a hole", 1100, 300},
-        {"from a hole on", 1100, 1500},
+        {"out of a hole", 1100, 1500},
         {"into a hole", 1000, 200},
         {"the last byte", 7 * 512 - 1, 1},
-        {"runs of two places", 2100, 1200},
+        {"two runs", 2100, 1200},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -113,7 +113,7 @@ TEST(ReadRuns, GivesTheBytesFromTheOffsetOn) {
     }
 }
 
-TEST(ReadRuns, ReadThatStartsInAHoleGivesZerosAndTellsSo) {
+TEST(ReadRuns, ReadThatStartsInAHoleReturnsZerosAndSetsTheStatus) {
     cluster_source source;
     const bytes_read in_hole = read_raw(source.ntfs, test_runs, 2 * 512 + 10, 100);
     EXPECT_EQ(in_hole.content, byte_list(100));
@@ -122,7 +122,7 @@ TEST(ReadRuns, ReadThatStartsInAHoleGivesZerosAndTellsSo) {
     EXPECT_EQ(outside.status & read_status::sparse_seen, 0u);
 }
 
-TEST(ReadRuns, WithSkipSparseOnlyDataComesPackedTogether) {
+TEST(ReadRuns, WithSkipSparseTheDataIsContiguous) {
     cluster_source source;
     const struct {
         const char* name;
@@ -133,10 +133,10 @@ TEST(ReadRuns, WithSkipSparseOnlyDataComesPackedTogether) {
         {"everything", 0, 7 * 512,
          joined({cluster_content(10), cluster_content(11), cluster_content(30), cluster_content(20),
                  cluster_content(21)})},
-        {"starts inside a hole: the first kept cluster is taken from its start", 1034, 1700,
+        {"starts inside a hole: the first cluster with data is read from its start", 1034, 1700,
          joined({cluster_content(30), part(cluster_content(20), 0, 1034 + 1700 - 5 * 512)})},
-        {"a single kept cluster is taken whole", 1034, 1200, cluster_content(30)},
-        {"ends inside a hole: the last kept cluster is taken whole", 100, 1024,
+        {"a single cluster with data is read completely", 1034, 1200, cluster_content(30)},
+        {"ends inside a hole: the last cluster with data is read completely", 100, 1024,
          joined({part(cluster_content(10), 100, 412), cluster_content(11)})},
     };
     for (const auto& c : cases) {
@@ -149,11 +149,11 @@ TEST(ReadRuns, WithSkipSparseOnlyDataComesPackedTogether) {
     }
     const bytes_read nothing =
         read_raw(source.ntfs, test_runs, 1024, 1024 - 1, read_status::skip_sparse);
-    EXPECT_FALSE(nothing.result) << "nothing but the hole";
+    EXPECT_FALSE(nothing.result) << "only the hole";
     EXPECT_EQ(nothing.size, 1023);
 }
 
-TEST(ReadRuns, SkipSparseClearsABitThatWasSetBefore) {
+TEST(ReadRuns, SkipSparseClearsTheSparseSeenBit) {
     cluster_source source;
     const bytes_read read = read_raw(source.ntfs, test_runs, 0, 512,
                                      read_status::skip_sparse | read_status::sparse_seen);
@@ -161,7 +161,7 @@ TEST(ReadRuns, SkipSparseClearsABitThatWasSetBefore) {
     EXPECT_NE(read.status & read_status::skip_sparse, 0u);
 }
 
-TEST(ReadRuns, SizeAboveTheRunsGivesWhatTheyHold) {
+TEST(ReadRuns, SizeAboveTheRunsIsLimitedToThem) {
     cluster_source source;
     const struct {
         const char* name;
@@ -171,9 +171,9 @@ TEST(ReadRuns, SizeAboveTheRunsGivesWhatTheyHold) {
     } cases[] = {
         {"end on a boundary", 0, 20 * 512, 7 * 512},
         {"from inside a cluster, end on a boundary", 100, 20 * 512 - 100, 7 * 512 - 100},
-        // The last cluster of the runs is then cut like the last cluster of the read.
+        // The last cluster of the runs is truncated like the last cluster of the read.
         {"end 200 bytes into a cluster", 0, 20 * 512 + 200, 6 * 512 + 200},
-        {"a single cluster gives all of itself", 6 * 512 + 12, 20 * 512, 500},
+        {"a single cluster is read to its end", 6 * 512 + 12, 20 * 512, 500},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -183,7 +183,7 @@ TEST(ReadRuns, SizeAboveTheRunsGivesWhatTheyHold) {
     }
 }
 
-TEST(ReadRuns, OffsetBehindTheRunsFails) {
+TEST(ReadRuns, OffsetPastTheRunsFails) {
     cluster_source source;
     for (const std::uint64_t offset : {7ull * 512, 1ull << 40, ~0ull}) {
         const bytes_read read = read_raw(source.ntfs, test_runs, offset, 100);
@@ -192,7 +192,7 @@ TEST(ReadRuns, OffsetBehindTheRunsFails) {
     }
 }
 
-TEST(ReadRuns, FailedClusterEndsTheRead) {
+TEST(ReadRuns, UnreadableClusterEndsTheRead) {
     cluster_source source;
     const data_run_list runs{{10, 0, 0, 2}, {1000, 2, 0, 1}, {12, 3, 0, 1}};
     const bytes_read read = read_raw(source.ntfs, runs, 0, 4 * 512);
@@ -201,10 +201,10 @@ TEST(ReadRuns, FailedClusterEndsTheRead) {
     EXPECT_FALSE(read_raw(source.ntfs, runs, 2 * 512, 512).result);
 }
 
-TEST(ReadRuns, ClusterCutByTheEndOfTheSource) {
+TEST(ReadRuns, TruncatedClusterIsFilledWithZerosAtTheEndsOfTheRange) {
     cluster_source source(30 * cluster_bytes + 100);
     const byte_list cut = joined({part(cluster_content(30), 0, 100), byte_list(412)});
-    // First and last clusters have zeros behind what was there; one in the middle gives less.
+    // The first and the last cluster are filled with zeros; one in the middle has fewer bytes.
     EXPECT_EQ(read_raw(source.ntfs, {{30, 0, 0, 1}}, 0, 512).content, cut);
     EXPECT_EQ(read_raw(source.ntfs, {{29, 0, 0, 2}}, 0, 1000).content,
               joined({cluster_content(29), part(cut, 0, 488)}));
@@ -218,7 +218,7 @@ TEST(ReadRuns, GapInTheRunsEndsTheRead) {
     EXPECT_EQ(read_raw(source.ntfs, runs, 0, 3 * 512).content, cluster_content(10));
 }
 
-TEST(ReadRuns, ClusterBehindACutOneIsTakenAsFarAsThereIsRoom) {
+TEST(ReadRuns, ClusterAfterATruncatedOneIsLimitedByTheSize) {
     cluster_source source(30 * cluster_bytes + 100);
     EXPECT_EQ(read_raw(source.ntfs, {{20, 0, 0, 1}, {30, 1, 0, 1}, {10, 2, 0, 1}}, 0, 1024).content,
               joined({cluster_content(20), part(cluster_content(30), 0, 100),
@@ -239,7 +239,7 @@ TEST(ReadRuns, SizeBelowTheTargetIsNotExceeded) {
     }
 }
 
-TEST(ReadRuns, TellsWhetherItReadAWholeAlignedUnit) {
+TEST(ReadRuns, ReportsWhetherItReadAWholeAlignedUnit) {
     cluster_source source;
     const data_run_list runs{{0, 0, 0, 40}, {0, 65536, 0, 40}};
     const std::uint64_t at_65536 = 65536ull * 512;
@@ -261,7 +261,7 @@ TEST(ReadRuns, TellsWhetherItReadAWholeAlignedUnit) {
     }
 }
 
-TEST(ReadRuns, RefusesWhatItCanNotReadInto) {
+TEST(ReadRuns, RejectsInvalidArguments) {
     cluster_source source;
     byte_list target(512);
     std::int64_t size = 512;
@@ -276,7 +276,7 @@ TEST(ReadRuns, RefusesWhatItCanNotReadInto) {
     EXPECT_FALSE(source.ntfs.read_attrib_bytes(test_runs, 0, target, size, false));
 }
 
-TEST(ReadRuns, ClusterAboveTheSourceIsReadAsFarAsItIsThere) {
+TEST(ReadRuns, ClusterLargerThanTheSourceIsReadToItsEnd) {
     cluster_source source(1000);
     for (const std::int32_t size : {1000, 1001, 0x1000000}) {
         source.ntfs.m_cluster_size = size;
@@ -286,7 +286,7 @@ TEST(ReadRuns, ClusterAboveTheSourceIsReadAsFarAsItIsThere) {
     }
 }
 
-TEST(ReadRuns, NeverWritesBehindTheTarget) {
+TEST(ReadRuns, NeverWritesPastTheTarget) {
     cluster_source source;
     byte_list memory(1000, 0xCC);
     std::int64_t size = 3000;
@@ -297,7 +297,7 @@ TEST(ReadRuns, NeverWritesBehindTheTarget) {
     EXPECT_EQ(part(memory, 700, 300), byte_list(300, 0xCC));
 }
 
-TEST(ReadAttribBytes, FillsHolesWithZerosOrLeavesThemOut) {
+TEST(ReadAttribBytes, FillsHolesWithZerosOrSkipsThem) {
     cluster_source source;
     byte_list target(7 * 512);
     std::int64_t size = 7 * 512;
@@ -338,7 +338,7 @@ NTFS_ATTRIB_ROW row_with_value(const byte_list& value, std::uint8_t length) {
     return row;
 }
 
-// A row's data as stream_attribute writes it, and its trace.
+// The data of a row as stream_attribute writes it, and the trace.
 struct streamed_row {
     bool result = false;
     std::string text;
@@ -377,7 +377,7 @@ TEST(StreamAttribute, RowWithoutDataFails) {
     EXPECT_EQ(streamed.trace, "->err: no data\n");
 }
 
-TEST(StreamAttribute, StreamWithoutABufferTakesNothing) {
+TEST(StreamAttribute, StreamWithoutABufferFails) {
     cluster_source source;
     const NTFS_ATTRIB_ROW row = row_with_value(support::as_bytes("value"), 5);
     std::ostringstream sound;
@@ -398,7 +398,7 @@ TEST(StreamAttribute, ResidentRowWritesItsValue) {
     EXPECT_EQ(streamed.trace, "->info: data size 0x5\n");
 }
 
-TEST(StreamAttribute, LengthInTheBodyDecidesOverTheValue) {
+TEST(StreamAttribute, LengthInTheBodyOverridesTheSizeOfTheValue) {
     cluster_source source;
     EXPECT_EQ(streamed_row(source.ntfs, row_with_value(support::as_bytes("value"), 3)).text, "val");
     NTFS_ATTRIB_ROW longer = row_with_value(support::as_bytes("value"), 99);
@@ -431,8 +431,8 @@ TEST(StreamAttribute, RunsAreWrittenUpToTheSize) {
         const char* trace;
     } cases[] = {
         {"real size", 1000, 0, 1000, "->info: data size 0x3e8\n"},
-        {"initialized size when it is larger", 1000, 1001, 1001, "->info: data size 0x3e9\n"},
-        {"all that the runs hold", 1 << 20, 5, 7 * 512, "->info: data size 0x100000\n"},
+        {"initialized size if it is larger", 1000, 1001, 1001, "->info: data size 0x3e9\n"},
+        {"all clusters of the runs", 1 << 20, 5, 7 * 512, "->info: data size 0x100000\n"},
         {"nothing", 0, 0, 0, "->info: data size 0x0\n"},
     };
     for (const auto& c : cases) {
@@ -446,7 +446,7 @@ TEST(StreamAttribute, RunsAreWrittenUpToTheSize) {
     }
 }
 
-TEST(StreamAttribute, LongDataGoesOutChunkByChunk) {
+TEST(StreamAttribute, LongDataIsWrittenInChunks) {
     cluster_source source;
     const data_run_list runs{{0, 0, 0, 40}};
     byte_list expected;
@@ -460,7 +460,7 @@ TEST(StreamAttribute, LongDataGoesOutChunkByChunk) {
     }
 }
 
-TEST(StreamAttribute, FailedReadEndsTheStreamAndKeepsWhatWasWritten) {
+TEST(StreamAttribute, UnreadableClusterEndsTheStreamButIsNotAFailure) {
     cluster_source source;
     const data_run_list runs{{0, 0, 0, 18}, {1000, 18, 0, 1}, {19, 19, 0, 20}};
     const streamed_row streamed(source.ntfs, row_with_runs(runs, {.real = 39 * 512}));
@@ -472,7 +472,7 @@ TEST(StreamAttribute, FailedReadEndsTheStreamAndKeepsWhatWasWritten) {
     EXPECT_EQ(nothing.text, "");
 }
 
-TEST(StreamAttribute, CompressedUnitsAboveTheSourceAreRefused) {
+TEST(StreamAttribute, CompressedUnitsLargerThanTheSourceAreRejected) {
     cluster_source source;
     source.ntfs.m_cluster_size = 0xFFFFFF;
     const data_run_list runs{{0, 0, 1, 0xFFFFFFFF}};
@@ -523,11 +523,11 @@ TEST(StreamAttribute, ChunksOfAnySizeAreReadFromAnySource) {
         EXPECT_TRUE(streamed.result);
         EXPECT_EQ(streamed.byte_count, 16u * cluster);
         const streamed_row stored(source.ntfs, row_with_runs({{0, 0, 0, 1}}, {.real = cluster}));
-        EXPECT_EQ(stored.text.size(), cluster) << "zeros follow what the source has";
+        EXPECT_EQ(stored.text.size(), cluster) << "filled with zeros after the end of the source";
     }
 }
 
-// A row of `stored` units, each followed by a hole up to 16 clusters, from LCN 0 on.
+// A compressed row, stored from LCN 0. Each unit is filled up to 16 clusters with a hole.
 struct compressed_volume {
     support::byte_image image;
     data_run_list runs;
@@ -589,7 +589,7 @@ TEST(StreamCompressed, UnitsAreDecompressedOneByOne) {
     }
 }
 
-TEST(StreamCompressed, UnitThatDidNotShrinkGoesOutAsItIs) {
+TEST(StreamCompressed, UnitThatDidNotShrinkIsWrittenUnchanged) {
     const byte_list noise = support::pattern(unit_bytes, 9);
     const byte_list text = text_content(unit_bytes, 'a');
     compressed_volume volume;
@@ -599,8 +599,8 @@ TEST(StreamCompressed, UnitThatDidNotShrinkGoesOutAsItIs) {
     EXPECT_TRUE(streamed.text == text_of(joined({noise, text})));
 }
 
-TEST(StreamCompressed, HolesOfOneUnitDoNotCountForTheNext) {
-    // Taken for chunks the second unit would be one gap after the other.
+TEST(StreamCompressed, HolesOfOneUnitDoNotAffectTheNext) {
+    // If the second unit were read as chunks, it would consist of gaps.
     byte_list stored_plain = support::pattern(unit_bytes, 9);
     stored_plain[0] = stored_plain[1] = 0;
     stored_plain[4096] = stored_plain[4097] = 0;
@@ -612,7 +612,7 @@ TEST(StreamCompressed, HolesOfOneUnitDoNotCountForTheNext) {
     EXPECT_TRUE(streamed.text == text_of(joined({text, stored_plain})));
 }
 
-TEST(StreamCompressed, FailedClusterInsideAUnitEndsTheStream) {
+TEST(StreamCompressed, UnreadableClusterInsideAUnitEndsTheStream) {
     const byte_list noise = support::pattern(unit_bytes, 9);
     compressed_volume volume;
     volume.add_unit(noise);
@@ -632,7 +632,7 @@ TEST(StreamCompressed, UnitThatIsAHoleEndsTheStream) {
     const streamed_row streamed = volume.stream(compressed_sizes(3 * unit_bytes));
     EXPECT_TRUE(streamed.result);
     EXPECT_TRUE(streamed.text == text_of(text));
-    EXPECT_EQ(streamed.byte_count, 3 * unit_bytes) << "the size is added whatever came out";
+    EXPECT_EQ(streamed.byte_count, 3 * unit_bytes) << "the stated size, not the bytes written";
 }
 
 TEST(StreamCompressed, DamagedUnitEndsTheStream) {
@@ -664,7 +664,7 @@ TEST(StreamCompressed, UnreadableUnitEndsTheStream) {
     EXPECT_EQ(nothing.text, "");
 }
 
-TEST(StreamCompressed, OnlyTheExactFlagWithUnitAndSizeCounts) {
+TEST(StreamCompressed, CompressionNeedsTheExactFlagAUnitAndASize) {
     const byte_list packed = support::lznt1_compress(text_content(unit_bytes, 'a'));
     compressed_volume volume;
     volume.add_unit(packed);
@@ -688,8 +688,8 @@ TEST(StreamCompressed, OnlyTheExactFlagWithUnitAndSizeCounts) {
 }
 
 TEST(StreamCompressed, LastUnitIsReadToItsAllocatedEndOnly) {
-    // The last unit holds its data in 1024 stored bytes, which are read as far as the allocated
-    // size goes: with none behind the data, 100 bytes of the chunk.
+    // The last unit stores its data in 1024 bytes, which are read up to the allocated size. If the
+    // allocated size ends with the data, the end of the chunk is not read.
     const byte_list first = text_content(unit_bytes, 'a');
     const byte_list last = support::pattern(900, 5);
     compressed_volume volume;
@@ -698,7 +698,7 @@ TEST(StreamCompressed, LastUnitIsReadToItsAllocatedEndOnly) {
     row_sizes sizes = compressed_sizes(unit_bytes + 900);
     EXPECT_TRUE(volume.stream(sizes).text == text_of(joined({first, last})));
 
-    sizes.allocated = ~0ull;  // more than a unit is never read
+    sizes.allocated = ~0ull;  // at most one unit is read
     EXPECT_TRUE(volume.stream(sizes).text == text_of(joined({first, last})));
 
     sizes.allocated = unit_bytes + 900;

@@ -42,7 +42,7 @@ std::vector<std::uint32_t> types_of(const std::vector<NTFS_ATTRIB_ROW>& rows) {
     return types;
 }
 
-// Body bytes from `from` on are zero.
+// Returns true if the body bytes from offset `from` are zero.
 bool is_zero_from(const NTFS_ATTRIB_ROW& row, std::size_t from) {
     return std::all_of(row.body.begin() + static_cast<std::ptrdiff_t>(from), row.body.end(),
                        [](std::uint8_t byte) { return byte == 0; });
@@ -50,8 +50,8 @@ bool is_zero_from(const NTFS_ATTRIB_ROW& row, std::size_t from) {
 
 TEST(AttribRows, BodyHas55Bytes) { EXPECT_EQ(sizeof(NTFS_ATTRIB_ROW::body), 55u); }
 
-// Not even those of a record that stands where entries of such a volume would be read.
-TEST(AttribRows, VolumeThatIsNotOpenHasNone) {
+// The record is at the start of the volume, where entries are read if the volume is not open.
+TEST(AttribRows, RecordOfAVolumeThatIsNotOpenIsNotUsed) {
     support::ntfs_image image;
     image.entry(64);
     open_volume volume(image);
@@ -70,7 +70,7 @@ TEST(AttribRows, VolumeThatIsNotOpenHasNone) {
     EXPECT_FALSE(volume.ntfs.categorize_entry(store, context, 64, false));
 }
 
-TEST(AttribRows, HeadRowTellsOfTheRecord) {
+TEST(AttribRows, RecordHeaderRowDescribesTheRecord) {
     const struct {
         const char* name;
         std::uint16_t record_flags;
@@ -104,7 +104,7 @@ TEST(AttribRows, HeadRowTellsOfTheRecord) {
     }
 }
 
-TEST(AttribRows, RowsComeByKindThenByIdThenByType) {
+TEST(AttribRows, RowsAreSortedByKindThenIdThenType) {
     const auto rows = rows_of_entry([](auto& entry) {
         entry.data("x").id(9);
         entry.stream(u"s", "x").id(4);
@@ -124,7 +124,7 @@ TEST(AttribRows, RowsComeByKindThenByIdThenByType) {
     }
 }
 
-TEST(AttribRows, StandardInformationRowHasAccessedInFrontOfMftChanged) {
+TEST(AttribRows, StandardInformationRowHasAccessedBeforeMftChanged) {
     const auto rows = rows_of_entry([](auto& entry) {
         entry
             .standard_information({.times = {.created = 0x0102030405060708,
@@ -147,7 +147,7 @@ TEST(AttribRows, StandardInformationRowHasAccessedInFrontOfMftChanged) {
     EXPECT_THAT(row.value, IsEmpty());
 }
 
-TEST(AttribRows, StandardInformationRowsComeInTheOrderOfIds) {
+TEST(AttribRows, StandardInformationRowsAreSortedById) {
     const auto rows = rows_of_entry([](auto& entry) {
         entry.standard_information({.attributes = 5}).id(5);
         entry.standard_information({.attributes = 3}).id(3);
@@ -186,7 +186,7 @@ TEST(AttribRows, FileNameRowHasItsOwnOrderOfTimes) {
     EXPECT_TRUE(is_zero_from(row, 50));
 }
 
-TEST(AttribRows, BothNamesOfAFileHaveARowInKeyOrder) {
+TEST(AttribRows, BothNamesOfAFileHaveRowsInKeyOrder) {
     const auto rows = rows_of_entry([](auto& entry) {
         entry.file_name(5, u"Long name", {.space = support::win32});
         entry.file_name(5, u"LONGNA~1", {.space = support::dos});
@@ -271,7 +271,7 @@ TEST(AttribRows, NonResidentRowHasItsSizes) {
     EXPECT_THAT(row.value, IsEmpty());
 }
 
-TEST(AttribRows, CompressedSizeIsThatOfCompressedAttributesOnly) {
+TEST(AttribRows, OnlyCompressedAttributesHaveACompressedSize) {
     const auto rows = rows_of_entry([](auto& entry) {
         entry.data_runs({{100, 2}}, {.compressed = 0x2000, .unit = 4, .flags = 0x8000});
     });
@@ -286,7 +286,7 @@ TEST(AttribRows, OwnerOfAnExtensionsDataIsItsBase) {
     EXPECT_EQ(ql::le64(rows[1].body, 0), file_reference(70, 3));
 }
 
-TEST(AttribRows, ObjectIdIsInTheBodyOnlyWith16Bytes) {
+TEST(AttribRows, OnlyAnObjectIdOf16BytesIsInTheBody) {
     const support::bytes id = support::pattern(64);
     const auto with = [&](std::size_t size) {
         return rows_of_entry([&](auto& entry) {
@@ -339,13 +339,13 @@ TEST(AttribRows, UnknownTypesKeepTheirType) {
         entry.resident(0x4712, u"", {1, 2}).id(1);
         entry.resident(0x4712, u"", {1, 2, 3}).id(2);
     });
-    // The first two have one key: id 1 and no known type.
+    // The first two have the same key: id 1 and an unknown type.
     EXPECT_THAT(types_of(rows), ElementsAre(272, 0x4711, 0x4712));
     EXPECT_EQ(ql::le32(rows[2].body, 0), 3u);
 }
 
-TEST(AttribRows, AttributeThatAListNamesAgainAddsNoRuns) {
-    // From the second time on its runs would lie at other clusters of the joined list than before.
+TEST(AttribRows, AttributeThatIsListedAgainAddsNoRuns) {
+    // If they were joined again, its runs would get other VCNs than before.
     support::ntfs_image image;
     image.entry(65)
         .base(file_reference(64, 1))
@@ -380,7 +380,7 @@ TEST(AttribRows, SplitUnnamedDataIsOneRowWithTheSizesOfItsFirstPart) {
     EXPECT_EQ(rows[1].runs[1].vcn, 4u);
 }
 
-TEST(AttribRows, PartInTheBaseRecordGivesTheSizes) {
+TEST(AttribRows, PartInTheBaseRecordHasTheSizes) {
     support::ntfs_image image;
     image.entry(65)
         .base(file_reference(64, 1))
@@ -418,7 +418,7 @@ TEST(AttribRows, ContinuedNamedStreamHasARowForEachPart) {
     EXPECT_EQ(ql::le64(rows[2].body, 8), 0u);
 }
 
-TEST(AttribRows, NamedStreamUnderTheIdOfUnnamedDataHasNoRow) {
+TEST(AttribRows, NamedStreamWithTheIdOfUnnamedDataHasNoRow) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).data_runs({{100, 4}}).id(0);
     image.entry(66).base(file_reference(64, 1)).stream_runs(u"s", {{200, 2}}).id(0);
@@ -430,9 +430,9 @@ TEST(AttribRows, NamedStreamUnderTheIdOfUnnamedDataHasNoRow) {
     EXPECT_THAT(rows[1].runs, SizeIs(1));
 }
 
-// The attribute's own bytes end after the lowest byte of the value's length. The record has a
-// longer length there, and a value to match.
-TEST(AttribRows, ObjectIdHas16BytesWhateverTheRecordStates) {
+// The attribute ends after the lowest byte of its value length. The bytes after it in the record
+// complete that field to a larger length, and contain a value of that length.
+TEST(AttribRows, ObjectIdHas16BytesRegardlessOfTheRecord) {
     support::byte_image attribute(17);
     attribute.put(0, 0x40, 4).put(4, 17, 4).put(16, 16, 1);
     support::ntfs_image image;
@@ -460,7 +460,7 @@ TEST(AttribRows, HeaderFieldsPastTheAttributesLengthAreZero) {
             attribute.put(i, i == 8 || i == 9 ? 0 : i, 1);  // resident, without a name
         support::ntfs_image image;
         image.entry(64).keep_order().raw_attribute(attribute.bytes());
-        // What follows reads as flags, id and length of a value of the attribute before it.
+        // The bytes after the attribute would be its flags, id and value length.
         for (std::size_t at = 56 + length; at < 56 + 24; ++at)
             image.entry(64).put_before_fixup(at, 0x11, 1);
         open_volume volume(image);
@@ -506,7 +506,7 @@ void expect_listed(const std::vector<NTFS_ATTRIB_ROW>& all,
     EXPECT_EQ(row, listed.end());
 }
 
-TEST(ListingRows, AreTheRowsBehindTheNames) {
+TEST(ListingRows, AreTheRowsAfterTheNames) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).data_runs({{100, 4}}, {.real = 3}).id(13);
     image.entry(65).stream_runs(u"far", {{300, 1}}).id(14);
@@ -526,7 +526,7 @@ TEST(ListingRows, AreTheRowsBehindTheNames) {
     expect_listed(all, listing_rows_of(volume, 64));
 }
 
-TEST(ListingRows, RecordCutByTheEndOfTheImageIsListedAsByAllRows) {
+TEST(ListingRows, TruncatedRecordHasTheSameRowsAsInGetAttribRows) {
     support::ntfs_image image;
     image.entry(64).data("in front").id(1);
     image.entry(64).stream(u"far", support::bytes(600, 0x77)).id(2);
@@ -538,15 +538,16 @@ TEST(ListingRows, RecordCutByTheEndOfTheImageIsListedAsByAllRows) {
     expect_listed(all, listing_rows_of(volume, 64));
 }
 
-TEST(ListingRows, NothingOfTheEntryBeforeStays) {
+TEST(ListingRows, NoDataOfThePreviousEntryIsKept) {
     support::ntfs_image image;
     const std::vector<support::list_entry> list{
         {.type = 0x80, .record = file_reference(62, 1), .id = 4}};
-    image.entry(60).data(support::attribute_list_value(list));  // where 63 has its list
+    image.entry(60).data(support::attribute_list_value(list));  // at the offset of the list of 63
     image.entry(61).data(support::bytes(800, 0x31)).id(1);
     image.entry(62).base(file_reference(63, 1)).stream(u"far", "x").id(4);
     image.entry(63).attribute_list(list).stream(u"near", "content");
-    // The volume name starts in front of the record's cut and would go on in the one before it.
+    // The volume name starts before the end of the image. Its missing bytes must not be those of
+    // the previous record.
     image.entry(64).data(support::bytes(400, 0x41)).id(1);
     image.entry(64)
         .resident(support::type::volume_name, u"", support::as_bytes(std::u16string(100, u'v')))
@@ -568,7 +569,7 @@ TEST(ListingRows, NothingOfTheEntryBeforeStays) {
     EXPECT_EQ(last.back().name, "vvvv");
 }
 
-TEST(ListingRows, UnusableRecordHasNone) {
+TEST(ListingRows, UnusableRecordHasNoRows) {
     support::ntfs_image image;
     image.entry(64).keyword("BAAD").data("x");
     open_volume volume(image);
@@ -580,7 +581,7 @@ TEST(ListingRows, UnusableRecordHasNone) {
     EXPECT_FALSE(listing_rows(closed).read(5));
 }
 
-TEST(AttribRows, ValueUnderTheIdOfRunsLeavesThemAsTheyAre) {
+TEST(AttribRows, ValueWithTheIdOfRunsDoesNotChangeThem) {
     const auto rows = rows_of_entry([](auto& entry) {
         entry.stream_runs(u"s", {{100, 4}}, {.start_vcn = 7}).id(1);
         entry.stream(u"s", "value").id(1);
@@ -606,7 +607,7 @@ TEST(AttribRows, VolumeThatIsNotOpenHasNoRows) {
     EXPECT_THAT(rows, IsEmpty());
 }
 
-TEST(AttribRows, RowsOfOneCallReplaceThoseOfTheLast) {
+TEST(AttribRows, RowsReplaceThoseOfThePreviousCall) {
     support::ntfs_image image;
     image.entry(64).standard_information().file_name(5, u"a rather long name of a file").data("x");
     image.entry(65).data("y");
@@ -621,7 +622,7 @@ TEST(AttribRows, RowsOfOneCallReplaceThoseOfTheLast) {
     EXPECT_TRUE(is_zero_from(rows[1], 4));
 }
 
-TEST(AttribRows, RecordsOf4096BytesAreReadWhole) {
+TEST(AttribRows, RecordsOf4096BytesAreReadCompletely) {
     support::ntfs_image image({.record = 4096});
     image.entry(64).data(support::bytes(3000, 0x41)).id(1);
     image.entry(64).stream(u"far", "x").id(2);

@@ -9,9 +9,9 @@ namespace {
 
 using testing::Each;
 
-// What the records of an entry hold before anything is read into them.
+// The initial values of the structures that describe an entry.
 
-TEST(RecordsStart, RunsWithNothing) {
+TEST(RecordsStart, RunsAreEmpty) {
     const NTFS_DATA run;
     for (const std::uint64_t field : {run.lcn, run.lcn_delta, run.vcn, run.run_offset})
         EXPECT_EQ(field, 0u);
@@ -27,7 +27,7 @@ TEST(RecordsStart, RunsWithNothing) {
     EXPECT_EQ(compact.num_clusters, 0u);
 }
 
-TEST(RecordsStart, StoresWithNothing) {
+TEST(RecordsStart, StoresAreEmpty) {
     const NTFS_ENTRY_STORE store;
     EXPECT_EQ(store.inode, 0u);
     EXPECT_EQ(store.sequence, 0u);
@@ -52,7 +52,7 @@ TEST(RecordsStart, StoresWithNothing) {
     EXPECT_FALSE(attribute.is_data);
 }
 
-TEST(RecordsStart, RowsAndNamesWithNothing) {
+TEST(RecordsStart, RowsAndNamesAreEmpty) {
     const NTFS_ATTRIB_ROW row;
     EXPECT_EQ(row.type, 0u);
     EXPECT_EQ(row.attrib_id, 0u);
@@ -70,7 +70,7 @@ TEST(RecordsStart, RowsAndNamesWithNothing) {
     EXPECT_THAT(name.attrib_head, Each(0));
 }
 
-TEST(RecordsStart, FieldsHoldTheStartsOfWhatIsOnDisk) {
+TEST(RecordsStart, FieldsHaveTheSizesOfTheirOnDiskParts) {
     EXPECT_EQ(sizeof(NTFS_STD_INFO_ITEM::value), 72u);
     EXPECT_EQ(sizeof(NTFS_FILE_NAME_ITEM::value), 68u);
     EXPECT_EQ(sizeof(NTFS_ENTRY_STORE::header), 42u);
@@ -79,7 +79,7 @@ TEST(RecordsStart, FieldsHoldTheStartsOfWhatIsOnDisk) {
     EXPECT_EQ(sizeof(NTFS_INODE_INFO::file_name_body), 68u);
 }
 
-TEST(RecordsStart, ParsedEntriesAndContextsWithNothing) {
+TEST(RecordsStart, ParsedEntriesAndContextsAreEmpty) {
     const NTFS_INODE_INFO info;
     EXPECT_EQ(info.data_size, 0u);
     EXPECT_EQ(info.bitmap_size, 0u);

@@ -43,12 +43,12 @@ TEST(FindListEntry, ComparesTypeAndName) {
     EXPECT_EQ(entry.id(), 2);
 
     entry.at += entry.length();
-    left = static_cast<std::int64_t>(list.size());  // a second search may start with all of them
+    left = static_cast<std::int64_t>(list.size());  // more than the rest of the list
     ASSERT_TRUE(find_list_entry(entry, left, 0x80, name_bytes(u"zone")));
     EXPECT_EQ(entry.id(), 3);
 }
 
-TEST(FindListEntry, TestsTheFirstEntryAlways) {
+TEST(FindListEntry, AlwaysTestsTheFirstEntry) {
     const support::bytes list = test_list();
     list_entry entry{list, 0};
     std::int64_t left = 0;
@@ -57,7 +57,7 @@ TEST(FindListEntry, TestsTheFirstEntryAlways) {
     EXPECT_EQ(entry.at, 0u);
 }
 
-TEST(FindListEntry, EndsWhenNothingIsLeft) {
+TEST(FindListEntry, EndsAtTheEndOfTheList) {
     const support::bytes list = test_list();
     const std::int64_t first_length = list_entry{list, 0}.length();
     list_entry entry{list, 0};
@@ -70,7 +70,7 @@ TEST(FindListEntry, EndsWhenNothingIsLeft) {
     EXPECT_TRUE(find_list_entry(entry, left, 0x80, name_bytes(u"zone")));
 }
 
-TEST(FindListEntry, LengthZeroEndsAndLeavesNothing) {
+TEST(FindListEntry, LengthZeroEndsTheList) {
     const support::bytes list = support::byte_image(test_list()).put(4, 0, 2).bytes();
     list_entry entry{list, 0};
     std::int64_t left = 100;
@@ -91,7 +91,7 @@ TEST(FindListEntry, EndMarkerEndsTheListAfterTheFirstEntry) {
     EXPECT_FALSE(find_list_entry(entry, left, 0x90, {}));
 }
 
-TEST(FindListEntry, TakesTheNameOffsetFromTheEntry) {
+TEST(FindListEntry, UsesTheNameOffsetOfTheEntry) {
     const support::bytes list = support::byte_image(64)
                                     .put(0, 0x80, 4)
                                     .put(4, 64, 2)
@@ -119,7 +119,7 @@ TEST(FindListEntry, ReadsTheFieldsOfAnEntry) {
 
 // --- clusters of a list ---
 
-// A list attribute with the run list given, in a record of its own.
+// A list attribute with the given run list, alone in a record.
 class list_attribute {
 public:
     explicit list_attribute(const support::bytes& list, std::uint64_t real_size = 32) {
@@ -136,7 +136,7 @@ public:
     record_attrib attribute;
 };
 
-// All bytes of a list.
+// Returns all bytes of a list.
 std::vector<std::uint8_t> drained(list_clusters* clusters) {
     std::vector<std::uint8_t> all;
     while (clusters != nullptr && clusters->append_next(all)) {
@@ -146,7 +146,7 @@ std::vector<std::uint8_t> drained(list_clusters* clusters) {
 
 constexpr std::uint32_t cluster = 4096;
 
-// An image whose clusters from `first` on hold their own number in each byte, up to its end.
+// An image whose clusters from `first` to its end have their number in each byte.
 class numbered_volume {
 public:
     explicit numbered_volume(std::uint64_t size = 0) {
@@ -187,9 +187,9 @@ TEST(ListRuns, ReadsRunsInTheirOrder) {
     EXPECT_EQ(volume.ntfs().cluster_size(), cluster);
 }
 
-TEST(ListRuns, ClusterThatCannotBeReadEndsItsRunAlone) {
+TEST(ListRuns, UnreadableClusterEndsOnlyItsRun) {
     numbered_volume volume;
-    // Three clusters from two before the volume on, of which none is read.
+    // Three clusters, starting two clusters before the volume. None of them is read.
     const list_attribute list(support::run_list()
                                   .add(volume.first(), 1)
                                   .add(~std::uint64_t{1}, 3)
@@ -199,7 +199,7 @@ TEST(ListRuns, ClusterThatCannotBeReadEndsItsRunAlone) {
     EXPECT_EQ(drained(clusters.get()), joined({volume.content(0), volume.content(1)}));
 }
 
-// The sum of the sizes is 2^64 and one cluster more.
+// The sum of the sizes is 2^64 plus one cluster.
 TEST(ListRuns, SizesAboveTheLargestNumberAreRead) {
     constexpr std::uint32_t large_cluster = 1 << 24;
     support::run_list list;
@@ -211,13 +211,13 @@ TEST(ListRuns, SizesAboveTheLargestNumberAreRead) {
     const list_attribute attribute(list.terminated());
     const auto clusters =
         open_list_runs(volume.ntfs(), attribute.attribute, cluster_size_rule::keep);
-    // The image is smaller than a cluster: only the first run has a byte of it.
+    // The image is smaller than a cluster, so only the first run is inside it.
     const std::uint64_t size = volume.ntfs().m_disk->size_in_bytes();
     ASSERT_LT(size, large_cluster);
     EXPECT_EQ(drained(clusters.get()).size(), size);
 }
 
-TEST(ListRuns, AreNullWithoutClusters) {
+TEST(ListRuns, IsNullWithoutClusters) {
     for (const support::bytes& runs :
          {support::bytes{0x00}, support::bytes{0x11, 0x00, 0x05, 0x00}}) {
         numbered_volume volume;
@@ -227,7 +227,7 @@ TEST(ListRuns, AreNullWithoutClusters) {
     }
 }
 
-// What a cluster by cluster read of one run leaves as the size of a cluster.
+// Returns the cluster size after one run was read cluster by cluster.
 std::uint32_t model_of_lowered_size(std::uint64_t lcn, std::uint64_t clusters,
                                     std::uint64_t source_size) {
     std::uint64_t size = cluster;
@@ -239,7 +239,7 @@ std::uint32_t model_of_lowered_size(std::uint64_t lcn, std::uint64_t clusters,
     return static_cast<std::uint32_t>(size);
 }
 
-TEST(ListRuns, LowerTheClusterSizeAsIfAllHadBeenRead) {
+TEST(ListRuns, LowersTheClusterSizeAsIfTheWholeListHadBeenRead) {
     for (const std::uint64_t end : {1u, 512u, 1000u, 4095u, 4096u, 4097u, 9999u, 12288u, 16383u}) {
         for (const std::uint64_t clusters : {1u, 2u, 3u, 5u, 40u, 100000u}) {
             SCOPED_TRACE(testing::Message() << "end " << end << ", clusters " << clusters);
@@ -251,7 +251,7 @@ TEST(ListRuns, LowerTheClusterSizeAsIfAllHadBeenRead) {
                 open_list_runs(volume.ntfs(), list.attribute, cluster_size_rule::lower);
             EXPECT_EQ(volume.ntfs().cluster_size(),
                       model_of_lowered_size(volume.first(), clusters, source_size))
-                << "before the first entry";
+                << "before the first entry is read";
         }
     }
 }
@@ -264,7 +264,7 @@ TEST(ListRuns, LongestRunLowersTheClusterSizeAtOnce) {
     EXPECT_LT(volume.ntfs().cluster_size(), cluster);
 }
 
-TEST(ListRuns, KeepTheClusterSizeIfAsked) {
+TEST(ListRuns, KeepsTheClusterSizeWithTheKeepRule) {
     numbered_volume volume(cluster + 100);
     const list_attribute list(support::run_list().add(volume.first(), 3).terminated());
     const auto clusters = open_list_runs(volume.ntfs(), list.attribute, cluster_size_rule::keep);
@@ -274,9 +274,9 @@ TEST(ListRuns, KeepTheClusterSizeIfAsked) {
     EXPECT_EQ(volume.ntfs().cluster_size(), cluster);
 }
 
-// After a cluster of 100 bytes the run continues in steps of 100 bytes, as before the end of the
-// source.
-TEST(ListRuns, ContinueInStepsOfTheLoweredSize) {
+// After a cluster of which 100 bytes were read, the run continues in steps of 100 bytes, also
+// before the end of the source.
+TEST(ListRuns, ContinuesInStepsOfTheLoweredSize) {
     numbered_volume volume(cluster + 100);
     const list_attribute list(support::run_list().add(volume.first(), 3).terminated());
     const auto clusters = open_list_runs(volume.ntfs(), list.attribute, cluster_size_rule::lower);
@@ -299,7 +299,7 @@ TEST(ListData, FillsHolesWithZerosAndEndsAtTheFirstFailure) {
               joined({volume.content(1), support::bytes(cluster), volume.content(3)}));
 }
 
-TEST(ListData, FirstClusterIsWholeAndLaterOnesAreNot) {
+TEST(ListData, TruncatedFirstClusterIsFilledWithZeros) {
     numbered_volume volume(3 * cluster + 10);
     const list_attribute twice(support::run_list()
                                    .add(volume.first() + 3, 1)
@@ -328,7 +328,7 @@ TEST(ListData, HoleOfAnyLengthIsReadInSmallPieces) {
 
 // --- list_cursor ---
 
-// Clusters of 1000 bytes with one byte repeated.
+// Clusters of 1000 equal bytes.
 class counted_clusters : public list_clusters {
 public:
     explicit counted_clusters(std::uint8_t count) : m_count(count) {}
@@ -345,7 +345,7 @@ private:
     std::uint8_t m_next = 0;
 };
 
-TEST(ListCursor, ShowsEachPositionOfAListInClusters) {
+TEST(ListCursor, ReadsEachPositionOfANonResidentList) {
     list_cursor list(std::make_unique<counted_clusters>(250), 1000000);
     counted_clusters::largest_window = 0;
     EXPECT_FALSE(list.is_empty());
@@ -357,14 +357,15 @@ TEST(ListCursor, ShowsEachPositionOfAListInClusters) {
         EXPECT_EQ(list.entry().type() & 0xFF, expected);
         list.advance(997);
     }
-    EXPECT_LE(counted_clusters::largest_window, 0x10000u + 2000u) << "what was passed is dropped";
+    EXPECT_LE(counted_clusters::largest_window, 0x10000u + 2000u)
+        << "bytes before the cursor are dropped";
 }
 
 TEST(ListCursor, IsEmptyIfNothingCanBeRead) {
     EXPECT_TRUE(list_cursor(std::make_unique<counted_clusters>(0), 10).is_empty());
 }
 
-TEST(ListCursor, LongestStepIsFollowed) {
+TEST(ListCursor, LongestStepIsSupported) {
     list_cursor list(std::make_unique<counted_clusters>(250), 1000000);
     list.advance(65535);
     list.advance(65535);

@@ -14,9 +14,9 @@ namespace {
 using byte_list = std::vector<std::uint8_t>;
 
 constexpr std::uint64_t all_ones = ~std::uint64_t{0};
-constexpr std::size_t list_at = 64;  // where the run list of the test attributes begins
+constexpr std::size_t list_at = 64;  // offset of the run list in the test attributes
 
-// A record that holds one non-resident $DATA and nothing else.
+// A record with one non-resident $DATA attribute.
 struct test_attribute {
     byte_list record;
 
@@ -70,7 +70,7 @@ TEST(DataRunList, DecodesWholeElements) {
     } cases[] = {
         // name, header, length, offset ...; LCN, VCN, clusters, sparse
         {"one run", {0x21, 0x18, 0x34, 0x56, 0x00}, {{0x5634, 0, 0x18, false}}},
-        {"second run counts from the first",
+        {"offset of the second run is from the first",
          {0x11, 0x30, 0x60, 0x21, 0x10, 0x00, 0x01, 0x00},
          {{0x60, 0, 0x30, false}, {0x160, 0x30, 0x10, false}}},
         {"offset 0xF0 goes back 16",
@@ -86,7 +86,7 @@ TEST(DataRunList, DecodesWholeElements) {
          {0x11, 0x08, 0x40, 0x01, 0x10, 0x11, 0x04, 0x02, 0x00},
          {{0x40, 0, 8, false}, {0, 8, 0x10, true}, {0x42, 0x18, 4, false}}},
         {"first run without an offset field is sparse", {0x01, 0x10, 0x00}, {{0, 0, 0x10, true}}},
-        {"first run with offset 0 lies at LCN 0", {0x11, 0x10, 0x00, 0x00}, {{0, 0, 0x10, false}}},
+        {"first run with offset 0 is at LCN 0", {0x11, 0x10, 0x00, 0x00}, {{0, 0, 0x10, false}}},
         {"second run with offset 0 is sparse",
          {0x11, 0x10, 0x05, 0x11, 0x08, 0x00, 0x00},
          {{5, 0, 0x10, false}, {0, 0x10, 8, true}}},
@@ -96,7 +96,7 @@ TEST(DataRunList, DecodesWholeElements) {
         {"length of four bytes",
          {0x14, 0xFF, 0xFF, 0xFF, 0xFF, 0x01, 0x11, 0x01, 0x01, 0x00},
          {{1, 0, 0xFFFFFFFF, false}, {2, 0xFFFFFFFF, 1, false}}},
-        {"length of five bytes counts with its low 32 bits, for the next VCN as well",
+        {"of a length of five bytes the low 32 bits are used, also for the next VCN",
          {0x15, 0x03, 0x00, 0x00, 0x00, 0x80, 0x01, 0x11, 0x01, 0x01, 0x00},
          {{1, 0, 3, false}, {2, 3, 1, false}}},
         {"offset of eight bytes",
@@ -108,7 +108,7 @@ TEST(DataRunList, DecodesWholeElements) {
         {"LCN below zero wraps", {0x11, 0x01, 0xFF, 0x00}, {{all_ones, 0, 1, false}}},
         {"no run", {0x00}, {}},
         {"list without its closing zero", {0x11, 0x08, 0x40}, {{0x40, 0, 8, false}}},
-        {"second element cut off", {0x11, 0x08, 0x40, 0x21, 0x08, 0xF0}, {{0x40, 0, 8, false}}},
+        {"second element truncated", {0x11, 0x08, 0x40, 0x21, 0x08, 0xF0}, {{0x40, 0, 8, false}}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -118,7 +118,7 @@ TEST(DataRunList, DecodesWholeElements) {
     }
 }
 
-TEST(DataRunList, KeepsWhatAnElementLooksLikeOnDisk) {
+TEST(DataRunList, KeepsTheOnDiskBytesOfAnElement) {
     const test_attribute attribute({0x11, 0x08, 0x40, 0x21, 0x07, 0xF0, 0xFF, 0x00}, 0x100);
     const std::vector<NTFS_DATA> runs = decoded(attribute.get());
     ASSERT_EQ(runs.size(), 2u);
@@ -140,17 +140,17 @@ TEST(DataRunList, KeepsWhatAnElementLooksLikeOnDisk) {
     EXPECT_EQ(runs[1].vcn, 0x108u);
     EXPECT_EQ(runs[1].run_offset, list_at + 3);
     EXPECT_EQ(runs[1].raw, (byte_list{0x21, 0x07, 0xF0, 0xFF}));
-    EXPECT_TRUE(runs[1].raw_next.empty()) << "only one byte is left behind it";
+    EXPECT_TRUE(runs[1].raw_next.empty()) << "only one byte follows it";
 }
 
-TEST(DataRunList, SparseElementGoesNeitherForthNorBack) {
+TEST(DataRunList, SparseElementDoesNotMoveTheLcn) {
     const std::vector<NTFS_DATA> runs = decoded(test_attribute({0x01, 0x90, 0x00}).get());
     ASSERT_EQ(runs.size(), 1u);
     EXPECT_EQ(runs[0].lcn_delta, 0u);
     EXPECT_EQ(runs[0].negative_delta, 0);
 }
 
-TEST(DataRunList, ThreeBytesBehindAnElementAreKeptWhenTheAttributeHasThem) {
+TEST(DataRunList, ThreeBytesAfterAnElementAreKeptIfTheAttributeHasThem) {
     const struct {
         std::size_t bytes_behind;
         std::size_t kept;
@@ -171,7 +171,7 @@ TEST(DataRunList, EachContinuationStartsAtItsOwnVcnAndAtLcnZero) {
               (std::vector<plain_run>{{0, 0x1000, 4, true}, {3, 0x1004, 2, false}}));
 }
 
-TEST(DataRunList, EveryPrefixOfAListGivesAPrefixOfItsRuns) {
+TEST(DataRunList, EveryPrefixOfAListHasAPrefixOfItsRuns) {
     const byte_list list{0x11, 0x30, 0x60, 0x21, 0x10, 0x00, 0x01, 0x01,
                          0x05, 0x32, 0x10, 0x20, 0x01, 0x02, 0x03, 0x00};
     const std::vector<plain_run> whole = plain(attribute_runs(test_attribute(list).get()));
@@ -185,7 +185,7 @@ TEST(DataRunList, EveryPrefixOfAListGivesAPrefixOfItsRuns) {
         const std::vector<plain_run> expected(whole.begin(),
                                               whole.begin() + static_cast<long>(elements));
 
-        // The attribute ends there, and other bytes follow it in the record.
+        // The attribute ends inside the list, and the rest of the list follows it in the record.
         test_attribute bounded(list);
         bounded.put(4, list_at + length, 4);
         EXPECT_EQ(plain(attribute_runs(bounded.get())), expected);
@@ -193,7 +193,7 @@ TEST(DataRunList, EveryPrefixOfAListGivesAPrefixOfItsRuns) {
     }
 }
 
-TEST(DataRunList, BytesBehindTheRecordAreZero) {
+TEST(DataRunList, BytesPastTheRecordAreZero) {
     test_attribute attribute({0x11, 0x08, 0x40, 0x22, 0x01, 0x02, 0x03, 0x04, 0x00});
     const std::size_t cut = list_at + 3 + 2;  // header and one length byte of the second element
     attribute.record.resize(cut);
@@ -204,7 +204,7 @@ TEST(DataRunList, BytesBehindTheRecordAreZero) {
     EXPECT_EQ(runs[1].raw, (byte_list{0x22, 0x01, 0, 0, 0}));
 }
 
-TEST(DataRunList, ListOffsetOutsideTheAttributeGivesNoRun) {
+TEST(DataRunList, ListOffsetOutsideTheAttributeHasNoRun) {
     const byte_list list{0x11, 0x08, 0x40, 0x00};
     const struct {
         const char* name;
@@ -212,8 +212,8 @@ TEST(DataRunList, ListOffsetOutsideTheAttributeGivesNoRun) {
         std::uint64_t length;
     } cases[] = {
         {"at the end", list_at, list_at},
-        {"behind the end", list_at, list_at - 1},
-        {"far behind the end", 0xFFFF, 8},
+        {"past the end", list_at, list_at - 1},
+        {"far past the end", 0xFFFF, 8},
         {"length with the sign bit", list_at, 0x80000000u + list_at},
     };
     for (const auto& c : cases) {
@@ -235,7 +235,7 @@ TEST(DataRunList, AttributeOfLengthZeroFails) {
     EXPECT_FALSE(decode_attrib_runs(record_attrib{}, out));
 }
 
-TEST(DataRunList, DecodingReplacesWhatWasThere) {
+TEST(DataRunList, DecodingReplacesTheOutput) {
     std::vector<NTFS_DATA> out(3);
     EXPECT_TRUE(decode_attrib_runs(test_attribute({0x11, 0x01, 0x01, 0x00}).get(), out));
     EXPECT_EQ(out.size(), 1u);
@@ -248,7 +248,7 @@ TEST(DataRunList, DirectAndTwoStepDecodingAgreeOnAnyBytes) {
         for (std::uint8_t& byte : list)
             byte = static_cast<std::uint8_t>(random());
         for (std::size_t i = 0; i < list.size(); i += 4)
-            list[i] &= 0x33;  // short fields at times
+            list[i] &= 0x33;  // makes short fields likely
         const test_attribute attribute(list, random() % 2 == 0 ? 0 : random());
         EXPECT_EQ(plain(attribute_runs(attribute.get())),
                   plain(converted(decoded(attribute.get()))));
@@ -257,7 +257,7 @@ TEST(DataRunList, DirectAndTwoStepDecodingAgreeOnAnyBytes) {
 
 // --- decode_mft_runs ---
 
-TEST(MftRunDecoder, TakesRunsUpToTheZeroHeader) {
+TEST(MftRunDecoder, DecodesRunsUpToTheZeroHeader) {
     const std::vector<NTFS_DATA> runs =
         mft_runs_of({0x11, 0x30, 0x60, 0x21, 0x10, 0x00, 0x01, 0x11, 0x08, 0xF0, 0x00, 0x11, 1, 1});
     ASSERT_EQ(runs.size(), 3u);
@@ -295,8 +295,8 @@ TEST(MftRunDecoder, LengthBytesFoldAtThirtyTwoBits) {
         std::uint32_t clusters;
     } cases[] = {
         {"four bytes", {0x14, 0x78, 0x56, 0x34, 0x12, 0x01, 0x00}, 0x12345678},
-        {"fifth byte falls on the first", {0x15, 0x01, 0, 0, 0, 0x80, 0x01, 0x00}, 0x81},
-        {"bits are joined, not added", {0x15, 0x81, 0, 0, 0, 0x81, 0x01, 0x00}, 0x81},
+        {"fifth byte is combined with the first", {0x15, 0x01, 0, 0, 0, 0x80, 0x01, 0x00}, 0x81},
+        {"bits are or-ed, not added", {0x15, 0x81, 0, 0, 0, 0x81, 0x01, 0x00}, 0x81},
         {"eight bytes", {0x18, 0x01, 0x02, 0, 0, 0x10, 0x20, 0x30, 0x40, 0x01, 0x00}, 0x40302211},
         {"no length field", {0x10, 0x01, 0x00}, 0},
     };
@@ -323,7 +323,7 @@ TEST(MftRunDecoder, OffsetsOfAllWidthsKeepTheirSign) {
     }
 }
 
-TEST(MftRunDecoder, EndsAtTheEndOfTheBufferWithZerosBehindIt) {
+TEST(MftRunDecoder, EndsAtTheEndOfTheBuffer) {
     std::vector<NTFS_DATA> runs = mft_runs_of({0x11, 0x08, 0x40, 0x22, 0x01});
     ASSERT_EQ(runs.size(), 2u);
     EXPECT_EQ(runs[1].num_clusters, 1u);
@@ -331,7 +331,7 @@ TEST(MftRunDecoder, EndsAtTheEndOfTheBufferWithZerosBehindIt) {
     EXPECT_TRUE(mft_runs_of({}).empty());
 }
 
-TEST(MftRunDecoder, AppendsUnlessToldToClear) {
+TEST(MftRunDecoder, AppendsUnlessClearFirstIsSet) {
     std::vector<NTFS_DATA> runs;
     const byte_list list{0x11, 0x01, 0x05, 0x00};
     EXPECT_TRUE(decode_mft_runs(list, runs, 0xA0, false));
@@ -343,7 +343,7 @@ TEST(MftRunDecoder, AppendsUnlessToldToClear) {
     EXPECT_EQ(runs.size(), 1u);
 }
 
-TEST(MftRunDecoder, EmptyListFailsAndClearsWhenTold) {
+TEST(MftRunDecoder, EmptyListFailsAndClearsWithClearFirst) {
     std::vector<NTFS_DATA> runs(2);
     const byte_list empty{0x00};
     EXPECT_FALSE(decode_mft_runs(empty, runs, 0x80, false));
@@ -352,7 +352,7 @@ TEST(MftRunDecoder, EmptyListFailsAndClearsWhenTold) {
     EXPECT_TRUE(runs.empty());
 }
 
-TEST(MftRunDecoder, ItsResultHasNoSparseRunInTheCompactForm) {
+TEST(MftRunDecoder, HasNoSparseRunInTheCompactForm) {
     const data_run_list runs = converted(mft_runs_of({0x11, 0x08, 0x40, 0x01, 0x10, 0x00}));
     ASSERT_EQ(runs.size(), 2u);
     EXPECT_EQ(runs[1].sparse, 0);
@@ -361,7 +361,7 @@ TEST(MftRunDecoder, ItsResultHasNoSparseRunInTheCompactForm) {
 
 // --- the compact form ---
 
-TEST(CompactRuns, FirstRunWithoutItsBytesAndWithoutAStepIsSparse) {
+TEST(CompactRuns, FirstRunWithoutBytesAndOffsetIsSparse) {
     std::vector<NTFS_DATA> elements(1);
     elements[0].lcn = 7;
     elements[0].num_clusters = 3;
@@ -372,7 +372,7 @@ TEST(CompactRuns, FirstRunWithoutItsBytesAndWithoutAStepIsSparse) {
     EXPECT_EQ(plain(converted(elements)), (std::vector<plain_run>{{0, 0, 3, true}}));
 }
 
-TEST(CompactRuns, ConversionReplacesWhatWasThere) {
+TEST(CompactRuns, ConversionReplacesTheOutput) {
     data_run_list out(4);
     to_data_run_list({}, out);
     EXPECT_TRUE(out.empty());
@@ -386,13 +386,13 @@ TEST(CompactRuns, BytesAreCountedInSixtyFourBits) {
     EXPECT_EQ(run_bytes(runs, 0, false), 0u);
 }
 
-TEST(CompactRuns, VcnIsFoundInTheFirstRunThatHoldsIt) {
+TEST(CompactRuns, VcnIsFoundInTheFirstRunThatContainsIt) {
     const data_run_list runs{
         {100, 0, 0, 4},  // VCN 0 to 3
         {300, 4, 0, 0},  // empty: never found
         {0, 4, 1, 2},    // sparse, VCN 4 and 5
         {200, 6, 0, 1},  // VCN 6
-        {900, 6, 0, 5},  // VCN 7 to 10; 6 is found above
+        {900, 6, 0, 5},  // VCN 7 to 10; 6 is in the run before
         {50, 0xFFFFFFFF, 0, 0xFFFFFFFF},
     };
     const struct {
@@ -441,7 +441,7 @@ TEST(CompactRuns, Merging) {
          {{10, 0, 0, 4}, {20, 4, 0, 2}},
          {{30, 6, 0, 3}},
          {{10, 0, 4, false}, {20, 4, 2, false}, {30, 6, 3, false}}},
-        {"run of the same VCN is dropped, the stored one stays",
+        {"run with the same VCN is dropped, the stored one is kept",
          {{10, 0, 0, 4}},
          {{99, 0, 0, 9}, {30, 4, 0, 3}},
          {{10, 0, 4, false}, {30, 4, 3, false}}},
@@ -449,16 +449,16 @@ TEST(CompactRuns, Merging) {
          {{30, 6, 0, 3}},
          {{10, 0, 0, 6}},
          {{10, 0, 6, false}, {30, 6, 3, false}}},
-        {"gap closes up",
+        {"gap is closed",
          {{10, 0, 0, 4}},
          {{30, 100, 1, 3}, {40, 200, 0, 1}},
          {{10, 0, 4, false}, {30, 4, 3, true}, {40, 7, 1, false}}},
-        {"a list that starts behind 0 is renumbered", {}, {{30, 100, 0, 3}}, {{30, 0, 3, false}}},
-        {"of two added runs with one VCN the first stays",
+        {"a list that starts after 0 is renumbered", {}, {{30, 100, 0, 3}}, {{30, 0, 3, false}}},
+        {"of two added runs with the same VCN the first is kept",
          {},
          {{1, 5, 0, 1}, {2, 5, 0, 2}},
          {{1, 0, 1, false}}},
-        {"nothing added is renumbered, too", {{30, 100, 0, 3}}, {}, {{30, 0, 3, false}}},
+        {"renumbered even if nothing is added", {{30, 100, 0, 3}}, {}, {{30, 0, 3, false}}},
         {"two empty lists", {}, {}, {}},
     };
     for (const auto& c : cases) {
@@ -469,7 +469,7 @@ TEST(CompactRuns, Merging) {
     }
 }
 
-TEST(CompactRuns, StoredRunsStayInLongListsToo) {
+TEST(CompactRuns, StoredRunsAreKeptInLongLists) {
     data_run_list stored;
     data_run_list added;
     std::vector<plain_run> expected;
@@ -482,14 +482,14 @@ TEST(CompactRuns, StoredRunsStayInLongListsToo) {
     EXPECT_EQ(plain(stored), expected);
 }
 
-TEST(CompactRuns, ExtentsThatArriveOutOfOrderCollideAfterRenumbering) {
+TEST(CompactRuns, PartsThatAreMergedOutOfOrderCollideAfterRenumbering) {
     data_run_list stored{{10, 0, 0, 2}};
     merge_runs({{30, 6, 0, 2}}, stored);  // becomes VCN 2
-    merge_runs({{20, 2, 0, 4}}, stored);  // VCN 2 is taken
+    merge_runs({{20, 2, 0, 4}}, stored);  // VCN 2 is in use
     EXPECT_EQ(plain(stored), (std::vector<plain_run>{{10, 0, 2, false}, {30, 2, 2, false}}));
 }
 
-// The place of `vcn`: found, index and LCN.
+// The result of a lookup: found, index and LCN.
 std::tuple<bool, std::uint32_t, std::uint64_t> scanned(const data_run_list& runs,
                                                        std::uint64_t vcn) {
     std::uint32_t index = 77;
@@ -506,7 +506,7 @@ std::tuple<bool, std::uint32_t, std::uint64_t> looked_up(const data_run_list& ru
     return {found, index, lcn};
 }
 
-TEST(RunLookup, FindsWhatAScanFinds) {
+TEST(RunLookup, FindsTheSameRunAsAScan) {
     // lcn, vcn, sparse, clusters
     const struct {
         const char* name;
@@ -519,11 +519,11 @@ TEST(RunLookup, FindsWhatAScanFinds) {
         {"empty runs", {{100, 0, 0, 0}, {110, 0, 0, 2}, {120, 2, 0, 0}, {130, 2, 0, 2}}},
         {"empty run last", {{100, 0, 0, 2}, {110, 2, 0, 0}}},
         {"overlap", {{100, 0, 0, 6}, {200, 4, 0, 6}}},
-        {"twice the same", {{100, 0, 0, 4}, {200, 0, 0, 4}}},
+        {"two equal VCNs", {{100, 0, 0, 4}, {200, 0, 0, 4}}},
         {"run inside another", {{100, 0, 0, 9}, {200, 3, 0, 2}, {300, 9, 0, 1}}},
         {"out of order", {{100, 8, 0, 2}, {200, 0, 0, 4}, {300, 4, 0, 4}}},
         {"end wraps in the last run", {{100, 0, 0, 2}, {200, all_ones - 1, 0, 8}}},
-        {"end wraps in front", {{100, all_ones - 1, 0, 8}, {200, 0, 0, 4}}},
+        {"end wraps in the first run", {{100, all_ones - 1, 0, 8}, {200, 0, 0, 4}}},
     };
     for (const auto& list : lists) {
         SCOPED_TRACE(list.name);
@@ -534,7 +534,7 @@ TEST(RunLookup, FindsWhatAScanFinds) {
     }
 }
 
-TEST(RunLookup, FindsWhatAScanFindsInListsOfAnyKind) {
+TEST(RunLookup, FindsTheSameRunAsAScanInRandomLists) {
     std::mt19937 random(1);
     const auto below = [&random](std::uint32_t limit) {
         return static_cast<std::uint32_t>(random() % limit);

@@ -25,7 +25,7 @@ std::vector<std::wstring> names_of(const name_entry_map& map) {
     return names;
 }
 
-// The names of a record that no volume is needed for: without an attribute list.
+// Returns the names of a record without an attribute list, which needs no volume.
 std::vector<std::wstring> names_in(const support::bytes& record, bool all_namespaces = false,
                                    std::uint64_t parent_filter = no_parent_filter) {
     CNtfs ntfs(nullptr, 0, 33);
@@ -41,7 +41,7 @@ std::vector<std::wstring> names_of_entry(open_volume& volume, std::uint64_t inod
     return names_of(map);
 }
 
-// A resident attribute of `length` bytes in all.
+// Returns a resident attribute of `length` bytes, including its header.
 void add_filler(record_builder& builder, std::size_t length) {
     builder.resident(support::type::ea, u"", support::bytes(length - 24, 0xEE));
 }
@@ -53,7 +53,7 @@ TEST(FileNames, KeyIsParentNameAndNumber) {
     EXPECT_EQ(name_key(0xFFFFFFFF, L"x", 0x10000000), "ffffffff_x_10000000");
 }
 
-TEST(FileNames, EntryTellsWhatTheAttributeHolds) {
+TEST(FileNames, EntryHasTheFieldsOfTheAttribute) {
     record_builder builder(64);
     builder.standard_information().file_name(40, u"r\u00e9sum\u00e9.txt",
                                              {.parent_sequence = std::uint16_t{9}, .real = 77});
@@ -77,7 +77,7 @@ TEST(FileNames, EntryTellsWhatTheAttributeHolds) {
     EXPECT_EQ(ql::le64(entry.file_name_body, 48), 77u);
 }
 
-TEST(FileNames, NumberInTheKeyIsTheOneThatTheRecordStates) {
+TEST(FileNames, NumberInTheKeyIsTheOneInTheRecord) {
     record_builder builder(64);
     builder.file_name(5, u"a").own_number(0x1234);
     CNtfs ntfs(nullptr, 0, 33);
@@ -87,7 +87,7 @@ TEST(FileNames, NumberInTheKeyIsTheOneThatTheRecordStates) {
     EXPECT_EQ(map.begin()->second.record_number, 0x1234u);
 }
 
-TEST(FileNames, DosNameIsLeftOutUnlessAllAreWanted) {
+TEST(FileNames, DosNameIsSkippedUnlessAllNamespacesAreRequested) {
     record_builder builder(64);
     builder.file_name(5, u"Long name.txt", {.space = support::win32})
         .file_name(5, u"LONGNA~1.TXT", {.space = support::dos});
@@ -96,7 +96,7 @@ TEST(FileNames, DosNameIsLeftOutUnlessAllAreWanted) {
     EXPECT_THAT(names_in(record, true), ElementsAre(L"LONGNA~1.TXT", L"Long name.txt"));
 }
 
-TEST(FileNames, EvenNamespacesButZeroCountAsDos) {
+TEST(FileNames, EvenNamespacesExceptZeroAreDosNames) {
     const struct {
         std::uint8_t name_space;
         bool listed;
@@ -117,13 +117,13 @@ TEST(FileNames, EvenNamespacesButZeroCountAsDos) {
     }
 }
 
-TEST(FileNames, OnlyADosNameGivesNothing) {
+TEST(FileNames, DosNameAloneIsNotAName) {
     record_builder builder(64);
     builder.file_name(5, u"SHORT", {.space = support::dos});
     EXPECT_THAT(names_in(builder.build_before_fixup()), IsEmpty());
 }
 
-TEST(FileNames, HardLinksComeInTheOrderOfParents) {
+TEST(FileNames, HardLinksAreSortedByParent) {
     record_builder builder(64);
     builder.file_name(0x30, u"a").file_name(0x05, u"z").file_name(0x30, u"A");
     EXPECT_THAT(names_in(builder.build_before_fixup()), ElementsAre(L"z", L"A", L"a"));
@@ -135,14 +135,14 @@ TEST(FileNames, FilterComparesTheParentWithoutItsSequence) {
         .file_name(41, u"there")
         .file_name(40, u"here too", {.parent_sequence = std::uint16_t{0xFFFF}});
     const support::bytes record = builder.build_before_fixup();
-    // The keys go on with "_" behind the name, and a blank sorts in front of that.
+    // In the keys, "_" follows the name, and a blank sorts before "_".
     EXPECT_THAT(names_in(record, false, 40), ElementsAre(L"here too", L"here"));
     EXPECT_THAT(names_in(record, false, 41), ElementsAre(L"there"));
     EXPECT_THAT(names_in(record, false, 42), IsEmpty());
     EXPECT_THAT(names_in(record, false, file_reference(40, 3)), IsEmpty());
 }
 
-TEST(FileNames, FirstOfTwoEqualNamesStays) {
+TEST(FileNames, FirstOfTwoEqualNamesIsKept) {
     record_builder builder(64);
     builder.file_name(5, u"twice", {.real = 1}).file_name(5, u"twice", {.real = 2});
     CNtfs ntfs(nullptr, 0, 33);
@@ -162,13 +162,13 @@ TEST(FileNames, NameWithoutUnitsOrWithoutValueIsSkipped) {
     EXPECT_THAT(names_in(no_value.build_before_fixup()), ElementsAre(L"b"));
 }
 
-TEST(FileNames, NonResidentFlagIsNotLookedAt) {
+TEST(FileNames, NonResidentFlagIsIgnored) {
     record_builder builder(64);
     builder.file_name(5, u"a").edit(8, 1, 1);
     EXPECT_THAT(names_in(builder.build_before_fixup()), ElementsAre(L"a"));
 }
 
-TEST(FileNames, NameThatPassesTheRecordEndsThere) {
+TEST(FileNames, NameIsTruncatedAtTheEndOfTheRecord) {
     record_builder builder(64);
     builder.file_name(5, u"abcdef");
     const std::size_t name_at = builder.attribute_offset(support::type::file_name) + 24 + 66;
@@ -176,25 +176,25 @@ TEST(FileNames, NameThatPassesTheRecordEndsThere) {
     record[name_at - 2] = 255;  // units
     record.resize(name_at + 6);
     EXPECT_THAT(names_in(record), ElementsAre(L"abc"));
-    record.resize(name_at + 5);  // the last unit lacks its high byte
+    record.resize(name_at + 5);  // without the high byte of the last unit
     EXPECT_THAT(names_in(record), ElementsAre(L"abc"));
     record.resize(name_at + 4);
     EXPECT_THAT(names_in(record), ElementsAre(L"ab"));
 }
 
-TEST(FileNames, WalkLooksAtAttributesOfAtMost1024Bytes) {
+TEST(FileNames, WalkEndsAtAnAttributeOfMoreThan1024Bytes) {
     const struct {
         const char* name;
-        std::size_t in_front;  // bytes of the attribute in front of the first name
-        std::size_t between;   // bytes of the one behind it, in front of the second name
+        std::size_t in_front;  // bytes of the attribute before the first name
+        std::size_t between;   // bytes of the attribute between the two names
         std::vector<std::wstring> expected;
     } cases[] = {
-        {"small ones", 32, 32, {L"one", L"two"}},
-        {"1024 in front", 1024, 32, {L"one", L"two"}},
-        {"1032 in front", 1032, 32, {}},
-        {"1016 behind a name", 32, 1016, {L"one", L"two"}},
-        {"1024 behind a name", 32, 1024, {L"one"}},
-        {"1032 behind a name", 32, 1032, {L"one"}},
+        {"small attributes", 32, 32, {L"one", L"two"}},
+        {"1024 before the names", 1024, 32, {L"one", L"two"}},
+        {"1032 before the names", 1032, 32, {}},
+        {"1016 after a name", 32, 1016, {L"one", L"two"}},
+        {"1024 after a name", 32, 1024, {L"one"}},
+        {"1032 after a name", 32, 1032, {L"one"}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -208,7 +208,7 @@ TEST(FileNames, WalkLooksAtAttributesOfAtMost1024Bytes) {
     }
 }
 
-TEST(FileNames, LargeAttributeFurtherBehindANameEndsAbove1024Only) {
+TEST(FileNames, LaterAttributeAfterANameEndsTheWalkOnlyAbove1024Bytes) {
     for (const std::size_t length : {1024u, 1032u}) {
         SCOPED_TRACE(length);
         record_builder builder(64, 4096);
@@ -220,7 +220,7 @@ TEST(FileNames, LargeAttributeFurtherBehindANameEndsAbove1024Only) {
     }
 }
 
-TEST(FileNames, NameOfLengthZeroIsTakenAndEndsTheWalk) {
+TEST(FileNames, NameAttributeOfLengthZeroIsTakenAndEndsTheWalk) {
     record_builder builder(64);
     builder.file_name(5, u"one").edit(4, 0, 4).file_name(5, u"two");
     EXPECT_THAT(names_in(builder.build_before_fixup()), ElementsAre(L"one"));
@@ -234,7 +234,7 @@ TEST(FileNames, EndMarkerEndsTheWalk) {
     EXPECT_THAT(names_in(builder.build_before_fixup()), ElementsAre(L"one"));
 }
 
-TEST(FileNames, EveryPrefixOfARecordGivesNoMoreThanTheWhole) {
+TEST(FileNames, EveryPrefixOfARecordHasNoAdditionalNames) {
     record_builder builder(64);
     builder.standard_information()
         .file_name(5, u"first.txt")
@@ -276,7 +276,7 @@ TEST(FileNames, ExtensionRecordAddsItsNames) {
     EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name", L"far name"));
 }
 
-TEST(FileNames, ListIsFoundBehindALargeAttribute) {
+TEST(FileNames, ListIsFoundAfterALargeAttribute) {
     support::ntfs_image image({.record = 4096});
     image.entry(65).base(image.entry(64).reference()).file_name(5, u"far name").id(7);
     image.entry(64)
@@ -291,7 +291,7 @@ TEST(FileNames, ListIsFoundBehindALargeAttribute) {
     EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name", L"far name"));
 }
 
-TEST(FileNames, AnyListedAttributeOfAnExtensionBringsItsNames) {
+TEST(FileNames, AnyListedAttributeOfAnExtensionAddsItsNames) {
     extended_entry entry;
     entry.list({{.type = support::type::data, .record = file_reference(65, 1), .id = 8}});
     open_volume volume(entry.image);
@@ -320,7 +320,7 @@ TEST(FileNames, SequenceNumberInTheListIsNotCompared) {
     EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name", L"far name"));
 }
 
-TEST(FileNames, UnusableExtensionsAreLeftOut) {
+TEST(FileNames, UnusableExtensionsAreSkipped) {
     for (const char* keyword : {"BAAD", "INDX", "XXXX"}) {
         SCOPED_TRACE(keyword);
         extended_entry entry;
@@ -332,7 +332,7 @@ TEST(FileNames, UnusableExtensionsAreLeftOut) {
     }
 }
 
-TEST(FileNames, EntryBehindAnUnusableExtensionStillCounts) {
+TEST(FileNames, EntryAfterAnUnusableExtensionIsUsed) {
     extended_entry entry;
     entry.list({{.type = support::type::data, .record = 0x10000000, .id = 8},
                 {.type = support::type::data, .record = file_reference(65, 1), .id = 8}});
@@ -340,7 +340,7 @@ TEST(FileNames, EntryBehindAnUnusableExtensionStillCounts) {
     EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name", L"far name"));
 }
 
-TEST(FileNames, ExtensionWithoutAttributesIsLeftOut) {
+TEST(FileNames, ExtensionWithoutAttributesIsSkipped) {
     extended_entry entry;
     entry.list({{.type = support::type::data, .record = file_reference(65, 1), .id = 8}});
     entry.image.entry(65).put_before_fixup(20, 0, 2);
@@ -348,21 +348,21 @@ TEST(FileNames, ExtensionWithoutAttributesIsLeftOut) {
     EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name"));
 }
 
-TEST(FileNames, SearchInAnExtensionEndsAtALengthOfARecord) {
+TEST(FileNames, SearchInAnExtensionEndsAtAnAttributeOfTheRecordSize) {
     extended_entry entry;
     entry.list({{.type = support::type::data, .record = file_reference(65, 1), .id = 8}});
-    // The name in front of the data claims the length of a record: the data is not reached.
+    // The name before the data has the length of a record, so the data is not reached.
     entry.image.entry(65).put_before_fixup(56 + 4, 1024, 4);
     open_volume volume(entry.image);
     EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name"));
 }
 
-TEST(FileNames, SearchInAnExtensionEndsAtALengthOfZero) {
+TEST(FileNames, SearchInAnExtensionEndsAtAnAttributeOfLengthZero) {
     extended_entry entry;
     entry.list({{.type = support::type::data, .record = file_reference(65, 1), .id = 8}});
     record_builder& extension = entry.image.entry(65);
     const std::size_t name_at = extension.attribute_offset(support::type::file_name);
-    extension.put_before_fixup(name_at + 4, 0, 4);  // the listed $DATA stands behind it
+    extension.put_before_fixup(name_at + 4, 0, 4);  // the listed $DATA is after it
     open_volume volume(entry.image);
     EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name"));
 }
@@ -384,7 +384,7 @@ TEST(FileNames, ListInClustersNeedsAVolume) {
     EXPECT_THAT(names_in(builder.build_before_fixup()), ElementsAre(L"base name"));
 }
 
-TEST(FileNames, ListEndsAtALengthOfZeroOrAtItsSize) {
+TEST(FileNames, ListEndsAtAnEntryOfLengthZeroOrAtItsSize) {
     const support::list_entry base_entry{
         .type = support::type::file_name, .record = file_reference(64, 1), .id = 2};
     const support::list_entry far{
@@ -433,7 +433,7 @@ TEST(FileNames, NonResidentListEndsAtItsRealSize) {
     EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name"));
 }
 
-TEST(FileNames, ListThatClaimsMoreThanTheSourceHoldsIsLeftOut) {
+TEST(FileNames, ListLargerThanTheSourceIsSkipped) {
     extended_entry entry;
     entry.image.entry(64).nonresident(support::type::attribute_list, u"",
                                       support::run_list().add(8, 0xFFFFFFFF).terminated(), {{8, 1}},
@@ -443,7 +443,7 @@ TEST(FileNames, ListThatClaimsMoreThanTheSourceHoldsIsLeftOut) {
     EXPECT_THAT(names_of_entry(volume, 64), ElementsAre(L"base name"));
 }
 
-TEST(FileNames, ExtensionRecordsOf512BytesAreNotSeen) {
+TEST(FileNames, ExtensionRecordsOf512BytesAreSkipped) {
     support::ntfs_image image({.cluster = 512, .record = 512});
     image.entry(65).base(image.entry(64).reference()).file_name(5, u"far").id(7);
     image.entry(64)
@@ -474,7 +474,7 @@ TEST(FileNames, ListHasTheNamesInTheOrderOfTheMap) {
     EXPECT_EQ(names_in_list(list), names_in(record, true));
 }
 
-TEST(FileNames, ListKeepsNothingOfTheEntryBefore) {
+TEST(FileNames, ListKeepsNoDataOfThePreviousEntry) {
     record_builder long_record(64);
     long_record.file_name(5, u"a long name of a file", {.space = support::win32, .real = 77})
         .file_name(5, u"ALONGN~1", {.space = support::dos});
@@ -484,7 +484,7 @@ TEST(FileNames, ListKeepsNothingOfTheEntryBefore) {
         ntfs.get_file_names(list, 64, long_record.build_before_fixup(), true, no_parent_filter));
     ASSERT_EQ(list.size(), 2u);
 
-    // A name at the very end of a record: its value is cut.
+    // A name at the end of a record, whose value is truncated.
     record_builder short_record(65);
     short_record.file_name(6, u"b");
     support::bytes record = short_record.build_before_fixup();

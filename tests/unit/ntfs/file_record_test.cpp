@@ -14,10 +14,11 @@ namespace {
 
 using byte_list = std::vector<std::uint8_t>;
 
-// A record of attributes that consist of a header alone, from offset 56 on.
+// A record of attributes that have only a header, starting at offset 56.
 class attribute_row {
 public:
-    // Adds an attribute: `length` is what its header says, and how far on the next one stands.
+    // Adds an attribute. `length` is stored in its header, and the next attribute follows after as
+    // many bytes.
     attribute_row& add(std::uint32_t type, std::uint32_t length, std::u16string_view name = u"") {
         m_record.put(m_at, type, 4).put(m_at + 4, length, 4);
         m_record.put(m_at + 9, name.size(), 1).put(m_at + 10, 24, 2);
@@ -64,7 +65,7 @@ TEST(FileRecordHeader, ReadsTheFieldsOfTheHeader) {
     EXPECT_EQ(record.record_size_from_usa(), 1024u);
 }
 
-TEST(FileRecordHeader, IsValidWithinItsLimitsOnly) {
+TEST(FileRecordHeader, IsValidOnlyWithinItsLimits) {
     const struct {
         const char* name;
         std::size_t at;
@@ -104,7 +105,7 @@ TEST(FileRecordHeader, SizeFromTheUpdateSequence) {
     }
 }
 
-TEST(FileRecordHeader, EveryPrefixReadsZerosBehindItsEnd) {
+TEST(FileRecordHeader, EveryPrefixReadsZerosPastItsEnd) {
     const byte_list raw = support::record_builder(30).file_name(5, u"a").build();
     for (std::size_t size = 0; size <= 64; ++size) {
         SCOPED_TRACE(size);
@@ -161,7 +162,7 @@ TEST(AttributeHeader, ValueIsClippedToTheRecordNotToTheAttribute) {
     const auto with_value = [&](std::uint64_t offset, std::uint64_t length) {
         return support::byte_image(raw).put(80, length, 4).put(84, offset, 2).bytes();
     };
-    const byte_list longer = with_value(40, 10);  // behind the attribute's 24 bytes
+    const byte_list longer = with_value(40, 10);  // past the attribute's 24 bytes
     EXPECT_EQ((record_attrib{longer, 64}.value().size()), 10u);
     const byte_list cut = with_value(40, 0xFFFFFFFF);
     EXPECT_EQ((record_attrib{cut, 64}.value().size()), 24u);
@@ -171,7 +172,7 @@ TEST(AttributeHeader, ValueIsClippedToTheRecordNotToTheAttribute) {
 
 // --- find_attrib, find_next_attrib ---
 
-TEST(FindAttribute, WalksToTheFirstOfItsType) {
+TEST(FindAttribute, FindsTheFirstOfItsType) {
     const byte_list raw =
         attribute_row().add(0x10, 32).add(0x30, 40).add(0x80, 24).add(0x80, 32).end().bytes();
     record_attrib attribute;
@@ -194,7 +195,7 @@ TEST(FindAttribute, TheGivenAttributeIsTestedFirst) {
     EXPECT_FALSE(find_next_attrib(attribute, 0x80, 1024));
 }
 
-TEST(FindAttribute, LimitHidesWhatStandsBehindALongAttributeOnly) {
+TEST(FindAttribute, LimitHidesOnlyTheAttributesAfterALongOne) {
     const byte_list raw = attribute_row().add(0x10, 100).add(0x80, 200).end().bytes();
     record_attrib attribute;
     EXPECT_FALSE(find_attrib(raw, 0x80, attribute, 99));
@@ -202,7 +203,7 @@ TEST(FindAttribute, LimitHidesWhatStandsBehindALongAttributeOnly) {
     EXPECT_TRUE(find_attrib(raw, 0x10, attribute, 0));
 }
 
-TEST(FindAttribute, LimitDoesNotCountDown) {
+TEST(FindAttribute, LimitAppliesToEachAttribute) {
     const byte_list raw = attribute_row().add(0x10, 100).add(0x20, 100).add(0x80, 40).end().bytes();
     record_attrib attribute;
     EXPECT_TRUE(find_attrib(raw, 0x80, attribute, 100));
@@ -218,7 +219,8 @@ TEST(FindAttribute, EndsAtLengthZeroAtTheEndMarkerAndAtTheRecordsEnd) {
     const byte_list off_the_record = attribute_row().add(0x10, 0xFFFFFF00).bytes();
     EXPECT_FALSE(find_attrib(off_the_record, 0x80, attribute, 0xFFFFFFFF));
     EXPECT_FALSE(find_attrib({}, 0x80, attribute, 1024));
-    EXPECT_FALSE(find_attrib(behind_end, 0xFFFFFFFF, attribute, 1024)) << "the marker is no hit";
+    EXPECT_FALSE(find_attrib(behind_end, 0xFFFFFFFF, attribute, 1024))
+        << "the end marker is not a match";
 }
 
 // --- find_named_attrib ---
@@ -240,16 +242,17 @@ TEST(FindNamedAttribute, ComparesTypeLengthAndEachUnit) {
     EXPECT_FALSE(find_named_attrib(attribute, 0x90, name_bytes(u"$SDH"), 1024));
 }
 
-TEST(FindNamedAttribute, EmptyNameWantsAnAttributeWithoutName) {
+TEST(FindNamedAttribute, EmptyNameFindsAnAttributeWithoutAName) {
     const byte_list raw = attribute_row().add(0x80, 40, u"zone").add(0x80, 48).end().bytes();
     record_attrib attribute = first_attrib(raw);
     ASSERT_TRUE(find_named_attrib(attribute, 0x80, {}, 48));
     EXPECT_EQ(attribute.at, 56u + 40);
     attribute = first_attrib(raw);
-    EXPECT_FALSE(find_named_attrib(attribute, 0x80, {}, 47)) << "the match is above the limit";
+    EXPECT_FALSE(find_named_attrib(attribute, 0x80, {}, 47))
+        << "the match is longer than the limit";
 }
 
-TEST(FindNamedAttribute, LimitDoesNotBoundTheWalk) {
+TEST(FindNamedAttribute, LimitDoesNotEndTheWalk) {
     const byte_list raw =
         attribute_row().add(0x10, 200).add(0x80, 48, u"zone").add(0x80, 24).end().bytes();
     record_attrib attribute = first_attrib(raw);
@@ -266,9 +269,9 @@ TEST(FindNamedAttribute, LengthZeroEndsTheWalk) {
     EXPECT_FALSE(find_named_attrib(attribute, 0x80, {}, 1024));
 }
 
-TEST(FindNamedAttribute, NameBehindTheRecordReadsAsZeros) {
+TEST(FindNamedAttribute, NamePastTheRecordReadsAsZeros) {
     byte_list raw = attribute_row().add(0x80, 40, u"zone").bytes();
-    raw.resize(56 + 24 + 6);  // three units of the name are left
+    raw.resize(56 + 24 + 6);  // keeps three units of the name
     record_attrib attribute = first_attrib(raw);
     EXPECT_FALSE(find_named_attrib(attribute, 0x80, name_bytes(u"zone"), 1024));
     attribute = first_attrib(raw);
@@ -277,7 +280,7 @@ TEST(FindNamedAttribute, NameBehindTheRecordReadsAsZeros) {
 
 // --- update sequence ---
 
-// Bytes that all differ from what the update sequence holds, with words 0x1001, 0x1002 ... at 48.
+// Returns bytes that differ from all words of the update sequence 0x1001, 0x1002 ... at offset 48.
 byte_list sequence_record(std::size_t size, std::uint16_t count) {
     support::byte_image record(size);
     record.fill(0, size, 0xEE);
@@ -286,7 +289,7 @@ byte_list sequence_record(std::size_t size, std::uint16_t count) {
     return record.bytes();
 }
 
-TEST(UpdateSequence, PutsBackTheLastTwoBytesOfEachBlock) {
+TEST(UpdateSequence, RestoresTheLastTwoBytesOfEachBlock) {
     byte_list record = sequence_record(1024, 3);
     apply_update_sequence(record, 48, 3, 1024, 512);
     EXPECT_EQ(ql::le16(record, 510), 0x1001);
@@ -295,7 +298,7 @@ TEST(UpdateSequence, PutsBackTheLastTwoBytesOfEachBlock) {
     EXPECT_EQ(ql::le16(record, 512), 0xEEEE);
 }
 
-TEST(UpdateSequence, TheSmallerOfWordsAndBlocksIsWritten) {
+TEST(UpdateSequence, RestoresAsManyBlocksAsHaveWords) {
     const struct {
         const char* name;
         std::uint16_t count;
@@ -327,7 +330,7 @@ TEST(UpdateSequence, TheSmallerOfWordsAndBlocksIsWritten) {
     }
 }
 
-TEST(UpdateSequence, LargeSectorsLoseTheDataAtHalfKilobytes) {
+TEST(UpdateSequence, LargeSectorsAreNotRestoredEvery512Bytes) {
     // A record with nine words, as for 512-byte sectors, on a volume with 4096-byte sectors.
     byte_list record = sequence_record(4096, 9);
     apply_update_sequence(record, 48, 9, 4096, 4096);
@@ -335,7 +338,7 @@ TEST(UpdateSequence, LargeSectorsLoseTheDataAtHalfKilobytes) {
     EXPECT_EQ(ql::le16(record, 4094), 0x1001);
 }
 
-TEST(UpdateSequence, WordsAreReadAfterEarlierBlocksWereWritten) {
+TEST(UpdateSequence, WordsAreReadAfterEarlierBlocksAreWritten) {
     byte_list record(64, 0);
     for (std::size_t word = 0; word < 8; ++word) {
         record[16 + word * 2] = static_cast<std::uint8_t>(0xA0 + word);
@@ -348,19 +351,19 @@ TEST(UpdateSequence, WordsAreReadAfterEarlierBlocksWereWritten) {
     EXPECT_EQ(record[22], 0xA6);
     EXPECT_EQ(record[26], 0xA7);
 
-    // Array at 0, stride 2: each word moves down by one place.
+    // Array at 0, stride 2: each word is moved to the one before it.
     byte_list small{1, 0, 2, 0, 3, 0, 4, 0};
     apply_update_sequence(small, 0, 4, 8, 2);
     EXPECT_EQ(small, (byte_list{2, 0, 3, 0, 4, 0, 4, 0}));
 
     // Array at 0, stride 4: block 1 (word at 2) is written to 2, block 2 (word at 4) to 6, block 3
-    // takes the word at 6, which is what block 2 wrote.
+    // uses the word at 6, which block 2 has written.
     byte_list chained{1, 0, 2, 0, 3, 0, 4, 0, 9, 9, 9, 9};
     apply_update_sequence(chained, 0, 4, 12, 4);
     EXPECT_EQ(chained, (byte_list{1, 0, 2, 0, 3, 0, 3, 0, 9, 9, 3, 0}));
 }
 
-TEST(UpdateSequence, ArrayBehindTheRecordWritesZeros) {
+TEST(UpdateSequence, ArrayPastTheRecordWritesZeros) {
     byte_list record = sequence_record(1024, 3);
     apply_update_sequence(record, 0xFFF0, 3, 1024, 512);
     EXPECT_EQ(ql::le16(record, 510), 0);
@@ -368,7 +371,7 @@ TEST(UpdateSequence, ArrayBehindTheRecordWritesZeros) {
 }
 
 TEST(UpdateSequence, NothingIsWrittenOutsideTheRecord) {
-    // One-byte blocks: the first one's low byte would stand in front of the record.
+    // One-byte blocks: the low byte of the first one would be before the record.
     byte_list memory(20, 0x77);
     const std::span<std::uint8_t> record(memory.data() + 8, 4);
     record[0] = 0x10;
@@ -379,7 +382,7 @@ TEST(UpdateSequence, NothingIsWrittenOutsideTheRecord) {
     EXPECT_EQ(record[0], 0x13) << "high byte of word 1";
     EXPECT_EQ(memory[7], 0x77);
 
-    // A size above what the span holds.
+    // A size larger than the span.
     byte_list tail(20, 0x77);
     const std::span<std::uint8_t> four(tail.data(), 4);
     apply_update_sequence(four, 0, 9, 16, 4);
@@ -388,7 +391,7 @@ TEST(UpdateSequence, NothingIsWrittenOutsideTheRecord) {
     EXPECT_EQ(tail[15], 0x77);
 }
 
-TEST(UpdateSequence, WrongCheckValueIsOverwrittenInSilence) {
+TEST(UpdateSequence, WrongCheckValueIsOverwritten) {
     byte_list record = support::record_builder(30).put(510, 0xDEAD, 2).build();
     const byte_list sound = support::record_builder(30).build_before_fixup();
     std::uint32_t kind = 0;
@@ -398,7 +401,7 @@ TEST(UpdateSequence, WrongCheckValueIsOverwrittenInSilence) {
 
 // --- apply_fixup ---
 
-TEST(ApplyFixup, TellsTheKindOfARecord) {
+TEST(ApplyFixup, SetsTheKindOfARecord) {
     const struct {
         const char* name;
         const char* keyword;
@@ -432,7 +435,7 @@ TEST(ApplyFixup, TellsTheKindOfARecord) {
     }
 }
 
-TEST(ApplyFixup, BadRecordMayHaveTenWordsAtMost) {
+TEST(ApplyFixup, BadRecordMayHaveAtMostTenWords) {
     const auto result_for = [](std::uint16_t count) {
         support::byte_image image(sequence_record(8192, 16));
         image.put_text(0, "BAAD").put(4, 48, 2).put(6, count, 2);
@@ -444,7 +447,7 @@ TEST(ApplyFixup, BadRecordMayHaveTenWordsAtMost) {
     EXPECT_FALSE(result_for(11));
 }
 
-TEST(ApplyFixup, NeedsAKilobyte) {
+TEST(ApplyFixup, NeedsARecordOf1024Bytes) {
     byte_list record = support::record_builder(30).build();
     record.resize(1023);
     std::uint32_t kind = 99;
@@ -452,7 +455,7 @@ TEST(ApplyFixup, NeedsAKilobyte) {
     EXPECT_EQ(kind, record_kind::none);
 }
 
-TEST(ApplyFixup, WrongHeaderMakesAFileRecordUnknown) {
+TEST(ApplyFixup, InvalidHeaderMakesAFileRecordUnknown) {
     byte_list record = support::record_builder(30).usa_offset(42).build();
     std::uint32_t kind = 99;
     EXPECT_FALSE(apply_fixup(kind, record, 512));
@@ -465,7 +468,8 @@ TEST(ApplyFixup, StrideIsThatOfTheVolume) {
     image.put_text(0, "FILE").put(4, 48, 2).put(6, 9, 2).put(20, 72, 2);
     record = image.bytes();
     std::uint32_t kind = 0;
-    EXPECT_FALSE(apply_fixup(kind, record, 4096)) << "eight blocks of 4096 are more than it has";
+    EXPECT_FALSE(apply_fixup(kind, record, 4096))
+        << "eight blocks of 4096 bytes are larger than the record";
     record = image.put(6, 2, 2).bytes();
     EXPECT_TRUE(apply_fixup(kind, record, 4096));
     EXPECT_EQ(ql::le16(record, 4094), 0x1001);

@@ -1,4 +1,4 @@
-// A volume reader on an image that need not be a sound volume.
+// A volume reader on an image that need not be a valid volume.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 #include "support/byte_image.h"
 #include "support/temp_dir.h"
 
-// Not validated yet.
+// The constructor does not validate the volume.
 class image_volume {
     support::temp_dir m_dir;
 

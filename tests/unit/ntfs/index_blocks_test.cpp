@@ -26,7 +26,7 @@ bool is_zero(const byte_list& bytes) {
     return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t b) { return b == 0; });
 }
 
-// A reader with the geometry given over bytes that are not a volume.
+// A reader with the given geometry over bytes that are not a volume.
 class block_source {
 public:
     block_source(const byte_image& image, std::int32_t cluster_size)
@@ -46,7 +46,7 @@ public:
     byte_list image_bytes;
 };
 
-// The blocks as they are described: all runs into one buffer, cluster by cluster, without holes.
+// A simple model: reads all runs except holes into one buffer, cluster by cluster, and splits it.
 block_map model(const byte_list& image, const data_run_list& runs, std::uint64_t cluster) {
     const std::uint64_t parts = cluster < block_size ? block_size / cluster : 0;
     const std::uint64_t per_cluster = cluster / block_size;
@@ -113,7 +113,7 @@ block_map streamed(CNtfs& ntfs, const data_run_list& runs) {
     return blocks;
 }
 
-// 40 blocks, some of zeros, some of an index, some of other bytes; the last one is not whole.
+// 40 blocks: zeros, index blocks or other bytes. The last one is incomplete.
 byte_image test_image(std::mt19937& random) {
     byte_image image(39 * block_size + 700);
     for (std::uint64_t i = 0; i < 40; ++i) {
@@ -148,7 +148,7 @@ TEST(IndexBlockStream, ReadsTheBlocksOfRandomRuns) {
     }
 }
 
-TEST(IndexBlockStream, StatesBlocksUpTo32Bits) {
+TEST(IndexBlockStream, LimitsTheNumberOfBlocksTo32Bits) {
     std::mt19937 random(2);
     block_source source(test_image(random), 65536);
     const data_run_list one{{0, 0, 0, 0xFFFFFFFF}};
@@ -162,7 +162,7 @@ TEST(IndexBlockStream, StatesBlocksUpTo32Bits) {
     EXPECT_EQ(index_block_stream(source.ntfs(), one, 0).num_blocks(), 0u);
 }
 
-// Runs that name the same clusters again and again are followed for a while only.
+// Runs that contain the same clusters repeatedly are not read to their end.
 TEST(IndexBlockStream, EndsAfterManyReadsOfTheSource) {
     std::mt19937 random(3);
     block_source source(test_image(random), 4096);
@@ -174,11 +174,11 @@ TEST(IndexBlockStream, EndsAfterManyReadsOfTheSource) {
     while (stream.next())
         ++blocks;
     const std::uint64_t most = source.ntfs().m_disk->most_walked_bytes() / block_size;
-    EXPECT_GE(blocks, most / 2) << "blocks of zeros may be passed over";
+    EXPECT_GE(blocks, most / 2) << "blocks of zeros may be skipped";
     EXPECT_LE(blocks, most + 1);
 }
 
-TEST(IndexBlockWindow, ShowsABlockAndTheTwoAfterIt) {
+TEST(IndexBlockWindow, ReturnsABlockAndTheTwoAfterIt) {
     byte_image image(6 * block_size);
     for (std::uint64_t i = 0; i < 6; ++i) {
         if (i != 3) image.fill(i * block_size, block_size, static_cast<std::uint8_t>(i + 1));

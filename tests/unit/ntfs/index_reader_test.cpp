@@ -49,7 +49,7 @@ support::bytes with_end(const std::vector<index_entry>& entries) {
     return content;
 }
 
-// A node: its header, then `content`, with `index_length` the header and what it heads.
+// Returns a node: its header, then `content`. `index_length` includes the header.
 support::bytes node(const support::bytes& content) {
     support::bytes bytes(node_header_size);
     put(bytes, 0, node_header_size, 4);
@@ -72,7 +72,7 @@ TEST(IndexNode, EntriesUpToTheLastOneAreCollected) {
         ElementsAre(64, 66, 70));
 }
 
-TEST(IndexNode, EntryCountsOnceAndWithoutItsSequence) {
+TEST(IndexNode, EntryNumberHasNoSequenceNumber) {
     index_entry other = entry_of_file(70, u"LONGNA~1");
     other.reference = file_reference(70, 0xFFFF);
     EXPECT_THAT(collected(node(with_end({entry_of_file(70), other}))), ElementsAre(70));
@@ -84,7 +84,7 @@ TEST(IndexNode, NumberOfAnEntryHas48Bits) {
                 ElementsAre(0xFEDCBA987654));
 }
 
-TEST(IndexNode, EntryZeroWithASequenceCounts) {
+TEST(IndexNode, EntryZeroWithASequenceNumberIsCollected) {
     EXPECT_THAT(collected(node(with_end({{.reference = file_reference(0, 1),
                                           .key = support::file_name_value(5, u"$MFT")}}))),
                 ElementsAre(0));
@@ -137,7 +137,7 @@ TEST(IndexNode, LengthIsOneTo4096) {
     EXPECT_THAT(collected({}, false, false), IsEmpty());
 }
 
-TEST(IndexNode, EntriesOffsetCountsFromTheNodeHeader) {
+TEST(IndexNode, EntriesOffsetIsFromTheNodeHeader) {
     support::bytes bytes = node(with_end({entry_of_file(70), entry_of_file(71)}));
     const std::size_t first_size = ql::le16(bytes, 16 + 8);
     put(bytes, 0, 16 + first_size, 4);
@@ -169,7 +169,7 @@ TEST(IndexNode, SizesAboveTheIndexLengthEndTheWalk) {
     }
 }
 
-TEST(IndexNode, EntryBelowItsKeyIsTakenWithSlack) {
+TEST(IndexNode, EntrySmallerThanItsKeyIsCollectedWithSlack) {
     support::bytes bytes = node(with_end({entry_of_file(70), entry_of_file(71)}));
     put(bytes, 16 + 10, ql::le16(bytes, 16 + 8) + 1u, 2);
     EXPECT_THAT(collected(bytes), IsEmpty());
@@ -202,17 +202,17 @@ TEST(IndexNode, FirstEntryMayHaveAnySize) {
         std::copy(second.begin(), second.end(), bytes.begin() + 16 + size);
         EXPECT_THAT(collected(bytes), SizeIs(2));
     }
-    // Of size 0 it is taken, if its key has none, and then ends the walk.
+    // An entry of size 0 with a key of size 0 is collected, and ends the walk.
     support::bytes bytes = node(with_end({entry_of_file(70), entry_of_file(71)}));
     put(bytes, 16 + 8, 0, 4);
     EXPECT_THAT(collected(bytes), ElementsAre(70));
 }
 
-TEST(IndexNode, WalkEndsWhenTheLengthIsUsedUp) {
+TEST(IndexNode, WalkEndsAtTheEndOfTheLength) {
     support::bytes bytes =
         node(with_end({entry_of_file(70), entry_of_file(71), entry_of_file(72)}));
     const std::uint32_t size = ql::le16(bytes, 16 + 8);
-    // The length counts the header, too, but each entry is taken off the whole of it.
+    // The length includes the header, but only the sizes of the entries are subtracted from it.
     put(bytes, 4, 2 * size, 4);
     EXPECT_THAT(collected(bytes), ElementsAre(70, 71));
     put(bytes, 4, 2 * size + 1, 4);
@@ -221,7 +221,7 @@ TEST(IndexNode, WalkEndsWhenTheLengthIsUsedUp) {
     EXPECT_THAT(collected(bytes), ElementsAre(70, 71));
 }
 
-TEST(IndexNode, EveryPrefixGivesNoMoreThanTheWhole) {
+TEST(IndexNode, EveryPrefixHasNoAdditionalEntries) {
     const support::bytes whole = node(with_end({entry_of_file(70), entry_of_file(71)}));
     for (std::size_t size = 0; size <= whole.size(); ++size) {
         SCOPED_TRACE(size);
@@ -234,7 +234,7 @@ TEST(IndexNode, EveryPrefixGivesNoMoreThanTheWhole) {
     }
 }
 
-TEST(IndexNode, NewEntriesFollowThoseThatAreThere) {
+TEST(IndexNode, EntriesAreAppended) {
     std::vector<std::uint64_t> children = {5, 100};
     EXPECT_TRUE(collect_entries(
         children, node(with_end({entry_of_file(70), entry_of_file(64), entry_of_file(70)})),
@@ -260,7 +260,7 @@ support::bytes block_with(std::uint64_t number, const index_block_options& optio
     return index_block(with_end({entry_of_file(number)}), options);
 }
 
-// The block as it is in memory: the last words of its sectors put back.
+// Returns the block with the last words of its sectors restored.
 support::bytes plain_block_with(std::uint64_t number, std::uint16_t check_value = 1) {
     support::bytes block = block_with(number, {.check_value = check_value});
     for (std::size_t sector = 1; sector <= 8; ++sector) {
@@ -291,7 +291,7 @@ blocks_read read_blocks(open_volume& volume, const data_run_list& runs,
     return out;
 }
 
-TEST(IndexBlocks, BlocksOfAnyClusterSizeAreReadWithTheirFixupsUndone) {
+TEST(IndexBlocks, BlocksOfAnyClusterSizeAreReadAndFixedUp) {
     for (const std::uint32_t cluster : {512u, 1024u, 2048u, 4096u, 8192u, 65536u}) {
         SCOPED_TRACE(cluster);
         ntfs_image image({.cluster = cluster});
@@ -308,7 +308,7 @@ TEST(IndexBlocks, BlocksOfAnyClusterSizeAreReadWithTheirFixupsUndone) {
     }
 }
 
-TEST(IndexBlocks, RangeOfBlocksCanBeAskedFor) {
+TEST(IndexBlocks, RangeOfBlocksCanBeRead) {
     for (const std::uint32_t cluster : {1024u, 4096u, 8192u}) {
         SCOPED_TRACE(cluster);
         ntfs_image image({.cluster = cluster});
@@ -337,12 +337,12 @@ TEST(IndexBlocks, EmptyAndSparseListsFail) {
     EXPECT_THAT(read_blocks(volume, {}).bytes, IsEmpty());
 }
 
-TEST(IndexBlocks, ListThatClaimsMoreThanTheSourceHoldsFails) {
+TEST(IndexBlocks, ListLargerThanTheSourceFails) {
     open_volume volume{ntfs_image()};
     EXPECT_FALSE(read_blocks(volume, runs_of({{8, 0xFFFFFFFF}})).result);
 }
 
-TEST(IndexBlocks, SparseRunsTakeNoRoom) {
+TEST(IndexBlocks, SparseRunsAreSkipped) {
     ntfs_image image;
     const std::uint64_t lcn = image.alloc(2);
     image.write_clusters(lcn, joined({block_with(70), block_with(71)}));
@@ -352,17 +352,17 @@ TEST(IndexBlocks, SparseRunsTakeNoRoom) {
     EXPECT_EQ(blocks.bytes, joined({plain_block_with(70), plain_block_with(71)}));
 }
 
-TEST(IndexBlocks, FailedClusterDropsTheRestOfItsRunAndLaterOnesMoveUp) {
+TEST(IndexBlocks, UnreadableClusterEndsItsRunWithoutAGap) {
     ntfs_image image({.cluster = 1024});
     const std::uint64_t lcn = image.alloc(8);
     image.write_clusters(lcn, joined({block_with(70), block_with(71)}));
     open_volume volume(image);
-    // A cluster behind the image, then the eight good ones: 10 clusters are two blocks.
+    // Two clusters past the image, then the eight readable ones: 10 clusters are two blocks.
     const blocks_read blocks = read_blocks(volume, runs_of({{1000000, 2}, {lcn, 8}}));
     ASSERT_TRUE(blocks.result);
     EXPECT_EQ(blocks.bytes, joined({plain_block_with(70), plain_block_with(71)}));
 
-    // Half a block in front: the parts come together in another way.
+    // With half a block first, the blocks consist of other clusters.
     const blocks_read shifted = read_blocks(volume, runs_of({{lcn, 2}, {1000000, 2}, {lcn, 8}}));
     ASSERT_TRUE(shifted.result);
     EXPECT_THAT(shifted.bytes, SizeIs(3 * 4096));
@@ -370,7 +370,7 @@ TEST(IndexBlocks, FailedClusterDropsTheRestOfItsRunAndLaterOnesMoveUp) {
     EXPECT_TRUE(std::equal(raw.begin(), raw.begin() + 510, shifted.bytes.begin() + 2048));
 }
 
-TEST(IndexBlocks, BlockThatIsNeverCompleteKeepsItsFixups) {
+TEST(IndexBlocks, IncompleteBlockIsNotFixedUp) {
     ntfs_image image({.cluster = 1024});
     const std::uint64_t lcn = image.alloc(4);
     image.write_clusters(lcn, block_with(70));
@@ -393,7 +393,7 @@ TEST(IndexBlocks, TrailingPartOfABlockIsNotRead) {
     EXPECT_FALSE(read_blocks(volume, runs_of({{lcn, 3}})).result);
 }
 
-TEST(IndexBlocks, LargeClusterCutByTheEndOfTheImageGivesWhatIsThere) {
+TEST(IndexBlocks, TruncatedLargeClusterIsReadToItsEnd) {
     ntfs_image image({.cluster = 16384});
     const std::uint64_t lcn = image.alloc(1);
     image.write_clusters(lcn,
@@ -409,7 +409,7 @@ TEST(IndexBlocks, LargeClusterCutByTheEndOfTheImageGivesWhatIsThere) {
 }
 
 TEST(IndexBlocks, ClustersThatDoNotDivideABlock) {
-    // 1536-byte clusters: two make a block, which stands at a multiple of 4096.
+    // 1536-byte clusters: a block is two clusters, and starts at a multiple of 4096.
     ntfs_image image;
     const std::uint64_t lcn = image.alloc(8);
     support::bytes content = support::pattern(32768);
@@ -431,7 +431,7 @@ TEST(IndexBlocks, ClustersThatDoNotDivideABlock) {
         }
     }
 
-    // 6144-byte clusters hold one block each; the rest of a cluster is not looked at.
+    // 6144-byte clusters contain one block each; the rest of a cluster is ignored.
     volume.ntfs.m_cluster_size = 6144;
     const std::uint64_t large_first = (lcn * 4096 + 6143) / 6144;
     const std::uint64_t large_skipped = large_first * 6144 - lcn * 4096;
@@ -483,10 +483,10 @@ TEST(IndexBlocks, FixupsFollowTheBytesPerSector) {
     }
 }
 
-TEST(IndexBlocks, WordsBehindTheBlockAreZero) {
+TEST(IndexBlocks, WordsPastTheBlockAreZero) {
     ntfs_image image;
     support::bytes block = block_with(70, {.fixups = false});
-    put(block, 4, 4096 - 4, 2);  // the array: the check value and word 1; then the block ends
+    put(block, 4, 4096 - 4, 2);  // only the check value and word 1 are inside the block
     put(block, 6, 9, 2);
     put(block, 4094, 0x7777, 2);
     const support::cluster_runs runs = image.store(joined({block, support::bytes(4096, 0xAA)}));
@@ -499,7 +499,7 @@ TEST(IndexBlocks, WordsBehindTheBlockAreZero) {
     }
 }
 
-TEST(IndexBlocks, OtherBlocksAreNotFixed) {
+TEST(IndexBlocks, OtherBlocksAreNotFixedUp) {
     ntfs_image image;
     support::bytes block = block_with(70);
     block[0] = 'X';
@@ -517,7 +517,7 @@ entry_set children_of(open_volume& volume, std::uint64_t inode, bool expected = 
     return children;
 }
 
-// A directory 64 with `count` files from 100 on.
+// A directory 64 with `count` files, starting at entry 100.
 void fill_directory(ntfs_image& image, std::size_t count) {
     image.directory(5, u"dir", 64);
     for (std::size_t i = 0; i < count; ++i) {
@@ -556,7 +556,7 @@ TEST(DirectoryIndex, RootDirectoryListsItself) {
     EXPECT_THAT(children_of(volume, 5), ElementsAre(5, 100));
 }
 
-TEST(DirectoryIndex, LargeDirectoryIsReadWhateverTheClusterSize) {
+TEST(DirectoryIndex, LargeDirectoryIsReadWithAnyClusterSize) {
     for (const std::uint32_t cluster : {512u, 2048u, 4096u, 65536u}) {
         for (const bool fragmented : {false, true}) {
             SCOPED_TRACE(testing::Message() << cluster << " " << fragmented);
@@ -569,7 +569,7 @@ TEST(DirectoryIndex, LargeDirectoryIsReadWhateverTheClusterSize) {
     }
 }
 
-TEST(DirectoryIndex, ChildrenJoinThoseOfTheSet) {
+TEST(DirectoryIndex, ChildrenAreAddedToTheSet) {
     ntfs_image image;
     fill_directory(image, 1);
     open_volume volume(image);
@@ -593,7 +593,7 @@ TEST(DirectoryIndex, UnreadableEntryHasNoIndex) {
     EXPECT_FALSE(closed.get_children(5, children, false));
 }
 
-TEST(DirectoryIndex, ExtensionRecordAnswersForItsBase) {
+TEST(DirectoryIndex, ExtensionRecordReturnsTheIndexOfItsBase) {
     ntfs_image image;
     fill_directory(image, 2);
     image.entry(90).base(image.entry(64).reference()).data("x");
@@ -604,7 +604,7 @@ TEST(DirectoryIndex, ExtensionRecordAnswersForItsBase) {
 }
 
 TEST(DirectoryIndex, BaseMayBeEntryZero) {
-    // $MFT has no index, so the one that stands in the record itself is not taken.
+    // $MFT has no index, and the index in the record itself is ignored.
     ntfs_image image;
     image.entry(90)
         .base(file_reference(0, 1))
@@ -614,7 +614,7 @@ TEST(DirectoryIndex, BaseMayBeEntryZero) {
     EXPECT_THAT(children_of(volume, 90, false), IsEmpty());
 }
 
-TEST(DirectoryIndex, RingOfBaseReferencesHasNoAnswer) {
+TEST(DirectoryIndex, CycleOfBaseReferencesFails) {
     ntfs_image image;
     image.entry(90).base(file_reference(91, 1));
     image.entry(91).base(file_reference(92, 1));
@@ -625,7 +625,7 @@ TEST(DirectoryIndex, RingOfBaseReferencesHasNoAnswer) {
     EXPECT_THAT(children_of(volume, 93, false), IsEmpty());
 }
 
-TEST(DirectoryIndex, RootOfAnotherTypeGivesNothing) {
+TEST(DirectoryIndex, RootOfAnotherTypeIsIgnored) {
     const struct {
         const char* name;
         std::size_t at;
@@ -656,7 +656,7 @@ TEST(DirectoryIndex, LengthOfTheRootsNodeDecidesTheResult) {
     }
 }
 
-TEST(DirectoryIndex, LengthOfTheRootsValueIsNotLookedAt) {
+TEST(DirectoryIndex, LengthOfTheRootsValueIsIgnored) {
     constexpr std::size_t value_length_at = 16;
     ntfs_image image;
     image.entry(65)
@@ -697,7 +697,7 @@ TEST(DirectoryIndex, BlocksThatTheBitmapMarksFreeAreRead) {
     EXPECT_EQ(children_of(volume, 64), numbers(100, 60));
 }
 
-TEST(DirectoryIndex, EntriesBehindTheLastOneAreNotTaken) {
+TEST(DirectoryIndex, EntriesAfterTheLastOneAreIgnored) {
     ntfs_image image;
     fill_directory(image, 2);
     image.index(64).add_stale(entry_of_file(500, u"gone"));
@@ -705,14 +705,14 @@ TEST(DirectoryIndex, EntriesBehindTheLastOneAreNotTaken) {
     EXPECT_EQ(children_of(volume, 64), numbers(100, 2));
 }
 
-TEST(DirectoryIndex, DamagedEntryLosesTheRestOfItsBlockOnly) {
+TEST(DirectoryIndex, DamagedEntryHidesOnlyTheRestOfItsBlock) {
     ntfs_image image;
     fill_directory(image, 40);
     image.index(64).in_blocks().entries_per_block(20);
     open_volume sound(image);
     const std::size_t all = children_of(sound, 64).size();
     ASSERT_EQ(all, 40u);
-    // The second entry of the first block claims 769 bytes.
+    // The second entry of the first block has a size of 769 bytes.
     const support::bytes key = support::file_name_value(64, u"file aa");
     const std::size_t entry_size = (16 + key.size() + 7) / 8 * 8;
     const std::size_t first_entry = 24 + 40;
@@ -724,8 +724,8 @@ TEST(DirectoryIndex, DamagedEntryLosesTheRestOfItsBlockOnly) {
     EXPECT_EQ(rest.count(101), 0u);
 }
 
-TEST(DirectoryIndex, AllocationDecidesTheResult) {
-    // The root has entries, but the allocation can't be read: false, with the root's entries.
+TEST(DirectoryIndex, ResultIsThatOfTheAllocation) {
+    // The allocation cannot be read, so the result is false, but the root's entries are added.
     ntfs_image image;
     image.directory(5, u"dir", 64);
     image.entry(65).flags(3).standard_information().resident(
@@ -736,7 +736,7 @@ TEST(DirectoryIndex, AllocationDecidesTheResult) {
     EXPECT_THAT(children_of(volume, 65, false), ElementsAre(70));
 }
 
-TEST(DirectoryIndex, AllocationMakesUpForABadRoot) {
+TEST(DirectoryIndex, AllocationIsReadDespiteABadRoot) {
     ntfs_image image;
     fill_directory(image, 60);
     image.index(64).in_blocks().put_in_root(0, 0, 4);
@@ -755,7 +755,7 @@ TEST(DirectoryIndex, AllocationWithoutInitializedBytesFails) {
 
 TEST(DirectoryIndex, EntriesOffsetOfABlockMayPointIntoTheNext) {
     ntfs_image image;
-    // The next block alone would be skipped.
+    // By itself, the next block would be skipped.
     const support::cluster_runs runs =
         image.store(joined({block_with(70, {.entries_offset = 4096 + 40, .used = 4000}),
                             block_with(71, {.keyword = "XXXX"})}));
@@ -764,12 +764,12 @@ TEST(DirectoryIndex, EntriesOffsetOfABlockMayPointIntoTheNext) {
     EXPECT_THAT(children_of(volume, 65), ElementsAre(71));
 }
 
-TEST(DirectoryIndex, OnlyAttributesNamedI30Count) {
+TEST(DirectoryIndex, OnlyAttributesNamedI30AreUsed) {
     const struct {
         const char* name;
         std::u16string attribute;
         bool found;
-    } cases[] = {{"its name", u"$I30", true},
+    } cases[] = {{"$I30", u"$I30", true},
                  {"none", u"", false},
                  {"other", u"$I31", false},
                  {"longer", u"$I300", false},
@@ -785,7 +785,7 @@ TEST(DirectoryIndex, OnlyAttributesNamedI30Count) {
     }
 }
 
-TEST(DirectoryIndex, AllocationOfAnotherNameIsNoPartOfIt) {
+TEST(DirectoryIndex, AllocationWithAnotherNameIsIgnored) {
     ntfs_image image;
     image.entry(65)
         .resident(support::type::index_root, u"$I30",
@@ -795,14 +795,14 @@ TEST(DirectoryIndex, AllocationOfAnotherNameIsNoPartOfIt) {
     EXPECT_THAT(children_of(volume, 65), ElementsAre(70));
 }
 
-TEST(DirectoryIndex, NameMustLieInsideItsAttribute) {
+TEST(DirectoryIndex, NameMustBeInsideItsAttribute) {
     ntfs_image image;
     image.entry(65).resident(support::type::index_root, u"$I30",
                              index_root_value(with_end({entry_of_file(70)})));
     const std::size_t at = image.entry(65).attribute_offset(support::type::index_root, u"$I30");
     const support::bytes record = image.entry(65).build_before_fixup();
     const std::uint32_t length = ql::le32(record, at + 4);
-    // The name again, across and behind the end of the attribute.
+    // The name is repeated across and past the end of the attribute.
     const support::bytes name = support::as_bytes(u"$I30");
     for (const std::uint32_t offset : {length - 8, length - 7}) {
         SCOPED_TRACE(offset);
@@ -817,7 +817,7 @@ TEST(DirectoryIndex, NameMustLieInsideItsAttribute) {
     }
 }
 
-TEST(DirectoryIndex, AttributeMayClaimTheLengthOfARecordAtMost) {
+TEST(DirectoryIndex, AttributeMayHaveAtMostTheLengthOfARecord) {
     for (const std::uint32_t length : {1024u, 1025u}) {
         SCOPED_TRACE(length);
         ntfs_image image;
@@ -827,13 +827,13 @@ TEST(DirectoryIndex, AttributeMayClaimTheLengthOfARecordAtMost) {
         image.entry(65).put_before_fixup(at + 4, length, 4);
         open_volume volume(image);
         EXPECT_THAT(children_of(volume, 65, length == 1024), SizeIs(length == 1024 ? 1 : 0));
-        // The first record states the length that counts, not the boot sector.
+        // The record size is that of record 0, not of the boot sector.
         volume.ntfs.m_mft_record_size = 2048;
         EXPECT_THAT(children_of(volume, 65, length == 1024), SizeIs(length == 1024 ? 1 : 0));
     }
 }
 
-TEST(DirectoryIndex, LastAttributeOfATypeCounts) {
+TEST(DirectoryIndex, LastAttributeOfATypeIsUsed) {
     ntfs_image image;
     image.entry(65).resident(support::type::index_root, u"$I30",
                              index_root_value(with_end({entry_of_file(70)})));
@@ -843,7 +843,7 @@ TEST(DirectoryIndex, LastAttributeOfATypeCounts) {
     EXPECT_THAT(children_of(volume, 65), ElementsAre(71));
 }
 
-TEST(DirectoryIndex, LastAllocationCounts) {
+TEST(DirectoryIndex, LastAllocationIsUsed) {
     ntfs_image image;
     image.entry(65)
         .nonresident(support::type::index_allocation, u"$I30", image.store(block_with(70)))
@@ -852,7 +852,7 @@ TEST(DirectoryIndex, LastAllocationCounts) {
     EXPECT_THAT(children_of(volume, 65), ElementsAre(71));
 }
 
-TEST(DirectoryIndex, SlackIsNotAskedForThroughAnExtensionRecord) {
+TEST(DirectoryIndex, SlackIsNotReadThroughAnExtensionRecord) {
     ntfs_image image;
     fill_directory(image, 2);
     image.index(64).add_stale(entry_of_file(500, u"gone"));
@@ -868,7 +868,7 @@ TEST(DirectoryIndex, SlackIsNotAskedForThroughAnExtensionRecord) {
 
 // --- indexes in extension records ---
 
-// A directory 64 whose index attributes stand in other records.
+// A directory 64 whose index attributes are in other records.
 struct listed_index {
     ntfs_image image;
     support::bytes far_block = block_with(71);
@@ -904,7 +904,7 @@ TEST(DirectoryIndex, RootAndAllocationAreFoundThroughTheList) {
     EXPECT_THAT(children_of(volume, 64), ElementsAre(70, 71));
 }
 
-TEST(DirectoryIndex, ExtensionThatHoldsAPartAnswersForItsBase) {
+TEST(DirectoryIndex, ExtensionWithAPartReturnsTheIndexOfItsBase) {
     listed_index directory;
     directory.image.entry(64).attribute_list(
         {listed_index::root(65), listed_index::allocation(66)});
@@ -913,7 +913,7 @@ TEST(DirectoryIndex, ExtensionThatHoldsAPartAnswersForItsBase) {
     EXPECT_THAT(children_of(volume, 66), ElementsAre(70, 71));
 }
 
-TEST(DirectoryIndex, LastListCounts) {
+TEST(DirectoryIndex, LastListIsUsed) {
     listed_index directory;
     directory.image.entry(64)
         .attribute_list({listed_index::root(65)})
@@ -932,12 +932,12 @@ TEST(DirectoryIndex, ListInTheRecordEndsWithItsValue) {
             .attribute_list({listed_index::root(65), listed_index::allocation(66)})
             .edit(value_length_at, length, 4);
         open_volume volume(directory.image);
-        // A single byte of the next entry is enough for it to be taken.
+        // The next entry is used if one byte of it is inside the list.
         EXPECT_THAT(children_of(volume, 64), SizeIs(length == first ? 1 : 2));
     }
 }
 
-TEST(DirectoryIndex, LastListedPartThatIsFollowedDecidesTheResult) {
+TEST(DirectoryIndex, ResultIsThatOfTheLastListedPartThatIsRead) {
     const struct {
         const char* name;
         bool root_in_base;
@@ -946,7 +946,7 @@ TEST(DirectoryIndex, LastListedPartThatIsFollowedDecidesTheResult) {
         bool result;
         std::vector<std::uint64_t> children;
     } cases[] = {
-        {"bad allocation beside a root", true, 0x30, 0, false, {80}},
+        {"bad allocation with a root in the record", true, 0x30, 0, false, {80}},
         {"bad allocation, then a root", false, 0x30, 0, true, {70}},
         {"allocation, then a bad root", false, 0, 4096, false, {71}},
     };
@@ -988,7 +988,7 @@ TEST(DirectoryIndex, BuilderLayoutWithPartsInExtensionsIsRead) {
     EXPECT_EQ(children_of(volume, 64), numbers(100, 60));
 }
 
-TEST(DirectoryIndex, ListInClustersIsReadAsWell) {
+TEST(DirectoryIndex, NonResidentListIsRead) {
     listed_index directory;
     const support::bytes list =
         support::attribute_list_value({listed_index::root(65), listed_index::allocation(66)});
@@ -998,7 +998,7 @@ TEST(DirectoryIndex, ListInClustersIsReadAsWell) {
     EXPECT_THAT(children_of(volume, 64), ElementsAre(70, 71));
 }
 
-TEST(DirectoryIndex, ListInClustersIsReadBeyondItsRealSize) {
+TEST(DirectoryIndex, NonResidentListIsReadPastItsRealSize) {
     listed_index directory;
     const support::bytes list = support::attribute_list_value({listed_index::root(65)});
     const support::cluster_runs runs = directory.image.store(list);
@@ -1007,8 +1007,8 @@ TEST(DirectoryIndex, ListInClustersIsReadBeyondItsRealSize) {
     EXPECT_THAT(children_of(volume, 64), ElementsAre(70));
 }
 
-TEST(DirectoryIndex, HolesOfAListInClustersAreZeros) {
-    // An entry of 8192 bytes, one cluster of it stored and one a hole, then that of the root.
+TEST(DirectoryIndex, HolesOfANonResidentListAreZeros) {
+    // An entry of 8192 bytes, half stored and half in a hole, then the entry of the root.
     listed_index directory;
     const support::bytes list = support::attribute_list_value(
         {{.type = support::type::data, .length = std::uint16_t{8192}}, listed_index::root(65)});
@@ -1020,7 +1020,7 @@ TEST(DirectoryIndex, HolesOfAListInClustersAreZeros) {
     EXPECT_THAT(children_of(volume, 64), ElementsAre(70));
 }
 
-TEST(DirectoryIndex, ListWithANameIsAListAsWell) {
+TEST(DirectoryIndex, NamedListIsUsed) {
     listed_index directory;
     directory.image.entry(64).resident(support::type::attribute_list, u"$X",
                                        support::attribute_list_value({listed_index::root(65)}));
@@ -1028,14 +1028,14 @@ TEST(DirectoryIndex, ListWithANameIsAListAsWell) {
     EXPECT_THAT(children_of(volume, 64), ElementsAre(70));
 }
 
-TEST(DirectoryIndex, ListInClustersThatCantBeReadFails) {
+TEST(DirectoryIndex, UnreadableNonResidentListFails) {
     listed_index directory;
     directory.image.entry(64).attribute_list_runs({{1000000, 1}}, {.real = 32});
     open_volume volume(directory.image);
     EXPECT_THAT(children_of(volume, 64, false), IsEmpty());
 }
 
-TEST(DirectoryIndex, ListInAHoleOfAnySizeIsAnEmptyIndex) {
+TEST(DirectoryIndex, ListInAHoleIsAnEmptyIndex) {
     const struct {
         const char* name;
         support::cluster_runs runs;
@@ -1083,7 +1083,7 @@ TEST(DirectoryIndex, OnlyTheFirstListEntryOfATypeIsFollowed) {
     EXPECT_THAT(children_of(volume, 64), ElementsAre(70, 71));
 }
 
-TEST(DirectoryIndex, ListIsNotLookedAtBesideAnAllocation) {
+TEST(DirectoryIndex, ListIsIgnoredIfThereIsAnAllocation) {
     listed_index directory;
     const support::cluster_runs runs = directory.image.store(block_with(73));
     directory.image.entry(64)
@@ -1093,7 +1093,7 @@ TEST(DirectoryIndex, ListIsNotLookedAtBesideAnAllocation) {
     EXPECT_THAT(children_of(volume, 64), ElementsAre(73));
 }
 
-TEST(DirectoryIndex, ListedRootIsNotFollowedBesideARoot) {
+TEST(DirectoryIndex, ListedRootIsIgnoredIfThereIsARoot) {
     listed_index directory;
     directory.image.entry(64)
         .attribute_list({listed_index::root(65), listed_index::allocation(66)})
@@ -1103,7 +1103,7 @@ TEST(DirectoryIndex, ListedRootIsNotFollowedBesideARoot) {
     EXPECT_THAT(children_of(volume, 64), ElementsAre(71, 80));
 }
 
-TEST(DirectoryIndex, ListedPartsInTheOwnRecordAreNotFollowed) {
+TEST(DirectoryIndex, ListedPartsInTheOwnRecordAreIgnored) {
     listed_index directory;
     directory.image.entry(64).attribute_list(
         {listed_index::allocation(64), listed_index::root(65)});
@@ -1111,8 +1111,8 @@ TEST(DirectoryIndex, ListedPartsInTheOwnRecordAreNotFollowed) {
     EXPECT_THAT(children_of(volume, 64), ElementsAre(70));
 }
 
-TEST(DirectoryIndex, ListedRootInTheOwnRecordIsNotFollowedEvenIfItIsThere) {
-    // The name of the root passes the end of its attribute, so that only a search by list would
+TEST(DirectoryIndex, ListedRootInTheOwnRecordIsIgnoredEvenIfItExists) {
+    // The name of the root extends past the end of its attribute, so only a search by list could
     // find it.
     ntfs_image image;
     image.entry(64).flags(3).attribute_list({listed_index::root(64)});
@@ -1137,7 +1137,7 @@ TEST(DirectoryIndex, UnreadableListedRecordFails) {
     EXPECT_THAT(children_of(volume, 64, false), IsEmpty());
 }
 
-TEST(DirectoryIndex, ListedRecordWithoutThePartIsPassedOver) {
+TEST(DirectoryIndex, ListedRecordWithoutThePartIsSkipped) {
     listed_index directory;
     directory.image.entry(64).attribute_list(
         {listed_index::root(65), listed_index::allocation(65)});
@@ -1156,7 +1156,7 @@ TEST(DirectoryIndex, NamesInTheListAreComparedExactly) {
     }
 }
 
-TEST(DirectoryIndex, EveryDamagedByteOfADirectoryIsSurvived) {
+TEST(DirectoryIndex, NoDamagedByteOfADirectoryIsFatal) {
     listed_index directory;
     directory.image.entry(64).attribute_list(
         {listed_index::root(65), listed_index::allocation(66)});
@@ -1180,7 +1180,7 @@ TEST(DirectoryIndex, EveryDamagedByteOfADirectoryIsSurvived) {
     }
 }
 
-TEST(DirectoryIndex, SortedChildrenStandInOrderAndOnce) {
+TEST(DirectoryIndex, SortedChildrenHaveNoDuplicates) {
     ntfs_image image;
     image.directory(5, u"d", 64);
     image.file(64, u"c", 100);

@@ -1,4 +1,4 @@
-// Index blocks on sources that are damaged or layered: each cluster is read on its own terms.
+// Tests that index blocks are read cluster by cluster from damaged and layered sources.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,7 +24,7 @@ using support::vmdk_image;
 
 constexpr std::size_t cluster_size = 4096;
 
-// Clusters of content that is no index block, so that nothing is put back in it.
+// Returns clusters that are not index blocks, so that no update sequence is applied.
 support::bytes clusters(std::size_t count, std::uint32_t seed) {
     support::bytes content = support::pattern(count * cluster_size, seed);
     for (std::size_t at = 0; at < content.size(); at += cluster_size)
@@ -32,7 +32,7 @@ support::bytes clusters(std::size_t count, std::uint32_t seed) {
     return content;
 }
 
-// A volume whose clusters from `lcn` on hold `content`.
+// Returns a volume with `content` in its clusters from `lcn`.
 ntfs_image image_with(std::uint64_t lcn, const support::bytes& content) {
     ntfs_image image({.cluster = cluster_size, .clusters = 512});
     image.reserve(lcn, content.size() / cluster_size);
@@ -48,7 +48,7 @@ std::vector<std::uint8_t> read_all(CNtfs& ntfs, const data_run_list& runs) {
     return blocks;
 }
 
-// The numbers of the clusters in which `got` is not what is expected.
+// Returns the numbers of the clusters in which `got` differs from the expected content.
 std::vector<std::size_t> wrong_clusters(const std::vector<std::uint8_t>& got,
                                         const support::bytes& expected) {
     EXPECT_EQ(got.size(), expected.size());
@@ -69,11 +69,11 @@ void copy_clusters(const support::bytes& from, std::size_t first, std::size_t co
               to.begin() + static_cast<std::ptrdiff_t>(at * cluster_size));
 }
 
-// A medium with a bad spot: the memory of this process, which can be read as a file. One page of it
-// lies behind the end of an empty file and can't be read.
+// A source with a bad spot: the memory of this process, which can be read as a file. One page of it
+// is mapped past the end of an empty file and cannot be read.
 class bad_spot_medium {
 public:
-    // `bad` is the byte of the image at which the bad page begins.
+    // `bad` is the offset in the image at which the bad page starts.
     bad_spot_medium(const support::bytes& image, std::size_t bad) : m_size(image.size()) {
         m_start = static_cast<std::uint8_t*>(
             ::mmap(nullptr, m_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
@@ -87,7 +87,7 @@ public:
     bad_spot_medium(const bad_spot_medium&) = delete;
     bad_spot_medium& operator=(const bad_spot_medium&) = delete;
 
-    // Has an open volume read from here on.
+    // Makes an open volume read from this source.
     void replace_source(CNtfs& ntfs) const {
         const int memory = ::open("/proc/self/mem", O_RDONLY);
         ASSERT_NE(memory, -1);
@@ -104,7 +104,7 @@ private:
     std::size_t m_size = 0;
 };
 
-// The bad page begins on a multiple of 64 KiB, which is one of every page size.
+// The bad page starts at a multiple of 64 KiB, which is a multiple of each page size.
 constexpr std::uint64_t bad_lcn = 256;
 constexpr std::uint64_t first_lcn = bad_lcn - 2;
 constexpr std::size_t run_clusters = 40;
@@ -126,7 +126,7 @@ struct damaged_volume {
     data_run_list runs = {{first_lcn, 0, 0, run_clusters}, {second_lcn, run_clusters, 0, 1}};
 };
 
-TEST(IndexSources, BadClusterOfAFileDropsTheRestOfItsRun) {
+TEST(IndexSources, BadClusterOfAFileEndsItsRun) {
     damaged_volume damaged;
     ASSERT_TRUE(damaged.volume.opened);
     support::bytes expected((run_clusters + 1) * cluster_size);
@@ -149,8 +149,8 @@ TEST(IndexSources, BadClusterOfADriveIsZeroAndTheNextOnesAreRead) {
                 testing::IsEmpty());
 }
 
-// A grain of the base spans 16 clusters, one of the delta a single one.
-TEST(IndexSources, SmallGrainOfADeltaIsSeenInsideALargeOneOfItsBase) {
+// A grain of the base has 16 clusters, and a grain of the delta has one.
+TEST(IndexSources, SmallGrainOfADeltaIsReadInsideALargeGrainOfTheBase) {
     constexpr std::uint64_t lcn = 256;
     const support::bytes content = clusters(16, 1);
     const support::bytes changed = clusters(1, 2);

@@ -19,7 +19,7 @@ using support::ntfs_image;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// A saved image, asked for the paths of its entries.
+// A saved image, with the paths of its entries.
 class saved_volume {
 public:
     explicit saved_volume(const ntfs_image& image) : m_path(image.save(m_dir.file("volume.dd"))) {}
@@ -58,13 +58,13 @@ TEST(InodeToPath, FileAndDirectoryHaveTheirPathFromTheRoot) {
     EXPECT_THAT(volume.paths(64), ElementsAre(L"\\docs"));
 }
 
-TEST(InodeToPath, RootIsOnePath) {
+TEST(InodeToPath, RootHasOnePath) {
     const saved_volume volume(sample());
     EXPECT_THAT(volume.paths(5), ElementsAre(L"\\"));
     EXPECT_THAT(volume.paths(5, true, L"c:\\"), ElementsAre(L"c:\\"));
 }
 
-TEST(InodeToPath, PrefixStandsInFrontAsItIs) {
+TEST(InodeToPath, PrefixIsPrependedUnchanged) {
     const saved_volume volume(sample());
     EXPECT_THAT(volume.paths(66, true, L"c:\\"), ElementsAre(L"c:\\docs\\deep\\a.txt"));
     EXPECT_THAT(volume.paths(67, true, L"\\docs"), ElementsAre(L"\\docstop.txt"));
@@ -77,7 +77,7 @@ TEST(InodeToPath, PathsAreAppended) {
     EXPECT_THAT(paths, ElementsAre(L"first", L"\\top.txt"));
 }
 
-TEST(InodeToPath, HardLinksComeInTheOrderOfTheirParents) {
+TEST(InodeToPath, HardLinksAreSortedByParentEntry) {
     ntfs_image image = sample();
     image.link(66, 68, u"z.txt").link(66, 5, u"y.txt").link(66, 64, u"x.txt");
     const saved_volume volume(image);
@@ -85,7 +85,7 @@ TEST(InodeToPath, HardLinksComeInTheOrderOfTheirParents) {
                                               L"\\other\\z.txt"));
 }
 
-TEST(InodeToPath, Win32AndDosNameGiveOnePath) {
+TEST(InodeToPath, Win32AndDosNameHaveOnePath) {
     ntfs_image image = sample();
     image.file(64, u"Long name.txt", 70, {.space = support::win32});
     image.link(70, 64, u"LONGNA~1.TXT", {.space = support::dos});
@@ -93,7 +93,7 @@ TEST(InodeToPath, Win32AndDosNameGiveOnePath) {
     EXPECT_THAT(volume.paths(70), ElementsAre(L"\\docs\\Long name.txt"));
 }
 
-TEST(InodeToPath, DirectoryWithTwoNamesDoublesThePathsBelow) {
+TEST(InodeToPath, DirectoryWithTwoNamesDoublesThePathsBelowIt) {
     ntfs_image image = sample();
     image.link(64, 5, u"papers").link(65, 64, u"deeper");
     const saved_volume volume(image);
@@ -114,7 +114,7 @@ TEST(InodeToPath, EntryWithoutNameOrRecordHasNoPath) {
     EXPECT_THAT(volume.paths(0x1000000, false), IsEmpty());
 }
 
-TEST(InodeToPath, OrphanHasNoPathByItsLostParent) {
+TEST(InodeToPath, OrphanHasNoPathThroughItsLostParent) {
     ntfs_image image = sample();
     image.entry(70).standard_information().file_name(0x100000, u"lost");
     image.entry(71).standard_information().file_name(0x100000, u"lost").file_name(64, u"kept");
@@ -123,7 +123,7 @@ TEST(InodeToPath, OrphanHasNoPathByItsLostParent) {
     EXPECT_THAT(volume.paths(71), ElementsAre(L"\\docs\\kept"));
 }
 
-TEST(InodeToPath, DeletedAndReusedParentsTakePart) {
+TEST(InodeToPath, DeletedAndReusedParentsAreUsed) {
     ntfs_image image = sample();
     image.entry(64).flags(2);
     image.entry(70).flags(0).standard_information().file_name(
@@ -134,7 +134,7 @@ TEST(InodeToPath, DeletedAndReusedParentsTakePart) {
     EXPECT_THAT(volume.paths(71), ElementsAre(L"\\top.txt\\below a file"));
 }
 
-TEST(InodeToPath, EntryNamedAsItsParentLosesItsOwnSegment) {
+TEST(InodeToPath, EntryNamedLikeItsParentLosesItsOwnSegment) {
     ntfs_image image;
     image.directory(5, u"same", 64);
     image.file(64, u"same", 65);
@@ -148,10 +148,10 @@ TEST(InodeToPath, EntryNamedAsItsParentLosesItsOwnSegment) {
     EXPECT_THAT(volume.paths(66), ElementsAre(L"\\same\\Same"));
     EXPECT_THAT(volume.paths(68), ElementsAre(L"\\same\\deep"));
     EXPECT_THAT(volume.paths(69), ElementsAre(L"\\same\\deep\\deep\\file"));
-    EXPECT_THAT(volume.paths(70), ElementsAre(L"\\same\\deep\\same")) << "not its grandparent";
+    EXPECT_THAT(volume.paths(70), ElementsAre(L"\\same\\deep\\same")) << "unlike its grandparent";
 }
 
-TEST(InodeToPath, SegmentsOfADotAreLeftOut) {
+TEST(InodeToPath, DotSegmentsAreSkipped) {
     ntfs_image image;
     image.directory(5, u".", 64);
     image.file(64, u"a", 65);
@@ -162,7 +162,7 @@ TEST(InodeToPath, SegmentsOfADotAreLeftOut) {
     EXPECT_THAT(volume.paths(66), ElementsAre(L"\\a"));
 }
 
-TEST(InodeToPath, NamesInExtensionRecordsMakePaths) {
+TEST(InodeToPath, NamesInExtensionRecordsHavePaths) {
     ntfs_image image = sample();
     image.entry(71).base(file_reference(70, 1)).file_name(64, u"far").id(3);
     image.entry(70).standard_information().attribute_list(
@@ -178,7 +178,7 @@ TEST(InodeToPath, TrailingBackslashesOfANameAreRemoved) {
     EXPECT_THAT(volume.paths(64), ElementsAre(L"\\a"));
 }
 
-TEST(InodeToPath, PartialSegmentsOfTheCallerStandBehind) {
+TEST(InodeToPath, PartialSegmentsOfTheCallerAreAppended) {
     open_volume volume(sample());
     std::vector<std::wstring> paths;
     EXPECT_TRUE(volume.ntfs.get_paths_of_inode(64, {L"file", L"dir"}, paths));
@@ -196,7 +196,7 @@ TEST(InodeToPath, RecordsAboveTheStatedSizeAreRead) {
     EXPECT_TRUE(volume.ntfs.is_directory(65));
 }
 
-TEST(InodeToPathDeathTest, CycleOfParentsEndsWithTheStack) {
+TEST(InodeToPathDeathTest, CycleOfParentsOverflowsTheStack) {
     ntfs_image image;
     image.entry(64).standard_information().file_name(65, u"a");
     image.entry(65).standard_information().file_name(64, u"b");
@@ -213,7 +213,7 @@ TEST(InodeToPathDeathTest, CycleOfParentsEndsWithTheStack) {
     EXPECT_DEATH(follow(), "");
 }
 
-TEST(InodeToPath, SourceThatCantBeOpenedHasNoPaths) {
+TEST(InodeToPath, UnopenableSourceHasNoPaths) {
     const saved_volume volume(sample());
     std::vector<std::wstring> paths;
     EXPECT_FALSE(paths_for_entry({L"/no/such/file", 0}, 67, L"", paths));
@@ -222,7 +222,7 @@ TEST(InodeToPath, SourceThatCantBeOpenedHasNoPaths) {
     EXPECT_THAT(paths, IsEmpty());
 }
 
-TEST(InodeToPath, VolumeOffsetCounts) {
+TEST(InodeToPath, VolumeOffsetIsUsed) {
     support::temp_dir dir;
     support::byte_image disk;
     disk.put_image(0x7e00, sample().build());

@@ -17,7 +17,7 @@ using byte_list = std::vector<std::uint8_t>;
 
 std::string text_of(const byte_list& content) { return {content.begin(), content.end()}; }
 
-// One chunk expanded into a target of `plain_size` bytes '.'.
+// Expands one chunk into a target of `plain_size` bytes '.'.
 struct expanded_chunk {
     bool result = false;
     std::int32_t size = 0;
@@ -42,7 +42,7 @@ byte_list literals(const byte_list& plain) {
     return out;
 }
 
-// `plain` as literals, then one token.
+// Returns `plain` as literals, then one token.
 byte_list literals_and_token(const byte_list& plain, std::uint16_t token) {
     byte_list out = literals(plain);
     const std::size_t item = plain.size() % 8;
@@ -62,13 +62,13 @@ TEST(Lznt1Chunk, ExpandsItemsByTheFlagBits) {
     } cases[] = {
         // name, flags, items ...
         {"literals", {0x00, 'a', 'b', 'c'}, "abc"},
-        {"second flag byte behind eight items",
+        {"second flag byte after eight items",
          {0x00, 'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 0x00, 'i'},
          "abcdefghi"},
         {"displacement 1, length 10 repeats the last byte", {0x02, 'a', 0x07, 0x00}, "aaaaaaaaaaa"},
         {"displacement 2 repeats a pair", {0x04, 'a', 'b', 0x02, 0x10}, "abababa"},
         {"displacement 3, length 3", {0x08, 'a', 'b', 'c', 0x00, 0x20}, "abcabc"},
-        {"literal behind a copy", {0x02, 'a', 0x00, 0x00, 'z'}, "aaaaz"},
+        {"literal after a copy", {0x02, 'a', 0x00, 0x00, 'z'}, "aaaaz"},
         {"copy of a copy", {0x0A, 'a', 0x00, 0x00, 'b', 0x02, 0x40}, "aaaabaaaab"},
         {"flag byte alone", {0xFF}, ""},
     };
@@ -83,7 +83,7 @@ TEST(Lznt1Chunk, ExpandsItemsByTheFlagBits) {
     }
 }
 
-TEST(Lznt1Chunk, DisplacementTakesMoreBitsAsTheOutputGrows) {
+TEST(Lznt1Chunk, DisplacementHasMoreBitsAsTheOutputGrows) {
     const struct {
         std::size_t position;
         unsigned length_bits;
@@ -94,7 +94,7 @@ TEST(Lznt1Chunk, DisplacementTakesMoreBitsAsTheOutputGrows) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.position);
-        // As far back as possible, with length 4: the first four bytes once more.
+        // The largest displacement with length 4 repeats the first four bytes.
         const byte_list plain = support::pattern(c.position, 7);
         const auto token = static_cast<std::uint16_t>((c.position - 1) << c.length_bits | 1);
         const expanded_chunk chunk(literals_and_token(plain, token));
@@ -104,13 +104,14 @@ TEST(Lznt1Chunk, DisplacementTakesMoreBitsAsTheOutputGrows) {
             expected.push_back(expected[i]);
         EXPECT_TRUE(std::equal(expected.begin(), expected.end(), chunk.target.begin()));
         if (expected.size() < 4096 && c.position > 8) {
-            EXPECT_EQ(chunk.target[expected.size()], '.') << "nothing is written behind the copy";
+            EXPECT_EQ(chunk.target[expected.size()], '.') << "nothing is written after the copy";
         }
     }
 }
 
-TEST(Lznt1Chunk, LengthTakesTheBitsThatAreLeft) {
-    // 16 bytes are out: 12 bits of length. 17 bytes: 11 bits, and the next bit is displacement 2.
+TEST(Lznt1Chunk, LengthHasTheRemainingBits) {
+    // After 16 bytes of output, the length has 12 bits. After 17 bytes it has 11 bits, and the next
+    // bit is displacement 2.
     const expanded_chunk at_16(literals_and_token(byte_list(16, 'a'), 0x0FFF));
     EXPECT_EQ(at_16.head(4096), std::string(4096, 'a'));
     byte_list plain(17, 'a');
@@ -120,14 +121,14 @@ TEST(Lznt1Chunk, LengthTakesTheBitsThatAreLeft) {
     EXPECT_EQ(at_17.target[20], '.');
 }
 
-TEST(Lznt1Chunk, TokenInFrontOfTheOutputFails) {
+TEST(Lznt1Chunk, TokenBeforeTheOutputFails) {
     const struct {
         const char* name;
         byte_list source;
     } cases[] = {
         {"at the very start", {0x01, 0x00, 0x00}},
-        {"displacement 2 behind one byte", {0x02, 'a', 0x00, 0x10}},
-        {"displacement 32 behind 17 bytes", literals_and_token(byte_list(17, 'a'), 0xF800)},
+        {"displacement 2 after one byte", {0x02, 'a', 0x00, 0x10}},
+        {"displacement 32 after 17 bytes", literals_and_token(byte_list(17, 'a'), 0xF800)},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -137,7 +138,7 @@ TEST(Lznt1Chunk, TokenInFrontOfTheOutputFails) {
     }
 }
 
-TEST(Lznt1Chunk, CopyEndsWhereTheRoomEnds) {
+TEST(Lznt1Chunk, CopyEndsAtTheEndOfTheTarget) {
     byte_list target(12, '.');
     std::int32_t size = 10;
     const byte_list source{0x02, 'a', 0xFF, 0x0F, 'z'};
@@ -146,7 +147,7 @@ TEST(Lznt1Chunk, CopyEndsWhereTheRoomEnds) {
     EXPECT_EQ(text_of(target), std::string(10, 'a') + "..");
 }
 
-TEST(Lznt1Chunk, LiteralsEndWhereTheRoomEnds) {
+TEST(Lznt1Chunk, LiteralsEndAtTheEndOfTheTarget) {
     byte_list target(8, '.');
     std::int32_t size = 4;
     const byte_list source = literals(byte_list(12, 'a'));
@@ -154,12 +155,12 @@ TEST(Lznt1Chunk, LiteralsEndWhereTheRoomEnds) {
     EXPECT_EQ(text_of(target), "aaaa....");
 
     target.assign(12, '.');
-    size = 8;  // as many as one flag byte governs
+    size = 8;  // the items of one flag byte
     EXPECT_TRUE(lznt1_chunk(source, static_cast<std::int32_t>(source.size()), target, size, 8));
     EXPECT_EQ(text_of(target), "aaaaaaaa....");
 }
 
-TEST(Lznt1Chunk, TokenBehindTheLastLiteralThatFitsIsStillChecked) {
+TEST(Lznt1Chunk, TokenAfterTheLastLiteralThatFitsIsChecked) {
     const struct {
         std::uint16_t token;
         bool result;
@@ -177,7 +178,7 @@ TEST(Lznt1Chunk, TokenBehindTheLastLiteralThatFitsIsStillChecked) {
     }
 }
 
-TEST(Lznt1Chunk, RoomIsTheSmallerOfSizeAndTarget) {
+TEST(Lznt1Chunk, OutputIsLimitedBySizeAndTarget) {
     byte_list target(4, '.');
     std::int32_t size = 4096;
     const byte_list source{0x02, 'a', 0xFF, 0x0F};
@@ -186,7 +187,7 @@ TEST(Lznt1Chunk, RoomIsTheSmallerOfSizeAndTarget) {
     EXPECT_EQ(size, 4096);
 }
 
-TEST(Lznt1Chunk, OnlySourcesBelowNineBytesClearTheTarget) {
+TEST(Lznt1Chunk, OnlySourcesOfFewerThanNineBytesClearTheTarget) {
     const byte_list eight{0x00, 'a', 'b', 'c', 'd', 'e', 'f', 'g'};
     const expanded_chunk cleared(eight);
     EXPECT_EQ(cleared.head(8), std::string("abcdefg\0", 8));
@@ -206,18 +207,18 @@ TEST(Lznt1Chunk, OnlySourcesBelowNineBytesClearTheTarget) {
     EXPECT_EQ(size, 0);
 }
 
-TEST(Lznt1Chunk, SecondByteOfALastTokenStandsBehindTheChunk) {
-    // The chunk ends inside the token; the byte behind it makes the displacement 2.
+TEST(Lznt1Chunk, SecondByteOfALastTokenIsAfterTheChunk) {
+    // The chunk ends inside the token, and with the byte after it the displacement is 2.
     const expanded_chunk followed(byte_list{0x04, 'a', 'b', 0x00, 0x10, 'z'}, 4, 4096);
     EXPECT_TRUE(followed.result);
     EXPECT_EQ(followed.head(5), "ababa");
     EXPECT_EQ(followed.target[5], 0);
-    // Nothing follows: the byte is zero, and the displacement 1.
+    // If nothing follows, the byte is zero and the displacement is 1.
     const expanded_chunk cut(byte_list{0x04, 'a', 'b', 0x00}, 4, 4096);
     EXPECT_EQ(cut.head(5), "abbbb");
 }
 
-TEST(Lznt1Chunk, RefusesWhatItCanNotWorkOn) {
+TEST(Lznt1Chunk, RejectsInvalidArguments) {
     const byte_list source{0x00, 'a'};
     byte_list target(20000, '.');
     std::int32_t size = 4096;
@@ -235,8 +236,9 @@ TEST(Lznt1Chunk, RefusesWhatItCanNotWorkOn) {
     EXPECT_EQ(target[16384], '.');
 }
 
-TEST(Lznt1Chunk, EveryPrefixOfAChunkGivesAPrefixOfItsText) {
-    // "aaaaaaaaaaa", then literals, behind enough bytes that no prefix in question is cleared.
+TEST(Lznt1Chunk, EveryPrefixOfAChunkHasAPrefixOfItsText) {
+    // "aaaaaaaaaaa", then literals. Each tested prefix has enough bytes that the target is not
+    // cleared.
     byte_list source{0x00, '1', '2', '3', '4', '5', '6', '7', '8', 0x02, 'a', 0x07, 0x00, 'b', 'c'};
     const std::string whole = "12345678aaaaaaaaaaabc";
     ASSERT_EQ(expanded_chunk(source).head(whole.size()), whole);
@@ -255,7 +257,7 @@ TEST(Lznt1Chunk, EveryPrefixOfAChunkGivesAPrefixOfItsText) {
 
 // --- decompress_unit ---
 
-TEST(ReadStatus, BitsHaveFixedPlaces) {
+TEST(ReadStatus, BitsHaveFixedPositions) {
     EXPECT_EQ(read_status::skip_sparse, 0x01u);
     EXPECT_EQ(read_status::sparse_seen, 0x02u);
     EXPECT_EQ(read_status::always, 0x08u);
@@ -288,11 +290,11 @@ byte_list joined(std::initializer_list<byte_list> parts) {
     return out;
 }
 
-// A chunk that holds 4096 times `c`.
+// Returns a chunk of 4096 times `c`.
 byte_list filled_chunk(char c) {
     return {0x03, 0xB0, 0x02, static_cast<std::uint8_t>(c), 0xFF, 0x0F};
 }
-// A chunk of 0x12 stored bytes: 14 literals, which leave the rest as it was.
+// Returns a chunk of 0x12 stored bytes: 14 literals. The rest of the target is unchanged.
 byte_list short_chunk() {
     return joined({{0x0F, 0xB0}, literals(support::as_bytes("ABCDEFGHIJKLMN"))});
 }
@@ -316,7 +318,7 @@ TEST(DecompressUnit, HeaderB00FHasTwelveHexStoredBytes) {
     EXPECT_EQ(plain.text, "ABCDEFGHIJKLMN" + std::string(4096 - 14, '\0') + std::string(4096, 'b'));
 }
 
-TEST(DecompressUnit, SignatureBitsAreNotLookedAt) {
+TEST(DecompressUnit, SignatureBitsAreIgnored) {
     byte_list chunk = filled_chunk('a');
     chunk[1] = 0x80;
     EXPECT_EQ(plain_unit(padded(chunk, 4096)).text, std::string(4096, 'a'));
@@ -324,7 +326,7 @@ TEST(DecompressUnit, SignatureBitsAreNotLookedAt) {
     EXPECT_EQ(plain_unit(padded(chunk, 4096)).text, std::string(4096, 'a'));
 }
 
-TEST(DecompressUnit, SignatureBitsOfGapsAndPlainChunksAreNotLookedAt) {
+TEST(DecompressUnit, SignatureBitsOfGapsAndPlainChunksAreIgnored) {
     const byte_list tail = padded(filled_chunk('b'), 4096);
     const byte_list content = support::pattern(4096, 3);
     for (const unsigned signature : {0x00u, 0x10u, 0x70u}) {
@@ -337,13 +339,13 @@ TEST(DecompressUnit, SignatureBitsOfGapsAndPlainChunksAreNotLookedAt) {
     }
 }
 
-TEST(DecompressUnit, ShortChunkKeepsTheBytesOfTheChunkBefore) {
+TEST(DecompressUnit, ShortChunkKeepsTheBytesOfThePreviousChunk) {
     const plain_unit plain(padded(joined({filled_chunk('x'), short_chunk()}), 4096));
     EXPECT_TRUE(plain.result);
     EXPECT_EQ(plain.text, std::string(4096, 'x') + "ABCDEFGHIJKLMN" + std::string(4096 - 14, 'x'));
 }
 
-TEST(DecompressUnit, PlainChunkGoesThroughWhole) {
+TEST(DecompressUnit, PlainChunkIsCopied) {
     const byte_list content = support::pattern(4096, 3);
     const byte_list chunk = joined({{0xFF, 0x3F}, content});
     const plain_unit plain(padded(joined({chunk, filled_chunk('b')}), 12288), streamed);
@@ -351,13 +353,13 @@ TEST(DecompressUnit, PlainChunkGoesThroughWhole) {
     EXPECT_EQ(plain.text, text_of(content) + std::string(4096, 'b'));
 }
 
-TEST(DecompressUnit, PlainChunkGoesOnWithZerosBehindTheUnit) {
+TEST(DecompressUnit, PlainChunkIsFilledWithZerosPastTheUnit) {
     const plain_unit plain(byte_list{0xFF, 0x3F, 'a', 'b'}, streamed);
     EXPECT_TRUE(plain.result);
     EXPECT_EQ(plain.text, "ab" + std::string(4094, '\0'));
 }
 
-TEST(DecompressUnit, ChunkWhoseHeaderEndsTheUnitReadsZeros) {
+TEST(DecompressUnit, ChunkAfterAHeaderAtTheEndOfTheUnitIsZero) {
     byte_list unit = joined({filled_chunk('a'), {0x03, 0xB0}});
     const plain_unit plain(unit);
     EXPECT_TRUE(plain.result);
@@ -371,10 +373,10 @@ TEST(DecompressUnit, GapSkipsToTheNextMultipleOf4096) {
         byte_list unit;
         std::string plain;
     } cases[] = {
-        {"behind a chunk", joined({padded(filled_chunk('a'), 4096), tail}),
+        {"after a chunk", joined({padded(filled_chunk('a'), 4096), tail}),
          std::string(4096, 'a') + std::string(4096, 'b')},
         {"at the start of the unit", joined({byte_list(4096), tail}), std::string(4096, 'b')},
-        {"twice, standing on a multiple", joined({byte_list(8192), tail}), std::string(4096, 'b')},
+        {"twice, from a multiple of 4096", joined({byte_list(8192), tail}), std::string(4096, 'b')},
         {"to the end", padded(filled_chunk('a'), 4096), std::string(4096, 'a')},
         {"from start to end", byte_list(65536), ""},
         {"one byte before the end", padded(filled_chunk('a'), filled_chunk('a').size() + 1),
@@ -388,7 +390,7 @@ TEST(DecompressUnit, GapSkipsToTheNextMultipleOf4096) {
     }
 }
 
-TEST(DecompressUnit, UnitWithoutHolesThatStartsOtherwiseGoesOutUnchanged) {
+TEST(DecompressUnit, UnitWithoutHolesAndPlainStartIsWrittenUnchanged) {
     const byte_list unit = padded(joined({filled_chunk('a')}), 4096, 0x55);
     const plain_unit plain(unit, streamed);
     EXPECT_TRUE(plain.result);
@@ -401,7 +403,7 @@ TEST(DecompressUnit, UnitWithoutHolesThatStartsOtherwiseGoesOutUnchanged) {
     EXPECT_EQ(plain_unit({0xFF}, streamed).text, "\xFF");
 }
 
-TEST(DecompressUnit, IllegalHeaderWithNonZeroTailWritesTheUnitWhole) {
+TEST(DecompressUnit, InvalidHeaderWithNonZeroTailWritesTheUnitUnchanged) {
     for (const unsigned header : {0x0001u, 0x0FFEu, 0x7001u, 0x3FFEu}) {
         SCOPED_TRACE(header);
         byte_list unit = support::pattern(8192, 5);
@@ -413,12 +415,12 @@ TEST(DecompressUnit, IllegalHeaderWithNonZeroTailWritesTheUnitWhole) {
     }
 }
 
-TEST(DecompressUnit, DamagedChunkWithNonZeroTailWritesTheUnitWhole) {
+TEST(DecompressUnit, DamagedChunkWithNonZeroTailWritesTheUnitUnchanged) {
     byte_list unit = byte_list(8192);
     unit[0] = 0x03;
     unit[1] = 0xB0;
-    unit[2] = 0x01;  // a token in front of all output
-    unit[4096] = 1;  // the first byte that counts as tail
+    unit[2] = 0x01;  // a token before any output
+    unit[4096] = 1;  // the first byte of the tail
     const plain_unit plain(unit);
     EXPECT_TRUE(plain.result);
     EXPECT_EQ(plain.text, text_of(unit));
@@ -427,14 +429,15 @@ TEST(DecompressUnit, DamagedChunkWithNonZeroTailWritesTheUnitWhole) {
 TEST(DecompressUnit, DamageWithZeroTailFails) {
     byte_list unit = byte_list(8192);
     unit[0] = 0x01;
-    unit[4095] = 1;  // one byte ahead of the tail
+    unit[4095] = 1;  // the last byte before the tail
     const plain_unit plain(unit);
     EXPECT_FALSE(plain.result);
     EXPECT_EQ(plain.text, "");
-    EXPECT_TRUE(plain_unit({0x01, 0x00, 0x01, 0x00, 0x00}).result) << "a small unit is all tail";
+    EXPECT_TRUE(plain_unit({0x01, 0x00, 0x01, 0x00, 0x00}).result)
+        << "all of a small unit is its tail";
 }
 
-TEST(DecompressUnit, ChunksAheadOfADamagedOneStay) {
+TEST(DecompressUnit, ChunksBeforeADamagedOneAreWritten) {
     byte_list unit = padded(joined({filled_chunk('a'), {0x01, 0x00}}), 8192);
     const plain_unit failed(unit);
     EXPECT_FALSE(failed.result);
@@ -454,8 +457,8 @@ TEST(DecompressUnit, NeverWritesMoreThanRemains) {
     EXPECT_EQ(plain_unit(stored, streamed, 5).text, "ccccc");
 }
 
-TEST(DecompressUnit, WithNothingRemainingAPlainChunkTakesItsHeaderOnly) {
-    // Behind the second header the walk stands on 'c', 'c': an illegal header, and a zero tail.
+TEST(DecompressUnit, PlainChunkWithNothingRemainingSkipsOnlyItsHeader) {
+    // After the second header, the walk is at 'c', 'c', an invalid header, and the tail is zero.
     const byte_list stored = joined({{0xFF, 0x3F}, byte_list(4096, 'c')});
     const byte_list unit = padded(joined({stored, stored}), 16384);
     const plain_unit plain(unit, streamed, 4096);
@@ -464,7 +467,7 @@ TEST(DecompressUnit, WithNothingRemainingAPlainChunkTakesItsHeaderOnly) {
     EXPECT_TRUE(plain_unit(unit, streamed, 8192).result);
 }
 
-TEST(DecompressUnit, RefusesWhatItCanNotWorkOn) {
+TEST(DecompressUnit, RejectsInvalidArguments) {
     EXPECT_FALSE(plain_unit({}).result);
     EXPECT_FALSE(plain_unit(filled_chunk('a'), with_holes, 0).result);
     EXPECT_FALSE(plain_unit(filled_chunk('a'), read_status::sparse_seen).result);
@@ -483,7 +486,7 @@ TEST(DecompressUnit, EveryPrefixOfAUnitEnds) {
     }
 }
 
-TEST(DecompressUnit, UndoesWhatACompressorDid) {
+TEST(DecompressUnit, RestoresCompressedData) {
     const std::string sentence = "The quick brown fox jumps over the lazy dog. ";
     std::string repeated;
     while (repeated.size() < 40000)
@@ -507,7 +510,7 @@ TEST(DecompressUnit, UndoesWhatACompressorDid) {
         EXPECT_TRUE(plain.result);
         EXPECT_TRUE(plain.text == text_of(c.plain));
     }
-    const byte_list one_chunk = support::pattern(3640, 14);  // as many literals as fit in one
+    const byte_list one_chunk = support::pattern(3640, 14);  // as many literals as fit in a chunk
     const plain_unit grown(padded(support::lznt1_literals(one_chunk), 8192), with_holes, 3640);
     EXPECT_TRUE(grown.text == text_of(one_chunk));
     const byte_list whole_chunks = support::pattern(8192, 13);

@@ -19,7 +19,7 @@ using support::cluster_runs;
 using support::ntfs_image;
 using support::record_builder;
 
-// LCN and clusters of each element.
+// LCN and number of clusters of each run.
 using plain_runs = std::vector<std::pair<std::uint64_t, std::uint32_t>>;
 
 plain_runs plain(const std::vector<NTFS_DATA>& runs) {
@@ -36,7 +36,7 @@ std::vector<std::uint64_t> vcns(const std::vector<NTFS_DATA>& runs) {
     return out;
 }
 
-// A reader without a source, for records that stand alone.
+// A reader without a source, for single records.
 struct record_parser {
     CNtfs ntfs{nullptr, 0, source_kind::file};
 
@@ -57,7 +57,7 @@ NTFS_INODE_INFO parsed(const record_builder& record) {
 
 // --- one record ---
 
-TEST(ParseInode, TakesNamesSizesAndRuns) {
+TEST(ParseInode, ReadsNamesSizesAndRuns) {
     const NTFS_INODE_INFO info =
         parsed(record_builder(6)
                    .standard_information()
@@ -66,9 +66,9 @@ TEST(ParseInode, TakesNamesSizesAndRuns) {
                    .nonresident(support::type::bitmap, u"", cluster_runs{{9, 1}}, {.real = 0x80}));
     const byte_list name = support::file_name_value(5, u"$Bitmap", {.real = 0x1234});
     EXPECT_TRUE(std::equal(info.file_name_body.begin(), info.file_name_body.end(), name.begin()));
-    EXPECT_EQ(info.name, "") << "the name itself is not taken";
+    EXPECT_EQ(info.name, "") << "the name itself is not read";
     EXPECT_EQ(info.wide_name, L"");
-    EXPECT_EQ(info.data_size, 0x1234u) << "what $FILE_NAME says stays";
+    EXPECT_EQ(info.data_size, 0x1234u) << "the size in $FILE_NAME is kept";
     EXPECT_EQ(plain(info.data_runs), (plain_runs{{100, 4}, {50, 2}}));
     EXPECT_EQ(vcns(info.data_runs), (std::vector<std::uint64_t>{0, 4}));
     EXPECT_EQ(info.data_run_index, (std::map<std::uint64_t, std::size_t>{{0, 0}, {4, 1}}));
@@ -77,17 +77,17 @@ TEST(ParseInode, TakesNamesSizesAndRuns) {
     EXPECT_EQ(info.security_text, "");
 }
 
-TEST(ParseInode, DataFillsTheSizeOnlyWhenItIsZero) {
+TEST(ParseInode, DataSetsTheSizeOnlyIfItIsZero) {
     EXPECT_EQ(parsed(record_builder(6).data_runs({{100, 4}}, {.real = 0x5678})).data_size, 0x5678u);
     EXPECT_EQ(parsed(record_builder(6).data("four")).data_size, 4u);
     EXPECT_EQ(parsed(record_builder(6).keep_order().data("four").file_name(5, u"a", {.real = 9}))
                   .data_size,
               9u)
-        << "a later $FILE_NAME sets it all the same";
+        << "a later $FILE_NAME sets it";
     EXPECT_EQ(parsed(record_builder(6).data("four").stream(u"s", "sixsix")).data_size, 4u);
 }
 
-TEST(ParseInode, FileNameIsReadBehindItsValueAsWell) {
+TEST(ParseInode, FileNameIsReadPastItsValue) {
     record_builder record(6);
     record.file_name(5, u"$Bitmap", {.real = 0x1234}).edit(16, 40, 4);
     const NTFS_INODE_INFO info = parsed(record);
@@ -99,7 +99,7 @@ TEST(ParseInode, FileNameIsReadBehindItsValueAsWell) {
 TEST(ParseInode, LastNonResidentDataReplacesTheRuns) {
     const NTFS_INODE_INFO info = parsed(
         record_builder(6).data_runs({{100, 4}}, {.real = 0x4000}).stream_runs(u"named", {{7, 1}}));
-    EXPECT_EQ(plain(info.data_runs), (plain_runs{{7, 1}})) << "names are not looked at";
+    EXPECT_EQ(plain(info.data_runs), (plain_runs{{7, 1}})) << "names are ignored";
     EXPECT_EQ(info.data_size, 0x4000u);
 }
 
@@ -116,8 +116,8 @@ TEST(ParseInode, ResidentDataIsAppended) {
     EXPECT_EQ(value.vcn, 4u);
 }
 
-TEST(ParseInode, EmptyRunGivesWayToTheNextInTheIndex) {
-    // {100, 0 clusters}, {200, 3}: both begin at VCN 0.
+TEST(ParseInode, NextRunReplacesAnEmptyRunInTheIndex) {
+    // The runs {100, 0 clusters} and {200, 3} both start at VCN 0.
     const byte_list list{0x10, 0x64, 0x11, 0x03, 0x64, 0x00};
     const NTFS_INODE_INFO info =
         parsed(record_builder(6).nonresident(support::type::data, u"", list, {{100, 3}}));
@@ -125,7 +125,7 @@ TEST(ParseInode, EmptyRunGivesWayToTheNextInTheIndex) {
     EXPECT_EQ(info.data_run_index, (std::map<std::uint64_t, std::size_t>{{0, 1}}));
 }
 
-TEST(ParseInode, EmptyResidentValueIsNoData) {
+TEST(ParseInode, EmptyResidentValueIsIgnored) {
     const NTFS_INODE_INFO info = parsed(record_builder(6).data(""));
     EXPECT_TRUE(info.data_runs.empty());
     EXPECT_EQ(info.data_size, 0u);
@@ -142,7 +142,7 @@ TEST(ParseInode, ResidentValueIsClippedToTheRecord) {
     EXPECT_EQ(info.data_size, 0xFFFFFFFFu);
 }
 
-TEST(ParseInode, IndexAllocationsAreKeptApartWithTheirNames) {
+TEST(ParseInode, IndexAllocationsAreKeptSeparateWithTheirNames) {
     const NTFS_INODE_INFO info = parsed(
         record_builder(5)
             .nonresident(support::type::index_allocation, u"$I30", cluster_runs{{100, 4}, {30, 1}})
@@ -153,7 +153,7 @@ TEST(ParseInode, IndexAllocationsAreKeptApartWithTheirNames) {
     EXPECT_EQ(info.index_alloc_names, (std::vector<std::string>{"$I30", ""}));
 }
 
-TEST(ParseInode, NameOfAnIndexAllocationMustLieInsideIt) {
+TEST(ParseInode, NameOfAnIndexAllocationMustBeInsideIt) {
     const auto names_with = [](std::size_t at, std::uint64_t value, std::size_t width) {
         return parsed(record_builder(5)
                           .nonresident(support::type::index_allocation, u"$I30",
@@ -168,12 +168,12 @@ TEST(ParseInode, NameOfAnIndexAllocationMustLieInsideIt) {
                  56 + 4);
     EXPECT_EQ(names_with(10, length - 8, 2), std::vector<std::string>{"\xD0\x91"
                                                                       "d"})
-        << "the run list 11 04 64 00, taken for a name";
+        << "the run list 11 04 64 00, read as a name";
     EXPECT_EQ(names_with(10, length - 7, 2), std::vector<std::string>{""});
     EXPECT_EQ(names_with(9, 0xFF, 1), std::vector<std::string>{""});
 }
 
-TEST(ParseInode, NonResidentAttributeWithoutARunListIsPassedOver) {
+TEST(ParseInode, NonResidentAttributeWithoutARunListIsSkipped) {
     const struct {
         const char* name;
         std::uint64_t initialized;
@@ -182,12 +182,12 @@ TEST(ParseInode, NonResidentAttributeWithoutARunListIsPassedOver) {
     } cases[] = {
         {"both", 1, 64, true},
         {"nothing initialized, but a list", 0, 64, true},
-        {"initialized, list behind the attribute", 1, 72, true},
+        {"initialized, list past the attribute", 1, 72, true},
         {"neither", 0, 72, false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        // An attribute of 72 bytes, with another run list behind it.
+        // An attribute of 72 bytes, with another run list after it.
         record_builder record(6);
         record.keep_order().data_runs({{100, 4}}).edit(4, 72, 4).edit(56, c.initialized, 8);
         record.edit(32, c.run_offset, 2);
@@ -207,17 +207,17 @@ TEST(ParseInode, EmptyRunListEndsTheParse) {
         .nonresident(support::type::bitmap, u"", no_runs, {{0, 1}})
         .file_name(5, u"behind", {.real = 7});
     const NTFS_INODE_INFO info = parsed(record);
-    EXPECT_EQ(plain(info.data_runs), (plain_runs{{100, 4}, {50, 2}})) << "what was there stays";
+    EXPECT_EQ(plain(info.data_runs), (plain_runs{{100, 4}, {50, 2}})) << "earlier runs are kept";
     EXPECT_EQ(vcns(info.data_runs), (std::vector<std::uint64_t>{0, 0})) << "not numbered";
     EXPECT_TRUE(info.data_run_index.empty());
-    EXPECT_EQ(info.data_size, 4u * 6 * 1024) << "$FILE_NAME was not met";
+    EXPECT_EQ(info.data_size, 4u * 6 * 1024) << "$FILE_NAME is not reached";
     EXPECT_EQ(info.bitmap_size, 0u);
 
     const NTFS_INODE_INFO no_data =
         parsed(record_builder(6)
                    .data_runs({{100, 4}})
                    .nonresident(support::type::data, u"b", no_runs, {{0, 1}}));
-    EXPECT_TRUE(no_data.data_runs.empty()) << "the empty list has replaced the runs";
+    EXPECT_TRUE(no_data.data_runs.empty()) << "the empty list replaces the runs";
 
     const NTFS_INODE_INFO index =
         parsed(record_builder(5)
@@ -228,7 +228,7 @@ TEST(ParseInode, EmptyRunListEndsTheParse) {
 }
 
 TEST(ParseInode, WalkEndsAtTheFirstBadAttribute) {
-    // A $FILE_NAME, then an attribute of a length that a case sets, then $DATA.
+    // A $FILE_NAME, then an attribute whose length the case sets, then $DATA.
     record_builder record(6);
     record.keep_order().file_name(5, u"a", {.real = 7}).object_id(byte_list(16)).data("four");
     const std::size_t second = record.attribute_offset(support::type::object_id);
@@ -240,10 +240,10 @@ TEST(ParseInode, WalkEndsAtTheFirstBadAttribute) {
         std::uint32_t bytes_per_record;
         bool data_met;
     } cases[] = {
-        {"sound", 4, 40, 1024, true},
+        {"valid", 4, 40, 1024, true},
         {"length 0", 4, 0, 1024, false},
         {"length above the record", 4, 1025, 1024, false},
-        {"length above what is left", 4, 1024, 1024, false},
+        {"length above the rest of the record", 4, 1024, 1024, false},
         {"end marker", 0, 0xFFFFFFFF, 1024, false},
         {"stride that covers all three", 4, 40, 168 + 40, true},
         {"stride that covers two", 4, 40, 167, false},
@@ -258,7 +258,7 @@ TEST(ParseInode, WalkEndsAtTheFirstBadAttribute) {
     }
 }
 
-TEST(ParseInode, AttributeOfLengthZeroIsTheLastAndIsTaken) {
+TEST(ParseInode, AttributeOfLengthZeroIsTakenAndEndsTheWalk) {
     record_builder record(6);
     record.keep_order().file_name(5, u"a").data("four").edit(4, 0, 4);
     const byte_list bytes = record.build_before_fixup();
@@ -268,11 +268,11 @@ TEST(ParseInode, AttributeOfLengthZeroIsTheLastAndIsTaken) {
         SCOPED_TRACE(left);
         const NTFS_INODE_INFO info = record_parser(in_front + left).parse(bytes);
         EXPECT_EQ(info.data_runs.size(), left);
-        EXPECT_EQ(info.data_run_index.size(), left) << "and numbered";
+        EXPECT_EQ(info.data_run_index.size(), left) << "the runs are numbered";
     }
 }
 
-TEST(ParseInode, ResidentIndexAllocationIsPassedOver) {
+TEST(ParseInode, ResidentIndexAllocationIsSkipped) {
     const NTFS_INODE_INFO info =
         parsed(record_builder(6)
                    .resident(support::type::index_allocation, u"$I30", byte_list(16))
@@ -289,7 +289,7 @@ TEST(ParseInode, EmptyRunListOfAnIndexEndsTheParse) {
     EXPECT_TRUE(info.bitmap_runs.empty());
 }
 
-// A record of 128 KiB whose $DATA has holes of one cluster all over, and a $BITMAP after it.
+// A record of 128 KiB with a $DATA of holes of one cluster, and a $BITMAP after it.
 constexpr std::uint32_t long_list_length = 0x11000;
 
 support::byte_image record_with_long_list() {
@@ -306,7 +306,7 @@ support::byte_image record_with_long_list() {
 }
 
 // Without a source the memory for runs is 1 MiB.
-TEST(ParseInode, RunListTakesNoMoreMemoryThanTheSourceHas) {
+TEST(ParseInode, RunListUsesNoMoreMemoryThanTheSourceHas) {
     constexpr std::size_t most_runs = (1u << 20) / sizeof(NTFS_DATA);
     static_assert(most_runs < long_list_length / 2);
     const NTFS_INODE_INFO info = record_parser(0x20000).parse(record_with_long_list().bytes());
@@ -315,7 +315,7 @@ TEST(ParseInode, RunListTakesNoMoreMemoryThanTheSourceHas) {
     EXPECT_TRUE(info.bitmap_runs.empty());
 }
 
-// The list has no zero byte of its own: it runs on through the $BITMAP to the first zero header.
+// The list does not end with a zero byte, but continues in the $BITMAP to the first zero header.
 TEST(ParseInode, RunListOfMoreThan64KiBIsReadToItsEnd) {
     constexpr std::size_t runs = (long_list_length - 64) / 2;
     image_volume volume(ntfs_image{}.build().resize(std::uint64_t{16} << 20));
@@ -329,7 +329,7 @@ TEST(ParseInode, RunListOfMoreThan64KiBIsReadToItsEnd) {
     EXPECT_EQ(info.bitmap_runs.size(), 1u);
 }
 
-TEST(ParseInode, ParsingReplacesUnlessToldToKeep) {
+TEST(ParseInode, ParsingReplacesTheOutputUnlessKeepIsSet) {
     record_parser parser;
     const byte_list record = record_builder(6)
                                  .data_runs({{100, 4}}, {.real = 0x4000})
@@ -345,7 +345,7 @@ TEST(ParseInode, ParsingReplacesUnlessToldToKeep) {
     EXPECT_EQ(info.bitmap_runs.size(), 2u);
 }
 
-TEST(ParseInode, EveryPrefixAndEveryDamagedByteEnds) {
+TEST(ParseInode, NoPrefixAndNoDamagedByteIsFatal) {
     const byte_list whole =
         record_builder(6)
             .standard_information({.security_id = 0x100})
@@ -373,10 +373,10 @@ TEST(ParseInode, EveryPrefixAndEveryDamagedByteEnds) {
 
 // --- attribute lists ---
 
-// A volume whose $MFT goes on in extension records:
+// A volume whose $MFT continues in extension records:
 //   clusters 100 to 107   entries 0 to 31, from the base record
 //   clusters 60 to 63     entries 32 to 47, from record 20
-//   clusters 130 to 133   entries 48 to 63, from record 40, which lies in the part before
+//   clusters 130 to 133   entries 48 to 63, from record 40, which is in clusters 60 to 63
 struct split_mft {
     ntfs_image image;
     std::vector<support::list_entry> list;
@@ -395,7 +395,7 @@ struct split_mft {
         };
         image.file(5, u"far.txt", 60).data("x");
     }
-    // The runs of $MFT as the volume's reader sees them.
+    // Returns the runs of $MFT after validation.
     plain_runs runs() {
         image.entry(0).attribute_list(list);
         image_volume volume(image.build());
@@ -410,7 +410,7 @@ const plain_runs all_three{{100, 8}, {60, 4}, {130, 4}};
 const plain_runs first_two{{100, 8}, {60, 4}};
 const plain_runs base_alone{{100, 8}};
 
-TEST(MftAttributeList, RunsOfExtensionRecordsAreFoundThroughThoseBefore) {
+TEST(MftAttributeList, RunsOfExtensionRecordsAreFoundThroughEarlierRuns) {
     split_mft mft;
     EXPECT_EQ(mft.runs(), all_three);
     EXPECT_TRUE(mft.can_read_far);
@@ -425,14 +425,14 @@ TEST(MftAttributeList, NumbersAndCountsAllRuns) {
     EXPECT_EQ(volume.ntfs.get_total_mft_entries(), 64u);
 }
 
-TEST(MftAttributeList, RecordThatIsNotReachableYetIsMissing) {
+TEST(MftAttributeList, RecordThatIsNotYetReachableIsSkipped) {
     split_mft mft;
     std::swap(mft.list[2], mft.list[3]);  // record 40 comes first
     EXPECT_EQ(mft.runs(), first_two);
     EXPECT_FALSE(mft.can_read_far);
 }
 
-TEST(MftAttributeList, ForeignRecordsContributeNothing) {
+TEST(MftAttributeList, InvalidRecordsAreSkipped) {
     const struct {
         const char* name;
         std::size_t at;
@@ -483,7 +483,7 @@ TEST(MftAttributeList, LengthOfZeroEndsTheSearchInAnExtension) {
     EXPECT_EQ(mft.runs(), first_two);
 }
 
-TEST(MftAttributeList, EmptyRunListOfAnExtensionCostsItsOwnRunsOnly) {
+TEST(MftAttributeList, EmptyRunListOfAnExtensionLosesOnlyItsOwnRuns) {
     split_mft mft;
     mft.image.entry(20)
         .clear()
@@ -502,10 +502,10 @@ TEST(MftAttributeList, WalkOfTheListEnds) {
         std::uint16_t length;
         plain_runs runs;
     } cases[] = {
-        {"sound", 0, 32, all_three},
+        {"valid", 0, 32, all_three},
         {"length 0", 3, 0, first_two},
-        {"length above what is left", 3, 33, first_two},
-        {"length of what is left", 3, 32, all_three},
+        {"length above the rest of the list", 3, 33, first_two},
+        {"length of the rest of the list", 3, 32, all_three},
         {"length 0 at the start", 0, 0, base_alone},
     };
     for (const auto& c : cases) {
@@ -521,7 +521,7 @@ TEST(MftAttributeList, WalkOfTheListEnds) {
     }
 }
 
-TEST(MftAttributeList, FewerThan26BytesBehindAnEntryAreNoEntry) {
+TEST(MftAttributeList, FewerThan26BytesAfterAnEntryAreIgnored) {
     for (const std::uint32_t behind : {24u, 25u, 26u, 32u}) {
         SCOPED_TRACE(behind);
         split_mft mft;
@@ -529,16 +529,16 @@ TEST(MftAttributeList, FewerThan26BytesBehindAnEntryAreNoEntry) {
         const std::uint64_t attribute =
             mft.image.record_pos(0) +
             mft.image.entry(0).attribute_offset(support::type::attribute_list);
-        mft.image.put(attribute + 16, 3 * 32 + behind, 4);  // the list's length
-        mft.image.put(attribute + 24 + 3 * 32 + 4, 24, 2);  // the last entry's
+        mft.image.put(attribute + 16, 3 * 32 + behind, 4);  // length of the list
+        mft.image.put(attribute + 24 + 3 * 32 + 4, 24, 2);  // length of the last entry
         image_volume volume(mft.image.build());
         EXPECT_TRUE(volume.validate());
         EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), behind < 26 ? first_two : all_three);
     }
 }
 
-TEST(MftAttributeList, OnlyEntryMayBeShort) {
-    // The walk tests what is left behind an entry, so that the first one may pass the list's end.
+TEST(MftAttributeList, OnlyEntryMayBeTruncated) {
+    // The walk checks the bytes after an entry, so the first entry may extend past the list.
     split_mft mft;
     mft.list = {mft.list[2]};
     mft.image.entry(0).attribute_list(mft.list);
@@ -555,7 +555,7 @@ TEST(MftAttributeList, NonResidentListIsReadFromItsClusters) {
         SCOPED_TRACE(pieces);
         split_mft mft;
         byte_list list = support::attribute_list_value(mft.list);
-        if (pieces == 2) {  // an entry of 4096 bytes ahead of the others fills the first cluster
+        if (pieces == 2) {  // an entry of 4096 bytes before the others fills the first cluster
             byte_list filler(4096);
             filler[0] = 0x10;
             filler[5] = 0x10;
@@ -575,10 +575,11 @@ TEST(MftAttributeList, NonResidentListEndsAtItsRealSize) {
     mft.image.entry(0).attribute_list_runs(mft.image.store(list), {.real = 3 * 32});
     image_volume volume(mft.image.build());
     ASSERT_TRUE(volume.validate());
-    EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), first_two) << "the entry behind is stale";
+    EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), first_two)
+        << "the entry after the end is ignored";
 }
 
-TEST(MftAttributeList, ListCutByTheEndOfTheImageIsReadAsFarAsItGoes) {
+TEST(MftAttributeList, TruncatedListIsReadToItsEnd) {
     split_mft mft;
     const byte_list list = support::attribute_list_value(mft.list);
     const support::cluster_runs whole = mft.image.store(list);
@@ -587,7 +588,7 @@ TEST(MftAttributeList, ListCutByTheEndOfTheImageIsReadAsFarAsItGoes) {
     front[5] = 0x02;  // an entry of 512 bytes
     constexpr std::uint64_t cut = 200;
     mft.image.reserve(cut, 1).write_clusters(cut, front);
-    // What is there of the cluster at the end is followed by the cluster of the next run.
+    // The cluster of the next run follows the bytes that were read of the truncated cluster.
     mft.image.entry(0).attribute_list_runs({{cut, 1}, whole[0]}, {.real = 512 + list.size()});
     mft.image.truncate(cut * 4096 + 512);
     image_volume volume(mft.image.build());
@@ -596,7 +597,7 @@ TEST(MftAttributeList, ListCutByTheEndOfTheImageIsReadAsFarAsItGoes) {
     EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), all_three);
 }
 
-TEST(MftAttributeList, LastListOfTheRecordCounts) {
+TEST(MftAttributeList, LastListOfTheRecordIsUsed) {
     split_mft mft;
     mft.image.entry(0).attribute_list({{.type = 0x10, .record = mft.image.reference(0)}});
     EXPECT_EQ(mft.runs(), all_three);
@@ -606,7 +607,7 @@ TEST(MftAttributeList, LastListOfTheRecordCounts) {
     EXPECT_EQ(swapped.runs(), base_alone);
 }
 
-TEST(MftAttributeList, IsNotExpandedBehindAnEmptyRunList) {
+TEST(MftAttributeList, IsNotExpandedAfterAnEmptyRunList) {
     split_mft mft;
     mft.image.entry(0).nonresident(support::type::bitmap, u"", byte_list{0}, {{0, 1}});
     EXPECT_EQ(mft.runs(), base_alone);
@@ -630,10 +631,10 @@ TEST(MftAttributeList, VolumeIsNotValidatedByTheExpansion) {
     const byte_list record = volume.ntfs.m_mft_record;
     EXPECT_TRUE(volume.ntfs.parse_inode(record, volume.ntfs.m_mft_info, 0, false));
     EXPECT_FALSE(volume.ntfs.m_Validated);
-    EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), all_three) << "but it could read";
+    EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), all_three) << "read despite m_Validated";
 }
 
-// Bytes that the runs and values of a parsed record take.
+// Returns the memory that the runs and values of a parsed record use, in bytes.
 std::uint64_t memory_of(const NTFS_INODE_INFO& info) {
     std::uint64_t sum = 0;
     const auto add = [&sum](const std::vector<NTFS_DATA>& runs) {
@@ -647,7 +648,7 @@ std::uint64_t memory_of(const NTFS_INODE_INFO& info) {
     return sum;
 }
 
-TEST(MftAttributeList, AttributeNamedOverAndOverTakesNoMoreMemoryThanTheSourceHas) {
+TEST(MftAttributeList, AttributeNamedRepeatedlyUsesNoMoreMemoryThanTheSourceHas) {
     byte_list many_runs;  // holes of one cluster, two bytes each
     for (int i = 0; i < 400; ++i)
         many_runs.insert(many_runs.end(), {0x01, 0x01});
@@ -679,7 +680,7 @@ TEST(MftAttributeList, AttributeNamedOverAndOverTakesNoMoreMemoryThanTheSourceHa
         image.entry(30).attribute_list_runs(image.store(list), {.real = list.size()});
         const byte_list record = image.entry(30).build_before_fixup();
         const support::byte_image bytes = image.build();
-        ASSERT_LT(2 * bytes.size(), c.times * c.taken_at_once) << "the list asks for more";
+        ASSERT_LT(2 * bytes.size(), c.times * c.taken_at_once) << "the list names more";
 
         image_volume volume(bytes);
         ASSERT_TRUE(volume.validate());
@@ -687,7 +688,7 @@ TEST(MftAttributeList, AttributeNamedOverAndOverTakesNoMoreMemoryThanTheSourceHa
         EXPECT_TRUE(volume.ntfs.parse_inode(record, info, 30, false));
         EXPECT_LE(memory_of(info), bytes.size() + c.taken_at_once);
         EXPECT_GT(memory_of(info) + sizeof(NTFS_DATA), bytes.size())
-            << "but all that the source could hold";
+            << "up to the size of the source";
     }
 }
 
@@ -700,10 +701,10 @@ TEST(MftAttributeList, EntriesOfTheRecordItselfAreSkipped) {
     ASSERT_TRUE(volume.validate());
     NTFS_INODE_INFO info;
     EXPECT_TRUE(volume.ntfs.parse_inode(record, info, 30, false));
-    EXPECT_EQ(plain(info.data_runs), (plain_runs{{200, 2}})) << "they were taken already";
+    EXPECT_EQ(plain(info.data_runs), (plain_runs{{200, 2}})) << "they are not taken twice";
 }
 
-TEST(MftAttributeList, OtherEntriesNeedNoRunsOfTheirOwn) {
+TEST(MftAttributeList, OtherEntriesNeedNoOwnRuns) {
     ntfs_image image;
     image.entry(20).base(image.reference(30)).data_runs({{300, 3}}).id(4);
     image.entry(30).attribute_list({{.type = 0x80, .record = image.reference(20), .id = 4}});
@@ -716,10 +717,10 @@ TEST(MftAttributeList, OtherEntriesNeedNoRunsOfTheirOwn) {
 
     volume.ntfs.m_Validated = false;
     EXPECT_TRUE(volume.ntfs.parse_inode(record, info, 30, false));
-    EXPECT_TRUE(info.data_runs.empty()) << "only $MFT reads ahead of the validation";
+    EXPECT_TRUE(info.data_runs.empty()) << "only $MFT is read before validation";
 }
 
-TEST(MftAttributeList, ServesOtherEntriesOnAValidatedVolume) {
+TEST(MftAttributeList, IsExpandedForOtherEntriesOnAValidatedVolume) {
     ntfs_image image;
     image.entry(6).data_runs({{200, 2}});
     image.entry(20).base(image.reference(6)).data_runs({{300, 3}}, {.start_vcn = 2}).id(4);

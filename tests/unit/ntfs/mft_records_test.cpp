@@ -19,7 +19,7 @@ using support::ntfs_image;
 
 constexpr std::uint64_t all_ones = ~std::uint64_t{0};
 
-// What a read of one record gave.
+// The results of one read.
 struct record_read {
     bool result = false;
     byte_list bytes;
@@ -27,7 +27,7 @@ struct record_read {
     std::int64_t size = 0;
 };
 
-// Into a buffer of `buffer_size` bytes full of 0xCC.
+// Reads into a buffer of `buffer_size` bytes of 0xCC.
 record_read read_into(CNtfs& ntfs, std::uint64_t inode, std::size_t buffer_size = 1024) {
     record_read read;
     read.bytes.assign(buffer_size, 0xCC);
@@ -57,14 +57,14 @@ vector_read read_vector(CNtfs& ntfs, std::uint64_t inode) {
     return read;
 }
 
-// A volume with the file 30 and its position.
+// A volume with the file 30, and the position of its record.
 ntfs_image volume_with_file() {
     ntfs_image image;
     image.file(5, u"file.txt", 30).data("content");
     return image;
 }
 
-// A sound volume, opened.
+// A valid volume, opened.
 struct opened_volume : image_volume {
     explicit opened_volume(const ntfs_image& image) : image_volume(image.build()) {
         EXPECT_TRUE(validate());
@@ -73,7 +73,7 @@ struct opened_volume : image_volume {
 
 // --- position of an entry ---
 
-// A reader without a source whose $MFT has these runs.
+// A reader without a source, with the given runs of $MFT.
 struct mft_layout {
     CNtfs ntfs{nullptr, 0, source_kind::file};
 
@@ -95,7 +95,7 @@ struct mft_layout {
             vcn += runs[i].num_clusters;
         }
     }
-    // The first run that holds the entry, by a walk over all of them.
+    // Finds the first run that contains the entry, by a walk over all runs.
     std::uint64_t walked_position(std::uint64_t inode) const {
         const auto cluster = static_cast<std::uint64_t>(ntfs.m_cluster_size);
         const std::uint64_t offset = ntfs.m_bytes_per_file_record * inode;
@@ -121,14 +121,14 @@ TEST(EntryPosition, IsFoundThroughTheRunsOfTheMft) {
         {"first", 0, 100 * 4096},
         {"inside the first cluster", 3, 100 * 4096 + 3 * 1024},
         {"second cluster", 4, 101 * 4096},
-        {"an empty run holds nothing", 8, 10 * 4096},
+        {"an empty run contains no entry", 8, 10 * 4096},
         {"first cluster of a run without LCN", 12, 0 - 4096ull},
         {"inside it", 13, 0 - 3072ull},
         {"its second cluster is the start of the volume", 16, 0},
         {"its third cluster", 20, 4096},
         {"last run", 27, 7 * 4096 + 3 * 1024},
-        {"behind the runs", 28, 0},
-        {"far behind the runs", 0xFFFFFFFFFFFF, 0},
+        {"past the runs", 28, 0},
+        {"far past the runs", 0xFFFFFFFFFFFF, 0},
         {"2^54 times 1024 is 0", 1ull << 54, 100 * 4096},
         {"2^54 + 9 is 9", (1ull << 54) + 9, 10 * 4096 + 1024},
     };
@@ -173,7 +173,7 @@ TEST(EntryPosition, IndexAndWalkAgreeOnAnyRuns) {
     }
 }
 
-TEST(EntryPosition, IsZeroWithoutAVolume) {
+TEST(EntryPosition, IsZeroIfNotValidated) {
     mft_layout mft(4096, 1024, {{100, 2}});
     mft.ntfs.m_Validated = false;
     EXPECT_EQ(mft.ntfs.get_file_pos_for_inode(1), 0u);
@@ -182,7 +182,7 @@ TEST(EntryPosition, IsZeroWithoutAVolume) {
     EXPECT_EQ(mft.ntfs.get_file_pos_for_inode(1), 0u);
 }
 
-TEST(EntryPosition, OfAFragmentedMft) {
+TEST(EntryPosition, IsFoundInAFragmentedMft) {
     ntfs_image image;
     image.mft_runs({{100, 4}, {60, 4}, {130, 8}, {90, 2}});
     image.file(5, u"last.txt", 71).data("x");
@@ -201,7 +201,7 @@ TEST(EntryPosition, OfAFragmentedMft) {
 
 // --- read_file_record ---
 
-TEST(ReadFileRecord, GivesTheRecordWithItsUpdateSequenceApplied) {
+TEST(ReadFileRecord, AppliesTheUpdateSequence) {
     ntfs_image image = volume_with_file();
     const byte_list expected = image.entry(30).build_before_fixup();
     opened_volume volume(image);
@@ -230,10 +230,10 @@ TEST(ReadFileRecord, EntryZeroNeedsNeitherRunsNorAValidatedVolume) {
     EXPECT_TRUE(read_allocated(volume.ntfs, 30).result);
 }
 
-TEST(ReadFileRecord, EntryZeroIsReadWhereTheBootSectorPoints) {
+TEST(ReadFileRecord, EntryZeroIsReadAtThePositionInTheBootSector) {
     ntfs_image image({.mirror_lcn = 40});
-    image.put(48, 40, 8);                  // the boot sector points at the mirror
-    image.put(40 * 4096 + 16, 0x4321, 2);  // which has another sequence number
+    image.put(48, 40, 8);                  // the boot sector points to the mirror
+    image.put(40 * 4096 + 16, 0x4321, 2);  // the mirror has another sequence number
     opened_volume volume(image);
     const record_read zero = read_into(volume.ntfs, 0);
     EXPECT_TRUE(zero.result);
@@ -271,7 +271,7 @@ TEST(ReadFileRecord, AcceptsValidFileRecordsAndIndexBlocks) {
         opened_volume volume(image);
         const record_read into = read_into(volume.ntfs, 30);
         EXPECT_EQ(into.result, c.by_read_file_record);
-        EXPECT_EQ(into.bytes.size(), 1024u) << "the caller's buffer stays";
+        EXPECT_EQ(into.bytes.size(), 1024u) << "the size of the caller's buffer is unchanged";
         const record_read allocated = read_allocated(volume.ntfs, 30);
         EXPECT_EQ(allocated.result, c.by_read_file_record);
         EXPECT_EQ(allocated.bytes.empty(), !c.by_read_file_record);
@@ -281,7 +281,7 @@ TEST(ReadFileRecord, AcceptsValidFileRecordsAndIndexBlocks) {
     }
 }
 
-TEST(ReadFileRecord, OtherKindsHaveTheirUpdateSequenceWhereTheHeaderSays) {
+TEST(ReadFileRecord, OtherKindsUseTheUpdateSequenceOffsetOfTheHeader) {
     for (const char* keyword : {"INDX", "BAAD"}) {
         SCOPED_TRACE(keyword);
         ntfs_image image;
@@ -309,7 +309,7 @@ TEST(ReadFileRecord, CountOfOneChangesNothing) {
     EXPECT_EQ(read.bytes, image.build().get_bytes(image.record_pos(30), 1024));
 }
 
-TEST(ReadFileRecord, TornSectorIsOverwrittenInSilence) {
+TEST(ReadFileRecord, TornSectorIsOverwritten) {
     ntfs_image image = volume_with_file();
     const byte_list sound = image.entry(30).build_before_fixup();
     image.put(image.record_pos(30) + 510, 0xDEAD, 2).put(image.record_pos(30) + 1022, 0xBEEF, 2);
@@ -318,8 +318,8 @@ TEST(ReadFileRecord, TornSectorIsOverwrittenInSilence) {
     EXPECT_EQ(read_vector(volume.ntfs, 30).bytes, sound);
 }
 
-TEST(ReadFileRecord, LargeSectorsPutBackOneWordOnly) {
-    // 4096-byte sectors; the sequence array guards each 512 bytes all the same.
+TEST(ReadFileRecord, LargeSectorsRestoreOnlyOneWord) {
+    // The sectors have 4096 bytes, but the update sequence has a word for each 512 bytes.
     ntfs_image image({.sector = 4096, .record = 4096});
     image.entry(30).data(byte_list(3000, 0x5A));
     const byte_list on_disk = image.entry(30).build();
@@ -327,14 +327,15 @@ TEST(ReadFileRecord, LargeSectorsPutBackOneWordOnly) {
     const record_read read = read_into(volume.ntfs, 30, 4096);
     ASSERT_TRUE(read.result);
     byte_list expected = on_disk;
-    expected[4094] = on_disk[50];  // word 1 of the array, meant for byte 510
+    expected[4094] = on_disk[50];  // word 1 of the array, meant for offset 510
     expected[4095] = on_disk[51];
     EXPECT_EQ(read.bytes, expected);
-    EXPECT_EQ(ql::le16(read.bytes, 510), 1) << "the check value stays";
-    EXPECT_FALSE(read_vector(volume.ntfs, 30).result) << "nine words of 4096 are too many";
+    EXPECT_EQ(ql::le16(read.bytes, 510), 1) << "the check value is kept";
+    EXPECT_FALSE(read_vector(volume.ntfs, 30).result)
+        << "nine words for sectors of 4096 bytes are too many";
 }
 
-TEST(ReadFileRecord, EntryBehindTheMftReadsTheBootSectorAndFails) {
+TEST(ReadFileRecord, EntryPastTheMftReadsTheBootSectorAndFails) {
     opened_volume volume(volume_with_file());
     for (const std::uint64_t inode : {64ull, 1000ull, 0xFFFFFFFFFFFFull, ~0ull}) {
         SCOPED_TRACE(inode);
@@ -357,7 +358,7 @@ TEST(ReadFileRecord, EntryInAHoleOfTheMftReadsNothing) {
     EXPECT_FALSE(read_vector(volume.ntfs, 32).result);
 }
 
-TEST(ReadFileRecord, EntryInAHoleCanLieInFrontOfTheVolume) {
+TEST(ReadFileRecord, EntryInAHoleCanBeBeforeTheVolume) {
     const std::uint64_t offset = 65536;
     ntfs_image image;
     image.entry(0).data_runs({{image.record_pos(0) / 4096, 8}, {support::hole, 8}});
@@ -371,14 +372,14 @@ TEST(ReadFileRecord, EntryInAHoleCanLieInFrontOfTheVolume) {
     EXPECT_EQ(file_record{read.bytes}.own_number(), 4711u);
 }
 
-TEST(ReadFileRecord, BufferMustHoldARecord) {
+TEST(ReadFileRecord, SizeBelowARecordFails) {
     opened_volume volume(volume_with_file());
     EXPECT_TRUE(read_into(volume.ntfs, 30, 1024).result);
     EXPECT_TRUE(read_into(volume.ntfs, 30, 2000).result);
     EXPECT_FALSE(read_into(volume.ntfs, 30, 1023).result);
     EXPECT_FALSE(read_into(volume.ntfs, 30, 0).result);
 
-    record_read nothing;  // even where a record has no bytes
+    record_read nothing;  // even if a record has no bytes
     volume.ntfs.m_bytes_per_file_record = 0;
     EXPECT_FALSE(
         volume.ntfs.read_file_record(30, nothing.bytes, nothing.position, nothing.size, false));
@@ -398,7 +399,7 @@ TEST(ReadFileRecord, BufferIsReplacedByTheBytesOfTheRecord) {
     EXPECT_EQ(read.bytes.size(), 1024u);
 }
 
-TEST(ReadFileRecord, RecordTruncatedByTheEndOfTheSourceHoldsWhatWasRead) {
+TEST(ReadFileRecord, TruncatedRecordHasTheBytesThatWereRead) {
     ntfs_image image;
     image.entry(30).data(byte_list(900, 0x5A)).put_before_fixup(1022, 0x5A5A, 2);
     const byte_list on_disk = image.entry(30).build();
@@ -410,21 +411,21 @@ TEST(ReadFileRecord, RecordTruncatedByTheEndOfTheSourceHoldsWhatWasRead) {
     expected.insert(expected.end(), on_disk.begin() + 512, on_disk.begin() + 600);
     for (const record_read& read : {read_into(volume.ntfs, 30), read_allocated(volume.ntfs, 30)}) {
         EXPECT_TRUE(read.result);
-        EXPECT_EQ(read.size, 600) << "one whole sector: one word put back";
+        EXPECT_EQ(read.size, 600) << "one whole sector: one word is restored";
         EXPECT_EQ(read.bytes, expected);
     }
 
     const vector_read vector = read_vector(volume.ntfs, 30);
     EXPECT_TRUE(vector.result);
-    EXPECT_EQ(ql::le16(vector.bytes, 1022), 0x5A5A) << "both words put back";
-    vector_read again;  // into what another record has left
+    EXPECT_EQ(ql::le16(vector.bytes, 1022), 0x5A5A) << "both words are restored";
+    vector_read again;  // into the buffer of another record
     again.bytes.assign(2000, 0xCC);
     EXPECT_TRUE(volume.ntfs.read_record_vector(30, again.bytes, again.position, again.kind));
     EXPECT_EQ(again.bytes, vector.bytes);
     EXPECT_EQ(ql::le16(again.bytes, 700), 0);
 }
 
-TEST(ReadFileRecord, StrideAboveTheRecordSizeFailsAllButAllocatingReads) {
+TEST(ReadFileRecord, StrideAboveTheRecordSizeFailsExceptWithAllocate) {
     ntfs_image image = volume_with_file();
     image.put(image.record_pos(0) + 28, 2048, 4);
     opened_volume volume(image);
@@ -433,7 +434,8 @@ TEST(ReadFileRecord, StrideAboveTheRecordSizeFailsAllButAllocatingReads) {
     EXPECT_TRUE(read.result);
     EXPECT_EQ(read.size, 2048);
     EXPECT_EQ(file_record{read.bytes}.own_number(), 30u) << "15 times 2048 is entry 30";
-    EXPECT_TRUE(read_into(volume.ntfs, 0).result) << "entry 0 follows the boot sector";
+    EXPECT_TRUE(read_into(volume.ntfs, 0).result)
+        << "entry 0 has the record size of the boot sector";
 }
 
 TEST(ReadFileRecord, StrideBelowTheRecordSizeReadsLess) {
@@ -447,7 +449,7 @@ TEST(ReadFileRecord, StrideBelowTheRecordSizeReadsLess) {
     EXPECT_EQ(read.bytes.size(), 512u);
 }
 
-TEST(ReadFileRecord, StrideOfZeroReadsNothingButEntryZero) {
+TEST(ReadFileRecord, StrideOfZeroReadsOnlyEntryZero) {
     ntfs_image image = volume_with_file();
     image.put(image.record_pos(0) + 28, 0, 4);
     opened_volume volume(image);
@@ -456,7 +458,7 @@ TEST(ReadFileRecord, StrideOfZeroReadsNothingButEntryZero) {
     EXPECT_FALSE(read_allocated(volume.ntfs, 30).result);
 }
 
-TEST(ReadFileRecord, StrideAboveTheSourceTakesNoMemory) {
+TEST(ReadFileRecord, StrideAboveTheSourceUsesNoMemory) {
     ntfs_image image = volume_with_file();
     image.put(image.record_pos(0) + 28, 0xFFFFFFFF, 4);
     opened_volume volume(image);
@@ -475,14 +477,14 @@ TEST(ReadFileRecord, RecordSizeAboveTheSourceReadsWhatIsThere) {
                   volume.ntfs.m_disk->size_in_bytes() - volume.ntfs.m_mft_file_pos);
         ASSERT_GE(read.bytes.size(), 1024u);
         EXPECT_TRUE(std::equal(usual.bytes.begin(), usual.bytes.end(), read.bytes.begin()));
-        EXPECT_LE(read.bytes.size(), 0x10000u) << "no attribute leads further";
+        EXPECT_LE(read.bytes.size(), 0x10000u) << "no attribute extends further";
         const vector_read vector = read_vector(volume.ntfs, 30);
         EXPECT_TRUE(vector.result);
         EXPECT_EQ(file_record{vector.bytes}.own_number(), 30u);
     }
 }
 
-TEST(ReadFileRecord, RecordInTheBufferIsNotTakenForOneThatCanNotBeRead) {
+TEST(ReadFileRecord, PreviousRecordIsNotReturnedForAnUnreadableOne) {
     opened_volume volume(volume_with_file());
     record_read read = read_into(volume.ntfs, 30);
     vector_read vector = read_vector(volume.ntfs, 30);
@@ -491,12 +493,12 @@ TEST(ReadFileRecord, RecordInTheBufferIsNotTakenForOneThatCanNotBeRead) {
     volume.ntfs.m_disk->ok = false;
     EXPECT_FALSE(volume.ntfs.read_file_record(30, read.bytes, read.position, read.size, false));
     volume.ntfs.m_disk->ok = true;
-    // Far behind the end of the source.
+    // Far past the end of the source.
     volume.ntfs.m_mft_info.data_runs[0].lcn = 1u << 30;
     EXPECT_FALSE(volume.ntfs.read_record_vector(30, vector.bytes, vector.position, vector.kind));
 }
 
-TEST(ReadFileRecord, ClosedSourceGivesNothing) {
+TEST(ReadFileRecord, ClosedSourceFails) {
     opened_volume volume(volume_with_file());
     volume.ntfs.m_disk->ok = false;
     EXPECT_FALSE(read_into(volume.ntfs, 30).result);
@@ -506,7 +508,7 @@ TEST(ReadFileRecord, ClosedSourceGivesNothing) {
 
 // --- read_record_vector ---
 
-TEST(ReadRecordVector, SizesTheVectorAndFixesTheRecord) {
+TEST(ReadRecordVector, ResizesTheVectorAndAppliesTheUpdateSequence) {
     ntfs_image image = volume_with_file();
     const byte_list expected = image.entry(30).build_before_fixup();
     opened_volume volume(image);
@@ -528,7 +530,7 @@ TEST(ReadRecordVector, NeedsAValidatedVolumeEvenForEntryZero) {
     EXPECT_EQ(read.kind, record_kind::none);
 }
 
-TEST(ReadRecordVector, SmallRecordsAreBelowItsMinimum) {
+TEST(ReadRecordVector, RecordsBelow1024BytesFail) {
     ntfs_image image({.record = 512});
     image.file(5, u"a", 30);
     opened_volume volume(image);

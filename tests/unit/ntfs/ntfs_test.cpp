@@ -18,7 +18,7 @@ namespace {
 using support::byte_image;
 using support::ntfs_image;
 
-// A boot sector with room behind it, and no file record anywhere.
+// A boot sector followed by zeros, without file records.
 byte_image boot_only(const support::ntfs_boot_options& options = {}) {
     byte_image image(256 * 1024);
     image.put_image(0, support::ntfs_boot_sector(options));
@@ -45,8 +45,8 @@ TEST(NtfsGeometry, FollowsTheBootSector) {
         {"most clusters", 512, 8, 0x7F, 4096, 4096 * 127, 127},
         {"2^1", 512, 8, 0xFF, 4096, 2, 0},
         {"2^31", 512, 8, 0xE1, 4096, 0x80000000, 0x80000},
-        {"an exponent of 32 counts as 0", 512, 8, 0xE0, 4096, 1, 0},
-        {"an exponent of 128 counts as 0", 512, 8, 0x80, 4096, 1, 0},
+        {"an exponent of 32 is used as 0", 512, 8, 0xE0, 4096, 1, 0},
+        {"an exponent of 128 is used as 0", 512, 8, 0x80, 4096, 1, 0},
         {"no size", 512, 8, 0x00, 4096, 0, 0},
         {"no sectors in a cluster", 512, 0, 0xF6, 0, 1024, 0},
         {"no bytes in a sector", 0, 8, 0x01, 0, 0, 1},
@@ -79,10 +79,10 @@ TEST(NtfsGeometry, PositionOfTheMftWrapsAtSixtyFourBits) {
     std::uint64_t position = 77;
     EXPECT_FALSE(volume.ntfs.validate(position));
     EXPECT_EQ(volume.ntfs.m_mft_file_pos, 5u * 4096);
-    EXPECT_EQ(position, 5u * 4096) << "it is told even when record 0 fails";
+    EXPECT_EQ(position, 5u * 4096) << "set even if record 0 fails";
 }
 
-TEST(NtfsGeometry, BootSectorTellsOfTheMirrorAndOfTheVolume) {
+TEST(NtfsGeometry, BootSectorStatesTheMirrorAndTheVolume) {
     NTFS_BOOT boot;
     boot.raw[56] = 3;
     boot.raw[72] = 4;
@@ -124,11 +124,11 @@ TEST(NtfsValidate, OpensVolumesOfAllUsualGeometries) {
     }
 }
 
-TEST(NtfsValidate, TellsWhatTheMftHolds) {
+TEST(NtfsValidate, ReadsTheMft) {
     ntfs_image image({.mft_records = 64});
     image_volume volume(image.build());
     std::uint64_t position = 0;
-    EXPECT_EQ(volume.ntfs.get_total_mft_entries(), 0u) << "not validated yet";
+    EXPECT_EQ(volume.ntfs.get_total_mft_entries(), 0u) << "not yet validated";
     ASSERT_TRUE(volume.ntfs.validate(position));
     EXPECT_EQ(position, image.record_pos(0));
     EXPECT_EQ(volume.ntfs.get_total_mft_entries(), 64u);
@@ -143,7 +143,7 @@ TEST(NtfsValidate, SecondCallReadsNothing) {
     image_volume volume(ntfs_image().build());
     std::uint64_t position = 0;
     ASSERT_TRUE(volume.ntfs.validate(position));
-    volume.ntfs.m_disk->ok = false;  // from now on each read fails
+    volume.ntfs.m_disk->ok = false;  // each further read fails
     std::uint64_t again = 0;
     EXPECT_TRUE(volume.ntfs.validate(again));
     EXPECT_EQ(again, position);
@@ -162,7 +162,7 @@ TEST(NtfsValidate, VolumeInsideASourceIsReadAtItsOffset) {
     EXPECT_FALSE(image_volume(disk, disk.size()).validate());
 }
 
-TEST(NtfsValidate, OtherSignaturesAreRefusedInSilence) {
+TEST(NtfsValidate, OtherSignaturesAreRejected) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     for (const std::string_view signature :
@@ -176,11 +176,11 @@ TEST(NtfsValidate, OtherSignaturesAreRefusedInSilence) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(NtfsValidate, ChecksumAndEndMarkerAreNotLookedAt) {
+TEST(NtfsValidate, ChecksumAndEndMarkerAreIgnored) {
     EXPECT_TRUE(opens(ntfs_image().put(80, 0xDEADBEEF, 4).put(510, 0, 2)));
 }
 
-TEST(NtfsValidate, NoSourceNoVolume) {
+TEST(NtfsValidate, FailsWithoutASource) {
     std::uint64_t position = 0;
     CNtfs none(nullptr, 0, source_kind::file);
     none.m_Validated = true;
@@ -196,7 +196,7 @@ TEST(NtfsValidate, NoSourceNoVolume) {
     EXPECT_EQ(missing.disk(), nullptr);
 }
 
-TEST(NtfsValidate, CutBootSectorReadsZerosBehindItsEnd) {
+TEST(NtfsValidate, TruncatedBootSectorReadsZerosPastItsEnd) {
     byte_image boot = boot_only();
     boot.resize(48);  // everything up to the LCN of $MFT
     image_volume volume(boot);
@@ -229,16 +229,16 @@ TEST(NtfsValidate, RecordZeroMustBeARecord) {
     EXPECT_FALSE(opens(old_layout.put(old_layout.record_pos(0) + 4, 42, 2)));
 }
 
-TEST(NtfsValidate, UpdateSequenceMustFitTheAnnouncedRecord) {
+TEST(NtfsValidate, UpdateSequenceMustFitTheStatedRecordSize) {
     const struct {
         const char* name;
         std::uint32_t record;
         std::uint16_t count;
         bool opens;
     } cases[] = {
-        {"as it should be", 1024, 3, true},   {"one sector more", 1024, 4, false},
-        {"a record of 4096", 1024, 9, false}, {"less than announced", 4096, 3, true},
-        {"count 1", 1024, 1, true},           {"count 0 counts as the largest", 1024, 0, false},
+        {"as stated", 1024, 3, true},         {"one sector more", 1024, 4, false},
+        {"a record of 4096", 1024, 9, false}, {"less than stated", 4096, 3, true},
+        {"count 1", 1024, 1, true},           {"count 0 is the largest", 1024, 0, false},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -247,21 +247,21 @@ TEST(NtfsValidate, UpdateSequenceMustFitTheAnnouncedRecord) {
     }
 }
 
-TEST(NtfsValidate, AnIndexBlockAsRecordZeroMayCountWhatItLikes) {
+TEST(NtfsValidate, IndexBlockAsRecordZeroMayHaveAnyCount) {
     ntfs_image image;
     byte_image bytes = image.build();
     bytes.put_text(image.record_pos(0), "INDX").put(image.record_pos(0) + 6, 9, 2);
     EXPECT_TRUE(image_volume(bytes).validate());
 }
 
-TEST(NtfsValidate, RecordSizesWithoutSenseAreRefusedBeforeMemoryIsTaken) {
+TEST(NtfsValidate, ImplausibleRecordSizesAreRejectedBeforeAllocation) {
     for (const unsigned field : {0x00u, 0xE1u, 0xE2u, 0xE8u, 0x7Fu}) {
         SCOPED_TRACE(field);
         EXPECT_FALSE(opens(ntfs_image({.mft_records = 24}).put(64, field, 1).put(13, 0x80, 1)));
     }
 }
 
-TEST(NtfsValidate, StrideOfEntriesIsWhatRecordZeroSays) {
+TEST(NtfsValidate, StrideOfEntriesIsStatedByRecordZero) {
     for (const std::uint32_t allocated : {0u, 512u, 2048u, 0xFFFFFFFFu}) {
         SCOPED_TRACE(allocated);
         ntfs_image image({.mft_records = 64});
@@ -274,7 +274,7 @@ TEST(NtfsValidate, StrideOfEntriesIsWhatRecordZeroSays) {
     }
 }
 
-TEST(NtfsValidate, ResidentMftCountsAsOneCluster) {
+TEST(NtfsValidate, ResidentMftHasOneCluster) {
     ntfs_image image;
     image.entry(0).data("not a list of runs");
     image_volume volume(image.build());
@@ -282,7 +282,7 @@ TEST(NtfsValidate, ResidentMftCountsAsOneCluster) {
     EXPECT_EQ(volume.ntfs.get_total_mft_entries(), 4u);
 }
 
-TEST(NtfsValidate, ValueBehindTheRunsOfTheMftCountsNothing) {
+TEST(NtfsValidate, ValueAfterTheRunsOfTheMftHasNoClusters) {
     ntfs_image image({.mft_records = 64});
     image.entry(0).data_runs({{image.record_pos(0) / 4096, 16}}).stream(u"named", "value");
     image_volume volume(image.build());
@@ -291,7 +291,7 @@ TEST(NtfsValidate, ValueBehindTheRunsOfTheMftCountsNothing) {
     EXPECT_EQ(volume.ntfs.get_total_mft_entries(), 64u);
 }
 
-TEST(NtfsValidate, LastRunsOfTheMftAndOfTheBitmapCount) {
+TEST(NtfsValidate, LastRunsOfTheMftAndOfTheBitmapAreUsed) {
     ntfs_image image({.mft_records = 64});
     const std::uint64_t lcn = image.record_pos(0) / 4096;
     image.entry(0).data_runs({{lcn, 8}}).stream_runs(u"named", {{lcn, 16}});
@@ -304,7 +304,7 @@ TEST(NtfsValidate, LastRunsOfTheMftAndOfTheBitmapCount) {
     EXPECT_EQ(volume.ntfs.m_bitmap_runs[0].lcn, 8u);
 }
 
-TEST(NtfsValidate, ReaderKnowsNothingBeforeIt) {
+TEST(NtfsValidate, ReaderIsEmptyBeforeValidation) {
     const CNtfs ntfs(nullptr, 0, source_kind::file);
     EXPECT_EQ(ntfs.get_mft_record_size(), 1024u);
     for (const std::uint64_t field :
@@ -318,19 +318,19 @@ TEST(NtfsValidate, ReaderKnowsNothingBeforeIt) {
 
 TEST(NtfsValidate, MftWithoutDataHasNoEntries) {
     ntfs_image image;
-    // The type of $DATA becomes one that nobody looks for.
+    // The type of $DATA is changed to an unused one.
     const std::size_t at = image.record_pos(0);
     byte_image bytes = image.build();
     std::size_t attribute = at + bytes.get(at + 20, 2);
     while (bytes.get(attribute, 4) != 0x80)
         attribute += bytes.get(attribute + 4, 4);
     image_volume volume(bytes.put(attribute, 0x70, 4));
-    EXPECT_TRUE(volume.validate()) << "an empty $MFT is no reason to refuse";
+    EXPECT_TRUE(volume.validate()) << "an empty $MFT is accepted";
     EXPECT_EQ(volume.ntfs.get_total_mft_entries(), 0u);
     EXPECT_FALSE(volume.ntfs.is_directory(5));
 }
 
-TEST(NtfsValidate, BrokenBitmapRecordLeavesTheVolumeOpen) {
+TEST(NtfsValidate, DamagedBitmapRecordIsIgnored) {
     ntfs_image image;
     image_volume volume(image.put(image.record_pos(6), 0, 4).build());
     EXPECT_TRUE(volume.validate());
@@ -338,7 +338,7 @@ TEST(NtfsValidate, BrokenBitmapRecordLeavesTheVolumeOpen) {
     EXPECT_TRUE(volume.ntfs.is_directory(5));
 }
 
-TEST(NtfsValidate, EveryPrefixOfAVolumeEitherOpensOrNot) {
+TEST(NtfsValidate, NoPrefixOfAVolumeIsFatal) {
     ntfs_image image;
     const std::uint64_t record_0 = image.record_pos(0);
     const byte_image whole = image.build();
@@ -373,12 +373,12 @@ TEST(NtfsRead, ReadsAtThePositionInTheVolume) {
     EXPECT_TRUE(CNtfs::read_at(volume.ntfs.disk(), 88, 512, text, count));
     EXPECT_EQ(std::string(text, 6), "volume");
     EXPECT_EQ(count, 6u);
-    // The sum is taken modulo 2^64.
+    // The sum is modulo 2^64.
     EXPECT_TRUE(CNtfs::read_at(volume.ntfs.disk(), ~0ull - 11, 612, text, count));
     EXPECT_EQ(std::string(text, 6), "volume");
 }
 
-TEST(NtfsRead, RefusesWhatItCanNotRead) {
+TEST(NtfsRead, RejectsInvalidReads) {
     image_volume volume(byte_image(1000));
     std::vector<std::uint8_t> buffer(512);
     std::uint32_t count = 512;
@@ -399,7 +399,7 @@ TEST(NtfsRead, OneByteCanBeRead) {
     EXPECT_EQ(byte, 0x5A);
 }
 
-TEST(NtfsRead, CountComesBackAsTheBytesRead) {
+TEST(NtfsRead, CountIsSetToTheBytesRead) {
     image_volume volume(byte_image(1000));
     std::vector<std::uint8_t> buffer(512);
     std::uint32_t count = 512;
@@ -407,7 +407,7 @@ TEST(NtfsRead, CountComesBackAsTheBytesRead) {
     EXPECT_EQ(count, 100u);
 }
 
-TEST(NtfsRead, ClustersAreReadWhole) {
+TEST(NtfsRead, OnlyWholeClustersAreRead) {
     byte_image image(8 * 4096);
     image.put_text(3 * 4096, "three").put_text(4 * 4096, "four");
     image_volume volume(image);

@@ -25,7 +25,7 @@ using testing::ElementsAre;
 
 constexpr std::uint64_t all_ones = ~std::uint64_t{0};
 
-// One look-up: its results and its whole trace.
+// The results and the trace of one lookup.
 struct lookup {
     bool result = false;
     std::uint64_t inode = 1234;
@@ -53,7 +53,7 @@ lookup look_up(open_volume& volume, const std::wstring& path, bool follow_links 
     return look_up(&volume.ntfs, path, follow_links);
 }
 
-// The entry of a path; 0 when it isn't found.
+// Returns the entry of a path, or 0 if it is not found.
 std::uint64_t entry_at(open_volume& volume, const std::wstring& path) {
     const lookup found = look_up(volume, path);
     return found.result ? found.inode : 0;
@@ -71,7 +71,7 @@ ntfs_image sample() {
     return image;
 }
 
-// A link in the root directory, entry 70.
+// Adds a link to the root directory, as entry 70.
 void add_link(ntfs_image& image, std::u16string_view name, std::uint32_t tag,
               std::u16string_view substitute, const support::reparse_options& options) {
     image.directory(5, name, 70).reparse(tag, substitute, options);
@@ -91,7 +91,7 @@ TEST(PathLookup, SeparatorAloneIsTheRoot) {
     EXPECT_EQ(look_up(volume, L"/").trace, "->anal: /\n->root dir\n->path empty\n");
 }
 
-TEST(PathLookup, EmptyPathAndMissingVolumeFailInSilence) {
+TEST(PathLookup, EmptyPathAndMissingVolumeFail) {
     open_volume volume(sample());
     for (const lookup& found : {look_up(volume, L""), look_up(nullptr, L"\\temp")}) {
         EXPECT_FALSE(found.result);
@@ -113,7 +113,7 @@ TEST(PathLookup, WalkIsTracedLineByLine) {
               "->root dir\n"
               "->seg: temp\n"
               "->info: get children nodes\n"
-              "->info: # children [4]\n"  // the root directory names itself
+              "->info: # children [4]\n"  // the root directory contains itself
               "->info: get children names\n"
               "->info: inode found for seg: temp : 0x40\n"
               "->seg: sub\n"
@@ -128,7 +128,7 @@ TEST(PathLookup, WalkIsTracedLineByLine) {
               "->info: inode found for seg: file.txt : 0x42\n");
 }
 
-TEST(PathLookup, KnownDirectoriesAreLookedUpInTheCache) {
+TEST(PathLookup, CachedDirectoriesAreNotReadAgain) {
     open_volume volume(sample());
     ASSERT_EQ(entry_at(volume, L"\\temp\\sub"), 65u);
     EXPECT_EQ(look_up(volume, L"\\temp\\other").trace,
@@ -143,7 +143,7 @@ TEST(PathLookup, KnownDirectoriesAreLookedUpInTheCache) {
               "->inode not found for \\temp\\other\n");
 }
 
-TEST(PathLookup, CacheKnowsDirectoriesAndTheirNames) {
+TEST(PathLookup, CacheContainsDirectoriesAndTheirNames) {
     ntfs_image image = sample();
     image.entry(68).flags(2);
     open_volume volume(image);
@@ -165,7 +165,7 @@ TEST(PathLookup, CacheKnowsDirectoriesAndTheirNames) {
     EXPECT_TRUE(cache.at(68).deleted);
 }
 
-TEST(PathLookup, DirectoryThatIsKnownIsNotForgottenWhenItIsMetAgain) {
+TEST(PathLookup, CachedDirectoryIsKeptWhenItIsFoundAgain) {
     ntfs_image image = sample();
     image.link(64, 68, u"again");
     open_volume volume(image);
@@ -183,7 +183,7 @@ TEST(PathLookup, DirectoryThatIsKnownIsNotForgottenWhenItIsMetAgain) {
               "->info: inode found for seg: sub : 0x41\n");
 }
 
-TEST(PathLookup, DirectoryWithoutANameIsKnownAllTheSame) {
+TEST(PathLookup, DirectoryWithoutANameIsCached) {
     ntfs_image image = sample();
     image.entry(70).flags(3).standard_information();
     image.index(5).add(file_reference(70, 1), support::file_name_value(5, u"nameless"));
@@ -192,7 +192,7 @@ TEST(PathLookup, DirectoryWithoutANameIsKnownAllTheSame) {
     EXPECT_EQ(volume.ntfs.m_children_cache.count(70), 1u);
 }
 
-TEST(PathLookup, DirectoryIsNoChildOfItselfButTheRootMayBeOne) {
+TEST(PathLookup, OnlyTheRootMayBeItsOwnChild) {
     ntfs_image image = sample();
     image.index(64).add(file_reference(64, 1), support::file_name_value(5, u"temp"));
     image.index(64).add(file_reference(5, 5), support::file_name_value(5, u"."));
@@ -201,14 +201,14 @@ TEST(PathLookup, DirectoryIsNoChildOfItselfButTheRootMayBeOne) {
     EXPECT_EQ(entry_at(volume, L"\\temp\\.\\hello.txt"), 67u);
 }
 
-TEST(PathLookup, KnownNamesAreFoundWithoutTheMedium) {
+TEST(PathLookup, CachedNamesAreFoundWithoutTheSource) {
     open_volume volume(sample());
     ASSERT_EQ(entry_at(volume, L"\\temp\\sub"), 65u);
     ASSERT_EQ(::truncate(volume.path.c_str(), 0), 0);
     EXPECT_EQ(entry_at(volume, L"\\temp\\sub"), 65u);
 }
 
-// Records are shorter than the size that the boot sector states for them.
+// Records are shorter than the size that the boot sector states.
 TEST(PathLookup, RecordSizeAboveTheSourceFindsNoNames) {
     open_volume volume(sample());
     volume.ntfs.m_mft_record_size = 0x80000000;
@@ -290,9 +290,9 @@ TEST(PathLookup, DirectoryWithOnlyNamelessChildrenIsReadEachTime) {
     EXPECT_EQ(look_up(volume, L"\\empty\\x").trace, found + names);
 }
 
-TEST(PathLookup, HalfAnIndexServesOnlyADirectoryThatWasMetBefore) {
-    // The root of the index names \half\a, and its allocation can't be read. An entry that is no
-    // directory by its flags is not known before its turn comes.
+TEST(PathLookup, PartialIndexIsUsedOnlyForACachedDirectory) {
+    // The root of the index contains \half\a, and its allocation cannot be read. An entry without
+    // the directory flag is not cached before it is looked up.
     const struct {
         std::uint16_t flags;
         bool result;
@@ -324,7 +324,7 @@ TEST(PathLookup, HalfAnIndexServesOnlyADirectoryThatWasMetBefore) {
     }
 }
 
-TEST(PathLookup, UnusableChildrenAreTracedAndPassedOver) {
+TEST(PathLookup, UnusableChildrenAreTracedAndSkipped) {
     ntfs_image image = sample();
     image.entry(70).standard_information();
     image.index(5).add(file_reference(70, 1), support::file_name_value(5, u"nameless"));
@@ -346,7 +346,7 @@ TEST(PathLookup, UnusableChildrenAreTracedAndPassedOver) {
               "->info: inode found for seg: hello.txt : 0x43\n");
 }
 
-TEST(PathLookup, ChildCutByTheEndOfTheImageIsPassedOver) {
+TEST(PathLookup, TruncatedChildIsSkipped) {
     ntfs_image image;
     image.file(5, u"whole", 30);
     image.file(5, u"cut", 80);
@@ -366,7 +366,7 @@ TEST(PathLookup, ChildCutByTheEndOfTheImageIsPassedOver) {
     EXPECT_FALSE(look_up(volume, L"\\cut").result);
 }
 
-TEST(PathLookup, RecordsBelowTheStatedSizeArePassedOver) {
+TEST(PathLookup, RecordsBelowTheStatedSizeAreSkipped) {
     open_volume volume(sample());
     volume.ntfs.m_mft_record_size = 2048;
     EXPECT_EQ(look_up(volume, L"\\temp").trace,
@@ -383,7 +383,7 @@ TEST(PathLookup, RecordsBelowTheStatedSizeArePassedOver) {
               "->inode not found for \\temp\n");
 }
 
-TEST(PathLookup, RecordsAboveTheStatedSizeCantBeRead) {
+TEST(PathLookup, RecordsAboveTheStatedSizeAreUnreadable) {
     open_volume volume(sample());
     volume.ntfs.m_mft_record_size = 512;
     EXPECT_EQ(look_up(volume, L"\\temp").trace,
@@ -395,8 +395,8 @@ TEST(PathLookup, RecordsAboveTheStatedSizeCantBeRead) {
               "->inode not found for \\temp\n");
 }
 
-// A deleted file's name may stand there for long.
-TEST(PathLookup, NameBehindTheEndOfAnIndexIsNotFound) {
+// The name of a deleted file may remain there.
+TEST(PathLookup, NamePastTheEndOfAnIndexIsNotFound) {
     ntfs_image image = sample();
     for (const std::uint64_t directory : {5u, 64u}) {
         const std::uint64_t gone = directory + 65;
@@ -410,7 +410,7 @@ TEST(PathLookup, NameBehindTheEndOfAnIndexIsNotFound) {
     EXPECT_EQ(entry_at(volume, L"\\temp\\sub"), 65u);
 }
 
-TEST(PathLookup, RootWithoutAnIndexHasNoneFound) {
+TEST(PathLookup, RootWithoutAnIndexHasNoChildren) {
     ntfs_image image = sample();
     image.index(5).put_in_root(0, 0, 4);
     open_volume volume(image);
@@ -423,15 +423,15 @@ TEST(PathLookup, RootWithoutAnIndexHasNoneFound) {
               "->inode not found for \\temp\n");
 }
 
-TEST(PathLookup, RootWithAnEmptyIndexHasNoneFound) {
+TEST(PathLookup, RootWithAnEmptyIndexHasNoChildren) {
     ntfs_image image = sample();
-    image.index(5).put_in_root(16 + 4, 4096, 4);  // a length that is taken for an empty node
+    image.index(5).put_in_root(16 + 4, 4096, 4);  // a node of this length is treated as empty
     open_volume volume(image);
     EXPECT_THAT(look_up(volume, L"\\temp").trace,
                 testing::HasSubstr("->info: get children nodes\n->info: none found\n"));
 }
 
-TEST(PathLookup, FailureTellsTheDirectoryThatLacksTheSegment) {
+TEST(PathLookup, FailureReturnsTheDirectoryWithoutTheSegment) {
     ntfs_image image = sample();
     add_link(image, u"link", support::mount_point_tag, u"\\??\\C:\\temp", {.print = u"C:\\temp"});
     open_volume volume(image);
@@ -503,16 +503,16 @@ TEST(PathLookup, PathsThatLeadNowhere) {
         const wchar_t* path;
         const char* key;  // the segment that is not found
     } cases[] = {
-        {L"\\temp.", "temp."},    // trailing dots stay
-        {L"\\temp \t", "temp "},  // blanks go before tabs
+        {L"\\temp.", "temp."},    // trailing dots are kept
+        {L"\\temp \t", "temp "},  // blanks are removed before tabs
         {L"\\\t temp", " temp"},
-        {L"\\temp\r\n", "temp\r"},  // CR goes before LF
+        {L"\\temp\r\n", "temp\r"},  // CR is removed before LF
         {L"\\other", "other"},
         {L"\\:x", ""},
         {L"\\ ", ""},
         {L"\\..", ".."},
         {L"\\.", "."},
-        {L"\\a/b", "\\a"},  // a slash makes the backslash a letter
+        {L"\\a/b", "\\a"},  // with a slash, a backslash is not a separator
         {L"\\temp/sub", "\\temp"},
         {L":\\temp", ""},
         {L"c:\\x", "x"},
@@ -583,7 +583,7 @@ TEST(PathLookup, FirstChildOfANameIsFound) {
 }
 
 TEST(PathLookup, HardLinkIsFoundByEachOfItsNamesInAnyOfItsDirectories) {
-    // Names are those of the record, whatever directory they belong to.
+    // All names of the record are used, regardless of their directory.
     ntfs_image image = sample();
     image.link(67, 64, u"second.txt");
     open_volume volume(image);
@@ -593,9 +593,9 @@ TEST(PathLookup, HardLinkIsFoundByEachOfItsNamesInAnyOfItsDirectories) {
     EXPECT_EQ(entry_at(volume, L"\\temp\\hello.txt"), 67u);
 }
 
-// --- names of other sources in front of a path ---
+// --- device names before a path ---
 
-TEST(PathLookup, ShadowCopyPrefixIsTakenOff) {
+TEST(PathLookup, ShadowCopyPrefixIsRemoved) {
     open_volume volume(sample());
     const lookup found =
         look_up(volume, L"\\\\?\\globalroot\\DEVICE\\HarddiskVolumeShadowCopy12\\temp\\sub");
@@ -609,34 +609,34 @@ TEST(PathLookup, ShadowCopyNeedsNoNumber) {
     const std::wstring device = L"\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy";
     EXPECT_EQ(look_up(volume, device + L"\\temp").resolved, L"\\temp");
     EXPECT_EQ(look_up(volume, device).trace, "->anal: \n->path empty\n");
-    // One letter less is a path like any other.
+    // With one letter less, the path is an ordinary one.
     EXPECT_THAT(look_up(volume, device.substr(0, device.size() - 1) + L"\\temp").trace,
                 testing::HasSubstr("->seg: ?\n"));
 }
 
-TEST(PathLookup, SnapshotPrefixIsTakenOff) {
+TEST(PathLookup, SnapshotPrefixIsRemoved) {
     // 47 characters up to a backslash: "\\.\", "snapid_", a number and a GUID.
     const std::wstring prefix = L"\\\\.\\snapid_" + std::wstring(36, L'0');
     ASSERT_EQ(prefix.size(), 47u);
     open_volume volume(sample());
     EXPECT_EQ(look_up(volume, prefix + L"\\temp\\sub").resolved, L"\\temp\\sub");
     EXPECT_EQ(look_up(volume, prefix + L"more\\temp").resolved, L"\\temp");
-    // The word is compared with its case, and backslashes in front of position 47 don't count.
+    // "snapid_" is compared with case, and backslashes before position 47 are ignored.
     EXPECT_FALSE(look_up(volume, L"\\\\.\\SNAPID_" + std::wstring(36, L'0') + L"\\temp").result);
     EXPECT_EQ(look_up(volume, L"\\\\.\\snapid_" + std::wstring(35, L'\\') + L"0\\temp").resolved,
               L"\\temp");
     EXPECT_EQ(look_up(volume, L"\\\\.\\snapid_" + std::wstring(35, L'0') + L"\\x\\temp").resolved,
               L"\\temp");
-    // The word counts only behind the name of the local machine.
+    // "snapid_" is recognised only after the name of the local machine.
     EXPECT_THAT(look_up(volume, L"\\\\?\\snapid_" + std::wstring(36, L'0') + L"\\temp").trace,
                 testing::HasSubstr("->seg: ?\n"));
-    // One of 47 characters is a path like any other.
+    // A path of 47 characters is an ordinary one.
     EXPECT_THAT(look_up(volume, L"\\\\.\\snapid_" + std::wstring(35, L'0') + L"\\").trace,
                 testing::StartsWith("->anal: \\\\.\\snapid_" + std::string(35, '0') +
                                     "\\\n->root dir\n->seg: .\n"));
 }
 
-TEST(PathLookup, OtherDeviceNamesAreNoPrefix) {
+TEST(PathLookup, OtherDeviceNamesAreNotRemoved) {
     open_volume volume(sample());
     const std::wstring plain = L"\\" + std::wstring(60, L'd');
     EXPECT_THAT(look_up(volume, plain).trace,
@@ -662,7 +662,7 @@ TEST(PathLookup, SourcePrefixAloneLeavesAnEmptyPath) {
     EXPECT_EQ(look_up(volume, L"\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy1\\").inode, 5u);
 }
 
-TEST(PathLookup, FailureIsTracedWithThePathBehindThePrefix) {
+TEST(PathLookup, FailureIsTracedWithThePathAfterThePrefix) {
     open_volume volume(sample());
     EXPECT_THAT(
         look_up(volume, L"\\\\?\\GLOBALROOT\\Device\\HarddiskVolumeShadowCopy1\\none").trace,
@@ -714,7 +714,7 @@ TEST(PathLookup, LinkAtTheEndOfAPathIsFollowed) {
     EXPECT_EQ(found.resolved, L"C:\\temp\\sub");
 }
 
-TEST(PathLookup, LinkIsAnEntryWhenLinksAreNotFollowed) {
+TEST(PathLookup, LinkIsReturnedIfLinksAreNotFollowed) {
     ntfs_image image = sample();
     add_link(image, u"link", support::mount_point_tag, u"\\??\\C:\\temp", {.print = u"C:\\temp"});
     open_volume volume(image);
@@ -732,8 +732,8 @@ TEST(PathLookup, AnyTagAndAnyKindOfEntryIsALink) {
     EXPECT_EQ(entry_at(volume, L"\\tagged.txt"), 65u);
 }
 
-TEST(PathLookup, RelativeTargetIsReadFourBytesEarlyAndSoughtInTheRoot) {
-    // Flags 1, "sub", "mp": the print name is taken from two units in front of it.
+TEST(PathLookup, RelativeTargetIsReadFourBytesEarlyAndLookedUpInTheRoot) {
+    // Flags 1, "sub", "mp": the print name is read from two units before its start.
     ntfs_image image = sample();
     add_link(
         image, u"link", support::symbolic_link_tag, u"sub",
@@ -743,7 +743,7 @@ TEST(PathLookup, RelativeTargetIsReadFourBytesEarlyAndSoughtInTheRoot) {
     EXPECT_EQ(look_up(volume, L"\\link").resolved, L"\\ubmp");
 }
 
-TEST(PathLookup, EmptyPrintNameGoesOnWithTheRestFromTheRoot) {
+TEST(PathLookup, EmptyPrintNameContinuesAtTheRoot) {
     ntfs_image image = sample();
     add_link(image, u"link", support::mount_point_tag, u"\\??\\C:\\temp", {});
     open_volume volume(image);
@@ -752,7 +752,7 @@ TEST(PathLookup, EmptyPrintNameGoesOnWithTheRestFromTheRoot) {
     EXPECT_EQ(found.resolved, L"\\temp\\sub");
 }
 
-TEST(PathLookup, AbsoluteLinkWithThePrintNameInFrontGoesOnFromTheRoot) {
+TEST(PathLookup, AbsoluteLinkWithThePrintNameFirstContinuesAtTheRoot) {
     ntfs_image image = sample();
     add_link(image, u"link", support::symbolic_link_tag, u"\\??\\C:\\temp",
              {.print = u"C:\\temp", .print_first = true});
@@ -773,7 +773,7 @@ TEST(PathLookup, TargetWithoutSegmentsIsTheLinkItself) {
     }
 }
 
-TEST(PathLookup, TargetWithoutSegmentsLeavesNoParent) {
+TEST(PathLookup, TargetWithoutSegmentsHasNoParent) {
     ntfs_image image = sample();
     image.directory(65, u"link", 70)
         .reparse(support::mount_point_tag, u"\\??\\C:\\", {.print = u"C:\\"});
@@ -785,7 +785,7 @@ TEST(PathLookup, TargetWithoutSegmentsLeavesNoParent) {
     EXPECT_EQ(found.resolved, L"\\C:");
 }
 
-TEST(PathLookup, LinkInASubdirectoryForgetsTheWayToIt) {
+TEST(PathLookup, LinkInASubdirectoryRestartsAtTheRoot) {
     ntfs_image image = sample();
     image.directory(65, u"link", 70)
         .reparse(support::mount_point_tag, u"\\??\\D:\\Empty", {.print = u"D:\\Empty"});
@@ -796,7 +796,7 @@ TEST(PathLookup, LinkInASubdirectoryForgetsTheWayToIt) {
     EXPECT_EQ(found.resolved, L"\\D:\\Empty");
 }
 
-TEST(PathLookup, TargetIsSplitAtBackslashesAlsoForAPathWithSlashes) {
+TEST(PathLookup, TargetIsSplitAtBackslashesEvenForAPathWithSlashes) {
     ntfs_image image = sample();
     add_link(image, u"link", support::mount_point_tag, u"\\??\\C:\\temp", {.print = u"C:\\temp"});
     open_volume volume(image);
@@ -805,7 +805,7 @@ TEST(PathLookup, TargetIsSplitAtBackslashesAlsoForAPathWithSlashes) {
     EXPECT_EQ(found.resolved, L"\\C:\\temp\\sub\\file.txt");
 }
 
-TEST(PathLookup, SlashInATargetIsALetter) {
+TEST(PathLookup, SlashInATargetIsNotASeparator) {
     ntfs_image image = sample();
     add_link(image, u"link", support::mount_point_tag, u"\\??\\C:\\te/mp", {.print = u"C:\\te/mp"});
     image.directory(5, u"te/mp", 71);
@@ -816,7 +816,7 @@ TEST(PathLookup, SlashInATargetIsALetter) {
     EXPECT_EQ(found.resolved, L"\\C:\\te/mp\\x");
 }
 
-TEST(PathLookup, BackslashInASegmentBehindALinkSplitsIt) {
+TEST(PathLookup, BackslashInASegmentAfterALinkSplitsIt) {
     ntfs_image image = sample();
     add_link(image, u"link", support::mount_point_tag, u"\\??\\C:\\temp", {.print = u"C:\\temp"});
     open_volume volume(image);
@@ -826,7 +826,7 @@ TEST(PathLookup, BackslashInASegmentBehindALinkSplitsIt) {
     EXPECT_EQ(found.resolved, L"\\C:\\temp\\sub\\file.txt");
 }
 
-TEST(PathLookup, LinkBehindALongAttributeIsSeen) {
+TEST(PathLookup, LinkAfterALongAttributeIsFollowed) {
     ntfs_image image({.record = 4096});
     image.directory(5, u"temp", 64);
     image.file(5, u"link", 70)
@@ -836,7 +836,7 @@ TEST(PathLookup, LinkBehindALongAttributeIsSeen) {
     EXPECT_EQ(entry_at(volume, L"\\link"), 64u);
 }
 
-TEST(PathLookup, FailureBehindALinkIsTracedWithThePathGiven) {
+TEST(PathLookup, FailureAfterALinkIsTracedWithTheOriginalPath) {
     ntfs_image image = sample();
     add_link(image, u"link", support::mount_point_tag, u"\\??\\C:\\none", {.print = u"C:\\none"});
     open_volume volume(image);
@@ -862,7 +862,7 @@ TEST(PathLookup, ChainOfLinksIsFollowedToItsEnd) {
     EXPECT_EQ(look_up(volume, L"\\link00\\sub").resolved, L"\\C:\\temp\\sub");
 }
 
-TEST(PathLookup, LinksThatLeadToEachOtherAreFollowedUntilOneIsGone) {
+TEST(PathLookup, LinksThatLeadToEachOtherAreFollowedUntilOneIsDeleted) {
     ntfs_image image = sample();
     image.directory(5, u"one", 70)
         .reparse(support::mount_point_tag, u"\\??\\C:\\two", {.print = u"C:\\two"});
@@ -896,7 +896,7 @@ TEST(PathLookup, LinksThatLeadToEachOtherAreFollowedUntilOneIsGone) {
     EXPECT_EQ(found.resolved, L"\\C:\\one");
 }
 
-TEST(PathLookup, ReparsePointWithoutDataOrSubstituteNameIsNoLink) {
+TEST(PathLookup, ReparsePointWithoutDataOrSubstituteNameIsNotALink) {
     const support::reparse_options cases[] = {
         {.print = u"C:\\temp", .data_length = std::uint16_t{0}},
         {.print = u"C:\\temp", .substitute_length = std::uint16_t{0}},
@@ -912,7 +912,7 @@ TEST(PathLookup, ReparsePointWithoutDataOrSubstituteNameIsNoLink) {
     }
 }
 
-TEST(PathLookup, LinkWhoseRecordIsCutBehindItIsFollowed) {
+TEST(PathLookup, LinkInATruncatedRecordIsFollowed) {
     ntfs_image image = sample();
     add_link(image, u"link", support::mount_point_tag, u"\\??\\C:\\temp", {.print = u"C:\\temp"});
     open_volume volume(image);
@@ -922,7 +922,7 @@ TEST(PathLookup, LinkWhoseRecordIsCutBehindItIsFollowed) {
     EXPECT_EQ(entry_at(volume, L"\\link"), 64u);
 }
 
-TEST(PathLookup, NonResidentReparsePointIsNoLink) {
+TEST(PathLookup, NonResidentReparsePointIsNotALink) {
     ntfs_image image = sample();
     const support::bytes value =
         support::reparse_value(support::mount_point_tag, u"\\??\\C:\\temp", {.print = u"C:\\temp"});
@@ -933,7 +933,7 @@ TEST(PathLookup, NonResidentReparsePointIsNoLink) {
     EXPECT_EQ(look_up(volume, L"\\link").inode, 70u);
 }
 
-TEST(PathLookup, NothingIsTracedUnlessAsked) {
+TEST(PathLookup, NothingIsTracedByDefault) {
     open_volume volume(sample());
     support::temp_dir dir;
     cmd_params params;

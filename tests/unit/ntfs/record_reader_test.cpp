@@ -32,14 +32,14 @@ public:
         return std::uniform_int_distribution<std::uint64_t>(0, limit - 1)(m_random);
     }
     bool one_in(std::uint64_t n) { return below(n) == 0; }
-    // Mostly small, sometimes up to `limit`.
+    // Returns a size that is mostly small, and sometimes up to `limit`.
     std::uint64_t size(std::uint64_t limit) { return below(one_in(5) ? limit : 300); }
 
 private:
     std::mt19937 m_random;
 };
 
-// A record of attributes with fields that lead anywhere.
+// Returns a record of attributes with random fields.
 byte_list random_record(random_numbers& random) {
     support::byte_image image(record_size);
     for (std::size_t at = 0; at < record_size; at += 1 + random.below(400))
@@ -65,7 +65,7 @@ byte_list random_record(random_numbers& random) {
     return record;
 }
 
-// What record_reader holds of a record.
+// Returns the part of a record that record_reader reads.
 byte_list held_part(const byte_list& record, bool with_values) {
     std::uint64_t seen = 256;
     for (;;) {
@@ -76,7 +76,7 @@ byte_list held_part(const byte_list& record, bool with_values) {
     }
 }
 
-// Everything that the readers of attributes find in a record.
+// Returns everything that the readers of attributes find in a record.
 std::vector<std::string> found_in(ql::bytes record, bool with_values) {
     std::vector<std::string> found;
     const auto add = [&found](const auto& value) {
@@ -119,7 +119,7 @@ std::vector<std::string> found_in(ql::bytes record, bool with_values) {
     return found;
 }
 
-TEST(RecordReach, PartThatIsHeldHasAllThatIsRead) {
+TEST(RecordReach, PartThatIsReadHasAllBytesThatReadersAccess) {
     std::size_t in_part = 0;
     for (std::uint32_t seed = 0; seed < 600; ++seed) {
         SCOPED_TRACE(seed);
@@ -131,7 +131,7 @@ TEST(RecordReach, PartThatIsHeldHasAllThatIsRead) {
             ASSERT_EQ(found_in(held, with_values), found_in(record, with_values));
         }
     }
-    EXPECT_GT(in_part, 300u) << "most records need not be read whole";
+    EXPECT_GT(in_part, 300u) << "most records need not be read completely";
 }
 
 TEST(RecordReach, OrdinaryRecordEndsSoon) {
@@ -144,7 +144,7 @@ TEST(RecordReach, OrdinaryRecordEndsSoon) {
 
 // --- reads ---
 
-// A volume that states records of 1 MiB, and that has 2 MiB.
+// A volume of 2 MiB that states records of 1 MiB.
 class large_records {
 public:
     explicit large_records(support::ntfs_image image)
@@ -159,7 +159,7 @@ private:
 
 support::ntfs_image image_of_2_mib() { return support::ntfs_image({.clusters = 512}); }
 
-TEST(RecordReader, LargeRecordIsReadAsFarAsItsAttributesLead) {
+TEST(RecordReader, LargeRecordIsReadAsFarAsItsAttributesNeed) {
     support::ntfs_image image = image_of_2_mib();
     image.entry(64).data("content");
     const std::uint64_t position = image.record_pos(64);
@@ -172,7 +172,7 @@ TEST(RecordReader, LargeRecordIsReadAsFarAsItsAttributesLead) {
     EXPECT_EQ(record.size(), 0x10000u);
 }
 
-TEST(RecordReader, LongAttributeLeadsFurther) {
+TEST(RecordReader, LongAttributeExtendsTheRead) {
     support::ntfs_image image = image_of_2_mib();
     image.entry(64).data("content").edit(4, 300000, 4);
     const std::uint64_t position = image.record_pos(64);
@@ -185,7 +185,7 @@ TEST(RecordReader, LongAttributeLeadsFurther) {
     EXPECT_LE(record.size(), 700000u);
 }
 
-TEST(RecordReader, DeliversNoMoreThanTheSourceHas) {
+TEST(RecordReader, DeliveredBytesEndWithTheSource) {
     support::ntfs_image image = image_of_2_mib();
     image.entry(64).data("content");
     const std::uint64_t position = image.record_pos(64);
@@ -202,7 +202,7 @@ TEST(RecordReader, DeliversNoMoreThanTheSourceHas) {
     EXPECT_TRUE(record.empty());
 }
 
-// The second block of a record that the source cuts off after 700 bytes ends at byte 1024, in the
+// If the source ends after 700 bytes of a record, its second block still ends at byte 1024 with the
 // last word of the update sequence.
 TEST(RecordReader, UpdateSequenceExtendsATruncatedRecord) {
     support::ntfs_image image = image_of_2_mib();
@@ -223,7 +223,7 @@ TEST(RecordReader, UpdateSequenceExtendsATruncatedRecord) {
 }
 
 // An "INDX" record may state 65535 blocks.
-TEST(RecordReader, UpdateSequenceOfAnIndexKeywordTakesLittleMemory) {
+TEST(RecordReader, UpdateSequenceOfAnIndexRecordUsesLittleMemory) {
     support::ntfs_image image = image_of_2_mib();
     image.entry(64).keyword("INDX").put(6, 0xFFFF, 2);
     const std::uint64_t position = image.record_pos(64);

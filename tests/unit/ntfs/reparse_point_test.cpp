@@ -16,7 +16,7 @@ using support::record_builder;
 using support::reparse_value;
 using support::symbolic_link_tag;
 
-// A $REPARSE_POINT in a record of its own, with the record's bytes.
+// A $REPARSE_POINT attribute, alone in a record.
 struct reparse_in_record {
     explicit reparse_in_record(const record_builder& builder)
         : bytes(builder.build_before_fixup()),
@@ -57,22 +57,22 @@ TEST(ReparsePoint, FlagsOfAnAbsoluteSymbolicLinkAreSkipped) {
     EXPECT_EQ(reparse_print_name(link.point()), L"C:\\docs");
 }
 
-TEST(ReparsePoint, RelativeSymbolicLinkIsTakenFourBytesEarly) {
-    // 16 flags 1, 20 "b.txt", 30 "a.txt": the print name is read from 26 on.
+TEST(ReparsePoint, RelativeSymbolicLinkIsReadFourBytesEarly) {
+    // 16 flags 1, 20 "b.txt", 30 "a.txt": the print name is read from offset 26.
     const auto link = with_value(reparse_value(
         symbolic_link_tag, u"b.txt", {.print = u"a.txt", .relative = true, .terminated = false}));
     EXPECT_EQ(locate_reparse_names(link.point()).substitute_at, 16u);
     EXPECT_EQ(reparse_target(link.point()), L"xta.t");
 }
 
-TEST(ReparsePoint, TerminatorInFrontOfARelativePrintNameCutsIt) {
-    // 16 flags 1, 20 "b.txt", zero, 32 "a.txt", read from 28 on: the last unit of the name before.
+TEST(ReparsePoint, TerminatorBeforeARelativePrintNameTruncatesIt) {
+    // 16 flags 1, 20 "b.txt", zero, 32 "a.txt", read from offset 28, the last unit of "b.txt".
     const auto link = with_value(
         reparse_value(symbolic_link_tag, u"b.txt", {.print = u"a.txt", .relative = true}));
     EXPECT_EQ(reparse_target(link.point()), L"t");
 }
 
-TEST(ReparsePoint, PrintNameInFrontOfTheSubstituteNameStartsAtTheFlags) {
+TEST(ReparsePoint, PrintNameBeforeTheSubstituteNameStartsAtTheFlags) {
     const auto absolute = with_value(
         reparse_value(symbolic_link_tag, u"\\??\\C:\\x", {.print = u"C:\\x", .print_first = true}));
     EXPECT_EQ(reparse_print_name(absolute.point()), L"");
@@ -107,8 +107,8 @@ TEST(ReparsePoint, SearchForANameEndsAtTheEndOfTheRecord) {
     EXPECT_EQ(locate_reparse_names({{}, 0}).substitute_at, 16u);
 }
 
-// Of a record that the end of the source cuts off, zeros follow what was read.
-TEST(ReparsePoint, SearchForANameContinuesPastWhatIsHeld) {
+// If the source ends inside a record, the rest of the record is zero.
+TEST(ReparsePoint, SearchForANameContinuesPastTheBytesThatWereRead) {
     const std::vector<std::uint8_t> zeros(64);
     for (const std::size_t size : {65u, 66u, 1000u, 1001u}) {
         const reparse_names names = locate_reparse_names({zeros, size});
@@ -119,7 +119,7 @@ TEST(ReparsePoint, SearchForANameContinuesPastWhatIsHeld) {
     EXPECT_EQ(locate_reparse_names({zeros, 20}).substitute_at, 20u);
 }
 
-TEST(ReparsePoint, ZeroWordsInFrontOfBothNamesAreSkippedTogether) {
+TEST(ReparsePoint, ZeroWordsBeforeBothNamesAreSkippedTogether) {
     support::bytes value = reparse_value(mount_point_tag, u"", {.print = u"", .terminated = false});
     value.resize(16 + 6);
     for (const char c : {'s', 'p'}) {
@@ -144,13 +144,13 @@ TEST(ReparsePoint, TargetNeedsAValueAndNamesInsideItsData) {
         std::size_t width;
         bool expected;
     } cases[] = {
-        {"as it is", 28, 24, 2, true},
+        {"unchanged", 28, 24, 2, true},
         {"no value offset", 20, 0, 2, false},
         {"value of 16 bytes", 16, 16, 4, false},
         {"value of 17 bytes", 16, 17, 4, true},
         {"no data length", 28, 0, 2, false},
         {"data length at the print name's end", 28, 14, 2, false},
-        {"data length behind the print name", 28, 15, 2, true},
+        {"data length after the print name", 28, 15, 2, true},
         {"substitute name reaches the data length", 34, 24, 2, false},
         {"substitute name just inside", 34, 23, 2, true},
         {"substitute offset reaches the data length", 32, 18, 2, false},
@@ -191,7 +191,7 @@ TEST(ReparsePoint, EveryPrefixOfARecordIsReadSafely) {
         const auto value = attribute.value_to_record_end();
         const std::wstring target = reparse_target({value, value.size()});
         EXPECT_LE(target.size(), std::wstring(L"\\??\\C:\\docs\\deep").size());
-        if (size < path_buffer_at) continue;  // names lie where other bytes say
+        if (size < path_buffer_at) continue;  // the offsets of the names are missing
         EXPECT_TRUE(std::wstring_view(L"C:\\docs\\deep").starts_with(target))
             << ql::to_utf8(target);
     }

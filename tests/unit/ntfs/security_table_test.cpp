@@ -26,7 +26,7 @@ byte_list descriptor(const char* owner, const char* group = system_sid) {
     return made.build();
 }
 
-// $Bitmap gets a security id, as on volumes that Windows made.
+// Sets the security id of $Bitmap, as on volumes that Windows formatted.
 void set_bitmap_security(ntfs_image& image, std::uint32_t id) {
     image.entry(6)
         .remove(support::type::standard_information)
@@ -42,10 +42,10 @@ ntfs_image secured_volume() {
     return image;
 }
 
-// The table's ids after opening.
+// Returns the ids in the table after the volume was opened.
 std::vector<std::uint32_t> ids_after_open(const ntfs_image& image) {
     image_volume volume(image.build());
-    EXPECT_TRUE(volume.validate()) << "the table is no condition for opening";
+    EXPECT_TRUE(volume.validate()) << "the volume opens without the table";
     std::vector<std::uint32_t> ids;
     for (const auto& [id, item] : volume.ntfs.m_security_table)
         ids.push_back(id);
@@ -61,7 +61,7 @@ std::vector<std::uint32_t> ids_of_stream(const byte_list& stream) {
     return ids_after_open(image);
 }
 
-// An entry of $SDS with an owner, on disk at `at`, of `size` bytes by its header.
+// Returns an entry of $SDS with an owner. Its header states the position `at` and `size` bytes.
 byte_list sds_entry(std::uint32_t id, std::uint64_t at, std::uint32_t size) {
     support::byte_image entry(size);
     entry.put(4, id, 4).put(8, at, 8).put(16, size, 4);
@@ -89,7 +89,7 @@ TEST(SecurityTable, IsLoadedWhenTheVolumeIsOpened) {
     EXPECT_TRUE(volume.ntfs.load_security_table());
 }
 
-TEST(SecurityTable, OwnerGoesToTheParsedRecord) {
+TEST(SecurityTable, ParsedRecordHasTheOwner) {
     image_volume volume(secured_volume().build());
     ASSERT_TRUE(volume.validate());
     const auto security_text_of = [&](std::uint32_t id) {
@@ -106,8 +106,9 @@ TEST(SecurityTable, OwnerGoesToTheParsedRecord) {
     EXPECT_EQ(security_text_of(0), "");
 }
 
-TEST(SecurityTable, SecurityIdIsReadBehindAShortValueAsWell) {
-    // A value of 48 bytes ends the attribute: where its id would be stands the length of the next.
+TEST(SecurityTable, SecurityIdIsReadPastAShortValue) {
+    // The attribute ends with a value of 48 bytes. The length of the next attribute is at the
+    // offset of the id.
     ntfs_image image;
     image.security().add(0x100, descriptor(administrators));
     set_bitmap_security(image, 0x100);
@@ -127,7 +128,7 @@ TEST(SecurityTable, IsNotLoadedForASecurityIdOfZero) {
     image_volume volume(image.build());
     ASSERT_TRUE(volume.validate());
     EXPECT_TRUE(volume.ntfs.m_security_table.empty());
-    EXPECT_TRUE(volume.ntfs.load_security_table()) << "there is one";
+    EXPECT_TRUE(volume.ntfs.load_security_table()) << "the volume has a table";
     EXPECT_EQ(volume.ntfs.m_security_table.size(), 2u);
 }
 
@@ -150,12 +151,12 @@ TEST(SecurityTable, IsReadOnce) {
     volume.ntfs.m_disk->ok = false;
     EXPECT_TRUE(volume.ntfs.load_security_table());
     volume.ntfs.m_Validated = false;
-    EXPECT_TRUE(volume.ntfs.load_security_table()) << "entries are entries";
+    EXPECT_TRUE(volume.ntfs.load_security_table()) << "entries that are already loaded are kept";
     volume.ntfs.m_security_table.clear();
     EXPECT_FALSE(volume.ntfs.load_security_table());
 }
 
-TEST(SecurityTable, EmptyTableIsTriedAgain) {
+TEST(SecurityTable, EmptyTableIsReadAgain) {
     ntfs_image image = secured_volume();
     image_volume volume(image.build());
     ASSERT_TRUE(volume.validate());
@@ -180,7 +181,7 @@ TEST(SecurityTable, VolumeWithoutDescriptorsOpens) {
     }
 }
 
-TEST(SecurityTable, StreamWithoutBytesIsNone) {
+TEST(SecurityTable, StreamWithoutBytesFails) {
     ntfs_image image;
     set_bitmap_security(image, 0x100);
     image.entry(9).stream(u"$SDS", "");
@@ -209,7 +210,7 @@ TEST(SecurityTable, ResidentStreamIsRead) {
     EXPECT_EQ(ids_after_open(image), id_list{0x100});
 }
 
-TEST(SecurityTable, FirstEntryOfAnIdStays) {
+TEST(SecurityTable, FirstEntryOfAnIdIsKept) {
     ntfs_image image;
     image.security().add(0x100, descriptor(administrators));
     image.security().add(0x100, descriptor(kim));
@@ -230,13 +231,13 @@ TEST(SecurityTable, MirrorBlocksChangeNothing) {
 }
 
 TEST(SecurityTable, MirrorDoesNotReplaceALostEntry) {
-    // The copy tells the position of its first one, so it is no entry where it stands.
+    // The copy states the position of the first entry, so it is not valid at its own position.
     ntfs_image image = secured_volume();
     image.security().put(8, 0xFFFF, 8);
     EXPECT_EQ(ids_after_open(image), id_list{0x101});
 }
 
-TEST(SecurityTable, EntriesAreFoundBehindGapsAndDamage) {
+TEST(SecurityTable, EntriesAreFoundAfterGapsAndDamage) {
     const std::uint32_t second_at = (whole_entry + 15) / 16 * 16;
     const auto stream_with = [&](std::uint64_t gap, std::uint64_t stored_at) {
         support::byte_image stream;
@@ -259,7 +260,7 @@ TEST(SecurityTable, SizeOfAnEntryHasItsLimits) {
         std::uint32_t size;
         id_list ids;
     } cases[] = {
-        {"as it is", whole_entry, {0x100}},
+        {"unchanged", whole_entry, {0x100}},
         {"40", 40, {}},
         {"41", 41, {0x100}},
         {"0", 0, {}},
@@ -277,8 +278,8 @@ TEST(SecurityTable, SizeOfAnEntryHasItsLimits) {
     }
 }
 
-TEST(SecurityTable, NamesOfAnEntryMayLieBehindItsSize) {
-    // The SID of the owner takes 28 bytes and begins at 40.
+TEST(SecurityTable, OwnerOfAnEntryMayExtendPastItsSize) {
+    // The SID of the owner has 28 bytes and starts at 40.
     const byte_list stream = support::byte_image()
                                  .put(4, 0x100, 4)
                                  .put(16, 41, 4)
@@ -312,7 +313,7 @@ TEST(SecurityTable, FirstStreamOfTheNameIsRead) {
     image.entry(9).stream(u"$SDS", sds_entry(0x101, 0, whole_entry));
     EXPECT_EQ(ids_after_open(image), id_list{0x100});
 
-    // One that holds nothing is not passed over.
+    // A stream without data is used as well.
     ntfs_image empty_first;
     set_bitmap_security(empty_first, 0x100);
     empty_first.entry(9).stream(u"$SDS", byte_list(64));
@@ -320,14 +321,14 @@ TEST(SecurityTable, FirstStreamOfTheNameIsRead) {
     EXPECT_EQ(ids_after_open(empty_first), id_list{});
 }
 
-TEST(SecurityTable, EntryThatDoesNotParseIsPassedByItsSize) {
+TEST(SecurityTable, EntryThatCannotBeParsedIsSkippedByItsSize) {
     support::byte_image stream;
     ASSERT_LE(whole_entry, 80u);
     stream.put_bytes(0, sds_entry(0x100, 0, 128));
     stream.put_bytes(48, sds_entry(0x101, 48, whole_entry));  // inside the first one
     stream.put_bytes(128, sds_entry(0x102, 128, whole_entry));
     EXPECT_EQ(ids_of_stream(stream.bytes()), (id_list{0x100, 0x102}));
-    stream.put(24, 0, 8);  // neither owner nor group
+    stream.put(24, 0, 8);  // without owner and group
     EXPECT_EQ(ids_of_stream(stream.bytes()), id_list{0x102});
 }
 
@@ -342,8 +343,8 @@ TEST(SecurityTable, StepsFollowTheRoundedSize) {
     }
 }
 
-TEST(SecurityTable, EntryInTheRestOfTheLastSixteenBytesIsNone) {
-    // The first entry ends with the first byte of the 16 that begin at 80.
+TEST(SecurityTable, NoEntryStartsInTheLastSixteenBytesOfAnother) {
+    // The first entry ends after the first of the 16 bytes that start at 80.
     support::byte_image stream;
     stream.put_bytes(80, sds_entry(0x101, 80, whole_entry));
     stream.put_bytes(0, sds_entry(0x100, 0, 81));
@@ -366,12 +367,12 @@ TEST(SecurityTable, LaterEntryMustEndInTheStream) {
 TEST(SecurityTable, CompressedStreamIsLoaded) {
     ntfs_image image = secured_volume();
     byte_list stream = image.security().build();
-    stream.resize(4096);  // the mirror stands behind units of zeros, which end a compressed stream
+    stream.resize(4096);  // the units of zeros before the mirror would end a compressed stream
     image.compressed_stream(image.entry(9), u"$SDS", stream);
     EXPECT_EQ(ids_after_open(image), (id_list{0x100, 0x101}));
 }
 
-TEST(SecurityTable, LargeHolesAreCrossedInLittleTime) {
+TEST(SecurityTable, LargeHolesAreSkippedQuickly) {
     const std::uint64_t far = 32u << 20;
     ntfs_image image{{.clusters = 2 * far / 4096}};
     set_bitmap_security(image, 0x100);
@@ -392,7 +393,7 @@ TEST(SecurityTable, StreamWithAHoleFarAboveTheSourceIsLoaded) {
     EXPECT_EQ(ids_after_open(image), id_list{0x100});
 }
 
-// The position that an entry has of itself is 17 TB into the stream.
+// The position in the header of the entry is 17 TB.
 TEST(SecurityTable, EntryAfterAHoleFarAboveTheSourceIsLoaded) {
     constexpr std::uint64_t hole_clusters = 0xFFFFFFFF;
     ntfs_image image;
@@ -419,7 +420,7 @@ TEST(SecurityTable, UnreadableClustersEndTheStream) {
     EXPECT_EQ(ids_after_open(nothing), id_list{});
 }
 
-TEST(SecurityTable, AccessListsAreLeftOut) {
+TEST(SecurityTable, AccessListsAreIgnored) {
     support::security_descriptor made;
     made.owner = support::sid(kim);
     made.dacl = support::acl({support::ace(0, 0, 0x1F01FF, support::sid(administrators))});

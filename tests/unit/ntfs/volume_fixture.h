@@ -1,4 +1,4 @@
-// An image of the builder, saved and opened as the program opens it.
+// Saves an image of the builder and opens it in the same way as the program.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@
 #include "support/ntfs_image.h"
 #include "support/temp_dir.h"
 
-// A saved volume with a reader on it. `opened` tells whether the reader took it.
+// A saved volume with a reader. `opened` is true if the reader accepted it.
 class open_volume {
 public:
     explicit open_volume(const support::ntfs_image& image)
@@ -32,7 +32,7 @@ public:
     CNtfs ntfs;
     bool opened = false;
 
-    // The record of an entry as the callers of the reader hold it; empty when it can't be read.
+    // Returns the record of an entry as the reader returns it; empty if it cannot be read.
     std::vector<std::uint8_t> record(std::uint64_t inode) {
         std::vector<std::uint8_t> bytes(ntfs.get_mft_record_size());
         std::uint64_t position = 0;
