@@ -407,7 +407,7 @@ TEST(StreamAttribute, LengthInTheBodyOverridesTheSizeOfTheValue) {
     EXPECT_EQ(streamed_row(source.ntfs, longer).text, "value");
     longer.record_size = 100;
     const streamed_row truncated(source.ntfs, longer);
-    EXPECT_EQ(truncated.text, "value" + std::string(94, '\0')) << "zeros follow what is held";
+    EXPECT_EQ(truncated.text, "value" + std::string(94, '\0')) << "filled with zeros";
     EXPECT_EQ(truncated.byte_count, 99u);
     const streamed_row empty(source.ntfs, row_with_value(support::as_bytes("value"), 0));
     EXPECT_FALSE(empty.result);
