@@ -55,8 +55,8 @@ public:
     // sparse file, and those that no file of a chain fills, are not stored. A drive may store all
     // of its bytes.
     std::uint64_t next_held(std::uint64_t offset, std::uint64_t end) const;
-    // Returns how many of the `count` bytes from `offset` on are readable zeros that the source does
-    // not hold; 0 if a read there fails.
+    // Returns how many of the `count` bytes from `offset` on are readable zeros that the source
+    // does not hold; 0 if a read there fails.
     std::uint64_t unheld_bytes(std::uint64_t offset, std::uint64_t count) const;
 
     // Size in bytes; 0 if not open, and 2^64 - 1 if the source cannot seek to its end.
