@@ -123,7 +123,7 @@ TEST_F(ChainFaults, MetadataThatBreaksOffEndsInZeros) {
     constexpr std::uint64_t page = 4096;
     byte_image disk(1200 * page);
     support::put_boot_record(disk, 0, {{0x82, 16, 8}, {0x82, 1100 * 8, 8}});
-    for (const std::uint64_t grain : {2, 1100})
+    for (const std::uint64_t grain : {2u, 1100u})
         support::embed(disk, grain * page, support::fat32_boot_sector());
     std::string descriptor = "CID=1\nparentCID=ffffffff\n";
     while (descriptor.size() < page + 100)

@@ -60,8 +60,8 @@ block_map model(const byte_list& image, const data_run_list& runs, std::uint64_t
         byte_list block(out.begin() + static_cast<std::ptrdiff_t>(at),
                         out.begin() + static_cast<std::ptrdiff_t>(at + block_size));
         if (std::string(block.begin(), block.begin() + 4) != "INDX") return;
-        const unsigned array = block[4] | block[5] << 8;
-        const unsigned count = block[6] | block[7] << 8;
+        const unsigned array = static_cast<unsigned>(block[4] | block[5] << 8);
+        const unsigned count = static_cast<unsigned>(block[6] | block[7] << 8);
         for (unsigned i = 1; i < count && i < 9; ++i) {
             for (unsigned k = 0; k < 2; ++k) {
                 const std::size_t word = array + i * 2 + k;
