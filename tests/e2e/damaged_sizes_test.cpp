@@ -361,7 +361,12 @@ TEST_F(DamagedSizes, ExtensionRecordsThatOverlapDoNotAddUp) {
     image.put(record_size_field, 0xEC, 1);
     const support::program_result damaged = list(image);
     EXPECT_TRUE(damaged.standard_output.ends_with(rows_with_extensions(200)));
-    EXPECT_LE(damaged.peak_memory, valid.peak_memory + 4 * image.size() + (8u << 20));
+#if defined(__SANITIZE_ADDRESS__)
+    constexpr std::uint64_t margin = 3;  // it keeps freed memory for a while
+#else
+    constexpr std::uint64_t margin = 1;
+#endif
+    EXPECT_LE(damaged.peak_memory, valid.peak_memory + (4 * image.size() + (8u << 20)) * margin);
 }
 
 // --- the header of an attribute ---
