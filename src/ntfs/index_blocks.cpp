@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <new>
 #include <utility>
 
 #include "ntfs/file_record.h"
@@ -174,11 +173,9 @@ bool CNtfs::read_index_blocks(std::vector<std::uint8_t>& out, std::uint32_t& blo
     index_block_stream stream(*this, runs, first_block);
     if (stream.num_blocks() == 0) return false;
     block_count = std::min(block_count, stream.num_blocks());
-    try {
-        out.assign(std::size_t{block_count} * index_block_size, 0);
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+    const std::uint64_t size = std::uint64_t{block_count} * index_block_size;
+    if (size > m_disk->held_bytes()) return false;
+    out.assign(size, 0);
     while (stream.next() && stream.number() < block_count) {
         const ql::bytes block = stream.block();
         std::copy(block.begin(), block.end(),

@@ -166,8 +166,8 @@ public:
     // block_count  in: blocks wanted, 0xFFFFFFFF for all; out: blocks in `out`
     // first_block  blocks before the first one wanted
     //
-    // Returns false if the runs contain no block there, or if there is not enough memory for the
-    // buffer. get_children does not use this buffer.
+    // Returns false if the runs contain no block there, or state more than the source holds.
+    // get_children does not use this buffer.
     bool read_index_blocks(std::vector<std::uint8_t>& out, std::uint32_t& block_count,
                            const data_run_list& runs, std::uint32_t first_block);
 

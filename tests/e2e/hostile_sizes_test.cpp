@@ -439,7 +439,7 @@ TEST_F(HostileVirtualDisk, SizesInTheHeaderCostNoMemory) {
 
 // A descriptor of 8 MiB at the end of the file.
 TEST_F(HostileVirtualDisk, LongDescriptorCostsNoMemoryBeyondItsFile) {
-    constexpr std::uint64_t size = 8 * mib;
+    constexpr std::uint64_t size = 4 * mib;
     const std::string keys = "parentCID=ffffffff\nCID=";
     for (const std::string& line : {std::string("a\n"), std::string("a comment\n"), keys}) {
         SCOPED_TRACE(line);
