@@ -10,6 +10,7 @@
 #include "ntfs/cluster_walk.h"
 #include "ntfs/lznt1.h"
 #include "ntfs/ntfs.h"
+#include "ntfs/read_budget.h"
 
 namespace {
 
@@ -139,17 +140,16 @@ private:
 
 std::uint64_t run_streamer::stream_plain(std::uint64_t size) {
     const std::uint64_t chunk = unit_clusters * m_ntfs.cluster_size();
-    const CRawDisk* const disk = m_ntfs.disk();
-    std::uint64_t left_to_read = disk != nullptr ? disk->most_walked_bytes() : chunk;
+    read_budget budget(m_ntfs.disk());
     std::uint64_t offset = 0;
-    while (m_is_wanted && offset < size && left_to_read != 0) {
+    while (m_is_wanted && offset < size && !budget.is_used_up()) {
         // Pass all whole chunks of a hole at once.
         std::uint64_t done = known_zeros(offset, size - offset) / chunk * chunk;
         if (done != 0) {
             m_is_wanted = m_sink.put_zeros(done);
         } else {
             done = stream_chunk(offset, std::min(chunk, size - offset));
-            left_to_read -= std::min(left_to_read, std::max(done, CRawDisk::least_walked_bytes));
+            budget.use(done);
         }
         if (done == 0) break;
         offset += done;

@@ -6,6 +6,7 @@
 
 #include "ntfs/cluster_walk.h"
 #include "ntfs/ntfs.h"
+#include "ntfs/read_budget.h"
 
 namespace {
 
@@ -31,20 +32,6 @@ bool append_cluster(CNtfs& ntfs, std::uint64_t lcn, std::uint32_t& count,
     return false;
 }
 
-// Limits how many bytes of a list are read.
-class read_budget {
-public:
-    explicit read_budget(const CNtfs& ntfs) : m_left(ntfs.disk()->most_walked_bytes()) {}
-
-    bool is_used_up() const { return m_left == 0; }
-    void use(std::uint64_t count) {
-        m_left -= std::min(m_left, std::max(count, CRawDisk::least_walked_bytes));
-    }
-
-private:
-    std::uint64_t m_left;
-};
-
 // Reads the clusters of a list in the order of its runs.
 class list_runs : public list_clusters {
 public:
@@ -53,7 +40,7 @@ public:
           m_runs(std::move(runs)),
           m_cluster_size(ntfs.cluster_size()),
           m_lowers(rule == cluster_size_rule::lower),
-          m_budget(ntfs) {}
+          m_budget(ntfs.disk()) {}
 
     bool append_next(std::vector<std::uint8_t>& window) override {
         if (m_budget.is_used_up()) return false;

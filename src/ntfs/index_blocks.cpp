@@ -9,7 +9,7 @@
 
 index_block_stream::index_block_stream(CNtfs& ntfs, const data_run_list& runs,
                                        std::uint32_t first_block)
-    : m_ntfs(ntfs), m_runs(runs), m_cluster_size(ntfs.cluster_size()) {
+    : m_ntfs(ntfs), m_runs(runs), m_cluster_size(ntfs.cluster_size()), m_budget(ntfs.disk()) {
     if (m_cluster_size == 0 || ntfs.disk() == nullptr) return;
     if (m_cluster_size < index_block_size) {
         m_parts_per_block = ntfs.clusters_per_4k();
@@ -20,7 +20,6 @@ index_block_stream::index_block_stream(CNtfs& ntfs, const data_run_list& runs,
     const std::uint64_t total =
         m_parts_per_block != 0 ? clusters / m_parts_per_block : clusters * m_blocks_per_cluster;
     if (first_block >= total) return;
-    m_left_to_read = ntfs.disk()->most_walked_bytes();
     m_num_blocks = static_cast<std::uint32_t>(
         std::min<std::uint64_t>(total - first_block, std::numeric_limits<std::uint32_t>::max()));
     if (m_parts_per_block != 0) {
@@ -55,7 +54,7 @@ bool index_block_stream::next() {
 // Moves to the run of the next cluster. Returns false after the last run, and once many times the
 // size of the source was read.
 bool index_block_stream::find_cluster() {
-    if (m_left_to_read == 0) return false;
+    if (m_budget.is_used_up()) return false;
     for (; m_run < m_runs.size(); ++m_run, m_next = 0) {
         const data_run& run = m_runs[m_run];
         if (run.sparse != 0) continue;
@@ -94,8 +93,7 @@ bool index_block_stream::read_cluster() {
         return false;
     }
     m_cluster.resize(count);
-    m_left_to_read -=
-        std::min(m_left_to_read, std::max<std::uint64_t>(count, CRawDisk::least_walked_bytes));
+    m_budget.use(count);
     ++m_next;
     return true;
 }

@@ -8,6 +8,7 @@
 
 #include "foundation/ql_bytes.h"
 #include "ntfs/data_run_list.h"
+#include "ntfs/read_budget.h"
 
 class CNtfs;
 
@@ -48,6 +49,7 @@ private:
     CNtfs& m_ntfs;
     const data_run_list& m_runs;
     std::uint32_t m_cluster_size;
+    read_budget m_budget;
     std::uint32_t m_parts_per_block = 0;     // if a cluster is smaller than a block, else 0
     std::uint32_t m_blocks_per_cluster = 0;  // if a cluster has at least one block, else 0
     std::uint32_t m_num_blocks = 0;
@@ -58,7 +60,6 @@ private:
     std::size_t m_cluster_at = 0;         // offset of the next block in m_cluster
     std::uint32_t m_parts = 0;            // clusters in the block that is not yet complete
     std::vector<std::uint8_t> m_cluster;  // the bytes that were read
-    std::uint64_t m_left_to_read = 0;     // bytes
     std::array<std::uint8_t, index_block_size> m_block{};
     std::uint32_t m_number = 0;
 };

@@ -66,9 +66,7 @@ public:
     std::uint64_t held_bytes() const;
     // Bytes after which a walk over the clusters of one attribute ends. By then it has read many
     // times as much as the source stores. Only a crafted volume names its clusters that often.
-    // A read of less than `least_walked_bytes` is counted as one of that size.
     std::uint64_t most_walked_bytes() const;
-    static constexpr std::uint64_t least_walked_bytes = 4096;
 
     std::unique_ptr<vmdk_chain> vmdk;
     std::wstring volume_name;
