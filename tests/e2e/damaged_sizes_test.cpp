@@ -5,81 +5,32 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <random>
 #include <string>
 #include <vector>
 
+#include "e2e/indexed_volume.h"
 #include "e2e/whole_run.h"
-#include "support/directory_index.h"
 #include "support/ntfs_image.h"
 #include "support/temp_dir.h"
 #include "support/vmdk_image.h"
 
 namespace {
 
+using e2e::cluster;
+using e2e::clusters;
+using e2e::directory;
+using e2e::first_file;
+using e2e::indexed_volume;
+using e2e::longest_run;
+using e2e::name_of;
+using e2e::paths;
+using e2e::root;
 using e2e::whole_run;
 using support::byte_image;
 using support::cluster_runs;
 using support::hole;
 using support::ntfs_image;
 namespace type = support::type;
-
-constexpr std::uint64_t root = 5;
-constexpr std::uint64_t directory = 40;
-constexpr std::uint64_t first_file = 64;
-constexpr std::uint64_t clusters = 1536;  // 6 MiB
-constexpr std::uint64_t cluster = 4096;
-constexpr std::uint64_t longest_run = 0xFFFFFFFF;
-constexpr std::size_t files_per_block = 4;
-
-std::u16string name_of(std::size_t i) { return std::u16string(1, static_cast<char16_t>(u'a' + i)); }
-
-// A volume of whole clusters with \dir, whose children are in index blocks alone.
-class indexed_volume {
-public:
-    explicit indexed_volume(std::size_t num_blocks = 3, std::uint64_t index_lcn = 200)
-        : image({.clusters = clusters + 16}), lcn(index_lcn) {
-        image.directory(root, u"dir", directory);
-        image.reserve(lcn, num_blocks);
-        for (std::size_t block = 0; block < num_blocks; ++block)
-            add_block(block);
-    }
-
-    // The blocks under the runs given.
-    byte_image with_index(const cluster_runs& runs) {
-        image.entry(directory).nonresident(type::index_allocation, u"$I30", runs);
-        return built();
-    }
-    byte_image built() const {
-        byte_image bytes = image.build();
-        return bytes.resize(clusters * cluster);
-    }
-
-    ntfs_image image;
-    std::uint64_t lcn;
-
-private:
-    void add_block(std::size_t block) {
-        std::vector<support::index_entry> entries;
-        for (std::size_t i = block * files_per_block; i < (block + 1) * files_per_block; ++i) {
-            image.entry(first_file + i).standard_information().file_name(directory, name_of(i));
-            entries.push_back({.reference = image.reference(first_file + i),
-                               .key = support::file_name_value(directory, name_of(i))});
-        }
-        support::bytes content = support::index_entries(entries);
-        const support::bytes end = support::index_end_entry();
-        content.insert(content.end(), end.begin(), end.end());
-        image.write_clusters(lcn + block, support::index_block(content, {.vcn = block}));
-    }
-};
-
-// The bare paths of \dir and its files from number `first` to before `end`.
-std::string paths(std::size_t first, std::size_t end) {
-    std::string text = "\\dir\\\n";
-    for (std::size_t i = first; i < end; ++i)
-        text += std::string("\\dir\\") + static_cast<char>('a' + i) + "\n";
-    return text;
-}
 
 class DamagedSizes : public testing::Test {
 protected:
@@ -158,43 +109,6 @@ TEST_F(DamagedSizes, BlockCutByTheEndOfTheSourceIsListedAsFarAsItGoes) {
     expect_paths(image, paths(0, 7));
     image.resize(end);
     expect_paths(image, paths(0, 6));
-}
-
-// Random runs of which some are good. The model follows the runs cluster by cluster.
-TEST_F(DamagedSizes, RandomRunsOfAnIndexListWhatTheyReach) {
-    std::mt19937 random(20261122);
-    const auto number = [&random](std::uint64_t below) {
-        return std::uniform_int_distribution<std::uint64_t>(0, below - 1)(random);
-    };
-    for (int round = 0; round < 60; ++round) {
-        SCOPED_TRACE(round);
-        indexed_volume volume(4);
-        cluster_runs runs;
-        std::vector<bool> reached(4, false);
-        for (std::uint64_t i = 1 + number(4); i-- > 0;) {
-            const std::uint64_t length = number(3) == 0 ? 1 + number(longest_run) : 1 + number(6);
-            const std::uint64_t start =
-                number(4) == 0 ? hole
-                               : volume.lcn - 3 + number(8) + (number(5) == 0 ? clusters : 0);
-            // A step of 0 after the first run would be a hole.
-            if (!runs.empty() && runs.back().lcn == start) continue;
-            runs.push_back({start, length});
-            if (start == hole) continue;
-            for (std::uint64_t block = 0; block < 4; ++block) {
-                const std::uint64_t lcn = volume.lcn + block;
-                if (lcn >= start && lcn - start < length && start < clusters) reached[block] = true;
-            }
-        }
-        bool has_place = false;
-        for (const support::cluster_run& run : runs)
-            has_place = has_place || run.lcn != hole;
-        std::string expected = "\\dir\\\n";
-        for (std::size_t block = 0; block < 4; ++block) {
-            if (!reached[block]) continue;
-            expected += paths(block * 4, block * 4 + 4).substr(paths(0, 0).size());
-        }
-        expect_paths(volume.with_index(runs), has_place ? expected : paths(0, 0));
-    }
 }
 
 // --- attribute lists ---

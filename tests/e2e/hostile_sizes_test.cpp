@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "e2e/memory_limit.h"
 #include "e2e/report_head.h"
 #include "support/directory_index.h"
 #include "support/ntfs_image.h"
@@ -23,12 +24,6 @@ constexpr std::uint64_t root = 5;
 constexpr std::uint64_t mib = 1024 * 1024;
 constexpr std::uint64_t all_32 = 0xFFFFFFFF;
 constexpr std::uint64_t all_63 = 0x7FFFFFFFFFFFFFFF;
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool has_address_sanitizer = true;
-#else
-constexpr bool has_address_sanitizer = false;
-#endif
 
 // The volume of the tests: \dir (40) with the files a to e (64 to 68).
 ntfs_image sound_volume(const support::ntfs_geometry& geometry = {}) {
@@ -66,13 +61,10 @@ protected:
         return run({"\\dir", "-filepath_only", "-image", dir.file("sound.dd")});
     }
 
-    // Returns the memory limit of a run: that of a run on a valid volume, four times the source (a
-    // stream is collected in a buffer that doubles), and tables of constant size. A sanitizer keeps
-    // freed memory for a while. The valid volume is listed at each call, because the size of this
-    // process is included in both runs.
+    // Returns the memory limit of a run. The valid volume is listed at each call, because the size
+    // of this process is included in both runs.
     std::uint64_t memory_bound(std::uint64_t source_size) const {
-        return list_sound_volume().peak_memory +
-               (4 * source_size + 8 * mib) * (has_address_sanitizer ? 3 : 1);
+        return e2e::memory_limit(list_sound_volume().peak_memory, source_size);
     }
 
     // Lists an image and expects status 0, the listing `paths` and little memory.
@@ -481,7 +473,7 @@ TEST_F(HostileVirtualDisk, OverlappingTablesCostNoMemory) {
 // --- sizes within the source but above this machine's memory ---
 
 TEST_F(HostileSizes, SizesWithinATerabyteNeedLittleMemory) {
-    if (has_address_sanitizer) {
+    if (e2e::has_address_sanitizer) {
         GTEST_SKIP() << "AddressSanitizer itself needs more than the limit of this test";
     }
     constexpr std::uint64_t tib = std::uint64_t{1} << 40;
