@@ -8,16 +8,16 @@
 #include <string>
 #include <vector>
 
-#include "foundation/ql_string.h"
-#include "ntfs/listing_rows.h"
-#include "ntfs/name_entry_list.h"
-#include "ntfs/ntfs.h"
-#include "report/csv_listing.h"
-#include "report/entry_rows.h"
-#include "report/stamp_text.h"
-#include "report/text_listing.h"
-#include "report/xml_listing.h"
-#include "run/quorvel_opts.h"
+#include "foundation/text/ql_string.h"
+#include "ntfs/attributes/attrib_rows.h"
+#include "ntfs/attributes/name_entry_list.h"
+#include "ntfs/volume/ntfs.h"
+#include "report/format/stamp_text.h"
+#include "report/walk/entry_rows.h"
+#include "report/writers/csv_listing.h"
+#include "report/writers/text_listing.h"
+#include "report/writers/xml_listing.h"
+#include "run/settings/quorvel_opts.h"
 #include "support/sample_volume.h"
 #include "support/temp_dir.h"
 

@@ -4,7 +4,7 @@
 // Input: u8 cluster size (bits 0 and 1), u8 report form, u16 size of the attributes in the base
 // record, u16 size of those in the extension record, the attributes of both, then the clusters from
 // LCN area_lcn().
-#include "ntfs/reparse_point.h"
+#include "ntfs/format/reparse_point.h"
 #include "record_volume.h"
 
 namespace {

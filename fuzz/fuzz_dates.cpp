@@ -3,10 +3,11 @@
 //
 // Input: u64 timestamp, u8 separator, then three lines: a date, a time or format, an order of
 // fields.
-#include "foundation/ql_time.h"
+#include "foundation/time/date_parse.h"
+#include "foundation/time/ql_time.h"
 #include "fuzz_support.h"
-#include "run/cmd_params.h"
-#include "run/date_window.h"
+#include "run/options/date_window.h"
+#include "run/settings/cmd_params.h"
 
 namespace {
 

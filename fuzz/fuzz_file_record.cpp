@@ -3,8 +3,8 @@
 // Input: u8 cluster size (bits 0 and 1) and whether the target adds the update sequences (bit 2),
 // u8 report form, u16 sector size, then records of 1024 bytes for entries 24 to 27; entry 24 is
 // \dir.
-#include "ntfs/attribute_list.h"
-#include "ntfs/file_record.h"
+#include "ntfs/format/file_record.h"
+#include "ntfs/records/attribute_list.h"
 #include "record_volume.h"
 
 namespace {

@@ -4,8 +4,8 @@
 // Input: u8 cluster size (bits 0 and 1), no blocks (bit 2), whether the target adds the update
 // sequences of the blocks (bit 3), u8 report form, u16 size of the root's value, the value, then
 // the blocks.
-#include "ntfs/index_reader.h"
-#include "ntfs/path_lookup.h"
+#include "ntfs/index/index_reader.h"
+#include "ntfs/lookup/path_lookup.h"
 #include "record_volume.h"
 #include "support/record_builder.h"
 

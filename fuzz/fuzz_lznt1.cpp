@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "fuzz_support.h"
-#include "ntfs/lznt1.h"
+#include "ntfs/format/lznt1.h"
 
 namespace {
 

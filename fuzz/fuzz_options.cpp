@@ -7,18 +7,19 @@
 // target replaces the characters with which a path could leave the scratch folder that it runs in.
 #include <sstream>
 
-#include "foundation/ql_number.h"
-#include "foundation/ql_string.h"
-#include "foundation/split_path.h"
-#include "foundation/split_text.h"
+#include "foundation/text/ql_number.h"
+#include "foundation/text/ql_string.h"
+#include "foundation/text/split_path.h"
+#include "foundation/text/split_text.h"
 #include "fuzz_support.h"
-#include "run/arguments.h"
-#include "run/common_options.h"
-#include "run/directory_argument.h"
-#include "run/expand_env.h"
-#include "run/option_scan.h"
-#include "run/quorvel_opts.h"
-#include "run/report_head.h"
+#include "run/arguments/arguments.h"
+#include "run/arguments/directory_argument.h"
+#include "run/arguments/expand_env.h"
+#include "run/driver/report_head.h"
+#include "run/filters/path_filters.h"
+#include "run/options/common_options.h"
+#include "run/options/option_scan.h"
+#include "run/settings/quorvel_opts.h"
 
 namespace {
 

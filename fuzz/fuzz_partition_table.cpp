@@ -7,9 +7,14 @@
 #include <sstream>
 
 #include "fuzz_support.h"
-#include "storage/ql_disk_structs.h"
-#include "storage/raw_disk.h"
-#include "storage/volume_selection.h"
+#include "storage/disk/raw_disk.h"
+#include "storage/tables/fs_detection.h"
+#include "storage/tables/partition_buffer_scan.h"
+#include "storage/tables/partition_types.h"
+#include "storage/tables/ql_disk_structs.h"
+#include "storage/volumes/gpt_scan.h"
+#include "storage/volumes/partition_scan.h"
+#include "storage/volumes/volume_selection.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 //
 // Input: u64 virtual cluster number, u32 length of the attribute, then the run list.
 #include "fuzz_support.h"
-#include "ntfs/data_run_list.h"
+#include "ntfs/runs/data_run_list.h"
 
 namespace {
 

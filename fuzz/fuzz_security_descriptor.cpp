@@ -3,7 +3,7 @@
 // Input: u8 action, u32 offset, u32 length, then the bytes. Even a short list may state 65,535
 // entries, so an input selects only one action, and in all but one of sixteen the upper bits of the
 // counts are cleared.
-#include "foundation/security_descriptor.h"
+#include "foundation/security/security_descriptor.h"
 #include "record_volume.h"
 
 namespace {

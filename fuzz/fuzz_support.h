@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "foundation/uni_streams.h"
+#include "foundation/streams/uni_streams.h"
 
 namespace fuzz {
 

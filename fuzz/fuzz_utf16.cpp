@@ -1,7 +1,7 @@
 // Conversions between UTF-16LE, wide text and UTF-8, and the functions that modify text.
 //
 // Input: u8 action, u16 byte length (0xFFFF for -1), then the text.
-#include "foundation/ql_string.h"
+#include "foundation/text/ql_string.h"
 #include "fuzz_support.h"
 
 namespace {

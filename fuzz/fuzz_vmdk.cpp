@@ -8,11 +8,13 @@
 #include <sstream>
 
 #include "fuzz_support.h"
-#include "ntfs/ntfs.h"
-#include "storage/raw_disk.h"
-#include "storage/source_check.h"
-#include "storage/source_opening.h"
-#include "storage/vmdk_chain.h"
+#include "ntfs/attributes/attrib_rows.h"
+#include "ntfs/volume/ntfs.h"
+#include "storage/disk/raw_disk.h"
+#include "storage/opening/source_opening.h"
+#include "storage/vmdk/vmdk_chain.h"
+#include "storage/vmdk/vmdk_check.h"
+#include "storage/volumes/source_check.h"
 
 namespace {
 

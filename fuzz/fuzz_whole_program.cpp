@@ -22,15 +22,15 @@
 #include <array>
 #include <sstream>
 
-#include "foundation/ql_string.h"
+#include "foundation/text/ql_string.h"
 #include "fuzz_support.h"
-#include "ntfs/inode_to_path.h"
-#include "ntfs/ntfs.h"
-#include "run/cmd_params.h"
-#include "run/directory_argument.h"
-#include "run/run_driver.h"
-#include "storage/source_check.h"
-#include "storage/source_opening.h"
+#include "ntfs/entry_paths/entry_paths.h"
+#include "ntfs/volume/ntfs.h"
+#include "run/arguments/directory_argument.h"
+#include "run/driver/run_driver.h"
+#include "run/settings/cmd_params.h"
+#include "storage/opening/source_opening.h"
+#include "storage/volumes/source_check.h"
 #include "support/ntfs_image.h"
 
 namespace {

@@ -2,8 +2,11 @@
 
 #include <array>
 
-#include "report/enumerator.h"
-#include "storage/source_opening.h"
+#include "ntfs/attributes/attrib_rows.h"
+#include "ntfs/attributes/attrib_store.h"
+#include "ntfs/attributes/entry_context.h"
+#include "report/walk/enumerator.h"
+#include "storage/opening/source_opening.h"
 #include "support/ntfs_image.h"
 
 namespace fuzz {

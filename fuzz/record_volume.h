@@ -5,10 +5,10 @@
 #include <memory>
 #include <vector>
 
-#include "foundation/ql_bytes.h"
+#include "foundation/bytes/ql_bytes.h"
 #include "fuzz_support.h"
-#include "ntfs/ntfs.h"
-#include "run/quorvel_opts.h"
+#include "ntfs/volume/ntfs.h"
+#include "run/settings/quorvel_opts.h"
 
 namespace fuzz {
 

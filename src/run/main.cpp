@@ -3,7 +3,7 @@
 
 #include <iostream>
 
-#include "run/run_driver.h"
+#include "run/driver/run_driver.h"
 
 namespace {
 

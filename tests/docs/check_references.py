@@ -10,9 +10,10 @@ Checked are links to files and headings, and words in backticks or indented bloc
   tests;
 - `--gtest_filter='Suite*'`: a test suite begins so.
 
-In docs/architecture.md, paths that begin with a folder of src need no file extension, and the boxes
-of its picture may only contain names of that folder. There and in docs/testing.md, names with an
-underscore must be words of the sources as well. Prints what is missing; the exit status is 1 then.
+In docs/architecture.md, paths that begin with a folder of src need no file extension, and a line of
+its picture that begins with a layer may only name files of that layer; each layer has a line. There
+and in docs/testing.md, names with an underscore must be words of the sources as well. Prints what is
+missing; the exit status is 1 then.
 """
 
 import functools
@@ -69,23 +70,29 @@ def missing_paths(root, document, text):
             yield path
     if document.name != "architecture.md":
         return
-    rooms = {path.parent.name for path in (root / "src").glob("*/CMakeLists.txt")}
+    parts = {path.parent.name for path in (root / "src").glob("*/CMakeLists.txt")}
     for path in CODE.findall(text):
-        room, slash, name = path.partition("/")
-        if slash and room in rooms and not (root / "src" / path).exists() \
-                and not list((root / "src" / room).glob(f"{name}.*")):
+        part, slash, name = path.partition("/")
+        if slash and part in parts and not (root / "src" / path).exists() \
+                and not list((root / "src" / part).glob(f"{name}.*")):
             yield path
 
 
-def missing_box_names(root, text):
-    """Names in the picture's boxes that are neither a file of their room nor in one of its headers."""
-    for room, box in re.findall(r"^\+-- src/(\w+) -+\+\n((?:\|.*\n)+)", text, re.MULTILINE):
-        folder = root / "src" / room
-        known = "".join(header.read_text(encoding="utf-8") for header in folder.rglob("*.h"))
-        known += " ".join(path.stem for path in folder.rglob("*"))
-        for name in re.findall(r"\b[a-z]+_[a-z_]*[a-z]\b", box):
-            if not re.search(rf"\b{name}\b", known):
-                yield f"{room}/{name}"
+def wrong_picture(root, text):
+    """Files in the picture that are not in their layer, and layers that it lacks."""
+    picture = next((block for block in re.findall(r"^```text\n(.*?)^```", text, re.DOTALL | re.MULTILINE)
+                    if "run/driver" in block), "")
+    if not picture:
+        return
+    layers = {path.relative_to(root / "src").as_posix()
+              for path in (root / "src").glob("*/*") if path.is_dir()}
+    for layer, rest in re.findall(r"^ (\w+(?:/\w+)?) +(\w.*)$", picture, re.MULTILINE):
+        folder = root / "src" / layer
+        for name in re.findall(r"(?:^|, )([a-z]\w+)", rest):
+            if not list(folder.glob(f"{name}*")):
+                yield f"{layer}/{name}"
+        layers -= {layer} | {f"{layer}/{name}" for name in re.findall(r"\w+", rest)}
+    yield from sorted(layers)
 
 
 @functools.lru_cache
@@ -128,7 +135,7 @@ def main():
         document = root / name
         text = document.read_text(encoding="utf-8")
         for missing in [*missing_links(document, text), *missing_paths(root, document, text),
-                        *missing_box_names(root, text), *missing_names(root, document, text)]:
+                        *wrong_picture(root, text), *missing_names(root, document, text)]:
             print(f"{name}: {missing} is missing")
             wrong += 1
     return 1 if wrong else 0

@@ -75,8 +75,8 @@ class Manual(unittest.TestCase):
 
     def test_source_has_no_options_outside_the_tables(self):
         found = set()
-        for file in glob.glob(os.path.join(OPTIONS.source, "*.cpp")) + \
-                glob.glob(os.path.join(OPTIONS.source, "*.h")):
+        for file in glob.glob(os.path.join(OPTIONS.source, "**", "*.cpp"), recursive=True) + \
+                glob.glob(os.path.join(OPTIONS.source, "**", "*.h"), recursive=True):
             code = re.sub(r"//.*", "", read(file))
             found.update(re.findall(r'"(--?[a-z][a-z_0-9]*|/\?)"', code))
         self.assertEqual(found, set(self.words))

@@ -2,7 +2,8 @@
 // "-option<tab>form". Tests compare the manual and the completions with it.
 #include <iostream>
 
-#include "run/option_words.h"
+#include "run/options/option_scan.h"
+#include "run/options/option_words.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 #include <memory>
 #include <string>
 
-#include "foundation/ql_string.h"
-#include "ntfs/ntfs.h"
-#include "storage/raw_disk.h"
-#include "storage/source_opening.h"
+#include "foundation/text/ql_string.h"
+#include "ntfs/volume/ntfs.h"
+#include "storage/disk/raw_disk.h"
+#include "storage/opening/source_opening.h"
 #include "support/byte_image.h"
 #include "support/temp_dir.h"
 

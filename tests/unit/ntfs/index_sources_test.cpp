@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "ntfs/ntfs.h"
+#include "ntfs/volume/ntfs.h"
 #include "support/ntfs_image.h"
 #include "support/vmdk_image.h"
 #include "unit/ntfs/volume_fixture.h"

@@ -7,12 +7,12 @@
 #include <string>
 #include <string_view>
 
-#include "foundation/ql_string.h"
-#include "foundation/ql_time.h"
-#include "report/csv_listing.h"
-#include "report/dir_entry.h"
-#include "report/text_listing.h"
-#include "run/quorvel_opts.h"
+#include "foundation/text/ql_string.h"
+#include "foundation/time/ql_time.h"
+#include "report/rows/dir_entry.h"
+#include "report/writers/csv_listing.h"
+#include "report/writers/text_listing.h"
+#include "run/settings/quorvel_opts.h"
 #include "support/filetime.h"
 
 namespace listing {

@@ -8,14 +8,14 @@
 #include <string>
 #include <vector>
 
-#include "foundation/ql_string.h"
-#include "foundation/ql_time.h"
-#include "ntfs/ntfs.h"
-#include "report/csv_listing.h"
-#include "report/enumerator.h"
-#include "report/text_listing.h"
-#include "run/quorvel_opts.h"
-#include "storage/source_opening.h"
+#include "foundation/text/ql_string.h"
+#include "foundation/time/ql_time.h"
+#include "ntfs/volume/ntfs.h"
+#include "report/walk/enumerator.h"
+#include "report/writers/csv_listing.h"
+#include "report/writers/text_listing.h"
+#include "run/settings/quorvel_opts.h"
+#include "storage/opening/source_opening.h"
 #include "support/ntfs_image.h"
 #include "support/temp_dir.h"
 

@@ -4,11 +4,11 @@
 #include <memory>
 #include <vector>
 
-#include "disk_file.h"
-#include "storage/raw_disk.h"
+#include "storage/disk/raw_disk.h"
 #include "support/byte_image.h"
 #include "support/temp_dir.h"
 #include "support/vmdk_image.h"
+#include "unit/storage/disk_file.h"
 
 // A delta file contains the start of the disk. The rest is read from its base, whose grains have no
 // size.

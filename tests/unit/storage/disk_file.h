@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "storage/raw_disk.h"
+#include "storage/disk/raw_disk.h"
 #include "support/byte_image.h"
 #include "support/temp_dir.h"
 

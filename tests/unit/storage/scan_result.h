@@ -5,10 +5,12 @@
 #include <ostream>
 #include <vector>
 
-#include "disk_file.h"
-#include "storage/ql_disk_structs.h"
+#include "storage/tables/partition_buffer_scan.h"
+#include "storage/tables/ql_disk_structs.h"
+#include "storage/volumes/partition_scan.h"
 #include "support/byte_image.h"
 #include "support/partition_image.h"
+#include "unit/storage/disk_file.h"
 
 // The fields of a record that a table defines.
 struct entry {

@@ -1,0 +1,105 @@
+#include "ntfs/format/file_record.h"
+
+#include <algorithm>
+
+#include "foundation/text/ql_string.h"
+
+namespace {
+
+// Returns true if the `length` 16-bit units at `at` are those of `name`. Bytes past the end of `b`
+// are zero.
+bool is_named(ql::bytes b, std::size_t at, std::uint8_t length, ql::bytes name) {
+    if (std::size_t{length} * 2 != name.size()) return false;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (ql::le8(b, at + i) != name[i]) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string name_inside(const record_attrib& attribute) {
+    std::string name;
+    const std::uint32_t bytes = attribute.name_length() * 2u;
+    if (bytes != 0 && attribute.name_offset() + bytes <= attribute.length()) {
+        ql::utf16_to_utf8(attribute.from(attribute.name_offset()), bytes, name, false);
+    }
+    return name;
+}
+
+bool find_attrib(ql::bytes record, std::uint32_t type, record_attrib& attribute,
+                 std::uint32_t limit) {
+    attribute = first_attrib(record);
+    return find_next_attrib(attribute, type, limit);
+}
+
+bool find_next_attrib(record_attrib& attribute, std::uint32_t type, std::uint32_t limit) {
+    for (;;) {
+        const std::uint32_t found = attribute.type();
+        if (found == attrib_type::end) return false;
+        if (found == type) return true;
+        const std::uint32_t length = attribute.length();
+        if (length == 0 || limit < length) return false;
+        attribute.at += length;
+    }
+}
+
+bool find_named_attrib(record_attrib& attribute, std::uint32_t type, ql::bytes name,
+                       std::uint32_t limit) {
+    for (;;) {
+        const std::uint32_t found = attribute.type();
+        if (found == attrib_type::end) return false;
+        if (found == type && is_named(attribute.record, attribute.at + attribute.name_offset(),
+                                      attribute.name_length(), name)) {
+            return !name.empty() || attribute.length() <= limit;
+        }
+        if (attribute.length() == 0) return false;
+        attribute.at += attribute.length();
+    }
+}
+
+bool list_entry::is_named(ql::bytes wanted) const {
+    return ::is_named(list, at + name_offset(), name_length(), wanted);
+}
+
+void apply_update_sequence(std::span<std::uint8_t> record, std::uint16_t array_offset,
+                           std::uint16_t array_count, std::uint64_t size, std::uint32_t stride) {
+    if (array_count < 2 || stride == 0) return;
+    const std::uint64_t blocks = std::min<std::uint64_t>(array_count - 1u, size / stride);
+    // Read each word just before its block is restored: if blocks are small, restoring an earlier
+    // block may have changed the array.
+    for (std::uint64_t block = 1; block <= blocks; ++block) {
+        const std::uint64_t from = array_offset + block * 2;
+        const std::uint8_t word[2] = {ql::le8(record, from), ql::le8(record, from + 1)};
+        const std::uint64_t end = block * stride;
+        // If blocks have one byte, the low byte of the first would be before the record.
+        if (end >= 2 && end - 2 < record.size()) record[end - 2] = word[0];
+        if (end - 1 < record.size()) record[end - 1] = word[1];
+    }
+}
+
+bool check_fixup(std::uint32_t& kind, ql::bytes record, std::uint64_t size, std::uint32_t stride) {
+    kind = record_kind::none;
+    if (size < 1024) return false;
+    const file_record header{record};
+    if (header.is_valid()) {
+        kind = record_kind::file;
+    } else if (header.has_index_keyword()) {
+        kind = record_kind::index;
+    } else if (header.has_bad_keyword()) {
+        kind = record_kind::bad;
+    } else {
+        return false;
+    }
+    const std::uint16_t count = header.sequence_array_count();
+    if (kind == record_kind::bad && count > 10) return false;
+    return count < 2 || size >= (count - std::uint64_t{1}) * stride;
+}
+
+bool apply_fixup(std::uint32_t& kind, std::span<std::uint8_t> record, std::uint32_t stride) {
+    if (!check_fixup(kind, record, record.size(), stride)) return false;
+    const file_record header{record};
+    apply_update_sequence(record, header.sequence_array_offset(), header.sequence_array_count(),
+                          record.size(), stride);
+    return true;
+}

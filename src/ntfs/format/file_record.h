@@ -1,0 +1,190 @@
+// FILE records: header, update sequence, attribute headers, and functions that search attributes.
+//
+// A record is a span of bytes from its start, and may be shorter than the record size. Offsets are
+// from the start of the record unless a comment says otherwise. Bytes past the end of the span read
+// as 0, which ends each walk, because an attribute of length 0 ends it.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "foundation/bytes/ql_bytes.h"
+
+// Attribute types.
+namespace attrib_type {
+constexpr std::uint32_t standard_information = 0x10;
+constexpr std::uint32_t attribute_list = 0x20;
+constexpr std::uint32_t file_name = 0x30;
+constexpr std::uint32_t object_id = 0x40;
+constexpr std::uint32_t security_descriptor = 0x50;
+constexpr std::uint32_t volume_name = 0x60;
+constexpr std::uint32_t volume_information = 0x70;
+constexpr std::uint32_t data = 0x80;
+constexpr std::uint32_t index_root = 0x90;
+constexpr std::uint32_t index_allocation = 0xA0;
+constexpr std::uint32_t bitmap = 0xB0;
+constexpr std::uint32_t reparse_point = 0xC0;
+constexpr std::uint32_t ea_information = 0xD0;
+constexpr std::uint32_t ea = 0xE0;
+constexpr std::uint32_t property_set = 0xF0;
+constexpr std::uint32_t logged_utility_stream = 0x100;
+constexpr std::uint32_t end = 0xFFFFFFFF;
+}  // namespace attrib_type
+
+// Returns the low 48 bits of a file reference: the MFT entry number.
+constexpr std::uint64_t entry_of(std::uint64_t ref) { return ref & 0xFFFFFFFFFFFFull; }
+
+// MFT entry of the root directory.
+constexpr std::uint64_t root_entry = 5;
+
+// Header of a FILE record.
+//
+//    0  4    keyword "FILE"              20  u16  first attribute offset
+//    4  u16  update sequence offset      22  u16  flags: bit 0 in use, bit 1 directory
+//    6  u16  update sequence count       28  u32  bytes allocated
+//   16  u16  sequence number             32  u64  base record reference
+//   18  u16  hard link count             44  u32  the record's own number, low 32 bits
+struct file_record {
+    ql::bytes record;
+
+    std::uint16_t sequence_array_offset() const { return ql::le16(record, 4); }
+    std::uint16_t sequence_array_count() const { return ql::le16(record, 6); }
+    std::uint16_t sequence_number() const { return ql::le16(record, 16); }
+    std::uint16_t hard_link_count() const { return ql::le16(record, 18); }
+    std::uint16_t first_attrib_offset() const { return ql::le16(record, 20); }
+    std::uint16_t flags() const { return ql::le16(record, 22); }
+    bool in_use() const { return (flags() & 1u) != 0; }
+    bool is_directory() const { return (flags() & 2u) != 0; }
+    std::uint32_t bytes_allocated() const { return ql::le32(record, 28); }
+    std::uint64_t base_ref() const { return ql::le64(record, 32); }
+    std::uint32_t own_number() const { return ql::le32(record, 44); }
+
+    bool has_file_keyword() const { return ql::has_text(record, 0, "FILE"); }
+    bool has_index_keyword() const { return ql::has_text(record, 0, "INDX"); }
+    bool has_bad_keyword() const { return ql::has_text(record, 0, "BAAD"); }
+    // Returns true if the keyword is "FILE", the update sequence is at offset 48 with a count of at
+    // most 9, and the first attribute is at an offset below 73. Records of older volumes, with the
+    // update sequence at 42, are not valid.
+    bool is_valid() const {
+        return has_file_keyword() && sequence_array_offset() == 48 && sequence_array_count() <= 9 &&
+               first_attrib_offset() < 73;
+    }
+    // Returns (count - 1) * 512, modulo 2^32, for a valid record; otherwise 0.
+    std::uint32_t record_size_from_usa() const {
+        return is_valid() ? (static_cast<std::uint32_t>(sequence_array_count()) - 1u) * 512u : 0u;
+    }
+};
+
+// Header of one attribute. Value, name and run list are limited by the end of the record, not by
+// the length of the attribute. Offsets are from the start of the attribute.
+//
+//    0  u32  type                   9  u8   name length, 16-bit units    14  u16  attribute id
+//    4  u32  length with header    10  u16  name offset
+//    8  u8   non-resident flag     12  u16  flags: 1 compressed, 0x4000 encrypted, 0x8000 sparse
+//   resident:      16 u32 value length, 20 u16 value offset
+//   non-resident:  16 u64 starting VCN, 24 u64 last VCN, 32 u16 run list offset, 34 u8 compression
+//                  unit, 40 allocated, 48 real, 56 initialized, 64 compressed size (u64 each)
+struct record_attrib {
+    ql::bytes record;
+    std::size_t at = 0;  // offset of the header in the record
+
+    std::uint32_t type() const { return ql::le32(record, at); }
+    std::uint32_t length() const { return ql::le32(record, at + 4); }
+    bool nonresident() const { return ql::le8(record, at + 8) != 0; }
+    std::uint8_t name_length() const { return ql::le8(record, at + 9); }
+    std::uint16_t name_offset() const { return ql::le16(record, at + 10); }
+    std::uint16_t flags() const { return ql::le16(record, at + 12); }
+    std::uint16_t id() const { return ql::le16(record, at + 14); }
+
+    std::uint32_t value_length() const { return ql::le32(record, at + 16); }
+    std::uint16_t value_offset() const { return ql::le16(record, at + 20); }
+    // The bytes from the value offset to the end of the record.
+    ql::bytes value_to_record_end() const { return ql::clip(record, at + value_offset()); }
+    // The value, clipped to the record.
+    ql::bytes value() const { return ql::clip(record, at + value_offset(), value_length()); }
+
+    std::uint64_t starting_vcn() const { return ql::le64(record, at + 16); }
+    std::uint16_t run_list_offset() const { return ql::le16(record, at + 32); }
+    std::uint8_t compression_unit() const { return ql::le8(record, at + 34); }
+    std::uint64_t allocated_size() const { return ql::le64(record, at + 40); }
+    std::uint64_t real_size() const { return ql::le64(record, at + 48); }
+    std::uint64_t initialized_size() const { return ql::le64(record, at + 56); }
+    std::uint64_t compressed_size() const { return ql::le64(record, at + 64); }
+
+    // The bytes from `offset`, relative to the start of the attribute, to the end of the record.
+    ql::bytes from(std::size_t offset) const { return ql::clip(record, at + offset); }
+};
+
+// Returns the attribute at the first attribute offset of a record.
+inline record_attrib first_attrib(ql::bytes record) {
+    return {record, file_record{record}.first_attrib_offset()};
+}
+
+// Returns the name of an attribute in UTF-8; empty if it has none, or if the name extends past the
+// end of the attribute.
+std::string name_inside(const record_attrib& attribute);
+
+// Finds the first attribute of `type`. The search ends at an attribute of type 0xFFFFFFFF, of
+// length 0 or of a length above `limit`; the length of the attribute that is found is not checked.
+// Returns false if no attribute is found; `attribute` is then the one at which the search ended.
+bool find_attrib(ql::bytes record, std::uint32_t type, record_attrib& attribute,
+                 std::uint32_t limit);
+
+// Does the same, starting with `attribute` itself.
+bool find_next_attrib(record_attrib& attribute, std::uint32_t type, std::uint32_t limit);
+
+// Finds the first attribute of `type`, starting with `attribute` itself, whose name is `name`
+// (UTF-16LE bytes, exact). An empty `name` finds the first attribute without a name, but the search
+// fails if that one is longer than `limit`. The search ends at an attribute of type 0xFFFFFFFF or
+// of length 0. Returns false if no attribute is found; `attribute` is then the one at which the
+// search ended.
+bool find_named_attrib(record_attrib& attribute, std::uint32_t type, ql::bytes name,
+                       std::uint32_t limit);
+
+// One entry of an $ATTRIBUTE_LIST.
+//
+//    0  u32  type            7  u8   name offset        16  u64  file reference
+//    4  u16  entry length    8  u64  starting VCN       24  u16  attribute id
+//    6  u8   name length
+struct list_entry {
+    ql::bytes list;
+    std::size_t at;  // offset of the entry in the list
+
+    std::uint32_t type() const { return ql::le32(list, at); }
+    std::uint16_t length() const { return ql::le16(list, at + 4); }
+    std::uint8_t name_length() const { return ql::le8(list, at + 6); }
+    std::uint8_t name_offset() const { return ql::le8(list, at + 7); }
+    std::uint64_t starting_vcn() const { return ql::le64(list, at + 8); }
+    std::uint64_t entry_number() const { return ql::le48(list, at + 16); }
+    std::uint16_t sequence() const { return ql::le16(list, at + 22); }
+    std::uint16_t id() const { return ql::le16(list, at + 24); }
+    // Returns true if the entry's name is `wanted` (UTF-16LE bytes, exact).
+    bool is_named(ql::bytes wanted) const;
+};
+
+// Restores the last two bytes of each block of `record` from its update sequence array at
+// `array_offset`: words 1 to `array_count` - 1, at most `size` / `stride` blocks of `stride` bytes.
+// The check value (word 0) is not compared. A count below 2 or a stride of 0 changes nothing. Words
+// past the end of the record are 0, and nothing is written outside the record.
+void apply_update_sequence(std::span<std::uint8_t> record, std::uint16_t array_offset,
+                           std::uint16_t array_count, std::uint64_t size, std::uint32_t stride);
+
+// The kind of a record, by its keyword.
+namespace record_kind {
+constexpr std::uint32_t none = 0;
+constexpr std::uint32_t file = 1;
+constexpr std::uint32_t index = 2;
+constexpr std::uint32_t bad = 3;
+}  // namespace record_kind
+
+// Sets the kind of a record of `size` bytes, which starts with the bytes `record`, and returns true
+// if its update sequence can be applied. Returns false, with kind 0, if the record has fewer than
+// 1024 bytes, if its keyword is unknown, or if it is "FILE" but the record is not valid. Returns
+// false, with the kind set, if `size` is less than (count - 1) * stride, and for a "BAAD" record
+// with a count above 10.
+bool check_fixup(std::uint32_t& kind, ql::bytes record, std::uint64_t size, std::uint32_t stride);
+
+// Applies the update sequence to a whole record after check_fixup. Returns false, with the record
+// unchanged, if check_fixup does.
+bool apply_fixup(std::uint32_t& kind, std::span<std::uint8_t> record, std::uint32_t stride);

@@ -1,0 +1,300 @@
+#include "ntfs/index/index_reader.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "ntfs/index/index_blocks.h"
+#include "ntfs/records/attribute_list.h"
+#include "ntfs/volume/ntfs.h"
+
+namespace {
+
+constexpr std::uint16_t largest_entry = 768;
+
+constexpr std::array<std::uint8_t, 8> i30_name = {'$', 0, 'I', 0, '3', 0, '0', 0};
+
+// Returns true for an attribute of a directory's index by file name.
+bool is_i30(const record_attrib& attribute) { return name_inside(attribute) == "$I30"; }
+
+// The attributes of a directory's record that lead to its index. If several have the same type, the
+// last is used.
+struct index_attributes {
+    bool has_root = false;
+    record_attrib root;
+    bool has_allocation = false;
+    record_attrib allocation;
+    bool has_list = false;
+    record_attrib list;
+};
+
+index_attributes find_index_attributes(ql::bytes record, std::uint32_t longest) {
+    index_attributes found;
+    for (record_attrib at = first_attrib(record);
+         at.type() != attrib_type::end && at.length() != 0 && at.length() <= longest;
+         at.at += at.length()) {
+        if (at.type() == attrib_type::index_root && is_i30(at)) {
+            found.has_root = true;
+            found.root = at;
+        } else if (at.type() == attrib_type::index_allocation && is_i30(at)) {
+            found.has_allocation = true;
+            found.allocation = at;
+        } else if (at.type() == attrib_type::attribute_list) {
+            found.has_list = true;
+            found.list = at;
+        }
+    }
+    return found;
+}
+
+// Appends the entries of an $INDEX_ROOT:
+//
+//    0  u32  indexed attribute type    8  u32  index block size    16  node header
+//
+// Returns false if the type is not $FILE_NAME, if the block size is 0, or if collect_entries does.
+bool collect_root(const record_attrib& root, std::vector<std::uint64_t>& children,
+                  bool include_slack) {
+    const ql::bytes value = root.value_to_record_end();
+    if (ql::le32(value, 0) != attrib_type::file_name || ql::le32(value, 8) == 0) return false;
+    return collect_entries(children, ql::clip(value, 16), include_slack);
+}
+
+// Opens an attribute list for a search. Entries of a resident list may extend to the end of its
+// record. A non-resident list ends with its data, and holes in it are zeros. Returns nullopt if a
+// non-resident list cannot be read.
+std::optional<list_cursor> open_index_list(CNtfs& ntfs, const record_attrib& attribute) {
+    if (!attribute.nonresident()) {
+        return list_cursor(attribute.value_to_record_end(), attribute.value_length());
+    }
+    auto clusters = open_list_data(ntfs, attribute);
+    if (clusters == nullptr) return std::nullopt;
+    list_cursor list(std::move(clusters), std::numeric_limits<std::int32_t>::max());
+    if (list.is_empty()) return std::nullopt;
+    return list;
+}
+
+// Reads the record of an entry into `record`. Returns false if it cannot be read or is not a
+// record, or if it is larger than the record size in the boot sector.
+bool read_record(CNtfs& ntfs, std::uint64_t number, std::vector<std::uint8_t>& record) {
+    std::uint64_t position = 0;
+    std::int64_t size = ntfs.get_mft_record_size();
+    return ntfs.read_file_record(number, record, position, size, false);
+}
+
+// Appends the entry numbers of one node. `entries` starts at the first entry and extends to the end
+// of the buffer that contains the node; `index_length` bytes of it are in use.
+void collect_node(std::vector<std::uint64_t>& children, std::uint32_t index_length,
+                  ql::bytes entries, bool include_slack) {
+    std::size_t at = 0;
+    std::int64_t left = index_length;
+    // A node of 4096 bytes or more is treated as empty.
+    while (left > 0 && left < index_block_size) {
+        const std::uint16_t size = ql::le16(entries, at + 8);
+        const std::uint16_t key_size = ql::le16(entries, at + 10);
+        const std::uint16_t flags = ql::le16(entries, at + 12);
+        if (size > index_length || key_size > index_length) break;
+        if (size < key_size && !include_slack) break;
+        if (ql::le64(entries, at) != 0 && flags != 2 && flags != 3) {
+            children.push_back(ql::le48(entries, at));
+        } else if (!include_slack) {
+            break;
+        }
+        left -= size;
+        at += size;
+        const std::uint16_t next_size = ql::le16(entries, at + 8);
+        if (next_size == 0 || next_size > largest_entry) break;
+    }
+}
+
+// The node of one index block, whose header is at offset 24.
+struct block_node {
+    static constexpr std::size_t header_offset = 24;
+
+    std::uint64_t entries_at;  // first entry, in bytes from the start of the block
+    std::uint32_t index_length;
+
+    explicit block_node(ql::bytes block)
+        : entries_at(header_offset + ql::le32(block, header_offset)),
+          index_length(ql::le32(block, header_offset + 4)) {}
+
+    bool is_usable() const { return index_length != 0 && index_length <= index_block_size; }
+    // Returns true if no byte after the block is read.
+    bool ends_in_block() const {
+        constexpr std::uint32_t entry_fields = 32;
+        return entries_at + index_length + entry_fields <= index_block_size;
+    }
+};
+
+// A node whose entries start in a block after its own.
+struct distant_node {
+    std::uint64_t block;
+    std::size_t entries_at;  // in that block
+    std::uint32_t index_length;
+};
+
+// Sorts the entry numbers and removes duplicates.
+void make_unique(std::vector<std::uint64_t>& children) {
+    // An index is sorted by name, and the entry numbers are often in the same order.
+    if (!std::is_sorted(children.begin(), children.end())) {
+        std::sort(children.begin(), children.end());
+    }
+    children.erase(std::unique(children.begin(), children.end()), children.end());
+}
+
+// Adds the entries of all blocks of an index, including those that the index no longer uses.
+class allocation_reader {
+public:
+    allocation_reader(CNtfs& ntfs, const data_run_list& runs, std::vector<std::uint64_t>& children,
+                      bool include_slack)
+        : m_ntfs(ntfs), m_runs(runs), m_children(children), m_include_slack(include_slack) {}
+
+    // Returns false if the runs contain no block.
+    bool read() {
+        index_block_stream stream(m_ntfs, m_runs, 0);
+        if (stream.num_blocks() == 0) return false;
+        for (index_block_window window(stream); window.next();) {
+            add_block(window);
+            drop_repeated();
+        }
+        if (!m_distant.empty()) read_distant();
+        return true;
+    }
+
+private:
+    void add_block(index_block_window& window) {
+        const ql::bytes block = window.block();
+        if (!ql::has_text(block, 0, "INDX")) return;
+        const block_node node(block);
+        if (!node.is_usable()) return;
+        if (node.entries_at >= index_block_size) {
+            m_distant.push_back({window.number() + node.entries_at / index_block_size,
+                                 node.entries_at % index_block_size, node.index_length});
+            return;
+        }
+        collect_node(
+            m_children, node.index_length,
+            ql::clip(node.ends_in_block() ? block : window.with_following(), node.entries_at),
+            m_include_slack);
+    }
+
+    // Removes duplicates whenever the list has grown to twice its size: runs may contain a block,
+    // and a block an entry, any number of times.
+    void drop_repeated() {
+        if (m_children.size() < m_most_children) return;
+        make_unique(m_children);
+        m_most_children = std::max(first_most_children, 2 * m_children.size());
+    }
+
+    // Reads the blocks again for the nodes whose entries are in a later block.
+    void read_distant() {
+        std::sort(m_distant.begin(), m_distant.end(),
+                  [](const distant_node& a, const distant_node& b) { return a.block < b.block; });
+        index_block_stream stream(m_ntfs, m_runs, 0);
+        index_block_window window(stream);
+        auto node = m_distant.begin();
+        while (node != m_distant.end() && window.next()) {
+            while (node != m_distant.end() && node->block < window.number())
+                ++node;  // its entries are in a skipped block, which is zero
+            for (; node != m_distant.end() && node->block == window.number(); ++node) {
+                collect_node(m_children, node->index_length,
+                             ql::clip(window.with_following(), node->entries_at), m_include_slack);
+                drop_repeated();
+            }
+        }
+    }
+
+    CNtfs& m_ntfs;
+    const data_run_list& m_runs;
+    std::vector<std::uint64_t>& m_children;
+    bool m_include_slack;
+    static constexpr std::size_t first_most_children = 0x10000;
+    std::size_t m_most_children = first_most_children;  // size at which duplicates are removed
+    std::vector<distant_node> m_distant;
+};
+
+}  // namespace
+
+bool collect_entries(std::vector<std::uint64_t>& children, ql::bytes node_header,
+                     bool include_slack) {
+    const std::uint32_t index_length = ql::le32(node_header, 4);
+    if (index_length == 0 || index_length > index_block_size) return false;
+    collect_node(children, index_length, ql::clip(node_header, ql::le32(node_header, 0)),
+                 include_slack);
+    return true;
+}
+
+bool CNtfs::get_children(std::uint64_t inode, std::set<std::uint64_t>& children,
+                         bool include_slack) {
+    std::vector<std::uint64_t> found;
+    const bool result = get_sorted_children(inode, found, include_slack);
+    children.insert(found.begin(), found.end());
+    return result;
+}
+
+bool CNtfs::get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
+                                bool include_slack) {
+    children.clear();
+    const bool result = collect_children(inode, children, include_slack);
+    make_unique(children);
+    return result;
+}
+
+// Appends the entries of the directory's whole index, in the order in which they are read.
+bool CNtfs::collect_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
+                             bool include_slack) {
+    std::vector<std::uint8_t> record;
+    if (!read_record(*this, inode, record)) return false;
+    // For an extension record, use its base record. Fail if the base references form a cycle.
+    std::set<std::uint64_t> visited;
+    while (const std::uint64_t base = file_record{record}.base_ref()) {
+        if (!visited.insert(inode).second) return false;
+        inode = entry_of(base);
+        include_slack = false;
+        if (!read_record(*this, inode, record)) return false;
+    }
+
+    const index_attributes found = find_index_attributes(record, m_bytes_per_file_record);
+    const bool has_entries = found.has_root && collect_root(found.root, children, include_slack);
+    if (found.has_allocation) {
+        return collect_allocation(found.allocation, children, include_slack);
+    }
+    if (!found.has_list) return has_entries;
+    return collect_listed(found.list, !found.has_root, inode, children, include_slack);
+}
+
+// Adds the entries of a directory whose own record has no $INDEX_ALLOCATION: those of the first
+// $INDEX_ALLOCATION that the attribute list names and, if `root_missing`, of the first $INDEX_ROOT.
+// Later parts of either type are ignored. Returns false if a list or record cannot be read, or if
+// the last part that was found has an invalid header or no block.
+bool CNtfs::collect_listed(const record_attrib& attribute, bool root_missing, std::uint64_t inode,
+                           std::vector<std::uint64_t>& children, bool include_slack) {
+    if (attribute.nonresident() && attribute.initialized_size() == 0) return true;
+    bool result = true;
+    std::vector<std::uint8_t> record;
+    for (const std::uint32_t type : {attrib_type::index_allocation, attrib_type::index_root}) {
+        if (type == attrib_type::index_root && !root_missing) continue;
+        auto list = open_index_list(*this, attribute);
+        if (!list) return false;
+        if (!find_list_entry(*list, type, i30_name)) continue;
+        const std::uint64_t number = list->entry().entry_number();
+        if (number == inode) continue;
+        if (!read_record(*this, number, record)) return false;
+        record_attrib part = first_attrib(record);
+        if (!find_named_attrib(part, type, i30_name, get_mft_record_size())) continue;
+        result = type == attrib_type::index_root
+                     ? collect_root(part, children, include_slack)
+                     : collect_allocation(part, children, include_slack);
+    }
+    return result;
+}
+
+// Adds the entries of all blocks of an $INDEX_ALLOCATION. Returns false if its initialized size is
+// 0 or if its runs contain no block; the content of the blocks does not matter.
+bool CNtfs::collect_allocation(const record_attrib& attribute, std::vector<std::uint64_t>& children,
+                               bool include_slack) {
+    if (attribute.initialized_size() == 0) return false;
+    const data_run_list runs = attribute_runs(attribute, most_runs());
+    return allocation_reader(*this, runs, children, include_slack).read();
+}

@@ -1,0 +1,214 @@
+#include "report/writers/xml_listing.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "foundation/text/number_text.h"
+#include "foundation/text/ql_string.h"
+#include "report/format/listing_paths.h"
+#include "report/format/name_stamps.h"
+#include "report/format/row_text.h"
+#include "report/format/stamp_text.h"
+#include "run/settings/quorvel_opts.h"
+
+namespace {
+
+constexpr std::size_t size_width = 8;  // hexadecimal digits
+
+// The text around the date and the time of one timestamp.
+struct stamp_elements {
+    std::string_view before_date;
+    std::string_view between;
+    std::string_view after_time;
+};
+// The elements of one set of timestamps, in the order of stamp_set.
+using stamp_set_elements = std::array<stamp_elements, 4>;
+constexpr stamp_set_elements file_elements = {
+    {{"<file_create_date>", "</file_create_date><file_create_time>", "</file_create_time>"},
+     {"<file_altered_date>", "</file_altered_date><file_altered_time>", "</file_altered_time>"},
+     {"<file_mft_changed_date>", "</file_mft_changed_date><file_mft_changed_time>",
+      "</file_mft_changed_time>"},
+     {"<file_accessed_date>", "</file_accessed_date><file_accessed_time>",
+      "</file_accessed_time>"}}};
+constexpr stamp_set_elements name_elements = {
+    {{"<name_create_date>", "</name_create_date><name_create_time>", "</name_create_time>"},
+     {"<name_altered_date>", "</name_altered_date><name_altered_time>", "</name_altered_time>"},
+     {"<name_mft_changed_date>", "</name_mft_changed_date><name_mft_changed_time>",
+      "</name_mft_changed_time>"},
+     {"<name_accessed_date>", "</name_accessed_date><name_accessed_time>",
+      "</name_accessed_time>"}}};
+constexpr stamp_set_elements short_name_elements = {
+    {{"<shortname_create_date>", "</shortname_create_date><shortname_create_time>",
+      "</shortname_create_time>"},
+     {"<shortname_altered_date>", "</shortname_altered_date><shortname_altered_time>",
+      "</shortname_altered_time>"},
+     {"<shortname_mft_changed_date>", "</shortname_mft_changed_date><shortname_mft_changed_time>",
+      "</shortname_mft_changed_time>"},
+     {"<shortname_accessed_date>", "</shortname_accessed_date><shortname_accessed_time>",
+      "</shortname_accessed_time>"}}};
+
+// The blank in the second line is part of the format.
+constexpr std::string_view no_short_name =
+    "<shortname_create_date/><shortname_create_time/>"
+    "<shortname_altered_date/> <shortname_altered_time/>"
+    "<shortname_mft_changed_date/><shortname_mft_changed_time/>"
+    "<shortname_accessed_date/><shortname_accessed_time/>";
+
+// Escapes `text` in place. Text that is already escaped is escaped again: "&lt;" becomes
+// "&amp;lt;".
+void escape(std::string& text) {
+    if (ql::is_xml_text(text)) return;
+    std::string escaped;
+    ql::xml_escape(escaped, text);
+    text = std::move(escaped);
+}
+
+// Writes the elements of one listing.
+class xml_rows {
+public:
+    xml_rows(std::ostream& out, const quorvel_opts& settings, listing_paths& paths)
+        : m_out(out), m_settings(settings), m_paths(paths), m_stamp(settings.date_style) {}
+
+    void write(const dir_entry& entry) {
+        m_name.clear();
+        ql::append_utf8(m_name, entry.name);
+        if (!m_paths.take(entry, m_name)) return;
+        m_row += "<data_entry>";
+        if (is_of_directory(entry)) {
+            append_directory_head();
+        } else {
+            append_file_head(entry.size);
+        }
+        append_link(entry);
+        append_stamps(file_elements, standard_stamps(entry));
+        append_names_and_discrepancy(entry);
+        append_object_id(entry);
+        m_row += "</data_entry>";
+        write_row(m_out, m_row);
+    }
+
+private:
+    // Also used for streams of a directory.
+    void append_directory_head() {
+        escape(m_paths.row_path);
+        append_element("directory", m_paths.row_path);
+        m_row += "\n<filename>.</filename><dir>true</dir><size/>";
+    }
+
+    // The path of the listing is escaped again for each file and the result is kept: "a&b" is
+    // "a&amp;b" in the first file's element and "a&amp;amp;b" in the second's. The path of a
+    // subdirectory starts with the result for the files before it.
+    void append_file_head(std::uint64_t size) {
+        escape(m_name);
+        escape(m_paths.dir_path);
+        append_element("directory", m_paths.dir_path);
+        m_row += '\n';
+        append_element("filename", m_name);
+        m_row += "<dir/><size>";
+        if (m_settings.hex_numbers != 0) {
+            ql::append_hex(m_row, size, size_width);
+        } else {
+            ql::append_decimal(m_row, size);
+        }
+        m_row += "</size>";
+    }
+
+    void append_link(const dir_entry& entry) {
+        if (entry.link_target.empty()) {
+            m_row += "<sym_link/>";
+            return;
+        }
+        m_row += "<sym_link>";
+        ql::append_utf8(m_row, entry.link_target);
+        m_row += "</sym_link>";
+    }
+
+    void append_stamps(const stamp_set_elements& elements, const stamp_set& stamps) {
+        append_stamp(elements[0], stamps.created);
+        append_stamp(elements[1], stamps.modified);
+        append_stamp(elements[2], stamps.mft_changed);
+        append_stamp(elements[3], stamps.accessed);
+    }
+
+    void append_stamp(const stamp_elements& elements, std::uint64_t filetime) {
+        m_stamp.render(filetime);
+        m_row += elements.before_date;
+        m_row += m_stamp.date;
+        m_row += elements.between;
+        m_row += m_stamp.time;
+        m_row += elements.after_time;
+    }
+
+    void append_names_and_discrepancy(const dir_entry& entry) {
+        bool discrepancy = false;
+        if (m_settings.alldates != 0 && !entry.fn_list.empty()) {
+            const name_stamps names = pick_name_stamps(entry.fn_list);
+            append_stamps(name_elements, names.long_name);
+            if (names.short_name.created != 0) {
+                append_stamps(short_name_elements, names.short_name);
+            } else {
+                m_row += no_short_name;
+            }
+            discrepancy = has_time_discrepancy(entry, names.long_name);
+        }
+        append_element("time_discrepancy", discrepancy ? "true" : "false");
+    }
+
+    void append_object_id(const dir_entry& entry) {
+        if (!has_object_id(entry)) {
+            m_row += "<object_id/>";
+            return;
+        }
+        std::string text;
+        ql::format_guid(text, entry.object_id.data());
+        append_element("object_id", text);
+    }
+
+    void append_element(std::string_view element, std::string_view content) {
+        m_row += '<';
+        m_row += element;
+        m_row += '>';
+        m_row += content;
+        m_row += "</";
+        m_row += element;
+        m_row += '>';
+    }
+
+    std::ostream& m_out;
+    const quorvel_opts& m_settings;
+    listing_paths& m_paths;
+    stamp_text m_stamp;
+    std::string m_row;
+    std::string m_name;
+};
+
+}  // namespace
+
+void write_xml_opening(std::ostream& out, const quorvel_opts& opts) {
+    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<logdata ";
+    if (!opts.image_path.empty()) {
+        text += " umounted_image=\"" + ql::to_utf8(opts.image_path) + "\"\n";
+    }
+    text += " starting_path=\"" + ql::to_utf8(opts.entries.begin()->parent_path) + '"';
+    std::string date;
+    std::string time;
+    ql::date_time_strings(date, time, ql::time::now(), opts.date_style);
+    text += " date=\"" + date + "\" time=\"" + time + "\">";
+    write_row(out, text);
+}
+
+void write_xml_closing(std::ostream& out) {
+    std::string text = "</logdata>";
+    write_row(out, text);
+}
+
+void write_xml_listing(std::ostream& out, dir_entry_set& recurse_list, quorvel_opts& settings,
+                       const std::wstring& parent_path, std::uint64_t dir_entry_num) {
+    if (!start_listing(out, recurse_list, settings.entries)) return;
+    listing_paths paths(ql::to_utf8(parent_path), dir_entry_num, settings.last_level != 0,
+                        recurse_list);
+    xml_rows rows(out, settings, paths);
+    for (const dir_entry& entry : settings.entries)
+        rows.write(entry);
+}

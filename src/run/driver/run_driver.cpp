@@ -1,0 +1,287 @@
+#include "run/driver/run_driver.h"
+
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "foundation/streams/print_error.h"
+#include "foundation/streams/uni_streams.h"
+#include "foundation/text/ql_number.h"
+#include "foundation/text/ql_string.h"
+#include "ntfs/entry_paths/entry_paths.h"
+#include "run/arguments/arguments.h"
+#include "run/arguments/directory_argument.h"
+#include "run/arguments/expand_env.h"
+#include "run/driver/report_head.h"
+#include "run/driver/run_guard.h"
+#include "run/driver/run_path.h"
+#include "run/driver/usage.h"
+#include "run/options/common_options.h"
+#include "run/options/option_words.h"
+#include "run/settings/quorvel_opts.h"
+#include "storage/volumes/source_check.h"
+
+namespace {
+
+constexpr int status_done = 0;
+constexpr int status_failed = -1;
+
+// The state of a run from its first step to its last. The output files are declared after the
+// settings, whose `out` points to one of them.
+struct run_state {
+    std::vector<std::string> args;  // options are removed as they are read
+    quorvel_opts opts;
+    std::string head;  // the report head
+    std::string xml_file;
+    std::string mft_arg;  // empty without "-mft"
+    std::uint64_t mft_entry = 0;
+    std::string source_name;  // of the image
+    uni::file_object results;
+    std::ofstream xml_stream;
+};
+
+// The paths to list.
+struct run_paths {
+    std::vector<std::wstring> paths;
+    bool is_dir = false;  // all of them are one directory, which is listed once
+};
+
+// The callback for "-signal". It has nothing to do.
+void on_exit() {}
+
+int end_with_usage(int status) {
+    usage();
+    return status;
+}
+
+bool asks_for_help(std::vector<std::string>& args) {
+    for (const option_word& asking :
+         {word::help_h, word::help, word::help_slash, word::help_long}) {
+        if (has_option(asking.text, args)) return true;
+    }
+    return args.size() <= 1;
+}
+
+void write_head(const run_state& run, std::ostream& out) { out << run.head << std::endl; }
+
+// Reads "-xml". If it is the last argument, returns false and prints the report head and the reason
+// on standard output.
+bool read_xml_file(run_state& run) {
+    if (option_value(word::xml.text, run.xml_file, run.args)) {
+        run.opts.xml = 1;
+        return true;
+    }
+    if (!has_option(word::xml.text, run.args)) return true;
+    write_head(run, std::cout);
+    std::cout << "Error: option requires an output file: -xml <output file>" << std::endl;
+    return false;
+}
+
+bool read_common_options(run_state& run) {
+    if (parse_common_options(run.opts, run.args, word::vmdk.text)) return true;
+    write_head(run, std::cout);
+    return false;
+}
+
+// Directs the report to the results file or to standard output. Returns false, after an error
+// message, if the results file cannot be opened.
+bool open_output(run_state& run) {
+    run.opts.out = &std::cout;
+    const std::string& name = run.opts.results_file;
+    if (name.empty()) return true;
+    if (!run.results.open_for_write(name, true, false, true)) {
+        print_error("prob opening results file: %s for writing\n", name.c_str());
+        return false;
+    }
+    run.opts.out = run.results.attach_stream();
+    return true;
+}
+
+// A list of bare paths has no report head.
+void read_path_form(run_state& run) {
+    if (has_option(word::filepath_only.text, run.args)) {
+        run.opts.filepath_only = 1;
+    } else {
+        write_head(run, *run.opts.out);
+    }
+}
+
+// "-recurse" and "-level" set the number of levels below the directory. A value that is not a
+// number means 0.
+void read_levels(run_state& run, const option_word& option) {
+    std::string value;
+    if (!option_value(option.text, value, run.args)) return;
+    std::uint32_t& levels = run.opts.levels;
+    levels = ql::parse_count(value, levels) ? levels + 1 : 1;
+}
+
+void read_report_options(run_state& run) {
+    quorvel_opts& opts = run.opts;
+    if (has_option(word::indx.text, run.args)) opts.show_indx = 1;
+    std::string value;
+    if (option_value(word::offset.text, value, run.args))
+        ql::parse_number(value, opts.volume_offset);
+    if (option_value(word::mft.text, run.mft_arg, run.args))
+        ql::parse_number(run.mft_arg, run.mft_entry);
+    if (has_option(word::objid.text, run.args)) opts.show_objid = 1;
+    if (has_option(word::alldates.text, run.args)) {
+        opts.no_whitespace = 1;
+        opts.csv = 1;
+        opts.alldates = 1;
+    }
+    read_levels(run, word::recurse);
+    read_levels(run, word::level);
+}
+
+// "-ignore_image_size" is read only if there is a volume offset; otherwise it remains in the
+// arguments.
+bool read_ignore_image_size(run_state& run) {
+    return run.opts.volume_offset != 0 && has_option(word::ignore_image_size.text, run.args);
+}
+
+// Checks the image and determines the volume offset. Without an offset on the command line the
+// image must be a bare volume; it is also accepted if the check rejects it because of its size.
+bool settle_image(run_state& run) {
+    std::uint64_t& offset = run.opts.volume_offset;
+    const bool offset_given = offset != 0;
+    const bool ignore_image_size = read_ignore_image_size(run);
+    std::ostringstream messages;
+    bool found_ntfs = false;
+    const bool settled =
+        check_image(messages, run.source_name, offset, found_ntfs, ignore_image_size);
+    if (settled || (!offset_given && offset == 0 && found_ntfs)) return true;
+    print_error("%s\n", messages.str().c_str());
+    return false;
+}
+
+// Checks the drive of "-drivenum", if given. Listings never open a drive.
+bool settle_drive(run_state& run) {
+    std::string value;
+    if (!option_value(word::drivenum.text, value, run.args)) return true;
+    ql::parse_u32(value, run.opts.drive_number);
+    const bool ignore_image_size = read_ignore_image_size(run);
+    std::ostringstream messages;
+    bool found_ntfs = false;  // not used for a drive
+    const bool settled = check_drive(messages, run.opts.drive_number, run.opts.volume_offset,
+                                     found_ntfs, ignore_image_size);
+    std::cerr << messages.str();
+    return settled;
+}
+
+bool settle_source(run_state& run) {
+    if (option_value(word::image.text, run.source_name, run.args)) return settle_image(run);
+    return settle_drive(run);
+}
+
+// Returns the first argument that is not part of an option, as a path inside the volume, or the
+// root.
+std::wstring read_directory(const run_state& run) {
+    if (run.args.size() < 2) return L"\\";
+    return ql::to_wide(normalise_directory(expand_env(run.args[1], true)));
+}
+
+// Bare paths exclude all other forms; XML takes precedence over CSV.
+void settle_report_form(quorvel_opts& opts) {
+    if (opts.filepath_only != 0) {
+        opts.xml = 0;
+        opts.csv = 0;
+        opts.header_pending = 0;
+        opts.show_objid = 0;
+    } else if (opts.xml != 0) {
+        opts.csv = 0;
+    }
+}
+
+void print_paths_note(const run_paths& run) {
+    std::cerr << "\n[Note: this MFT entry has multiple possible paths]\n\n";
+    if (!run.is_dir) return;
+    for (const std::wstring& path : run.paths)
+        std::cerr << ql::to_utf8(path) << "\n";
+    std::cerr << "\nWill output only first path\n";
+}
+
+// Finds the paths of the MFT entry. Returns false, after an error message, if the entry cannot be
+// read or has no name.
+bool find_entry_paths(run_state& run, const std::wstring& directory, run_paths& out) {
+    const volume_source source{run.opts.image_path, run.opts.volume_offset};
+    if (!paths_for_entry(source, run.mft_entry, entry_path_prefix(directory), out.paths)) {
+        print_error("couldn't resolve MFT entry to filepath\n");
+        return false;
+    }
+    out.is_dir = entry_is_directory(source, run.mft_entry);
+    run.opts.dir_entry_num = run.mft_entry;
+    if (out.paths.size() >= 2) print_paths_note(out);
+    return true;
+}
+
+bool find_paths(run_state& run, const std::wstring& directory, run_paths& out) {
+    if (!run.mft_arg.empty()) return find_entry_paths(run, directory, out);
+    out.paths.push_back(directory);
+    return true;
+}
+
+// Directs the report to the XML file, with a head of its own. If the file cannot be opened, the
+// report is written to the previous output.
+void open_xml_file(run_state& run) {
+    if (run.opts.xml == 0 || run.xml_file.empty()) return;
+    run.xml_stream.open(run.xml_file, std::ios::out | std::ios::trunc);
+    if (!run.xml_stream.is_open()) return;
+    write_head(run, run.xml_stream);
+    run.opts.out = &run.xml_stream;
+}
+
+void list_paths(quorvel_opts& opts, const std::wstring& directory, run_paths run) {
+    // An entry without paths is not listed, unless it is a directory: then the argument is listed.
+    const std::size_t count = run.is_dir ? 1 : run.paths.size();
+    if (run.paths.empty()) run.paths.push_back(directory);
+    for (std::size_t i = 0; i < count; ++i) {
+        opts.entries.clear();
+        opts.directory = run.paths[i];
+        run_path(opts);
+    }
+}
+
+// Keeps the rows of the last listing until the process ends. The system frees its memory faster
+// than the rows could be freed one by one.
+void put_aside(dir_entry_set& rows) {
+    static dir_entry_set* const aside = new dir_entry_set;
+    aside->swap(rows);
+}
+
+// Runs the steps from the checked source to the last path.
+int list_source(run_state& run) {
+    const std::wstring directory = read_directory(run);
+    settle_report_form(run.opts);
+    run.opts.image_path = ql::to_wide(run.source_name);
+    run_paths paths;
+    if (!find_paths(run, directory, paths)) return status_failed;
+    open_xml_file(run);
+    list_paths(run.opts, directory, std::move(paths));
+    put_aside(run.opts.entries);
+    return status_done;
+}
+
+}  // namespace
+
+int run(int argc, const char* const* argv) {
+    run_guard guard;  // outlives the settings and the output files
+    run_state state;
+    collect_args(state.args, argc, argv);
+    if (state.args.empty()) return status_failed;
+    if (asks_for_help(state.args)) return end_with_usage(status_done);
+
+    state.head = report_head(state.args);
+    if (!read_xml_file(state)) return status_failed;
+    if (!read_common_options(state)) return status_failed;
+    guard.arm(state.opts, on_exit);
+    if (!open_output(state)) return status_failed;
+    read_path_form(state);
+    if (state.args.size() <= 1) return end_with_usage(status_failed);
+
+    read_report_options(state);
+    if (!settle_source(state)) return status_failed;
+    if (state.source_name.empty()) return end_with_usage(status_failed);
+    return list_source(state);
+}

@@ -1,0 +1,349 @@
+#include "run/options/option_scan.h"
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <string_view>
+
+#include "foundation/text/ql_string.h"
+#include "foundation/text/split_text.h"
+#include "foundation/time/ql_time.h"
+#include "run/arguments/arguments.h"
+#include "run/filters/path_filters.h"
+#include "run/options/date_window.h"
+#include "run/options/option_words.h"
+#include "run/options/results_file.h"
+#include "run/settings/cmd_params.h"
+
+namespace {
+
+using words = std::vector<std::string>;
+
+bool accept(cmd_params&, const std::string&, words&) { return true; }
+
+bool pair_dates(cmd_params& params, const std::string&, words&) {
+    params.pair_datetime = 1;
+    return true;
+}
+
+// A trace file that cannot be opened is ignored without a message.
+bool open_trace(cmd_params& params, const std::string& value, words&) {
+    auto stream = std::make_unique<std::ofstream>(value, std::ios::out);
+    if (!stream->is_open()) return true;
+    params.diags_stream = std::move(stream);
+    params.diags_file = value;
+    params.diags_on = 1;
+    *params.diags_stream << "->" << params.command_line << std::endl;
+    return true;
+}
+
+bool trace_level_2(cmd_params& params, const std::string&, words&) {
+    params.diags_level = 2;
+    return true;
+}
+
+bool trace_level_3(cmd_params& params, const std::string&, words&) {
+    params.diags_level = 3;
+    return true;
+}
+
+// --- report forms ---
+
+bool form_csv(cmd_params& params, const std::string&, words&) {
+    params.xml = 0;
+    params.csv = 1;
+    params.list_csvl2t = 0;
+    params.list_bodyfile = 0;
+    params.list_multiline = 0;
+    set_separator(params, ",");
+    params.no_whitespace = params.pair_datetime == 0;
+    return true;
+}
+
+bool form_csvgen(cmd_params& params, const std::string&, words&) {
+    params.xml = 0;
+    params.csv = 0;
+    params.list_csvl2t = 0;
+    params.list_csvgen = 1;
+    params.list_bodyfile = 0;
+    params.list_multiline = 0;
+    set_separator(params, ",");
+    params.no_whitespace = 1;
+    return true;
+}
+
+bool form_csvl2t(cmd_params& params, const std::string&, words&) {
+    params.xml = 0;
+    params.csv = 0;
+    params.list_csvl2t = 1;
+    params.header_pending = 1;
+    set_separator(params, ",");
+    return true;
+}
+
+bool form_bodyfile(cmd_params& params, const std::string&, words&) {
+    params.xml = 0;
+    params.csv = 0;
+    params.list_csvl2t = 0;
+    params.list_bodyfile = 1;
+    params.header_pending = 1;
+    set_separator(params, "|");
+    return true;
+}
+
+bool form_multiline(cmd_params& params, const std::string&, words&) {
+    params.list_multiline = 1;
+    params.header_pending = 1;
+    set_separator(params, "");
+    params.xml = 0;
+    params.csv = 0;
+    params.list_csvl2t = 0;
+    return true;
+}
+
+// --- aliases: checked, but not used ---
+
+bool has_pipe(const std::string& list) { return list.find('|') != std::string::npos; }
+
+bool pairs_up(const std::string& list) {
+    words pieces;
+    split_list(list, '|', pieces, true, false, false);
+    return pieces.size() % 2 == 0;
+}
+
+bool refuse_alias() {
+    std::cerr << "imbalanced alias to true pathfiles, aborting\n";
+    return false;
+}
+
+bool check_alias(cmd_params&, const std::string& value, words&) {
+    return (has_pipe(value) && pairs_up(value)) || refuse_alias();
+}
+
+// A single path needs no pair.
+bool check_alias_path(cmd_params&, const std::string& value, words&) {
+    return !has_pipe(value) || pairs_up(value) || refuse_alias();
+}
+
+// --- output and filters ---
+
+bool note_signal(cmd_params& params, const std::string& value, words&) {
+    params.signal_text = value;
+    return true;
+}
+
+bool refuse_database(cmd_params&, const std::string&, words&) {
+    std::cerr << "This option is not offered in this build\n";
+    return false;
+}
+
+bool split_path_and_file(cmd_params& params, const std::string&, words&) {
+    params.split_pathfile = 1;
+    return true;
+}
+
+bool take_results_file(cmd_params& params, const std::string& value, words& args) {
+    params.results_file = results_file_name(value);
+    return test_results_file(params.results_file, peek_option(word::append.text, args, 1));
+}
+
+bool measure_time(cmd_params& params, const std::string&, words&) {
+    params.profile = 1;
+    return true;
+}
+
+bool add_filters(cmd_params& params, const std::string& value, words&) {
+    parse_filter_list(params.filters, value);
+    return true;
+}
+
+bool add_filter_signature(cmd_params& params, const std::string& value, words&) {
+    parse_filter_signature(params.filters, value);
+    return true;
+}
+
+bool take_filter_root(cmd_params& params, const std::string& value, words&) {
+    set_filter_root(params.filters, value);
+    return true;
+}
+
+bool take_window_start(cmd_params& params, const std::string& value, words&) {
+    return set_window_start(params, value);
+}
+
+bool take_window_stop(cmd_params& params, const std::string& value, words&) {
+    return set_window_stop(params, value);
+}
+
+// --- presentation of values ---
+
+bool numbers_in_base10(cmd_params& params, const std::string&, words&) {
+    params.hex_numbers = 0;
+    return true;
+}
+
+bool numbers_in_base16(cmd_params& params, const std::string&, words&) {
+    params.hex_numbers = 1;
+    return true;
+}
+
+bool take_separator(cmd_params& params, const std::string& value, words&) {
+    set_separator(params, value);
+    return true;
+}
+
+bool drop_whitespace(cmd_params& params, const std::string&, words&) {
+    params.no_whitespace = 1;
+    params.csv_space_field = 0;
+    ql::remove_char(params.csv_separator, ' ');
+    return true;
+}
+
+// Sets a format, or reports that the default is used.
+void take_format(std::string& format, const std::string& value, bool accepted) {
+    if (!accepted) {
+        std::cerr << "invalid " << value << ", using default format\n";
+        return;
+    }
+    format = value;
+    ql::lower(format);
+}
+
+bool take_date_format(cmd_params& params, const std::string& value, words&) {
+    take_format(params.date_format, value, value.size() == 8 || value.size() == 10);
+    return true;
+}
+
+bool take_time_format(cmd_params& params, const std::string& value, words&) {
+    const bool length_fits = value.size() == 8 || (value.size() >= 12 && value.size() <= 18);
+    take_format(params.time_format, value, length_fits && value.find(':') != std::string::npos);
+    return true;
+}
+
+bool be_quiet(cmd_params& params, const std::string&, words&) {
+    params.progress_line = 0;
+    return true;
+}
+
+using enum option_form;
+
+// The table is in scan order: a later row sees, and may override, the settings of an earlier one,
+// regardless of the order of the arguments.
+constexpr option_spec vocabulary[] = {
+    {"-pair_datetime", flag, pair_dates},
+    {"-diags", value, open_trace},
+    {"-l2", flag, trace_level_2, "-diags"},
+    {"-l3", flag, trace_level_3, "-diags"},
+    {"-csv", flag, form_csv},
+    {"-csvgen", flag, form_csvgen},
+    {"-csvl2t", flag, form_csvl2t},
+    {"-bodyfile", flag, form_bodyfile},
+    {"-multiline", flag, form_multiline},
+    {"-alias", value, check_alias},
+    {"-aliaspath", value, check_alias_path},
+    {"-gzip", flag, accept},
+    {"-zlib", flag, accept},
+    {"-zlibex", value, accept},
+    {"-threads", value, accept},
+    {"-signal", value, note_signal},
+    {"-hostname", value, accept},
+    {"-username", value, accept},
+    {"-cpuinst", value, accept},
+    {"-cpu", value, accept},
+    {"-fragment_files", value, accept},
+    {"-separate_files", flag, accept},
+    {"-outdir", value, accept},
+    {"-enumdir", value, accept},
+    {"-num_subdirs", value, accept},
+    {"-pipe", flag, accept},
+    {"-verbose", flag, accept},
+    {"-v", flag, accept},
+    {"-sqlite_log", value, refuse_database},
+    {"-sqlite", value, refuse_database},
+    {"-split_pathfile", flag, split_path_and_file},
+    {"-out", value, take_results_file},
+    {"-outfile", value, take_results_file},
+    {"-profile", flag, measure_time},
+    {"-filter", values, add_filters},
+    {"-filter_sig", values, add_filter_signature},
+    {"-filter_path", value, take_filter_root},
+    {"-cmd_start_time", value, take_window_start},
+    {"-cmd_stop_time", value, take_window_stop},
+    {"-base10", flag, numbers_in_base10},
+    {"-base16", flag, numbers_in_base16},
+    {"-csv_separator", value, take_separator},
+    {"-no_whitespace", flag, drop_whitespace},
+    {"-dateformat", value, take_date_format},
+    {"-timeformat", value, take_time_format},
+    {"-quiet", flag, be_quiet},
+};
+
+// Removes the next occurrence of the option from `args`.
+bool take_word(const option_spec& option, std::string& value, words& args) {
+    if (option.form == flag) return has_option(option.word, args);
+    return option_value(option.word, value, args);
+}
+
+// Finds one option and applies it. `found` is set to whether it is present. Returns false if the
+// run must end.
+bool read_option(const option_spec& option, cmd_params& params, words& args, bool& found) {
+    std::string value;
+    found = take_word(option, value, args);
+    if (!found) return true;
+    do {
+        if (!option.apply(params, value, args)) return false;
+    } while (option.form == values && take_word(option, value, args));
+    return true;
+}
+
+}  // namespace
+
+std::span<const option_spec> common_options() { return vocabulary; }
+
+std::vector<option_word> all_words() {
+    std::vector<option_word> out(driver_words().begin(), driver_words().end());
+    for (const option_spec& option : common_options())
+        out.push_back({option.word, option.form});
+    return out;
+}
+
+bool scan_options(cmd_params& params, std::vector<std::string>& args) {
+    if (args.empty()) return false;
+    if (params.command_line.empty()) join_args(params.command_line, args, '"');
+    if (params.program_name.empty()) params.program_name = program_name_of(args[0]);
+
+    std::string_view group;  // the option whose dependent options are looked up
+    for (const option_spec& option : vocabulary) {
+        if (option.behind != nullptr && group != option.behind) continue;
+        bool found = false;
+        if (!read_option(option, params, args, found)) return false;
+        if (found) group = option.behind == nullptr ? option.word : "";
+    }
+    ql::parse_date_style(params.date_style, params.date_format, params.time_format,
+                         params.pair_datetime != 0);
+    return true;
+}
+
+void set_separator(cmd_params& params, const std::string& text) {
+    params.csv_separator = text;
+    params.path_sep_from = 0;
+    params.path_sep_to = 0;
+    std::string lowered = text;
+    ql::lower(lowered);
+    if (lowered.find('|') != std::string::npos) {
+        params.path_sep_from = '|';
+        params.path_sep_to = ';';
+    } else if (lowered.find(',') != std::string::npos) {
+        params.path_sep_from = ',';
+        params.path_sep_to = ' ';
+    } else if (lowered == "tab" || lowered == "\\t") {
+        params.csv_separator = "\t";
+    }
+}
+
+std::string program_name_of(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    name.erase(std::min(name.rfind('.'), name.size()));
+    return name;
+}

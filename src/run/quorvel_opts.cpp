@@ -1,5 +1,0 @@
-#include "run/quorvel_opts.h"
-
-quorvel_opts::quorvel_opts() = default;
-
-quorvel_opts::~quorvel_opts() = default;

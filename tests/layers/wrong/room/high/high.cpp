@@ -1,0 +1,5 @@
+#include "room/high/high.h"
+
+#include "room/low/low.h"
+
+int high() { return low(); }

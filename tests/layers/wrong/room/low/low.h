@@ -1,0 +1,5 @@
+#pragma once
+
+#include "room/high/high.h"
+
+int low();

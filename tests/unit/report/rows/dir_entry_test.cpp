@@ -1,0 +1,65 @@
+#include "report/rows/dir_entry.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(DirEntry, IsInitiallyEmpty) {
+    const dir_entry row;
+    EXPECT_TRUE(row.fn_list.empty());
+    EXPECT_EQ(row.type, 0u);
+    EXPECT_FALSE(has_object_id(row));
+    EXPECT_EQ(row.size, 0u);
+    EXPECT_EQ(row.mft_entry, 0u);
+    EXPECT_EQ(row.seq_num, 0u);
+    EXPECT_EQ(row.flags, 0u);
+    EXPECT_EQ(row.parent_entry, 0u);
+    for (const std::uint64_t stamp :
+         {row.si_created, row.si_modified, row.si_mft_changed, row.si_accessed})
+        EXPECT_EQ(stamp, 0u);
+    EXPECT_EQ(row.attributes, 0u);
+}
+
+TEST(DirEntry, NamesAreInitiallyEmpty) {
+    const fn_entry name;
+    for (const std::uint64_t field :
+         {name.parent_ref, name.created, name.modified, name.mft_changed, name.accessed})
+        EXPECT_EQ(field, 0u);
+    EXPECT_EQ(name.is_short, 0u);
+    EXPECT_EQ(name.time_null, 0u);
+    EXPECT_EQ(name.comment, "");
+}
+
+TEST(DirEntry, DirectoryBitMakesADirectory) {
+    for (std::uint32_t flags = 0; flags < 16; ++flags) {
+        dir_entry row;
+        row.flags = static_cast<std::uint16_t>(flags);
+        EXPECT_EQ(is_of_directory(row), flags / 2 % 2 == 1) << flags;
+    }
+}
+
+TEST(DirEntry, AnyNonZeroByteMakesAnObjectId) {
+    for (std::size_t i = 0; i < 16; ++i) {
+        dir_entry row;
+        row.object_id[i] = 1;
+        EXPECT_TRUE(has_object_id(row)) << i;
+    }
+}
+
+TEST(DirEntry, RowsAreOrderedByKeyAndEqualKeysByInsertion) {
+    dir_entry_set rows;
+    std::uint64_t arrival = 0;
+    for (const wchar_t* key :
+         {L"\\b", L"\\a\\c", L"\\b", L"\\a", L"\\\x1F600", L"\\\xE9", L"\\b"}) {
+        dir_entry row;
+        row.full_path = key;
+        row.mft_entry = arrival++;
+        rows.insert(row);
+    }
+    std::vector<std::uint64_t> order;
+    for (const dir_entry& row : rows)
+        order.push_back(row.mft_entry);
+    EXPECT_EQ(order, (std::vector<std::uint64_t>{3, 1, 0, 2, 6, 5, 4}));
+}
+
+}  // namespace
