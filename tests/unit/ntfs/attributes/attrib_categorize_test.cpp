@@ -13,7 +13,7 @@
 #include "ntfs/volume/ntfs.h"
 #include "support/ntfs_image.h"
 #include "support/run_list.h"
-#include "unit/ntfs/volume_fixture.h"
+#include "unit/ntfs/open_volume.h"
 
 namespace {
 

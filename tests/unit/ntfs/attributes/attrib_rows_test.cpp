@@ -11,7 +11,7 @@
 #include "ntfs/attributes/entry_context.h"
 #include "ntfs/volume/ntfs.h"
 #include "support/ntfs_image.h"
-#include "unit/ntfs/volume_fixture.h"
+#include "unit/ntfs/open_volume.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "ntfs/volume/ntfs.h"
 #include "support/ntfs_image.h"
 #include "support/record_builder.h"
-#include "unit/ntfs/volume_fixture.h"
+#include "unit/ntfs/open_volume.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "ntfs/volume/ntfs.h"
 #include "support/directory_index.h"
 #include "support/ntfs_image.h"
-#include "unit/ntfs/volume_fixture.h"
+#include "unit/ntfs/open_volume.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "foundation/text/ql_string.h"
 #include "ntfs/volume/ntfs.h"
 #include "support/ntfs_image.h"
-#include "unit/ntfs/volume_fixture.h"
+#include "unit/ntfs/open_volume.h"
 
 namespace {
 

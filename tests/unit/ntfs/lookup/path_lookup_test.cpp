@@ -15,7 +15,7 @@
 #include "ntfs/volume/ntfs.h"
 #include "run/settings/cmd_params.h"
 #include "support/ntfs_image.h"
-#include "unit/ntfs/volume_fixture.h"
+#include "unit/ntfs/open_volume.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "support/ntfs_image.h"
 #include "support/record_builder.h"
 #include "support/run_list.h"
-#include "unit/ntfs/volume_fixture.h"
+#include "unit/ntfs/open_volume.h"
 
 namespace {
 

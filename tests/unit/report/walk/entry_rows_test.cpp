@@ -1,7 +1,7 @@
 #include "report/walk/entry_rows.h"
 
 #include "run/filters/path_filters.h"
-#include "unit/report/volume_fixture.h"
+#include "unit/report/listed_volume.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "run/filters/path_filters.h"
 #include "storage/disk/raw_disk.h"
-#include "unit/report/volume_fixture.h"
+#include "unit/report/listed_volume.h"
 
 namespace {
 
