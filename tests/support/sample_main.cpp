@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "support/behaviour_volume.h"
-#include "support/later_disk.h"
+#include "support/sample_snapshot.h"
 #include "support/sample_volume.h"
 #include "support/vmdk_image.h"
 
@@ -54,7 +54,7 @@ bool write_image(const std::vector<std::string>& words) {
     } else if (words.size() == 2 && words[0] == "vmdk") {
         support::vmdk_image().content(support::sample_disk()).save(words[1]);
     } else if (words.size() == 2 && words[0] == "later") {
-        support::disk_around(support::later_volume()).save(words[1]);
+        support::disk_around(support::changed_sample_volume()).save(words[1]);
     } else if (words.size() == 3 && words[0] == "chain") {
         support::save_snapshot_chain(words[1], words[2]);
     } else if (words.size() == 2 && words[0] == "behaviour") {

@@ -7,10 +7,10 @@
 #include <string>
 
 #include "support/behaviour_volume.h"
-#include "support/later_disk.h"
 #include "support/ntfs_image.h"
 #include "support/partition_image.h"
 #include "support/run_program.h"
+#include "support/sample_snapshot.h"
 #include "support/sample_volume.h"
 #include "support/temp_dir.h"
 #include "support/vmdk_image.h"
@@ -324,32 +324,32 @@ TEST(SampleVolume, VirtualDisksContainTheDisk) {
     }
 }
 
-TEST(SampleVolume, SnapshotContainsTheLaterDisk) {
+TEST(SampleVolume, SnapshotContainsTheChangedDisk) {
     NEED_PROGRAM(qemu_img, "qemu-img");
     const temp_dir dir;
     save_snapshot_chain(dir.file("base.vmdk"), dir.file("snapshot.vmdk"));
     const std::string raw = dir.file("raw");
     EXPECT_EQ(
         run_program(qemu_img, {"convert", "-O", "raw", dir.file("snapshot.vmdk"), raw}).status, 0);
-    byte_image later = disk_around(later_volume());
-    later.resize((later.size() + 65535) / 65536 * 65536);
-    EXPECT_EQ(byte_image::load(raw).bytes(), later.bytes());
+    byte_image changed = disk_around(changed_sample_volume());
+    changed.resize((changed.size() + 65535) / 65536 * 65536);
+    EXPECT_EQ(byte_image::load(raw).bytes(), changed.bytes());
 }
 
-TEST(SampleVolume, LaterDiskDiffersInOneDirectory) {
+TEST(SampleVolume, ChangedVolumeDiffersInOneDirectory) {
     NEED_PROGRAM(fls, "fls");
     const temp_dir dir;
     const auto rows = [&](const ntfs_image& volume) {
         const std::string path = volume.save(dir.file("volume.dd"));
         return run_program(fls, {"-r", "-u", "-p", path}).standard_output;
     };
-    const std::string earlier = rows(sample_volume()), later = rows(later_volume());
-    EXPECT_EQ(count(earlier, "\n"), count(later, "\n"));
-    EXPECT_EQ(count(earlier, "\tusers/kim/documents/empty.txt\n"), 1u);
-    EXPECT_EQ(count(earlier, "\tusers/kim/documents/plan.txt\n"), 0u);
-    EXPECT_EQ(count(later, "\tusers/kim/documents/empty.txt\n"), 0u);
-    EXPECT_EQ(count(later, "\tusers/kim/documents/letter.txt\n"), 1u);
-    EXPECT_EQ(count(later, "\tusers/kim/documents/plan.txt\n"), 1u);
+    const std::string original = rows(sample_volume()), changed = rows(changed_sample_volume());
+    EXPECT_EQ(count(original, "\n"), count(changed, "\n"));
+    EXPECT_EQ(count(original, "\tusers/kim/documents/empty.txt\n"), 1u);
+    EXPECT_EQ(count(original, "\tusers/kim/documents/plan.txt\n"), 0u);
+    EXPECT_EQ(count(changed, "\tusers/kim/documents/empty.txt\n"), 0u);
+    EXPECT_EQ(count(changed, "\tusers/kim/documents/letter.txt\n"), 1u);
+    EXPECT_EQ(count(changed, "\tusers/kim/documents/plan.txt\n"), 1u);
 }
 
 TEST(BehaviourVolume, IsReadByTheSleuthKit) {

@@ -1,4 +1,4 @@
-#include "support/later_disk.h"
+#include "support/sample_snapshot.h"
 
 #include "support/filetime.h"
 #include "support/sample_volume.h"
@@ -15,19 +15,19 @@ standard_information_options information(std::uint64_t created, std::uint64_t ch
     return {.times = {created, changed, changed, changed}};
 }
 
-// Returns the grains of `later` that differ from those of `earlier`.
-vmdk_image changes(const byte_image& earlier, const byte_image& later) {
-    vmdk_image delta({.capacity = vmdk_image().content(earlier).capacity()});
-    for (std::uint64_t at = 0; at < later.size(); at += grain_size) {
-        const bytes grain = later.get_bytes(at, grain_size);
-        if (grain != earlier.get_bytes(at, grain_size)) delta.grain(at / grain_size, grain);
+// Returns the grains of `changed` that differ from those of `original`.
+vmdk_image changes(const byte_image& original, const byte_image& changed) {
+    vmdk_image delta({.capacity = vmdk_image().content(original).capacity()});
+    for (std::uint64_t at = 0; at < changed.size(); at += grain_size) {
+        const bytes grain = changed.get_bytes(at, grain_size);
+        if (grain != original.get_bytes(at, grain_size)) delta.grain(at / grain_size, grain);
     }
     return delta;
 }
 
 }  // namespace
 
-ntfs_image later_volume() {
+ntfs_image changed_sample_volume() {
     constexpr std::uint64_t written = filetime(2020, 6, 19, 16, 5, 0);
     constexpr std::uint64_t letter_created = filetime(2020, 6, 15, 10, 35, 0);
     ntfs_image volume = sample_volume();
@@ -46,16 +46,16 @@ ntfs_image later_volume() {
               file_name_value(sample::documents, u"letter.txt", letter_name));
 
     volume
-        .file(sample::documents, u"plan.txt", later_new_file, {.times = file_times::all(written)},
+        .file(sample::documents, u"plan.txt", sample::plan, {.times = file_times::all(written)},
               information(written, written))
         .data("1. Leave on Saturday.\n");
     return volume;
 }
 
 void save_snapshot_chain(const std::string& base, const std::string& snapshot) {
-    const byte_image earlier = sample_disk();
-    vmdk_image().content(earlier).cid(base_cid).save(base);
-    changes(earlier, disk_around(later_volume()))
+    const byte_image original = sample_disk();
+    vmdk_image().content(original).cid(base_cid).save(base);
+    changes(original, disk_around(changed_sample_volume()))
         .cid(snapshot_cid)
         .parent(base_cid, base.substr(base.rfind('/') + 1))
         .save(snapshot);
