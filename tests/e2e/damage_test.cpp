@@ -115,9 +115,9 @@ TEST_F(Damage, IndexBlockWithoutItsKeywordLosesItsChildren) {
         volume.file(40, std::u16string(name.begin(), name.end()), 100 + i);
     }
     volume.index(40).put_in_block(1, 0, 0x58, 1);
-    const std::string sound_blocks = list();
-    EXPECT_NE(sound_blocks.find("\\dir\\a\n"), std::string::npos);
-    EXPECT_EQ(sound_blocks.find("\\dir\\n159\n"), std::string::npos);
+    const std::string valid_blocks = list();
+    EXPECT_NE(valid_blocks.find("\\dir\\a\n"), std::string::npos);
+    EXPECT_EQ(valid_blocks.find("\\dir\\n159\n"), std::string::npos);
 }
 
 TEST_F(Damage, StaleIndexEntriesAreHiddenByTheirRecords) {
@@ -168,9 +168,9 @@ TEST_F(Damage, NoByteOfARecordAffectsItsNeighbours) {
     const std::set<std::string> others = {"\\dir\\a", "\\dir\\b", "\\dir\\d", "\\dir\\e"};
     for (std::uint64_t at = 0; at < 360; at += 3) {
         for (const std::uint64_t value : {0x00u, 0x7Fu, 0xFFu}) {
-            const std::uint64_t sound = image.get(record + at, 1);
+            const std::uint64_t valid = image.get(record + at, 1);
             image.put(record + at, value, 1).save(path);
-            image.put(record + at, sound, 1);
+            image.put(record + at, valid, 1);
             SCOPED_TRACE(std::to_string(at) + " " + std::to_string(value));
             std::istringstream text(
                 e2e::list_bare({"\\dir", "-image", path, "-filepath_only", "-indx"}));

@@ -26,7 +26,7 @@ constexpr std::uint64_t all_32 = 0xFFFFFFFF;
 constexpr std::uint64_t all_63 = 0x7FFFFFFFFFFFFFFF;
 
 // The volume of the tests: \dir (40) with the files a to e (64 to 68).
-ntfs_image sound_volume(const support::ntfs_geometry& geometry = {}) {
+ntfs_image valid_volume(const support::ntfs_geometry& geometry = {}) {
     ntfs_image volume(geometry);
     volume.directory(root, u"dir", 40);
     for (std::uint64_t i = 0; i < 5; ++i) {
@@ -48,8 +48,8 @@ protected:
         if (!support::runner().empty()) {
             GTEST_SKIP() << "the memory of a runner is not that of the program";
         }
-        sound_volume().save(dir.file("sound.dd"));
-        ASSERT_EQ(list_sound_volume().standard_output, files("abcde"));
+        valid_volume().save(dir.file("valid.dd"));
+        ASSERT_EQ(list_valid_volume().standard_output, files("abcde"));
     }
 
     static support::program_result run(const words& arguments,
@@ -57,14 +57,14 @@ protected:
         return support::run_built_program(QUORVEL_PROGRAM, arguments, options);
     }
 
-    support::program_result list_sound_volume() const {
-        return run({"\\dir", "-filepath_only", "-image", dir.file("sound.dd")});
+    support::program_result list_valid_volume() const {
+        return run({"\\dir", "-filepath_only", "-image", dir.file("valid.dd")});
     }
 
     // Returns the memory limit of a run. The valid volume is listed at each call, because the size
     // of this process is included in both runs.
     std::uint64_t memory_bound(std::uint64_t source_size) const {
-        return e2e::memory_limit(list_sound_volume().peak_memory, source_size);
+        return e2e::memory_limit(list_valid_volume().peak_memory, source_size);
     }
 
     // Lists an image and expects status 0, the listing `paths` and little memory.
@@ -104,7 +104,7 @@ struct field {
 
 // \dir with its index in blocks; 66 has two clusters of data.
 ntfs_image volume_of_fields() {
-    ntfs_image volume = sound_volume();
+    ntfs_image volume = valid_volume();
     volume.index(40).in_blocks();
     volume.entry(66).remove(support::type::data).data_runs(volume.store(support::pattern(8192)));
     return volume;
@@ -141,7 +141,7 @@ TEST_F(HostileSizes, SizesInAttributesCostNoMemory) {
 }
 
 TEST_F(HostileSizes, ReparsePointLongerThanItsRecordCostsNoMemory) {
-    ntfs_image volume = sound_volume();
+    ntfs_image volume = valid_volume();
     volume.entry(66).reparse(support::mount_point_tag, u"\\??\\C:\\dir",
                              {.print = u"C:\\dir",
                               .substitute_length = 0xFFFF,
@@ -170,7 +170,7 @@ const std::vector<support::cluster_runs> huge_runs = {
 
 TEST_F(HostileSizes, RunsOfDataCostNoMemory) {
     for (const support::cluster_runs& runs : huge_runs) {
-        ntfs_image volume = sound_volume();
+        ntfs_image volume = valid_volume();
         volume.entry(66).remove(support::type::data).data_runs(runs);
         expect_listing(volume.build(), files("abcde"));
     }
@@ -185,7 +185,7 @@ std::string listed_beside(const support::cluster_runs& runs) {
 
 TEST_F(HostileSizes, RunsOfAnIndexCostNoMemory) {
     for (const support::cluster_runs& runs : huge_runs) {
-        ntfs_image volume = sound_volume();
+        ntfs_image volume = valid_volume();
         volume.entry(40).nonresident(support::type::index_allocation, u"$I30", runs);
         expect_listing(volume.build(), listed_beside(runs));
     }
@@ -202,7 +202,7 @@ TEST_F(HostileSizes, EntriesOfAnIndexThatAreRepeatedCostNoMemory) {
     bytes content = support::index_entries(entries);
     const bytes end = support::index_end_entry();
     content.insert(content.end(), end.begin(), end.end());
-    ntfs_image volume = sound_volume({.clusters = 1536});
+    ntfs_image volume = valid_volume({.clusters = 1536});
     const std::uint64_t lcn = volume.alloc(blocks + 1);
     for (std::uint64_t i = 0; i <= blocks; ++i)
         volume.write_clusters(lcn + i, support::index_block(content, {.vcn = i}));
@@ -222,7 +222,7 @@ support::byte_image whole_clusters(const ntfs_image& volume) {
 
 TEST_F(HostileSizes, RunsOfAnAttributeListCostNoMemory) {
     for (const support::cluster_runs& runs : huge_runs) {
-        ntfs_image volume = sound_volume();
+        ntfs_image volume = valid_volume();
         volume.entry(66).attribute_list_runs(runs, {.real = all_63});
         expect_listing(whole_clusters(volume), files("abcde"));
         // Without index blocks in the record, they are searched in the directory's list.
@@ -237,7 +237,7 @@ TEST_F(HostileSizes, RunsOfAnAttributeListCostNoMemory) {
 TEST_F(HostileSizes, AttributeListPastTheEndLowersTheClusterSize) {
     for (const support::cluster_runs& runs : huge_runs) {
         const bool is_inside = runs.front().count == 200;
-        ntfs_image volume = sound_volume();
+        ntfs_image volume = valid_volume();
         ASSERT_NE(volume.build().size() % 4096, 0u);
         volume.entry(66).attribute_list_runs(runs, {.real = 32});
         expect_listing(volume.build(), files(is_inside ? "abcde" : "ab"));
@@ -247,7 +247,7 @@ TEST_F(HostileSizes, AttributeListPastTheEndLowersTheClusterSize) {
 }
 
 TEST_F(HostileSizes, RunsOfTheMftCostNoMemory) {
-    ntfs_image volume = sound_volume();
+    ntfs_image volume = valid_volume();
     support::cluster_runs runs = volume.mft_runs();
     runs.insert(runs.end(), {{100, all_32}, {support::hole, all_32}, {3, all_32}});
     volume.entry(0).data_runs(runs);
@@ -265,7 +265,7 @@ void ask_for_security(ntfs_image& volume) {
 
 TEST_F(HostileSizes, SecurityStreamOfHolesIsNotLoaded) {
     for (const std::uint64_t clusters : {std::uint64_t{63 * mib / 4096}, all_32}) {
-        ntfs_image volume = sound_volume();
+        ntfs_image volume = valid_volume();
         ask_for_security(volume);
         volume.entry(9).stream_runs(u"$SDS", {{100, 1}, {support::hole, clusters}});
         expect_listing(volume.build(), files("abcde"));
@@ -273,7 +273,7 @@ TEST_F(HostileSizes, SecurityStreamOfHolesIsNotLoaded) {
 }
 
 TEST_F(HostileSizes, CompressedSecurityStreamOfHugeUnitsIsNotLoaded) {
-    ntfs_image volume = sound_volume();
+    ntfs_image volume = valid_volume();
     ask_for_security(volume);
     volume.entry(9).stream_runs(u"$SDS", {{100, 16}, {support::hole, all_32}},
                                 {.allocated = all_63,
@@ -291,7 +291,7 @@ TEST_F(HostileSizes, CompressedSecurityStreamOfHugeUnitsIsNotLoaded) {
 TEST_F(HostileSizes, RecordsThatAListNamesAreNoMoreThanTheSourceHolds) {
     constexpr std::uint64_t records = 500;
     constexpr std::uint64_t times = 100;
-    ntfs_image volume = sound_volume({.record = 4096, .mft_records = records});
+    ntfs_image volume = valid_volume({.record = 4096, .mft_records = records});
     support::cluster_runs runs = volume.mft_runs();
     ASSERT_EQ(runs.size(), 1u);
     // A step of 0 would be a hole: every second run omits the first cluster.
@@ -318,7 +318,7 @@ TEST_F(HostileSizes, SizesInTheBootSectorCloseTheVolumeOrAreIgnored) {
         std::uint64_t value;
         std::string paths;
     };
-    const support::byte_image image = sound_volume().build();
+    const support::byte_image image = valid_volume().build();
     for (const claim& claim : {claim{"bytes per sector", 11, 2, 0xFFFF, ""},
                                {"sectors per cluster", 13, 1, 0xFF, ""},
                                {"sectors of the volume", 40, 8, all_63, files("abcde")},
@@ -336,7 +336,7 @@ TEST_F(HostileSizes, SizesInTheBootSectorCloseTheVolumeOrAreIgnored) {
 
 TEST_F(HostileSizes, SizesInTheFirstRecordCloseTheVolume) {
     for (const std::uint64_t allocated : {all_32, std::uint64_t{0x80000}}) {
-        ntfs_image volume = sound_volume();
+        ntfs_image volume = valid_volume();
         volume.entry(0).bytes_allocated(static_cast<std::uint32_t>(allocated));
         expect_listing(volume.build(), "");
     }
@@ -349,7 +349,7 @@ TEST_F(HostileSizes, PartitionTableOfBillionsOfEntriesHasNoPartition) {
          {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{128}, all_32}) {
         support::byte_image disk(4 * mib);
         support::put_gpt(disk, {{.first = 2048, .last = 4095}});
-        support::embed(disk, mib, sound_volume().build());
+        support::embed(disk, mib, valid_volume().build());
         disk.put(512 + 80, all_32, 4).put(512 + 84, entry_size, 4);
         const std::string file = disk.save(dir.file("disk.dd"));
         const support::program_result result = run({"-filepath_only", "-image", file});
@@ -366,7 +366,7 @@ class HostileVirtualDisk : public HostileSizes {
 protected:
     support::program_result list(const support::vmdk_image& disk) {
         const std::string file = disk.save(dir.file("disk.vmdk"));
-        return run({"\\dir", "-filepath_only", "-image", dir.file("sound.dd"), "-vmdk", file});
+        return run({"\\dir", "-filepath_only", "-image", dir.file("valid.dd"), "-vmdk", file});
     }
     void expect_paths(const support::vmdk_image& disk, const std::string& paths) {
         const support::program_result result = list(disk);
@@ -381,14 +381,14 @@ protected:
 TEST_F(HostileVirtualDisk, CapacityIsNotALimitOfSizes) {
     for (const support::cluster_runs& runs : huge_runs) {
         SCOPED_TRACE(support::clusters_in(runs));
-        ntfs_image volume = sound_volume();
+        ntfs_image volume = valid_volume();
         volume.entry(40).nonresident(support::type::index_allocation, u"$I30", runs);
         volume.entry(66).attribute_list_runs(runs, {.real = all_63});
         support::vmdk_image disk;
         disk.content(volume.build()).put(12, huge_capacity, 8);
         expect_paths(disk, listed_beside(runs));
     }
-    ntfs_image volume = sound_volume();
+    ntfs_image volume = valid_volume();
     ask_for_security(volume);
     volume.entry(9).stream_runs(u"$SDS", {{100, 1}, {1 << 30, 1000 * mib / 4096}});
     support::vmdk_image disk;
@@ -403,9 +403,9 @@ TEST_F(HostileVirtualDisk, SizesInTheHeaderCostNoMemory) {
         std::size_t width;
         bool is_listed;  // for each value
     };
-    support::vmdk_image sound_disk;
-    sound_disk.content(sound_volume().build());
-    expect_paths(sound_disk, files("abcde"));
+    support::vmdk_image valid_disk;
+    valid_disk.content(valid_volume().build());
+    expect_paths(valid_disk, files("abcde"));
     for (const claim& claim : {claim{"capacity", 12, 8, false},
                                {"grain size", 20, 8, false},
                                {"descriptor", 28, 8, false},
@@ -416,7 +416,7 @@ TEST_F(HostileVirtualDisk, SizesInTheHeaderCostNoMemory) {
                                {"overhead", 64, 8, true}}) {
         for (const std::uint64_t value : {all_32, std::uint64_t{1} << 40, all_63}) {
             SCOPED_TRACE(std::string(claim.name) + " " + std::to_string(value));
-            support::vmdk_image disk = sound_disk;
+            support::vmdk_image disk = valid_disk;
             disk.put(claim.at, value, claim.width);
             const support::program_result result = list(disk);
             EXPECT_TRUE(result.status == 0 || result.status == 255) << result.status;
@@ -440,7 +440,7 @@ TEST_F(HostileVirtualDisk, LongDescriptorCostsNoMemoryBeyondItsFile) {
             text += line == keys ? std::string("1234567890abcdef") : line;
         for (const std::uint64_t sectors : {text.size() / 512, std::uint64_t{1} << 40}) {
             support::vmdk_image disk;
-            disk.content(sound_volume().build());
+            disk.content(valid_volume().build());
             const std::uint64_t end = disk.build().size();
             disk.put_text(end, text).put(28, end / 512, 8).put(36, sectors, 8);
             expect_paths(disk, files("abcde"));
@@ -453,9 +453,9 @@ TEST_F(HostileVirtualDisk, LongDescriptorCostsNoMemoryBeyondItsFile) {
 TEST_F(HostileVirtualDisk, OverlappingTablesCostNoMemory) {
     constexpr std::uint64_t sector = 512, num_entries = 16384;
     support::vmdk_image disk;
-    disk.content(sound_volume().build());
-    const support::byte_image sound = disk.build();
-    const std::uint64_t directory = sound.size() / sector;
+    disk.content(valid_volume().build());
+    const support::byte_image valid = disk.build();
+    const std::uint64_t directory = valid.size() / sector;
     const std::uint64_t first_table = directory + num_entries * 4 / sector;
     disk.put(44, 1 << 26, 4).put(56, directory, 8).put(64, first_table + 4, 8);
     disk.put(directory * sector, first_table, 4);
@@ -463,7 +463,7 @@ TEST_F(HostileVirtualDisk, OverlappingTablesCostNoMemory) {
         disk.put(directory * sector + 4 * i, i % directory, 4);
     const std::uint64_t table = disk.table_sector(0);
     for (std::uint64_t at = 0; at < 2048; at += 4)
-        disk.put(first_table * sector + at, sound.get(table * sector + at, 4), 4);
+        disk.put(first_table * sector + at, valid.get(table * sector + at, 4), 4);
     for (const std::uint64_t capacity : {std::uint64_t{1} << 30, std::uint64_t{1} << 53}) {
         disk.put(12, capacity, 8);
         expect_paths(disk, files("abcde"));
@@ -478,7 +478,7 @@ TEST_F(HostileSizes, SizesWithinATerabyteNeedLittleMemory) {
     }
     constexpr std::uint64_t tib = std::uint64_t{1} << 40;
     const support::cluster_runs half = {{100, tib / 2 / 4096}};
-    ntfs_image volume = sound_volume();
+    ntfs_image volume = valid_volume();
     volume.entry(40).nonresident(support::type::index_allocation, u"$I30", half);
     volume.entry(66).attribute_list_runs(half, {.real = tib / 2});
     ask_for_security(volume);

@@ -127,10 +127,10 @@ TEST_F(SystemFaults, BareVolumeIsFoundAfterAFailedFirstRead) {
 
 // Whichever read fails, the listing is a subset of the complete one.
 TEST_F(SystemFaults, AnySingleFailedReadOnlyLosesRows) {
-    std::set<std::string> sound;
+    std::set<std::string> valid;
     std::istringstream all(paths("abcde"));
     for (std::string line; std::getline(all, line);)
-        sound.insert(line);
+        valid.insert(line);
     for (const char* effect : {"EIO", "half", "nothing"}) {
         for (std::uint64_t number = 1; number <= 24; ++number) {
             SCOPED_TRACE(effect + std::to_string(number));
@@ -143,7 +143,7 @@ TEST_F(SystemFaults, AnySingleFailedReadOnlyLosesRows) {
             EXPECT_TRUE(run.errors().ends_with(terminal_clearing));
             std::istringstream lines(run.out());
             for (std::string line; std::getline(lines, line);)
-                EXPECT_EQ(sound.count(line), 1u) << line;
+                EXPECT_EQ(valid.count(line), 1u) << line;
         }
     }
 }

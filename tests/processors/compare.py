@@ -149,7 +149,7 @@ def image_sources(name):
     return [image]
 
 
-def sound_command_lines(name):
+def valid_command_lines(name):
     sources = image_sources(name)
     lines = with_source(sources[0], FORMS)
     for source in sources[1:]:
@@ -215,7 +215,7 @@ def main():
                   lambda tally: run_both(builds, tally, pool, folder, BARE))]
         for name in names:
             parts.append((name, lambda tally, name=name: run_both(
-                builds, tally, pool, folder, sound_command_lines(name))))
+                builds, tally, pool, folder, valid_command_lines(name))))
             parts.append((f"{options.copies} damaged copies of {name}",
                           lambda tally, name=name: compare_damaged(
                               builds, tally, pool, folder, name, options.copies)))

@@ -45,9 +45,9 @@ bytes attribute_list_value(const std::vector<list_entry>& entries) {
     bytes value;
     for (const list_entry& entry : entries) {
         const std::size_t start = value.size();
-        const std::uint64_t sound = round_up(26 + 2 * entry.name.size(), 8);
+        const std::uint64_t valid_size = round_up(26 + 2 * entry.name.size(), 8);
         append(value, entry.type, 4);
-        append(value, entry.length.value_or(static_cast<std::uint16_t>(sound)), 2);
+        append(value, entry.length.value_or(static_cast<std::uint16_t>(valid_size)), 2);
         append(value, entry.name.size(), 1);
         append(value, entry.name_offset.value_or(26), 1);
         append(value, entry.start_vcn, 8);
@@ -56,8 +56,8 @@ bytes attribute_list_value(const std::vector<list_entry>& entries) {
         append(value, as_bytes(entry.name));
         // An entry whose stored length is below its header size still occupies the space of a valid
         // one.
-        const std::uint64_t room = entry.length.value_or(0) < 26 ? sound : *entry.length;
-        value.resize(start + room);
+        const std::uint64_t space = entry.length.value_or(0) < 26 ? valid_size : *entry.length;
+        value.resize(start + space);
     }
     return value;
 }

@@ -31,7 +31,7 @@ inline void pad(bytes& out, std::size_t to) { out.resize(round_up(out.size(), to
 inline void put_le(std::span<std::uint8_t> in, std::size_t at, std::uint64_t value,
                    std::size_t width) {
     if (at > in.size() || width > in.size() - at) {
-        throw std::out_of_range("support: a change behind the end of its structure");
+        throw std::out_of_range("support: a change past the end of its structure");
     }
     for (std::size_t i = 0; i < width; ++i) {
         in[at + i] = static_cast<std::uint8_t>(value >> (8 * i));

@@ -27,9 +27,9 @@ void append_node_header(bytes& out, std::uint64_t entries_offset, std::uint64_t 
 bytes index_entry::build() const {
     bytes result;
     const std::size_t tail = sub_node ? 8 : 0;
-    const std::uint64_t room = round_up(entry_header + key.size(), 8) + tail;
+    const std::uint64_t space = round_up(entry_header + key.size(), 8) + tail;
     append(result, reference, 8);
-    append(result, length.value_or(static_cast<std::uint16_t>(room)), 2);
+    append(result, length.value_or(static_cast<std::uint16_t>(space)), 2);
     append(result, key_length.value_or(static_cast<std::uint16_t>(key.size())), 2);
     append(result, flags | (sub_node ? has_sub_node : 0), 2);
     append(result, 0, 2);

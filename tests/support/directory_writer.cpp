@@ -62,7 +62,7 @@ std::uint64_t directory_writer::vcn_step() const {
     return g.index_block >= g.cluster ? g.index_block / g.cluster : g.index_block / 512;
 }
 
-std::size_t directory_writer::root_room(std::size_t blocks) const {
+std::size_t directory_writer::root_space(std::size_t blocks) const {
     const auto& extension = m_index.m_root_extension;
     const auto record = m_volume.m_entries.find(extension.value_or(m_number));
     std::size_t taken = root_overhead + stale_entries({}).size();
@@ -73,8 +73,8 @@ std::size_t directory_writer::root_room(std::size_t blocks) const {
     if (!extension && m_index.m_blocks_extension) {  // the list is in the base record
         taken += 24 + 40 * (record->second.list_entries().size() + 4);
     }
-    const std::size_t room = record->second.room();
-    return room > taken ? room - taken : 0;
+    const std::size_t space = record->second.space_left();
+    return space > taken ? space - taken : 0;
 }
 
 index_tree directory_writer::grow_tree() const {
@@ -82,8 +82,8 @@ index_tree directory_writer::grow_tree() const {
     const bool stale_in_blocks = std::any_of(m_index.m_stale.begin(), m_index.m_stale.end(),
                                              [](const auto& stale) { return !!stale.block; });
     return {settled_entries(),
-            {.root_room =
-                 [this](std::size_t blocks) { return root_room(blocks + m_index.m_spare_blocks); },
+            {.root_space =
+                 [this](std::size_t blocks) { return root_space(blocks + m_index.m_spare_blocks); },
              .slack = [this](std::size_t block) { return stale_entries(block).size(); },
              .block_size = g.index_block,
              .fixup_stride = g.fixup_stride,

@@ -23,7 +23,7 @@ private:
     index_tree grow_tree() const;
     std::uint64_t vcn_step() const;
     bytes stale_entries(std::optional<std::size_t> block) const;
-    std::size_t root_room(std::size_t blocks) const;
+    std::size_t root_space(std::size_t blocks) const;
     record_builder& record_for(const std::optional<std::uint64_t>& extension);
     bytes finished_block(const index_tree& tree, std::size_t block) const;
     void add_root(const index_tree& tree);

@@ -43,9 +43,9 @@ bytes index_node::build() const {
 index_tree::index_tree(std::vector<index_entry> entries, const index_tree_options& options) {
     index_node top{.entries = std::move(entries)};
     bool wants_blocks = options.in_blocks;
-    while (wants_blocks || size_of(top) > options.root_room(blocks.size())) {
+    while (wants_blocks || size_of(top) > options.root_space(blocks.size())) {
         if (!blocks.empty() && top.entries.empty()) {
-            throw std::length_error("support: no room for an index root");
+            throw std::length_error("support: no space for an index root");
         }
         top = split_level(top, options);
         wants_blocks = false;

@@ -22,7 +22,7 @@ struct index_node {
 struct index_tree_options {
     // Returns the bytes available in the root for its entries, including the end entry, if there
     // are `blocks` blocks.
-    std::function<std::size_t(std::size_t blocks)> root_room;
+    std::function<std::size_t(std::size_t blocks)> root_space;
     // Returns the bytes of a block to keep free after its entries.
     std::function<std::size_t(std::size_t block)> slack = [](std::size_t) {
         return std::size_t{0};

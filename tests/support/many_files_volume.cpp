@@ -115,8 +115,8 @@ index_tree tree_of(const many_layout& layout, std::uint64_t directory) {
              .key = file_name_value(entry, layout.file_name(file), {.times = times_of(child)})});
     }
     // A long run list leaves space for only an end entry in the root of the index.
-    const std::size_t root_room = layout.options.scattered_indexes ? 24 : 400;
-    return {std::move(entries), {.root_room = [root_room](std::size_t) { return root_room; }}};
+    const std::size_t root_space = layout.options.scattered_indexes ? 24 : 400;
+    return {std::move(entries), {.root_space = [root_space](std::size_t) { return root_space; }}};
 }
 
 bytes index_bitmap(const index_tree& tree) {
@@ -205,16 +205,16 @@ void add_mft_data(ntfs_image& volume, const many_layout& layout) {
     const std::uint64_t first_clusters = clusters_in(all);
     all.insert(all.end(), layout.pieces.begin(), layout.pieces.end());
     const std::uint64_t allocated = clusters_in(all) * cluster;
-    nonresident_options head{.allocated = allocated,
-                             .real = entries * record_size,
-                             .initialized = entries * record_size,
-                             .last_vcn = {}};
+    nonresident_options first_part{.allocated = allocated,
+                                   .real = entries * record_size,
+                                   .initialized = entries * record_size,
+                                   .last_vcn = {}};
     if (layout.pieces.size() <= runs_in_base) {
-        volume.entry(0).data_runs(all, head);
+        volume.entry(0).data_runs(all, first_part);
         return;
     }
-    head.last_vcn = first_clusters - 1;
-    volume.entry(0).data_runs(volume.mft_runs(), head);
+    first_part.last_vcn = first_clusters - 1;
+    volume.entry(0).data_runs(volume.mft_runs(), first_part);
     std::uint64_t vcn = first_clusters;
     std::uint64_t extension = first_extension;
     for (std::size_t at = 0; at < layout.pieces.size(); at += runs_in_extension) {
@@ -222,7 +222,7 @@ void add_mft_data(ntfs_image& volume, const many_layout& layout) {
         const auto from = layout.pieces.begin() + static_cast<std::ptrdiff_t>(at);
         const cluster_runs part(from, from + static_cast<std::ptrdiff_t>(count));
         if (extension == first_entry) {
-            throw std::runtime_error("no room for the fragments of $MFT");
+            throw std::runtime_error("no space for the fragments of $MFT");
         }
         volume.entry(extension++)
             .base(file_reference(0, 1))

@@ -292,8 +292,8 @@ std::vector<const record_builder::attribute*> record_builder::in_order() const {
 }
 
 std::size_t record_builder::first_offset() const {
-    const std::size_t sound = round_up(array_at + 2 * words_for(m_record_size, m_fixup_stride), 8);
-    return m_first_attribute && *m_first_attribute >= sound ? *m_first_attribute : sound;
+    const std::size_t lowest = round_up(array_at + 2 * words_for(m_record_size, m_fixup_stride), 8);
+    return m_first_attribute && *m_first_attribute >= lowest ? *m_first_attribute : lowest;
 }
 
 std::size_t record_builder::array_offset() const { return m_usa_offset.value_or(array_at); }
@@ -316,7 +316,7 @@ std::size_t record_builder::end_of_attributes() const {
     return end;
 }
 
-std::size_t record_builder::room() const {
+std::size_t record_builder::space_left() const {
     const std::size_t used = end_of_attributes() + 8;
     return used > m_record_size ? 0 : m_record_size - used;
 }

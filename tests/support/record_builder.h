@@ -230,7 +230,7 @@ public:
     // Returns the record as it is in memory, with the last words of the sectors restored.
     bytes build_before_fixup() const;
     // Returns the number of free bytes for attributes.
-    std::size_t room() const;
+    std::size_t space_left() const;
 
     // Returns the entries that an attribute list has for the attributes of this record.
     std::vector<list_entry> list_entries() const;

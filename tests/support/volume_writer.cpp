@@ -106,7 +106,7 @@ void volume_writer::add_security() {
     append(by_hash, index_end_entry());
     append(by_id, index_end_entry());
     const std::size_t needed = by_hash.size() + by_id.size() + 2 * (24 + 8 + 32);
-    if (is_free(9, type::index_root, u"$SII") && record.room() >= needed) {
+    if (is_free(9, type::index_root, u"$SII") && record.space_left() >= needed) {
         record.resident(type::index_root, u"$SDH",
                         index_root_value(by_hash, {.type_code = 0, .collation = 0x12}));
         record.resident(type::index_root, u"$SII",

@@ -1068,7 +1068,7 @@ TEST(AttribCategorize, NoDamagedByteOfAnExtendedEntryIsFatal) {
         .reparse(support::symbolic_link_tag, u"\\??\\C:\\x", {.print = u"C:\\x"})
         .stream(u"s", "content");
     open_volume volume(image);
-    const support::byte_image sound = image.build();
+    const support::byte_image valid = image.build();
     const std::uint64_t pos = image.record_pos(64);
     std::fstream file(volume.path, std::ios::in | std::ios::out | std::ios::binary);
     for (std::size_t at = 0; at < 600; ++at) {
@@ -1081,7 +1081,7 @@ TEST(AttribCategorize, NoDamagedByteOfAnExtendedEntryIsFatal) {
             EXPECT_LE(store.attributes.size(), 10u);
         }
         file.seekp(static_cast<std::streamoff>(pos + at))
-            .put(static_cast<char>(sound.get(pos + at, 1)))
+            .put(static_cast<char>(valid.get(pos + at, 1)))
             .flush();
     }
 }

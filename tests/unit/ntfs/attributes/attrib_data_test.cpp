@@ -382,12 +382,12 @@ TEST(StreamAttribute, RowWithoutDataFails) {
 TEST(StreamAttribute, StreamWithoutABufferFails) {
     cluster_source source;
     const NTFS_ATTRIB_ROW row = row_with_value(support::as_bytes("value"), 5);
-    std::ostringstream sound;
+    std::ostringstream valid;
     std::ostream broken(nullptr);
     mft_entries_ctx ctx;
-    EXPECT_FALSE(source.ntfs.stream_attribute(row, broken, sound, ctx));
-    EXPECT_FALSE(source.ntfs.stream_attribute(row, sound, broken, ctx));
-    EXPECT_EQ(sound.str(), "");
+    EXPECT_FALSE(source.ntfs.stream_attribute(row, broken, valid, ctx));
+    EXPECT_FALSE(source.ntfs.stream_attribute(row, valid, broken, ctx));
+    EXPECT_EQ(valid.str(), "");
     EXPECT_EQ(ctx.byte_count, 0u);
 }
 
@@ -672,19 +672,19 @@ TEST(StreamCompressed, CompressionNeedsTheExactFlagAUnitAndASize) {
     volume.add_unit(packed);
     byte_list raw = packed;
     raw.resize(unit_bytes);
-    const row_sizes sound = compressed_sizes(unit_bytes);
-    EXPECT_TRUE(volume.stream(sound).text == text_of(text_content(unit_bytes, 'a')));
+    const row_sizes valid = compressed_sizes(unit_bytes);
+    EXPECT_TRUE(volume.stream(valid).text == text_of(text_content(unit_bytes, 'a')));
     for (const std::uint16_t flags :
          {std::uint16_t{0}, std::uint16_t{0x8001}, std::uint16_t{0x4001}, std::uint16_t{3}}) {
         SCOPED_TRACE(flags);
-        row_sizes sizes = sound;
+        row_sizes sizes = valid;
         sizes.flags = flags;
         EXPECT_TRUE(volume.stream(sizes).text == text_of(raw));
     }
-    row_sizes no_unit = sound;
+    row_sizes no_unit = valid;
     no_unit.unit = 0;
     EXPECT_TRUE(volume.stream(no_unit).text == text_of(raw));
-    row_sizes no_size = sound;
+    row_sizes no_size = valid;
     no_size.compressed = 0;
     EXPECT_TRUE(volume.stream(no_size).text == text_of(raw));
 }

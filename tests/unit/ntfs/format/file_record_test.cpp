@@ -393,10 +393,10 @@ TEST(UpdateSequence, NothingIsWrittenOutsideTheRecord) {
 
 TEST(UpdateSequence, WrongCheckValueIsOverwritten) {
     byte_list record = support::record_builder(30).put(510, 0xDEAD, 2).build();
-    const byte_list sound = support::record_builder(30).build_before_fixup();
+    const byte_list valid = support::record_builder(30).build_before_fixup();
     std::uint32_t kind = 0;
     EXPECT_TRUE(apply_fixup(kind, record, 512));
-    EXPECT_EQ(ql::le16(record, 510), ql::le16(sound, 510));
+    EXPECT_EQ(ql::le16(record, 510), ql::le16(valid, 510));
 }
 
 // --- apply_fixup ---

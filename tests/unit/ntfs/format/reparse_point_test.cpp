@@ -135,7 +135,7 @@ TEST(ReparsePoint, ZeroWordsBeforeBothNamesAreSkippedTogether) {
 }
 
 TEST(ReparsePoint, TargetNeedsAValueAndNamesInsideItsData) {
-    const support::bytes sound = reparse_value(mount_point_tag, u"sub", {.print = u"prn"});
+    const support::bytes valid = reparse_value(mount_point_tag, u"sub", {.print = u"prn"});
     // Data: 8 bytes of name words, "sub" and a zero at 0, "prn" and a zero at 8: 24 bytes.
     const struct {
         const char* name;
@@ -164,7 +164,7 @@ TEST(ReparsePoint, TargetNeedsAValueAndNamesInsideItsData) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         record_builder builder(64);
-        builder.resident(support::type::reparse_point, u"", sound).edit(c.at, c.value, c.width);
+        builder.resident(support::type::reparse_point, u"", valid).edit(c.at, c.value, c.width);
         const reparse_in_record link(builder);
         ASSERT_EQ(link.attribute.at, 56u);
         EXPECT_EQ(has_reparse_target(link.attribute, link.left()), c.expected);

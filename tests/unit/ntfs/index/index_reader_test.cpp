@@ -120,7 +120,7 @@ TEST(IndexNode, EmptyReferenceEndsTheWalk) {
 }
 
 TEST(IndexNode, LengthIsOneTo4096) {
-    const support::bytes sound = node(with_end({entry_of_file(70)}));
+    const support::bytes valid = node(with_end({entry_of_file(70)}));
     const struct {
         std::uint32_t length;
         bool result;
@@ -130,7 +130,7 @@ TEST(IndexNode, LengthIsOneTo4096) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.length);
-        support::bytes bytes = sound;
+        support::bytes bytes = valid;
         put(bytes, 4, c.length, 4);
         EXPECT_THAT(collected(bytes, false, c.result), SizeIs(c.found));
     }
@@ -147,9 +147,9 @@ TEST(IndexNode, EntriesOffsetIsFromTheNodeHeader) {
 }
 
 TEST(IndexNode, SizesAboveTheIndexLengthEndTheWalk) {
-    const support::bytes sound = node(with_end({entry_of_file(70), entry_of_file(71)}));
-    const std::size_t second = 16 + ql::le16(sound, 16 + 8);
-    const auto length = static_cast<std::uint16_t>(sound.size());
+    const support::bytes valid = node(with_end({entry_of_file(70), entry_of_file(71)}));
+    const std::size_t second = 16 + ql::le16(valid, 16 + 8);
+    const auto length = static_cast<std::uint16_t>(valid.size());
     const struct {
         const char* name;
         std::size_t field;
@@ -163,7 +163,7 @@ TEST(IndexNode, SizesAboveTheIndexLengthEndTheWalk) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        support::bytes bytes = sound;
+        support::bytes bytes = valid;
         put(bytes, second + c.field, c.value, 2);
         EXPECT_THAT(collected(bytes), SizeIs(c.found));
     }
@@ -679,8 +679,8 @@ TEST(DirectoryIndex, BlockOfZerosOrOfOtherContentIsSkipped) {
     ntfs_image image;
     fill_directory(image, 60);
     image.index(64).in_blocks().entries_per_block(20).spare_blocks(2);
-    open_volume sound(image);
-    EXPECT_EQ(children_of(sound, 64), numbers(100, 60));
+    open_volume valid(image);
+    EXPECT_EQ(children_of(valid, 64), numbers(100, 60));
 
     image.index(64).zero_block(0);
     open_volume damaged(image);
@@ -709,8 +709,8 @@ TEST(DirectoryIndex, DamagedEntryHidesOnlyTheRestOfItsBlock) {
     ntfs_image image;
     fill_directory(image, 40);
     image.index(64).in_blocks().entries_per_block(20);
-    open_volume sound(image);
-    const std::size_t all = children_of(sound, 64).size();
+    open_volume valid(image);
+    const std::size_t all = children_of(valid, 64).size();
     ASSERT_EQ(all, 40u);
     // The second entry of the first block has a size of 769 bytes.
     const support::bytes key = support::file_name_value(64, u"file aa");
@@ -1161,7 +1161,7 @@ TEST(DirectoryIndex, NoDamagedByteOfADirectoryIsFatal) {
     directory.image.entry(64).attribute_list(
         {listed_index::root(65), listed_index::allocation(66)});
     open_volume volume(directory.image);
-    const support::byte_image sound = directory.image.build();
+    const support::byte_image valid = directory.image.build();
     std::fstream file(volume.path, std::ios::in | std::ios::out | std::ios::binary);
     for (const std::uint64_t entry : {64u, 65u, 66u}) {
         const std::uint64_t pos = directory.image.record_pos(entry);
@@ -1174,7 +1174,7 @@ TEST(DirectoryIndex, NoDamagedByteOfADirectoryIsFatal) {
                 EXPECT_LE(children.size(), 4u);
             }
             file.seekp(static_cast<std::streamoff>(pos + at))
-                .put(static_cast<char>(sound.get(pos + at, 1)))
+                .put(static_cast<char>(valid.get(pos + at, 1)))
                 .flush();
         }
     }

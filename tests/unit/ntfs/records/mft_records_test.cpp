@@ -287,16 +287,16 @@ TEST(ReadFileRecord, OtherKindsUseTheUpdateSequenceOffsetOfTheHeader) {
         ntfs_image image;
         image.entry(30).usa_offset(64).first_attribute(80).keyword(keyword);
         image.entry(30).data(byte_list(900, 0x5A));
-        const byte_list sound = image.entry(30).build_before_fixup();
+        const byte_list valid = image.entry(30).build_before_fixup();
         opened_volume volume(image);
         const record_read read = read_into(volume.ntfs, 30);
         EXPECT_EQ(read.result, std::string(keyword) == "INDX");
         if (read.result) {
-            EXPECT_EQ(read.bytes, sound);
+            EXPECT_EQ(read.bytes, valid);
         }
         const vector_read vector = read_vector(volume.ntfs, 30);
         EXPECT_TRUE(vector.result);
-        EXPECT_EQ(vector.bytes, sound);
+        EXPECT_EQ(vector.bytes, valid);
     }
 }
 
@@ -311,11 +311,11 @@ TEST(ReadFileRecord, CountOfOneChangesNothing) {
 
 TEST(ReadFileRecord, TornSectorIsOverwritten) {
     ntfs_image image = volume_with_file();
-    const byte_list sound = image.entry(30).build_before_fixup();
+    const byte_list valid = image.entry(30).build_before_fixup();
     image.put(image.record_pos(30) + 510, 0xDEAD, 2).put(image.record_pos(30) + 1022, 0xBEEF, 2);
     opened_volume volume(image);
-    EXPECT_EQ(read_into(volume.ntfs, 30).bytes, sound);
-    EXPECT_EQ(read_vector(volume.ntfs, 30).bytes, sound);
+    EXPECT_EQ(read_into(volume.ntfs, 30).bytes, valid);
+    EXPECT_EQ(read_vector(volume.ntfs, 30).bytes, valid);
 }
 
 TEST(ReadFileRecord, LargeSectorsRestoreOnlyOneWord) {
@@ -403,11 +403,11 @@ TEST(ReadFileRecord, TruncatedRecordHasTheBytesThatWereRead) {
     ntfs_image image;
     image.entry(30).data(byte_list(900, 0x5A)).put_before_fixup(1022, 0x5A5A, 2);
     const byte_list on_disk = image.entry(30).build();
-    const byte_list sound = image.entry(30).build_before_fixup();
+    const byte_list valid = image.entry(30).build_before_fixup();
     image.truncate(image.record_pos(30) + 600);
     opened_volume volume(image);
 
-    byte_list expected(sound.begin(), sound.begin() + 512);
+    byte_list expected(valid.begin(), valid.begin() + 512);
     expected.insert(expected.end(), on_disk.begin() + 512, on_disk.begin() + 600);
     for (const record_read& read : {read_into(volume.ntfs, 30), read_allocated(volume.ntfs, 30)}) {
         EXPECT_TRUE(read.result);

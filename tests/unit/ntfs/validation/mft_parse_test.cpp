@@ -232,7 +232,7 @@ TEST(ParseInode, WalkEndsAtTheFirstBadAttribute) {
     record_builder record(6);
     record.keep_order().file_name(5, u"a", {.real = 7}).object_id(byte_list(16)).data("four");
     const std::size_t second = record.attribute_offset(support::type::object_id);
-    const byte_list sound = record.build_before_fixup();
+    const byte_list valid = record.build_before_fixup();
     const struct {
         const char* name;
         std::size_t at;
@@ -251,7 +251,7 @@ TEST(ParseInode, WalkEndsAtTheFirstBadAttribute) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const byte_list bytes = support::byte_image(sound).put(second + c.at, c.value, 4).bytes();
+        const byte_list bytes = support::byte_image(valid).put(second + c.at, c.value, 4).bytes();
         const NTFS_INODE_INFO info = record_parser(c.bytes_per_record).parse(bytes);
         EXPECT_EQ(!info.data_runs.empty(), c.data_met);
         EXPECT_EQ(info.data_size, c.bytes_per_record == 0 ? 0u : 7u);

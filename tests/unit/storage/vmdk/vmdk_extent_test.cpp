@@ -48,7 +48,7 @@ struct extent_file {
 };
 
 // A disk of two tables with a pattern in grains 0, 2 and 130.
-vmdk_image sound() {
+vmdk_image valid_image() {
     vmdk_image image(small);
     image.grain(0, pattern(grain_size, 10)).grain(2, pattern(grain_size, 12));
     return image.grain(130, pattern(grain_size, 13));
@@ -72,7 +72,7 @@ bytes part(const bytes& whole, std::size_t at, std::size_t count) {
 }
 
 TEST(VmdkExtent, ValidFileIsReadInFull) {
-    const vmdk_image image = sound().cid(0x1234abcd);
+    const vmdk_image image = valid_image().cid(0x1234abcd);
     const extent_file file(image);
     const vmdk_extent& extent = file.extent;
     EXPECT_TRUE(file.result);
@@ -98,7 +98,7 @@ TEST(VmdkExtent, ValidFileIsReadInFull) {
 }
 
 TEST(VmdkExtent, GrainsAreFoundThroughTheirTables) {
-    const vmdk_image image = sound();
+    const vmdk_image image = valid_image();
     const extent_file file(image);
     std::uint64_t position = 0;
     EXPECT_TRUE(file.extent.find_grain(0, position));
@@ -114,7 +114,7 @@ TEST(VmdkExtent, GrainsAreFoundThroughTheirTables) {
 }
 
 TEST(VmdkExtent, DirectoryIndexHas32Bits) {
-    const vmdk_image image = sound();
+    const vmdk_image image = valid_image();
     const extent_file file(image);
     std::uint64_t position = 0;
     EXPECT_TRUE(file.extent.find_grain((table_span << 32) + 5, position));
@@ -122,7 +122,7 @@ TEST(VmdkExtent, DirectoryIndexHas32Bits) {
 }
 
 TEST(VmdkExtent, GrainLeftExtendsToTheEndOfTheGrain) {
-    const extent_file file(sound());
+    const extent_file file(valid_image());
     EXPECT_EQ(file.extent.grain_left(0), grain_size);
     EXPECT_EQ(file.extent.grain_left(1), grain_size - 1);
     EXPECT_EQ(file.extent.grain_left(grain_size - 1), 1u);
@@ -130,7 +130,7 @@ TEST(VmdkExtent, GrainLeftExtendsToTheEndOfTheGrain) {
 }
 
 TEST(VmdkExtent, ReadDeliversPartsOfAGrain) {
-    extent_file file(sound());
+    extent_file file(valid_image());
     const outcome got = read(file.extent, 2 * grain_size + 100, 1000);
     EXPECT_TRUE(got.result);
     EXPECT_EQ(got.count, 1000u);
@@ -167,15 +167,15 @@ TEST(VmdkExtent, NoGrainIsFoundAfterTheLastOne) {
 
 // Two directory entries, two tables of three entries, and the header as a table of 20: its last
 // non-zero byte is at 76.
-constexpr std::uint64_t entries_of_sound_file = 2 + 3 + 3 + 20;
+constexpr std::uint64_t entries_of_valid_file = 2 + 3 + 3 + 20;
 
 TEST(VmdkExtent, TablesAreKeptWithoutTheZerosAtTheirEnd) {
-    const extent_file plain(sound());
-    EXPECT_EQ(plain.extent.grains.num_held_entries(), entries_of_sound_file);
-    const extent_file longer(sound().grain_entry(5, 0xFFFFFFFF));
-    EXPECT_EQ(longer.extent.grains.num_held_entries(), entries_of_sound_file + 3);
+    const extent_file plain(valid_image());
+    EXPECT_EQ(plain.extent.grains.num_held_entries(), entries_of_valid_file);
+    const extent_file longer(valid_image().grain_entry(5, 0xFFFFFFFF));
+    EXPECT_EQ(longer.extent.grains.num_held_entries(), entries_of_valid_file + 3);
     const extent_file empty(vmdk_image(small).grain(130, pattern(grain_size)));
-    EXPECT_EQ(empty.extent.grains.num_held_entries(), entries_of_sound_file - 3);
+    EXPECT_EQ(empty.extent.grains.num_held_entries(), entries_of_valid_file - 3);
 }
 
 TEST(VmdkExtent, LongTableEndsInsideAPiece) {
@@ -192,7 +192,7 @@ TEST(VmdkExtent, LongTableEndsInsideAPiece) {
 }
 
 TEST(VmdkExtent, HolesAndEmptyReadsFail) {
-    extent_file file(sound());
+    extent_file file(valid_image());
     EXPECT_FALSE(read(file.extent, grain_size, 512).result);
     EXPECT_FALSE(read(file.extent, 1ull << 40, 512).result);
     std::uint8_t byte = 0;
@@ -205,7 +205,7 @@ TEST(VmdkExtent, HolesAndEmptyReadsFail) {
 }
 
 TEST(VmdkExtent, GrainTruncatedByTheEndOfTheFileIsShort) {
-    vmdk_image image = sound();
+    vmdk_image image = valid_image();
     byte_image content = image.build();
     const std::uint64_t last_grain = image.grain_sector(130) * 512;
     content.resize(last_grain + 100);
@@ -224,7 +224,7 @@ TEST(VmdkExtent, GrainTruncatedByTheEndOfTheFileIsShort) {
 }
 
 TEST(VmdkExtent, FileThatShrinksReadsAsZeros) {
-    const vmdk_image image = sound();
+    const vmdk_image image = valid_image();
     extent_file file(image);
     const std::uint64_t last_grain = image.grain_sector(130) * 512;
     ASSERT_EQ(::truncate(file.path.c_str(), static_cast<off_t>(last_grain + 10)), 0);
@@ -237,7 +237,7 @@ TEST(VmdkExtent, FileThatShrinksReadsAsZeros) {
 }
 
 TEST(VmdkExtent, EntryOneIsSectorOne) {
-    extent_file file(sound().grain_entry(1, 1));
+    extent_file file(valid_image().grain_entry(1, 1));
     std::uint64_t position = 0;
     EXPECT_TRUE(file.extent.find_grain(grain_size + 3, position));
     EXPECT_EQ(position, 512u + 3u);
@@ -246,7 +246,7 @@ TEST(VmdkExtent, EntryOneIsSectorOne) {
 }
 
 TEST(VmdkExtent, EntriesAreUsedIn64Bits) {
-    const extent_file file(sound().grain_entry(1, 0xFFFFFFFF));
+    const extent_file file(valid_image().grain_entry(1, 0xFFFFFFFF));
     std::uint64_t position = 0;
     EXPECT_TRUE(file.extent.find_grain(grain_size, position));
     EXPECT_EQ(position, 0xFFFFFFFFull * 512);
@@ -255,7 +255,7 @@ TEST(VmdkExtent, EntriesAreUsedIn64Bits) {
 TEST(VmdkExtent, DestructionClosesTheFile) {
     int fd = -1;
     {
-        const extent_file file(sound());
+        const extent_file file(valid_image());
         fd = file.extent.fd;
         EXPECT_NE(::fcntl(fd, F_GETFD), -1);
     }
@@ -264,7 +264,7 @@ TEST(VmdkExtent, DestructionClosesTheFile) {
 
 TEST(VmdkExtent, WriteAccessSetsTheModeOfTheDescriptor) {
     const temp_dir dir;
-    const std::wstring path = widened(sound().save(dir.file("disk.vmdk")));
+    const std::wstring path = widened(valid_image().save(dir.file("disk.vmdk")));
     for (const bool write : {false, true}) {
         SCOPED_TRACE(write);
         vmdk_extent extent;
@@ -303,7 +303,7 @@ TEST(VmdkExtentPartitions, DeltaReadsItsOwnHeaderAndHasNone) {
 }
 
 TEST(VmdkExtentPartitions, FirstSectorPastTheFileIsZero) {
-    const extent_file file(sound().grain_entry(0, 0x7FFFFFFF));
+    const extent_file file(valid_image().grain_entry(0, 0x7FFFFFFF));
     EXPECT_TRUE(file.result);
     EXPECT_EQ(file.extent.first_sector, bytes(512, 0));
     EXPECT_TRUE(file.extent.partition_offsets.empty());
@@ -317,7 +317,7 @@ struct descriptor_values {
 };
 
 descriptor_values values_of(std::string_view text) {
-    const extent_file file(sound().descriptor(text));
+    const extent_file file(valid_image().descriptor(text));
     EXPECT_TRUE(file.result);
     return {file.extent.cid, file.extent.parent_cid, file.extent.encoding,
             file.extent.parent_file_hint};
@@ -409,12 +409,12 @@ TEST(VmdkDamage, OtherFilesAreRefused) {
         EXPECT_FALSE(extent.open(widened(path), false));
         EXPECT_FALSE(extent.ready);
     }
-    const extent_file file(sound().put_text(0, "VMDK"));
+    const extent_file file(valid_image().put_text(0, "VMDK"));
     EXPECT_FALSE(file.result);
 }
 
 TEST(VmdkDamage, SingleFields) {
-    const vmdk_image image = sound();
+    const vmdk_image image = valid_image();
     const std::uint64_t size = image.build().size();
     const std::uint64_t directory = image.directory_sector();
     const struct {
@@ -463,7 +463,7 @@ TEST(VmdkDamage, SingleFields) {
 }
 
 TEST(VmdkDamage, FirstDirectoryEntry) {
-    const vmdk_image image = sound();
+    const vmdk_image image = valid_image();
     const std::uint64_t at = image.directory_sector() * 512;
     const std::uint64_t overhead = image.build().get(overhead_at, 8);
     const struct {
@@ -491,7 +491,7 @@ TEST(VmdkDamage, FirstDirectoryEntry) {
 TEST(VmdkDamage, DirectoryExtendsToItsFirstTable) {
     // One sector between the directory and the first table: 128 entries, of which 2 are tables. All
     // others mean the one at the start of the file.
-    const extent_file file(sound());
+    const extent_file file(valid_image());
     EXPECT_EQ(file.extent.grains.num_tables(), 128u);
     EXPECT_EQ(file.extent.grains.num_held_tables(), 3u);
     std::uint64_t position = 0;
@@ -501,7 +501,7 @@ TEST(VmdkDamage, DirectoryExtendsToItsFirstTable) {
 
 TEST(VmdkDamage, DirectoryEntryOfZeroReadsTheStartOfTheFile) {
     const std::uint64_t third = 2 * table_span;
-    const extent_file padded(sound());
+    const extent_file padded(valid_image());
     std::uint64_t position = 0;
     EXPECT_TRUE(padded.extent.find_grain(third, position));
     EXPECT_EQ(position, 0x564D444Bull * 512);  // "KDMV" as a sector
@@ -509,7 +509,7 @@ TEST(VmdkDamage, DirectoryEntryOfZeroReadsTheStartOfTheFile) {
     EXPECT_EQ(position, 1u * 512u);  // the version
     EXPECT_FALSE(padded.extent.find_grain(third + 127 * grain_size, position));
 
-    extent_file missing(sound().without_table(1));
+    extent_file missing(valid_image().without_table(1));
     EXPECT_TRUE(missing.extent.find_grain(table_span + grain_size, position));
     EXPECT_EQ(position, 512u);
     EXPECT_EQ(read(missing.extent, table_span + grain_size, 6).buffer,
@@ -517,7 +517,7 @@ TEST(VmdkDamage, DirectoryEntryOfZeroReadsTheStartOfTheFile) {
 }
 
 TEST(VmdkDamage, TableOutsideOfTheMetadataIsReadFromTheFile) {
-    const vmdk_image image = sound();
+    const vmdk_image image = valid_image();
     byte_image content = image.build();
     const std::uint64_t end = content.size();
     content.put(end + 8, 0x77, 4).resize(end + 512);  // third entry of a table after all grains
@@ -532,7 +532,7 @@ TEST(VmdkDamage, DirectoryThatTheFileEndsInIsPaddedWithZeros) {
     // The directory is at the end of the file and states a gibibyte of entries, the file has three.
     // The first table is past the end of the file.
     constexpr std::uint64_t num_entries = 0x10000000;
-    const vmdk_image image = sound();
+    const vmdk_image image = valid_image();
     byte_image content = image.build();
     const std::uint64_t directory = content.size() / 512;
     const std::uint64_t first_table = directory + num_entries / 128;
@@ -543,7 +543,7 @@ TEST(VmdkDamage, DirectoryThatTheFileEndsInIsPaddedWithZeros) {
     const extent_file file(content);
     ASSERT_TRUE(file.result);
     EXPECT_EQ(file.extent.grains.num_tables(), num_entries);
-    EXPECT_EQ(file.extent.grains.num_held_entries(), entries_of_sound_file + 1);
+    EXPECT_EQ(file.extent.grains.num_held_entries(), entries_of_valid_file + 1);
     std::uint64_t position = 0;
     EXPECT_FALSE(file.extent.find_grain(0, position));
     EXPECT_TRUE(file.extent.find_grain(table_span + 2 * grain_size, position));
@@ -558,7 +558,7 @@ TEST(VmdkDamage, DirectoryThatTheFileEndsInIsPaddedWithZeros) {
 }
 
 TEST(VmdkDamage, LastDirectoryEntryMayBeTruncated) {
-    const vmdk_image image = sound();
+    const vmdk_image image = valid_image();
     byte_image content = image.build();
     const std::uint64_t directory = content.size() / 512;
     content.put(directory_at, directory, 8).put(overhead_at, directory + 9, 8);
@@ -572,7 +572,7 @@ TEST(VmdkDamage, LastDirectoryEntryMayBeTruncated) {
 }
 
 TEST(VmdkDamage, TablePastTheFileIsEmpty) {
-    const vmdk_image image = sound();
+    const vmdk_image image = valid_image();
     vmdk_image damaged = image;
     damaged.put(image.directory_sector() * 512 + 4, 0xFFFFFFFF, 4);
     damaged.put(image.directory_sector() * 512 + 8, 0x7FFFFFFF, 4);
@@ -588,7 +588,7 @@ TEST(VmdkDamage, TablePastTheFileIsEmpty) {
 }
 
 TEST(VmdkDamage, TableTruncatedByTheEndOfTheFileEndsInHoles) {
-    const vmdk_image image = sound();
+    const vmdk_image image = valid_image();
     byte_image content = image.build();
     const std::uint64_t end = content.size();
     content.put(end, 0x11, 4).put(end + 4, 0x22222222, 4).resize(end + 6);
@@ -603,7 +603,7 @@ TEST(VmdkDamage, TableTruncatedByTheEndOfTheFileEndsInHoles) {
 }
 
 TEST(VmdkDamage, HugeTablesNeedNoMoreMemoryThanTheFileHasBytes) {
-    const vmdk_image image = sound();
+    const vmdk_image image = valid_image();
     vmdk_image damaged = image;
     damaged.put(table_entries_at, 0xFFFFFFFF, 4);
     const extent_file file(damaged);
@@ -715,7 +715,7 @@ TEST(VmdkDamage, HolesOfTheFileAreSkipped) {
 }
 
 TEST(VmdkDamage, SizesOfZeroAreNotDivisors) {
-    vmdk_image damaged = sound();
+    vmdk_image damaged = valid_image();
     extent_file file(damaged.put(grain_size_at, 0, 8));
     ASSERT_TRUE(file.result);
     EXPECT_EQ(file.extent.grain_bytes, 0u);
@@ -723,11 +723,11 @@ TEST(VmdkDamage, SizesOfZeroAreNotDivisors) {
     EXPECT_EQ(file.extent.grain_left(12345), 0u);
     std::uint64_t position = 0;
     EXPECT_TRUE(file.extent.find_grain(12345, position));  // always the first entry
-    EXPECT_EQ(position, sound().grain_sector(0) * 512);
+    EXPECT_EQ(position, valid_image().grain_sector(0) * 512);
 }
 
 TEST(VmdkDamage, EveryPrefixOfAFileIsOpened) {
-    const vmdk_image image = sound();
+    const vmdk_image image = valid_image();
     const byte_image content = image.build();
     const std::uint64_t directory = image.directory_sector() * 512;
     ASSERT_LT(image.table_sector(0), 256u);  // one byte of the first entry is all of it
