@@ -1,5 +1,3 @@
-#include "ntfs/entry_paths/entry_paths.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -7,48 +5,19 @@
 #include <string>
 #include <vector>
 
-#include "foundation/text/ql_string.h"
 #include "ntfs/volume/ntfs.h"
 #include "support/ntfs_image.h"
 #include "unit/ntfs/open_volume.h"
+#include "unit/ntfs/saved_volume.h"
 
 namespace {
+
+using namespace saved;
 
 using support::file_reference;
 using support::ntfs_image;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-// A saved image, with the paths of its entries.
-class saved_volume {
-public:
-    explicit saved_volume(const ntfs_image& image) : m_path(image.save(m_dir.file("volume.dd"))) {}
-
-    volume_source source(std::uint64_t offset = 0) const { return {ql::to_wide(m_path), offset}; }
-
-    std::vector<std::wstring> paths(std::uint64_t inode, bool expected = true,
-                                    const std::wstring& prefix = L"") const {
-        std::vector<std::wstring> found;
-        EXPECT_EQ(paths_for_entry(source(), inode, prefix, found), expected);
-        return found;
-    }
-
-private:
-    support::temp_dir m_dir;
-    std::string m_path;
-};
-
-//   64 docs          65 docs\deep     66 docs\deep\a.txt
-//   67 top.txt       68 other
-ntfs_image sample() {
-    ntfs_image image;
-    image.directory(5, u"docs", 64);
-    image.directory(64, u"deep", 65);
-    image.file(65, u"a.txt", 66);
-    image.file(5, u"top.txt", 67);
-    image.directory(5, u"other", 68);
-    return image;
-}
 
 TEST(InodeToPath, FileAndDirectoryHaveTheirPathFromTheRoot) {
     const saved_volume volume(sample());
@@ -56,25 +25,6 @@ TEST(InodeToPath, FileAndDirectoryHaveTheirPathFromTheRoot) {
     EXPECT_THAT(volume.paths(66), ElementsAre(L"\\docs\\deep\\a.txt"));
     EXPECT_THAT(volume.paths(65), ElementsAre(L"\\docs\\deep"));
     EXPECT_THAT(volume.paths(64), ElementsAre(L"\\docs"));
-}
-
-TEST(InodeToPath, RootHasOnePath) {
-    const saved_volume volume(sample());
-    EXPECT_THAT(volume.paths(5), ElementsAre(L"\\"));
-    EXPECT_THAT(volume.paths(5, true, L"c:\\"), ElementsAre(L"c:\\"));
-}
-
-TEST(InodeToPath, PrefixIsPrependedUnchanged) {
-    const saved_volume volume(sample());
-    EXPECT_THAT(volume.paths(66, true, L"c:\\"), ElementsAre(L"c:\\docs\\deep\\a.txt"));
-    EXPECT_THAT(volume.paths(67, true, L"\\docs"), ElementsAre(L"\\docstop.txt"));
-}
-
-TEST(InodeToPath, PathsAreAppended) {
-    const saved_volume volume(sample());
-    std::vector<std::wstring> paths = {L"first"};
-    EXPECT_TRUE(paths_for_entry(volume.source(), 67, L"", paths));
-    EXPECT_THAT(paths, ElementsAre(L"first", L"\\top.txt"));
 }
 
 TEST(InodeToPath, HardLinksAreSortedByParentEntry) {
@@ -171,13 +121,6 @@ TEST(InodeToPath, NamesInExtensionRecordsHavePaths) {
     EXPECT_THAT(volume.paths(70), ElementsAre(L"\\docs\\far"));
 }
 
-TEST(InodeToPath, TrailingBackslashesOfANameAreRemoved) {
-    ntfs_image image;
-    image.file(5, u"a\\\\", 64);
-    const saved_volume volume(image);
-    EXPECT_THAT(volume.paths(64), ElementsAre(L"\\a"));
-}
-
 TEST(InodeToPath, PartialSegmentsOfTheCallerAreAppended) {
     open_volume volume(sample());
     std::vector<std::wstring> paths;
@@ -211,35 +154,6 @@ TEST(InodeToPathDeathTest, CycleOfParentsOverflowsTheStack) {
         volume.ntfs.get_paths_of_inode(64, {}, paths);
     };
     EXPECT_DEATH(follow(), "");
-}
-
-TEST(InodeToPath, UnopenableSourceHasNoPaths) {
-    const saved_volume volume(sample());
-    std::vector<std::wstring> paths;
-    EXPECT_FALSE(paths_for_entry({L"/no/such/file", 0}, 67, L"", paths));
-    EXPECT_FALSE(paths_for_entry(volume.source(512), 67, L"", paths));
-    EXPECT_FALSE(paths_for_entry({L"", 0}, 67, L"", paths));
-    EXPECT_THAT(paths, IsEmpty());
-}
-
-TEST(InodeToPath, VolumeOffsetIsUsed) {
-    support::temp_dir dir;
-    support::byte_image disk;
-    disk.put_image(0x7e00, sample().build());
-    const volume_source source{ql::to_wide(disk.save(dir.file("disk.dd"))), 0x7e00};
-    std::vector<std::wstring> paths;
-    EXPECT_TRUE(paths_for_entry(source, 66, L"", paths));
-    EXPECT_THAT(paths, ElementsAre(L"\\docs\\deep\\a.txt"));
-    EXPECT_TRUE(entry_is_directory(source, 65));
-}
-
-TEST(InodeToPath, OnlyReadableDirectoriesAreDirectories) {
-    const saved_volume volume(sample());
-    EXPECT_TRUE(entry_is_directory(volume.source(), 5));
-    EXPECT_TRUE(entry_is_directory(volume.source(), 64));
-    EXPECT_FALSE(entry_is_directory(volume.source(), 66));
-    EXPECT_FALSE(entry_is_directory(volume.source(), 0x1000000));
-    EXPECT_FALSE(entry_is_directory({L"/no/such/file", 0}, 5));
 }
 
 }  // namespace
