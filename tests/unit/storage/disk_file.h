@@ -1,6 +1,9 @@
-// An image saved to a file of its own and opened as a source.
+// Images that are saved to a file of their own and opened as a source.
 #pragma once
 
+#include <unistd.h>
+
+#include <cstdint>
 #include <string>
 
 #include "storage/disk/raw_disk.h"
@@ -17,4 +20,12 @@ struct disk_file {
     support::temp_dir dir;
     std::string path;
     CRawDisk disk;
+};
+
+// A file that is read like a drive.
+struct drive_file : disk_file {
+    explicit drive_file(const support::byte_image& image) : disk_file(image) {
+        disk.kind = disk_kind::physical_drive;
+    }
+    std::int64_t position() const { return ::lseek(disk.fd, 0, SEEK_CUR); }
 };
