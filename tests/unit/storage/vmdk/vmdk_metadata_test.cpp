@@ -25,6 +25,163 @@ using support::bytes;
 using support::pattern;
 using support::temp_dir;
 
+constexpr std::uint64_t window = vmdk_metadata_reader::window_size;
+
+// A file that is open for reading and writing.
+class metadata_file {
+public:
+    explicit metadata_file(const byte_image& content)
+        : path(content.save(m_dir.file("metadata"))), fd(::open(path.c_str(), O_RDWR)) {
+        EXPECT_NE(fd, -1);
+    }
+    ~metadata_file() { ::close(fd); }
+    metadata_file(const metadata_file&) = delete;
+    metadata_file& operator=(const metadata_file&) = delete;
+
+private:
+    temp_dir m_dir;
+
+public:
+    const std::string path;
+    const int fd;
+};
+
+bytes copied(ql::bytes from) { return {from.begin(), from.end()}; }
+
+TEST(VmdkMetadataReader, ReadsBytesAtAnyPosition) {
+    const bytes content = pattern(3 * window + 100);
+    const metadata_file file{byte_image(content)};
+    vmdk_metadata_reader reader(file.fd);
+    const struct {
+        std::uint64_t position;
+        std::size_t count;
+        std::size_t expected;
+    } cases[] = {
+        {0, 513, 513},
+        {1, window, window},
+        {window - 1, 2, 2},
+        {2 * window + 50, window, window},
+        {3 * window + 50, 100, 50},
+        {3 * window + 100, 4, 0},
+        {std::uint64_t{1} << 40, 4, 0},
+        {10, 0, 0},
+        {5, 7, 7},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.position << ' ' << c.count);
+        ql::bytes out;
+        ASSERT_TRUE(reader.read(c.position, c.count, out));
+        ASSERT_EQ(out.size(), c.expected);
+        if (!out.empty()) {
+            EXPECT_EQ(copied(out), part(content, c.position, c.expected));
+        }
+    }
+}
+
+TEST(VmdkMetadataReader, OneReadCoversAWindow) {
+    const metadata_file file{byte_image(bytes(2 * window, 1))};
+    vmdk_metadata_reader reader(file.fd);
+    ql::bytes out;
+    ASSERT_TRUE(reader.read(10, 4, out));
+    const bytes changed(2 * window, 2);
+    ASSERT_EQ(::pwrite(file.fd, changed.data(), changed.size(), 0),
+              static_cast<ssize_t>(changed.size()));
+    ASSERT_TRUE(reader.read(10 + window - 4, 4, out));
+    EXPECT_EQ(copied(out), bytes(4, 1)) << "the last bytes of the window";
+    ASSERT_TRUE(reader.read(10 + window - 3, 4, out));
+    EXPECT_EQ(copied(out), bytes(4, 2));
+    ASSERT_TRUE(reader.read(10, 4, out));
+    EXPECT_EQ(copied(out), bytes(4, 2));
+}
+
+TEST(VmdkMetadataReader, PositionThatCannotBeSoughtFails) {
+    const metadata_file file{byte_image(bytes(window, 1))};
+    vmdk_metadata_reader reader(file.fd);
+    ql::bytes out;
+    EXPECT_FALSE(reader.read(std::uint64_t{1} << 63, 4, out));
+    ASSERT_TRUE(reader.read(0, 4, out));
+    EXPECT_FALSE(reader.read(~std::uint64_t{0} - 3, 4, out));
+    ASSERT_TRUE(reader.read(0, 4, out));
+    EXPECT_EQ(copied(out), bytes(4, 1));
+    std::vector<std::uint32_t> entries;
+    EXPECT_FALSE(reader.read_entries(std::uint64_t{1} << 63, 4, entries));
+    EXPECT_TRUE(entries.empty());
+}
+
+TEST(VmdkMetadataReader, UnreadableFileFails) {
+    const temp_dir dir;
+    const int folder = ::open(dir.path().c_str(), O_RDONLY);
+    for (const int fd : {folder, -1}) {
+        vmdk_metadata_reader reader(fd);
+        ql::bytes out;
+        EXPECT_FALSE(reader.read(0, 4, out));
+        std::vector<std::uint32_t> entries;
+        EXPECT_FALSE(reader.read_entries(0, 4, entries));
+        EXPECT_TRUE(entries.empty());
+    }
+    ::close(folder);
+}
+
+// Returns the `count` entries from a position on.
+std::vector<std::uint32_t> entries_at(const byte_image& content, std::uint64_t position,
+                                      std::uint64_t count) {
+    const metadata_file file(content);
+    vmdk_metadata_reader reader(file.fd);
+    std::vector<std::uint32_t> entries;
+    EXPECT_TRUE(reader.read_entries(position, count, entries));
+    return entries;
+}
+
+TEST(VmdkMetadataReader, ZerosAtTheEndAreNotStored) {
+    using list = std::vector<std::uint32_t>;
+    byte_image content(64);
+    content.put(4, 0x11223344, 4).put(12, 7, 4).put(16, 0xFF000000, 4).put(40, 9, 4);
+    EXPECT_EQ(entries_at(content, 4, 3), (list{0x11223344, 0, 7}));
+    EXPECT_EQ(entries_at(content, 4, 2), (list{0x11223344}));
+    EXPECT_EQ(entries_at(content, 4, 4), (list{0x11223344, 0, 7, 0xFF000000}));
+    EXPECT_EQ(entries_at(content, 20, 5), list{});
+    EXPECT_EQ(entries_at(content, 20, 6), (list{0, 0, 0, 0, 0, 9}));
+    EXPECT_EQ(entries_at(content, 4, 0), list{});
+}
+
+TEST(VmdkMetadataReader, EntriesPastTheFileAreNotStored) {
+    using list = std::vector<std::uint32_t>;
+    byte_image content(0);
+    content.put(0, 1, 4).put(4, 0x55667788, 4).resize(6);
+    EXPECT_EQ(entries_at(content, 0, std::uint64_t{1} << 40), (list{1, 0x7788})) << "half an entry";
+    EXPECT_EQ(entries_at(content, 6, 100), list{});
+    EXPECT_EQ(entries_at(content, 100, 100), list{});
+}
+
+TEST(VmdkMetadataReader, EntriesOfSeveralWindowsAreJoined) {
+    const std::uint64_t per_window = window / 4;
+    byte_image content(10 * window);
+    std::vector<std::uint32_t> expected(5 * per_window + 2);
+    const auto put = [&](std::uint64_t index, std::uint32_t value) {
+        content.put(512 + 4 * index, value, 4);
+        expected[index] = value;
+    };
+    // The second to fourth window have no entries except zeros.
+    put(0, 1);
+    put(per_window - 1, 2);
+    put(4 * per_window, 3);
+    put(5 * per_window + 1, 4);
+    EXPECT_EQ(entries_at(content, 512, 6 * per_window), expected);
+    expected.resize(4 * per_window + 1);
+    EXPECT_EQ(entries_at(content, 512, 5 * per_window + 1), expected);
+}
+
+TEST(VmdkMetadataReader, EntriesAfterAHoleHaveTheirIndex) {
+    byte_image content(16 << 20);
+    content.put(0, 1, 4).put((8 << 20) + 4, 2, 4);
+    std::vector<std::uint32_t> expected((2 << 20) + 2);
+    expected.front() = 1;
+    expected.back() = 2;
+    EXPECT_TRUE(entries_at(content, 0, 4 << 20) == expected);
+}
+
+// --- files of an extent ---
+
 // Counts the bytes that this process has read by system calls. Returns false if the system does not
 // count them.
 bool count_bytes_read(std::uint64_t& count) {
