@@ -62,4 +62,77 @@ TEST(FileNames, ListKeepsNoDataOfThePreviousEntry) {
     EXPECT_TRUE(list.empty());
 }
 
+// Returns the $FILE_NAME attributes of a record.
+std::vector<record_attrib> attributes_in(const support::bytes& record) {
+    std::vector<record_attrib> found;
+    for (record_attrib name = first_attrib(record); name.type() == attrib_type::file_name;
+         name.at += name.length()) {
+        found.push_back(name);
+    }
+    return found;
+}
+
+TEST(NameEntryList, NamesAreSortedByKeyInAnyOrderOfTheAttributes) {
+    record_builder builder(64);
+    builder.file_name(64, u"a").file_name(5, u"b").file_name(5, u"B").file_name(5, u"a");
+    const support::bytes record = builder.build_before_fixup();
+    std::vector<record_attrib> attributes = attributes_in(record);
+    ASSERT_EQ(attributes.size(), 4u);
+    std::vector<std::size_t> order = {0, 1, 2, 3};
+    do {
+        name_entry_list list;
+        for (const std::size_t i : order)
+            list.add(attributes[i]);
+        EXPECT_THAT(names_in_list(list), ElementsAre(L"B", L"a", L"b", L"a"));
+        EXPECT_EQ(list[3].parent_ref, support::file_reference(64, 1));
+    } while (std::next_permutation(order.begin(), order.end()));
+}
+
+TEST(NameEntryList, FirstOfTwoNamesWithTheSameKeyIsKept) {
+    record_builder builder(64);
+    builder.file_name(5, u"a", {.space = support::posix}).file_name(5, u"b");
+    builder.file_name(5, u"a", {.space = support::dos});
+    const support::bytes record = builder.build_before_fixup();
+    name_entry_list list;
+    for (const record_attrib& attribute : attributes_in(record))
+        list.add(attribute);
+    EXPECT_THAT(names_in_list(list), ElementsAre(L"a", L"b"));
+    EXPECT_EQ(list[0].is_dos_name, 0);
+}
+
+TEST(NameEntryList, IsEmptyAfterClear) {
+    record_builder builder(64);
+    const support::bytes record =
+        builder.file_name(5, u"a").file_name(5, u"b").build_before_fixup();
+    name_entry_list list;
+    EXPECT_TRUE(list.empty());
+    list.add(attributes_in(record)[1]);
+    EXPECT_FALSE(list.empty());
+    list.clear();
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(list.size(), 0u);
+    list.add(attributes_in(record)[0]);
+    EXPECT_THAT(names_in_list(list), ElementsAre(L"a"));
+}
+
+TEST(NameEntryList, MovesItsNamesWithTheirKeys) {
+    record_builder builder(64);
+    const support::bytes record =
+        builder.file_name(5, u"b").file_name(5, u"a").build_before_fixup();
+    for (const std::size_t count : {1u, 2u}) {
+        SCOPED_TRACE(count);
+        name_entry_list list;
+        for (std::size_t i = 0; i < count; ++i)
+            list.add(attributes_in(record)[i]);
+        name_entry_map names;
+        names["old"];
+        list.move_to(names);
+        EXPECT_TRUE(list.empty());
+        EXPECT_EQ(names.size(), count);
+        EXPECT_EQ(names.at("00000005_b_00000040").name, L"b");
+        for (const auto& [key, entry] : names)
+            EXPECT_EQ(entry.key, key);
+    }
+}
+
 }  // namespace
