@@ -139,4 +139,55 @@ TEST(RecordReach, OrdinaryRecordEndsSoon) {
     EXPECT_LT(record_reach(record, record.size(), true), 4096u);
 }
 
+// Returns the offset in its record of the value of a resident attribute.
+std::uint64_t value_at(const support::record_builder& builder, std::uint32_t type) {
+    return builder.attribute_offset(type) + 24;
+}
+
+TEST(RecordReach, AttributeHeaderThatWasNotSeenIsNeeded) {
+    support::record_builder builder(64, 4096);
+    builder.data(support::bytes(3000, 1)).stream(u"next", "x");
+    const byte_list record = builder.build_before_fixup();
+    const byte_list seen(record.begin(), record.begin() + 256);
+    // The second header is after the value; 72 bytes of it are read.
+    EXPECT_GE(record_reach(seen, seen.size(), false),
+              value_at(builder, support::type::data) + 3000 + 72);
+}
+
+TEST(RecordReach, ValuesAreNeededOnlyOnRequest) {
+    support::record_builder builder(64, 0x10000);
+    const byte_list record = builder.data(support::bytes(30000, 1)).build_before_fixup();
+    const std::uint64_t end = value_at(builder, support::type::data) + 30000;
+    EXPECT_GE(record_reach(record, record.size(), true), end);
+    // The end marker follows the value, and nothing after the marker is needed.
+    EXPECT_LE(record_reach(record, record.size(), false), end + 72);
+}
+
+TEST(RecordReach, AttributeListIsAlwaysNeeded) {
+    support::record_builder builder(64, 0x10000);
+    builder.attribute_list(std::vector<support::list_entry>(500, {.type = 0x80, .record = 65}));
+    // The length of the attribute is too small and does not bound the list.
+    const byte_list record = builder.edit(4, 0, 4).build_before_fixup();
+    EXPECT_GE(record_reach(record, record.size(), false),
+              value_at(builder, support::type::attribute_list) + 500 * 32);
+}
+
+TEST(RecordReach, RunListIsNeededToItsEnd) {
+    support::record_builder builder(64, 0x10000);
+    support::cluster_runs runs;
+    for (std::uint64_t i = 0; i < 2000; ++i)
+        runs.push_back({0x1000 + 2 * i, 1});
+    builder.data_runs(runs);
+    const byte_list record = builder.edit(4, 0, 4).build_before_fixup();
+    // A run has a header byte, a byte for its length and a byte for the step of 2 clusters.
+    EXPECT_GE(record_reach(record, record.size(), false),
+              builder.attribute_offset(support::type::data) + 64 + 2000 * 3);
+}
+
+TEST(RecordReach, RecordOfZerosEndsAtItsStart) {
+    const byte_list zeros(0x10000, 0);
+    EXPECT_LT(record_reach(zeros, zeros.size(), true), 4096u);
+    EXPECT_LT(record_reach({}, 0, true), 4096u);
+}
+
 }  // namespace
