@@ -1,0 +1,1 @@
+// A test without a target.

@@ -1,0 +1,1 @@
+// A test of no file.

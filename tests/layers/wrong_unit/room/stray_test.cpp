@@ -1,0 +1,1 @@
+// A test outside of the layers.
