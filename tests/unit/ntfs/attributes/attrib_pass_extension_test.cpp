@@ -26,7 +26,7 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::SizeIs;
 
-TEST(AttribCategorize, ListedAttributesOfExtensionsAreTaken) {
+TEST(AttribPass, ListedAttributesOfExtensionsAreTaken) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).data_runs({{100, 4}}).id(3);
     image.entry(66).base(file_reference(64, 1)).data_runs({{200, 2}}, {.start_vcn = 4}).id(0);
@@ -46,7 +46,7 @@ TEST(AttribCategorize, ListedAttributesOfExtensionsAreTaken) {
               "->primary entry 64 pointing to ref entry 66\n");
 }
 
-TEST(AttribCategorize, KeysOfNamesInExtensionsHaveTheBaseEntry) {
+TEST(AttribPass, KeysOfNamesInExtensionsHaveTheBaseEntry) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).file_name(5, u"far").id(3);
     image.entry(64).attribute_list({{.type = 0x30, .record = file_reference(65, 1), .id = 3}});
@@ -56,7 +56,7 @@ TEST(AttribCategorize, KeysOfNamesInExtensionsHaveTheBaseEntry) {
     EXPECT_EQ(pass.store.file_names.begin()->first, "00000005_far_00000040");
 }
 
-TEST(AttribCategorize, AllMatchesOfAListEntryAreTaken) {
+TEST(AttribPass, AllMatchesOfAListEntryAreTaken) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).standard_information({.attributes = 1}).id(3);
     image.entry(65).file_name(5, u"a").id(4);
@@ -68,7 +68,7 @@ TEST(AttribCategorize, AllMatchesOfAListEntryAreTaken) {
     EXPECT_THAT(pass.store.std_infos, IsEmpty());
 }
 
-TEST(AttribCategorize, FirstOfTwoStreamsWithTheSameIdIsKept) {
+TEST(AttribPass, FirstOfTwoStreamsWithTheSameIdIsKept) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).stream(u"111", "one").id(0);
     image.entry(66).base(file_reference(64, 1)).stream(u"333", "three").id(0);
@@ -80,7 +80,7 @@ TEST(AttribCategorize, FirstOfTwoStreamsWithTheSameIdIsKept) {
     EXPECT_EQ(pass.store.attributes.at(key_of(0, 0x80)).attrib_name, L"111");
 }
 
-TEST(AttribCategorize, NamedStreamWithTheIdOfUnnamedDataIsNotJoined) {
+TEST(AttribPass, NamedStreamWithTheIdOfUnnamedDataIsNotJoined) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).data_runs({{100, 4}}).id(0);
     image.entry(66)
@@ -97,7 +97,7 @@ TEST(AttribCategorize, NamedStreamWithTheIdOfUnnamedDataIsNotJoined) {
     EXPECT_THAT(runs_of(item.runs), ElementsAre(run_tuple{100, 0, 4}));
 }
 
-TEST(AttribCategorize, UnusableExtensionIsSkipped) {
+TEST(AttribPass, UnusableExtensionIsSkipped) {
     const struct {
         const char* name;
         std::size_t at;
@@ -129,7 +129,7 @@ TEST(AttribCategorize, UnusableExtensionIsSkipped) {
     }
 }
 
-TEST(AttribCategorize, ListEntryOfAMissingRecordIsIgnored) {
+TEST(AttribPass, ListEntryOfAMissingRecordIsIgnored) {
     support::ntfs_image image;
     image.entry(64).data("x").id(1).attribute_list(
         {{.type = 0x80, .record = file_reference(0x123456789ABC, 1), .id = 0}});
@@ -140,7 +140,7 @@ TEST(AttribCategorize, ListEntryOfAMissingRecordIsIgnored) {
     EXPECT_EQ(pass.trace, "->primary entry 64 pointing to ref entry 20015998343868\n");
 }
 
-TEST(AttribCategorize, WalkOfAnExtensionEndsAtItsEndMarkerAndAtLengthZero) {
+TEST(AttribPass, WalkOfAnExtensionEndsAtItsEndMarkerAndAtLengthZero) {
     for (const std::uint32_t type : {0xFFFFFFFFu, 0xD0u}) {
         SCOPED_TRACE(type);
         support::ntfs_image image;
@@ -159,7 +159,7 @@ TEST(AttribCategorize, WalkOfAnExtensionEndsAtItsEndMarkerAndAtLengthZero) {
     }
 }
 
-TEST(AttribCategorize, WalkOfAnExtensionEndsWithItsRecord) {
+TEST(AttribPass, WalkOfAnExtensionEndsWithItsRecord) {
     support::ntfs_image image;
     auto& extension = image.entry(65);
     extension.base(file_reference(64, 1)).stream(u"long", "x").id(3).edit(4, 1024 - 56, 4);
@@ -171,7 +171,7 @@ TEST(AttribCategorize, WalkOfAnExtensionEndsWithItsRecord) {
     EXPECT_THAT(pass.store.attributes.at(key_of(3, 0x80)).raw, SizeIs(1024 - 56));
 }
 
-TEST(AttribCategorize, AttributePastTheEndOfAnExtensionEndsItsWalk) {
+TEST(AttribPass, AttributePastTheEndOfAnExtensionEndsItsWalk) {
     support::ntfs_image image;
     auto& extension = image.entry(65);
     extension.keep_order().base(file_reference(64, 1)).stream(u"in front", "x").id(3);
@@ -183,7 +183,7 @@ TEST(AttribCategorize, AttributePastTheEndOfAnExtensionEndsItsWalk) {
                 ElementsAre(Pair(key_of(3, 0x80), "ads")));
 }
 
-TEST(AttribCategorize, ListOfAnExtensionIsNotExpanded) {
+TEST(AttribPass, ListOfAnExtensionIsNotExpanded) {
     support::ntfs_image image;
     image.entry(66).base(file_reference(64, 1)).data("x").id(0);
     image.entry(65)
@@ -195,7 +195,7 @@ TEST(AttribCategorize, ListOfAnExtensionIsNotExpanded) {
     EXPECT_THAT(categorized(volume, 64).store.attributes, IsEmpty());
 }
 
-TEST(AttribCategorize, AllListsBeforeDamageAreExpanded) {
+TEST(AttribPass, AllListsBeforeDamageAreExpanded) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).stream(u"one", "x").id(1);
     image.entry(66).base(file_reference(64, 1)).stream(u"two", "x").id(2);
@@ -210,7 +210,7 @@ TEST(AttribCategorize, AllListsBeforeDamageAreExpanded) {
                 ElementsAre(Pair(key_of(1, 0x80), "ads"), Pair(key_of(2, 0x80), "ads")));
 }
 
-TEST(AttribCategorize, ListWithoutValueIsIgnored) {
+TEST(AttribPass, ListWithoutValueIsIgnored) {
     for (const std::size_t at : {16u, 20u}) {
         SCOPED_TRACE(at);
         support::ntfs_image image;
@@ -226,7 +226,7 @@ TEST(AttribCategorize, ListWithoutValueIsIgnored) {
     }
 }
 
-TEST(AttribCategorize, ListInClustersIsExpanded) {
+TEST(AttribPass, ListInClustersIsExpanded) {
     support::ntfs_image image({.cluster = 512});
     std::vector<support::list_entry> entries;
     for (std::uint16_t i = 0; i < 40; ++i) {  // 32 bytes each: three clusters
@@ -245,7 +245,7 @@ TEST(AttribCategorize, ListInClustersIsExpanded) {
                             Pair(key_of(39, 0x80), "ads")));
 }
 
-TEST(AttribCategorize, OneByteOfAnEntryInClustersIsEnough) {
+TEST(AttribPass, OneByteOfAnEntryInClustersIsEnough) {
     for (const std::uint64_t real : {32u, 33u}) {
         SCOPED_TRACE(real);
         support::ntfs_image image;
@@ -259,7 +259,7 @@ TEST(AttribCategorize, OneByteOfAnEntryInClustersIsEnough) {
     }
 }
 
-TEST(AttribCategorize, UnreadableClusterOfAListEndsItsRunWithoutAGap) {
+TEST(AttribPass, UnreadableClusterOfAListEndsItsRunWithoutAGap) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).stream(u"s", "x").id(1);
     const support::bytes list =
@@ -272,7 +272,7 @@ TEST(AttribCategorize, UnreadableClusterOfAListEndsItsRunWithoutAGap) {
                 ElementsAre(Pair(key_of(1, 0x80), "ads")));
 }
 
-TEST(AttribCategorize, HoleInAListIsReadAtTheStartOfTheVolume) {
+TEST(AttribPass, HoleInAListIsReadAtTheStartOfTheVolume) {
     // As a list, the first cluster has one entry, whose length is the "TF" of the boot sector's
     // signature, and then the entry that is stored at that offset.
     constexpr std::uint64_t first_length = 0x4654;
@@ -287,7 +287,7 @@ TEST(AttribCategorize, HoleInAListIsReadAtTheStartOfTheVolume) {
                 ElementsAre(Pair(key_of(1, 0x80), "ads")));
 }
 
-TEST(AttribCategorize, TruncatedListLowersTheClusterSize) {
+TEST(AttribPass, TruncatedListLowersTheClusterSize) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).stream(u"s", "x").id(1);
     image.entry(64).standard_information();
@@ -304,7 +304,7 @@ TEST(AttribCategorize, TruncatedListLowersTheClusterSize) {
     EXPECT_FALSE(categorized(volume, 64).result);
 }
 
-TEST(AttribCategorize, FirstEntryIsReadThroughTheRunsOfTheTable) {
+TEST(AttribPass, FirstEntryIsReadThroughTheRunsOfTheTable) {
     support::ntfs_image image({.mirror_lcn = 40});
     image.put(48, 40, 8);                  // the boot sector points to the mirror
     image.put(40 * 4096 + 16, 0x4321, 2);  // the mirror has another sequence number
@@ -318,7 +318,7 @@ TEST(AttribCategorize, FirstEntryIsReadThroughTheRunsOfTheTable) {
     EXPECT_EQ(pass.store.file_names.begin()->second.name, L"$MFT");
 }
 
-TEST(AttribCategorize, NoDamagedByteOfAnExtendedEntryIsFatal) {
+TEST(AttribPass, NoDamagedByteOfAnExtendedEntryIsFatal) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).data_runs({{100, 4}}).id(3);
     image.entry(65).file_name(5, u"far").id(4);

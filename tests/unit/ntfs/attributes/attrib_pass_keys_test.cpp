@@ -13,7 +13,7 @@ using testing::ElementsAre;
 using testing::Pair;
 using testing::SizeIs;
 
-TEST(AttribCategorize, SecondValueOfAKeyIsDropped) {
+TEST(AttribPass, SecondValueOfAKeyIsDropped) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.data("first").id(1);
         entry.data("second").id(1);
@@ -22,7 +22,7 @@ TEST(AttribCategorize, SecondValueOfAKeyIsDropped) {
     EXPECT_EQ(pass.store.attributes.at(key_of(1, 0x80)).resident_value, support::as_bytes("first"));
 }
 
-TEST(AttribCategorize, UnnamedValuesWithDifferentIdsAreKeptSeparate) {
+TEST(AttribPass, UnnamedValuesWithDifferentIdsAreKeptSeparate) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.data("first").id(1);
         entry.data("second").id(2);
@@ -30,7 +30,7 @@ TEST(AttribCategorize, UnnamedValuesWithDifferentIdsAreKeptSeparate) {
     EXPECT_THAT(pass.store.attributes, SizeIs(2));
 }
 
-TEST(AttribCategorize, RunsWithTheSameKeyAndNameAreJoined) {
+TEST(AttribPass, RunsWithTheSameKeyAndNameAreJoined) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.stream_runs(u"s", {{100, 4}}).id(1);
         entry.stream_runs(u"s", {{200, 2}}, {.start_vcn = 10}).id(1);
@@ -40,7 +40,7 @@ TEST(AttribCategorize, RunsWithTheSameKeyAndNameAreJoined) {
                 ElementsAre(run_tuple{100, 0, 4}, run_tuple{200, 4, 2}));
 }
 
-TEST(AttribCategorize, DifferentNameUnderAUsedKeyIsDropped) {
+TEST(AttribPass, DifferentNameUnderAUsedKeyIsDropped) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.stream_runs(u"one", {{100, 4}}).id(1);
         entry.stream_runs(u"two", {{200, 2}}, {.start_vcn = 4}).id(1);
@@ -51,7 +51,7 @@ TEST(AttribCategorize, DifferentNameUnderAUsedKeyIsDropped) {
     EXPECT_THAT(runs_of(item.runs), ElementsAre(run_tuple{100, 0, 4}));
 }
 
-TEST(AttribCategorize, EmptyValueUnderAUsedKeyRenumbersTheRuns) {
+TEST(AttribPass, EmptyValueUnderAUsedKeyRenumbersTheRuns) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.stream_runs(u"s", {{100, 4}}, {.start_vcn = 7}).id(1);
         entry.stream(u"s", "").id(1);
@@ -61,7 +61,7 @@ TEST(AttribCategorize, EmptyValueUnderAUsedKeyRenumbersTheRuns) {
                 ElementsAre(run_tuple{100, 0, 4}));
 }
 
-TEST(AttribCategorize, ValueIsJoinedLikeRunsWhenValuesAreNotKept) {
+TEST(AttribPass, ValueIsJoinedLikeRunsWhenValuesAreNotKept) {
     const auto fill = [](auto& entry) {
         entry.stream_runs(u"s", {{100, 4}}, {.start_vcn = 7}).id(1);
         entry.stream(u"s", "value").id(1);
@@ -72,7 +72,7 @@ TEST(AttribCategorize, ValueIsJoinedLikeRunsWhenValuesAreNotKept) {
                 ElementsAre(run_tuple{100, 0, 4}));
 }
 
-TEST(AttribCategorize, UnnamedDataPartsWithDifferentIdsAreJoined) {
+TEST(AttribPass, UnnamedDataPartsWithDifferentIdsAreJoined) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.data_runs({{100, 4}}).id(1);
         entry.data_runs({{200, 2}}, {.start_vcn = 4}).id(2);
@@ -83,7 +83,7 @@ TEST(AttribCategorize, UnnamedDataPartsWithDifferentIdsAreJoined) {
                 ElementsAre(run_tuple{100, 0, 4}, run_tuple{200, 4, 2}, run_tuple{300, 6, 1}));
 }
 
-TEST(AttribCategorize, UnnamedDataPartJoinsTheFirstItemInKeyOrder) {
+TEST(AttribPass, UnnamedDataPartJoinsTheFirstItemInKeyOrder) {
     // The resident attribute has the lower id, so the part is joined to it.
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.keep_order().data("value").id(1);
@@ -94,7 +94,7 @@ TEST(AttribCategorize, UnnamedDataPartJoinsTheFirstItemInKeyOrder) {
                 ElementsAre(run_tuple{100, 0, 4}));
 }
 
-TEST(AttribCategorize, UnnamedDataPartIsNotJoinedToAStreamWithALowerId) {
+TEST(AttribPass, UnnamedDataPartIsNotJoinedToAStreamWithALowerId) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.keep_order().stream_runs(u"s", {{50, 3}}).id(1);
         entry.data_runs({{100, 4}}).id(5);
@@ -107,7 +107,7 @@ TEST(AttribCategorize, UnnamedDataPartIsNotJoinedToAStreamWithALowerId) {
                 ElementsAre(run_tuple{100, 0, 4}, run_tuple{200, 4, 2}));
 }
 
-TEST(AttribCategorize, StreamsWithDifferentIdsAreKeptSeparate) {
+TEST(AttribPass, StreamsWithDifferentIdsAreKeptSeparate) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.stream_runs(u"s", {{100, 4}}).id(1);
         entry.stream_runs(u"s", {{200, 2}}, {.start_vcn = 4}).id(2);
@@ -115,7 +115,7 @@ TEST(AttribCategorize, StreamsWithDifferentIdsAreKeptSeparate) {
     EXPECT_THAT(pass.store.attributes, SizeIs(2));
 }
 
-TEST(AttribCategorize, UnnamedDataWithTheIdOfAStreamIsDropped) {
+TEST(AttribPass, UnnamedDataWithTheIdOfAStreamIsDropped) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.keep_order();
         entry.data_runs({{50, 1}}).id(0);
@@ -128,7 +128,7 @@ TEST(AttribCategorize, UnnamedDataWithTheIdOfAStreamIsDropped) {
                 ElementsAre(run_tuple{100, 0, 4}));
 }
 
-TEST(AttribCategorize, UnnamedDataPartIsKeptIfThePreviousOneWasDropped) {
+TEST(AttribPass, UnnamedDataPartIsKeptIfThePreviousOneWasDropped) {
     // The unnamed value has the id of a stream and is dropped, so the part is not joined to it.
     const pass_result pass = categorized_entry([](support::record_builder& entry) {
         entry.keep_order();
@@ -143,7 +143,7 @@ TEST(AttribCategorize, UnnamedDataPartIsKeptIfThePreviousOneWasDropped) {
                 ElementsAre(run_tuple{100, 0, 2}));
 }
 
-TEST(AttribCategorize, PartWithAnAlreadyStoredVcnIsDropped) {
+TEST(AttribPass, PartWithAnAlreadyStoredVcnIsDropped) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.data_runs({{100, 4}}).id(1);
         entry.data_runs({{200, 2}}).id(2);

@@ -22,7 +22,7 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::SizeIs;
 
-TEST(AttribCategorize, AttributeWithoutARequiredValueIsIgnored) {
+TEST(AttribPass, AttributeWithoutARequiredValueIsIgnored) {
     const struct {
         const char* name;
         std::uint32_t type;
@@ -53,14 +53,14 @@ TEST(AttribCategorize, AttributeWithoutARequiredValueIsIgnored) {
     }
 }
 
-TEST(AttribCategorize, ValueIsClippedToTheRecord) {
+TEST(AttribPass, ValueIsClippedToTheRecord) {
     const pass_result pass =
         categorized_entry([](auto& entry) { entry.data("abcd").id(1).edit(16, 0xFFFFFFFF, 4); });
     // The first attribute is at 56, and its value follows its 24-byte header.
     EXPECT_THAT(pass.store.attributes.at(key_of(1, 0x80)).resident_value, SizeIs(1024 - 56 - 24));
 }
 
-TEST(AttribCategorize, NameIsBoundedByItsUnitsNotItsBytes) {
+TEST(AttribPass, NameIsBoundedByItsUnitsNotItsBytes) {
     support::ntfs_image image;
     image.entry(64).stream(u"ab", "x").id(1);
     // The attribute starts at 56, 968 bytes before the end of the record.
@@ -88,7 +88,7 @@ TEST(AttribCategorize, NameIsBoundedByItsUnitsNotItsBytes) {
     }
 }
 
-TEST(AttribCategorize, NameThatStartsWithAZeroUnitIsIgnored) {
+TEST(AttribPass, NameThatStartsWithAZeroUnitIsIgnored) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.stream({u"\0b", 2}, "x").id(1).data_runs({{100, 4}}).id(2);
     });
@@ -98,7 +98,7 @@ TEST(AttribCategorize, NameThatStartsWithAZeroUnitIsIgnored) {
     EXPECT_FALSE(pass.store.attributes.at(key_of(1, 0x80)).is_ads);
 }
 
-TEST(AttribCategorize, RunsOfANonResidentAttributeAreDecoded) {
+TEST(AttribPass, RunsOfANonResidentAttributeAreDecoded) {
     const pass_result pass = categorized_entry([](auto& entry) {
         entry.data_runs({{100, 2}, {support::hole, 3}, {90, 1}}).id(1);
     });
@@ -109,7 +109,7 @@ TEST(AttribCategorize, RunsOfANonResidentAttributeAreDecoded) {
     EXPECT_THAT(item.resident_value, IsEmpty());
 }
 
-TEST(AttribCategorize, WalkEndsAtTheEndMarkerOrABadLength) {
+TEST(AttribPass, WalkEndsAtTheEndMarkerOrABadLength) {
     const struct {
         const char* name;
         support::bytes in_the_middle;
@@ -131,7 +131,7 @@ TEST(AttribCategorize, WalkEndsAtTheEndMarkerOrABadLength) {
     }
 }
 
-TEST(AttribCategorize, AttributeMayEndWithTheRecord) {
+TEST(AttribPass, AttributeMayEndWithTheRecord) {
     support::ntfs_image image;
     image.entry(64).data("x").id(1).edit(4, 1024 - 56, 4);
     open_volume volume(image);
@@ -140,7 +140,7 @@ TEST(AttribCategorize, AttributeMayEndWithTheRecord) {
     EXPECT_THAT(pass.store.attributes.at(key_of(1, 0x80)).raw, SizeIs(1024 - 56));
 }
 
-TEST(AttribCategorize, RecordWithoutAFirstAttributeHasNone) {
+TEST(AttribPass, RecordWithoutAFirstAttributeHasNone) {
     support::ntfs_image image;
     image.entry(64).data("x").put_before_fixup(20, 0, 2);
     open_volume volume(image);
@@ -155,7 +155,7 @@ TEST(AttribCategorize, RecordWithoutAFirstAttributeHasNone) {
     EXPECT_THAT(categorized(uncounted, 64).store.attributes, IsEmpty());
 }
 
-TEST(AttribCategorize, ListThatExtendsPastItsRecordIsNotExpanded) {
+TEST(AttribPass, ListThatExtendsPastItsRecordIsNotExpanded) {
     support::ntfs_image image;
     image.entry(65).base(file_reference(64, 1)).stream(u"s", "x").id(1);
     image.entry(64)
@@ -167,7 +167,7 @@ TEST(AttribCategorize, ListThatExtendsPastItsRecordIsNotExpanded) {
     EXPECT_THAT(pass.store.attributes, IsEmpty());
 }
 
-TEST(AttribCategorize, BadRecordIsRejectedAndTraced) {
+TEST(AttribPass, BadRecordIsRejectedAndTraced) {
     support::ntfs_image image;
     image.entry(64).keyword("BAAD").data("x");
     open_volume volume(image);
@@ -177,7 +177,7 @@ TEST(AttribCategorize, BadRecordIsRejectedAndTraced) {
     EXPECT_EQ(pass.trace, "->err: fixup_mft type: BAAD\n->err: recd bad 40\n");
 }
 
-TEST(AttribCategorize, InvalidRecordIsRejectedAndTraced) {
+TEST(AttribPass, InvalidRecordIsRejectedAndTraced) {
     const struct {
         const char* name;
         std::size_t at;
@@ -201,13 +201,13 @@ TEST(AttribCategorize, InvalidRecordIsRejectedAndTraced) {
     }
 }
 
-TEST(AttribCategorize, EntryPastTheTableIsRejectedAndTraced) {
+TEST(AttribPass, EntryPastTheTableIsRejectedAndTraced) {
     support::ntfs_image image;
     open_volume volume(image);
     EXPECT_EQ(categorized(volume, 0xABCDEF012345).trace, "->err: mftfixup abcdef012345\n");
 }
 
-TEST(AttribCategorize, UnreadableEntryIsTraced) {
+TEST(AttribPass, UnreadableEntryIsTraced) {
     support::ntfs_image image;
     image.entry(64).data("x");
     const std::uint64_t end = image.build().size();
@@ -219,7 +219,7 @@ TEST(AttribCategorize, UnreadableEntryIsTraced) {
     EXPECT_EQ(pass.trace, "->err: mftfixup 46\n");
 }
 
-TEST(AttribCategorize, RecordSizeAboveTheSourceReadsWhatIsThere) {
+TEST(AttribPass, RecordSizeAboveTheSourceReadsWhatIsThere) {
     open_volume volume(support::ntfs_image{});
     ASSERT_TRUE(volume.opened);
     const pass_result usual = categorized(volume, 5);
@@ -231,7 +231,7 @@ TEST(AttribCategorize, RecordSizeAboveTheSourceReadsWhatIsThere) {
     EXPECT_EQ(pass.store.file_names.size(), usual.store.file_names.size());
 }
 
-TEST(AttribCategorize, IndexRecordWithItsOwnArrayOffsetIsAccepted) {
+TEST(AttribPass, IndexRecordWithItsOwnArrayOffsetIsAccepted) {
     support::ntfs_image image;
     // A FILE record with this array offset would not be valid.
     image.entry(64).usa_offset(64).first_attribute(80).keyword("INDX").data("x").id(1);
@@ -242,7 +242,7 @@ TEST(AttribCategorize, IndexRecordWithItsOwnArrayOffsetIsAccepted) {
     EXPECT_THAT(pass.store.attributes, SizeIs(1));
 }
 
-TEST(AttribCategorize, VolumeThatIsNotOpenHasNoEntries) {
+TEST(AttribPass, VolumeThatIsNotOpenHasNoEntries) {
     CNtfs ntfs(nullptr, 0, 33);
     NTFS_ENTRY_STORE store;
     store.inode = 7;
@@ -251,7 +251,7 @@ TEST(AttribCategorize, VolumeThatIsNotOpenHasNoEntries) {
     EXPECT_EQ(store.inode, 0u);
 }
 
-TEST(AttribCategorize, TruncatedRecordIsFilledWithZeros) {
+TEST(AttribPass, TruncatedRecordIsFilledWithZeros) {
     support::ntfs_image image;
     image.entry(64).data("in front").id(1);
     image.entry(64).stream(u"far", support::bytes(600, 0x77)).id(2);
@@ -266,7 +266,7 @@ TEST(AttribCategorize, TruncatedRecordIsFilledWithZeros) {
     EXPECT_EQ(value.back(), 0);
 }
 
-TEST(AttribCategorize, WrongCheckValueIsIgnored) {
+TEST(AttribPass, WrongCheckValueIsIgnored) {
     support::ntfs_image image;
     image.entry(64).data(support::bytes(600, 0x41)).id(1);
     image.put(image.record_pos(64) + 510, 0xDEAD, 2);
@@ -275,7 +275,7 @@ TEST(AttribCategorize, WrongCheckValueIsIgnored) {
     EXPECT_EQ(pass.store.attributes.at(key_of(1, 0x80)).resident_value, support::bytes(600, 0x41));
 }
 
-TEST(AttribCategorize, RecordSizeIsSetOnFirstUse) {
+TEST(AttribPass, RecordSizeIsSetOnFirstUse) {
     support::ntfs_image image;
     image.entry(64).data("x");
     open_volume volume(image);

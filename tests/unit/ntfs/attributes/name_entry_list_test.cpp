@@ -25,7 +25,7 @@ std::vector<std::wstring> names_in_list(const name_entry_list& list) {
     return names;
 }
 
-TEST(FileNames, ListHasTheNamesInTheOrderOfTheMap) {
+TEST(NameEntryList, ListHasTheNamesInTheOrderOfTheMap) {
     record_builder builder(64);
     for (const char16_t* name : {u"delta", u"alpha", u"charlie", u"alpha", u"bravo"})
         builder.file_name(5, name);
@@ -37,7 +37,7 @@ TEST(FileNames, ListHasTheNamesInTheOrderOfTheMap) {
     EXPECT_EQ(names_in_list(list), names_in(record, true));
 }
 
-TEST(FileNames, ListKeepsNoDataOfThePreviousEntry) {
+TEST(NameEntryList, ListKeepsNoDataOfThePreviousEntry) {
     record_builder long_record(64);
     long_record.file_name(5, u"a long name of a file", {.space = support::win32, .real = 77})
         .file_name(5, u"ALONGN~1", {.space = support::dos});

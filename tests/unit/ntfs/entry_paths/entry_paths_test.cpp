@@ -18,33 +18,33 @@ using support::ntfs_image;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(InodeToPath, RootHasOnePath) {
+TEST(EntryPaths, RootHasOnePath) {
     const saved_volume volume(sample());
     EXPECT_THAT(volume.paths(5), ElementsAre(L"\\"));
     EXPECT_THAT(volume.paths(5, true, L"c:\\"), ElementsAre(L"c:\\"));
 }
 
-TEST(InodeToPath, PrefixIsPrependedUnchanged) {
+TEST(EntryPaths, PrefixIsPrependedUnchanged) {
     const saved_volume volume(sample());
     EXPECT_THAT(volume.paths(66, true, L"c:\\"), ElementsAre(L"c:\\docs\\deep\\a.txt"));
     EXPECT_THAT(volume.paths(67, true, L"\\docs"), ElementsAre(L"\\docstop.txt"));
 }
 
-TEST(InodeToPath, PathsAreAppended) {
+TEST(EntryPaths, PathsAreAppended) {
     const saved_volume volume(sample());
     std::vector<std::wstring> paths = {L"first"};
     EXPECT_TRUE(paths_for_entry(volume.source(), 67, L"", paths));
     EXPECT_THAT(paths, ElementsAre(L"first", L"\\top.txt"));
 }
 
-TEST(InodeToPath, TrailingBackslashesOfANameAreRemoved) {
+TEST(EntryPaths, TrailingBackslashesOfANameAreRemoved) {
     ntfs_image image;
     image.file(5, u"a\\\\", 64);
     const saved_volume volume(image);
     EXPECT_THAT(volume.paths(64), ElementsAre(L"\\a"));
 }
 
-TEST(InodeToPath, UnopenableSourceHasNoPaths) {
+TEST(EntryPaths, UnopenableSourceHasNoPaths) {
     const saved_volume volume(sample());
     std::vector<std::wstring> paths;
     EXPECT_FALSE(paths_for_entry({L"/no/such/file", 0}, 67, L"", paths));
@@ -53,7 +53,7 @@ TEST(InodeToPath, UnopenableSourceHasNoPaths) {
     EXPECT_THAT(paths, IsEmpty());
 }
 
-TEST(InodeToPath, VolumeOffsetIsUsed) {
+TEST(EntryPaths, VolumeOffsetIsUsed) {
     support::temp_dir dir;
     support::byte_image disk;
     disk.put_image(0x7e00, sample().build());
@@ -64,7 +64,7 @@ TEST(InodeToPath, VolumeOffsetIsUsed) {
     EXPECT_TRUE(entry_is_directory(source, 65));
 }
 
-TEST(InodeToPath, OnlyReadableDirectoriesAreDirectories) {
+TEST(EntryPaths, OnlyReadableDirectoriesAreDirectories) {
     const saved_volume volume(sample());
     EXPECT_TRUE(entry_is_directory(volume.source(), 5));
     EXPECT_TRUE(entry_is_directory(volume.source(), 64));

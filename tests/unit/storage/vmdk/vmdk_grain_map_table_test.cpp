@@ -20,7 +20,7 @@ using support::vmdk_image;
 // non-zero byte is at 76.
 constexpr std::uint64_t entries_of_valid_file = 2 + 3 + 3 + 20;
 
-TEST(VmdkExtent, TablesAreKeptWithoutTheZerosAtTheirEnd) {
+TEST(VmdkTables, TablesAreKeptWithoutTheZerosAtTheirEnd) {
     const extent_file plain(valid_image());
     EXPECT_EQ(plain.extent.grains.num_held_entries(), entries_of_valid_file);
     const extent_file longer(valid_image().grain_entry(5, 0xFFFFFFFF));
@@ -29,7 +29,7 @@ TEST(VmdkExtent, TablesAreKeptWithoutTheZerosAtTheirEnd) {
     EXPECT_EQ(empty.extent.grains.num_held_entries(), entries_of_valid_file - 3);
 }
 
-TEST(VmdkExtent, LongTableEndsInsideAPiece) {
+TEST(VmdkTables, LongTableEndsInsideAPiece) {
     // 1500 entries are 6000 bytes; the second table is in the next sector.
     const extent_file file(vmdk_image({.grain_size = 8, .table_entries = 1500})
                                .grain(0, pattern(grain_size))
@@ -42,7 +42,7 @@ TEST(VmdkExtent, LongTableEndsInsideAPiece) {
         EXPECT_FALSE(file.extent.find_grain(hole * grain_size, position)) << hole;
 }
 
-TEST(VmdkDamage, DirectoryEntryOfZeroReadsTheStartOfTheFile) {
+TEST(VmdkTables, DirectoryEntryOfZeroReadsTheStartOfTheFile) {
     const std::uint64_t third = 2 * table_span;
     const extent_file padded(valid_image());
     std::uint64_t position = 0;
@@ -59,7 +59,7 @@ TEST(VmdkDamage, DirectoryEntryOfZeroReadsTheStartOfTheFile) {
               support::as_bytes(std::string_view("# Disk")));
 }
 
-TEST(VmdkDamage, TableOutsideOfTheMetadataIsReadFromTheFile) {
+TEST(VmdkTables, TableOutsideOfTheMetadataIsReadFromTheFile) {
     const vmdk_image image = valid_image();
     byte_image content = image.build();
     const std::uint64_t end = content.size();
@@ -71,7 +71,7 @@ TEST(VmdkDamage, TableOutsideOfTheMetadataIsReadFromTheFile) {
     EXPECT_EQ(position, 0x77u * 512u);
 }
 
-TEST(VmdkDamage, DirectoryThatTheFileEndsInIsPaddedWithZeros) {
+TEST(VmdkTables, DirectoryThatTheFileEndsInIsPaddedWithZeros) {
     // The directory is at the end of the file and states a gibibyte of entries, the file has three.
     // The first table is past the end of the file.
     constexpr std::uint64_t num_entries = 0x10000000;
@@ -100,7 +100,7 @@ TEST(VmdkDamage, DirectoryThatTheFileEndsInIsPaddedWithZeros) {
     EXPECT_FALSE(file.extent.find_grain(num_entries * table_span + grain_size, position));
 }
 
-TEST(VmdkDamage, LastDirectoryEntryMayBeTruncated) {
+TEST(VmdkTables, LastDirectoryEntryMayBeTruncated) {
     const vmdk_image image = valid_image();
     byte_image content = image.build();
     const std::uint64_t directory = content.size() / 512;
@@ -114,7 +114,7 @@ TEST(VmdkDamage, LastDirectoryEntryMayBeTruncated) {
     EXPECT_EQ(position, image.grain_sector(130) * 512);
 }
 
-TEST(VmdkDamage, TablePastTheFileIsEmpty) {
+TEST(VmdkTables, TablePastTheFileIsEmpty) {
     const vmdk_image image = valid_image();
     vmdk_image damaged = image;
     damaged.put(image.directory_sector() * 512 + 4, 0xFFFFFFFF, 4);
@@ -130,7 +130,7 @@ TEST(VmdkDamage, TablePastTheFileIsEmpty) {
     EXPECT_TRUE(file.extent.find_grain(3 * table_span, position));
 }
 
-TEST(VmdkDamage, TableTruncatedByTheEndOfTheFileEndsInHoles) {
+TEST(VmdkTables, TableTruncatedByTheEndOfTheFileEndsInHoles) {
     const vmdk_image image = valid_image();
     byte_image content = image.build();
     const std::uint64_t end = content.size();
@@ -145,7 +145,7 @@ TEST(VmdkDamage, TableTruncatedByTheEndOfTheFileEndsInHoles) {
     EXPECT_FALSE(file.extent.find_grain(table_span + 2 * grain_size, position));
 }
 
-TEST(VmdkDamage, HugeTablesNeedNoMoreMemoryThanTheFileHasBytes) {
+TEST(VmdkTables, HugeTablesNeedNoMoreMemoryThanTheFileHasBytes) {
     const vmdk_image image = valid_image();
     vmdk_image damaged = image;
     damaged.put(table_entries_at, 0xFFFFFFFF, 4);
@@ -160,7 +160,7 @@ TEST(VmdkDamage, HugeTablesNeedNoMoreMemoryThanTheFileHasBytes) {
     EXPECT_FALSE(file.extent.find_grain(1ull << 40, position));
 }
 
-TEST(VmdkDamage, TablesThatOverlapAreBoundedInAll) {
+TEST(VmdkTables, TablesThatOverlapAreBoundedInAll) {
     // A directory of 64 KiB, whose 16384 entries all lead to other tables, each as long as the
     // file.
     constexpr std::uint64_t directory = 64, directory_sectors = 128, entries = 16384;
@@ -189,7 +189,7 @@ TEST(VmdkDamage, TablesThatOverlapAreBoundedInAll) {
     EXPECT_FALSE(file.extent.find_grain(last + (in_last + 1) * grain_size, position));
 }
 
-TEST(VmdkDamage, TablesInMemoryMayTakeTheSizeOfTheFileAndAMebibyte) {
+TEST(VmdkTables, TablesInMemoryMayTakeTheSizeOfTheFileAndAMebibyte) {
     // Twenty tables of 1 MiB, which overlap, in a file of 16 MiB or one byte less.
     constexpr std::uint64_t size = 16u << 20, directory = 64;
     for (const std::uint64_t missing : {0u, 1u}) {

@@ -190,7 +190,7 @@ bool count_bytes_read(std::uint64_t& count) {
     return counters >> name >> count && name == "rchar:";
 }
 
-TEST(VmdkDamage, ScatteredTablesCostAPageEach) {
+TEST(VmdkMetadata, ScatteredTablesCostAPageEach) {
     std::uint64_t before = 0;
     std::uint64_t after = 0;
     if (!count_bytes_read(before)) GTEST_SKIP() << "no /proc/self/io to count reads with";
@@ -215,7 +215,7 @@ TEST(VmdkDamage, ScatteredTablesCostAPageEach) {
 }
 
 // A terabyte of a sparse file: a directory of zeros, and a table of the same length.
-TEST(VmdkDamage, HolesOfTheFileAreSkipped) {
+TEST(VmdkMetadata, HolesOfTheFileAreSkipped) {
     constexpr std::uint64_t size = std::uint64_t{1} << 40;
     byte_image content(size);
     content.put_text(0, "KDMV").put(capacity_at, 1 << 20, 8).put(grain_size_at, 8, 8);
