@@ -31,7 +31,7 @@ std::u16string folded_name(const bytes& key) {
 directory_writer::directory_writer(ntfs_image& volume, std::uint64_t number)
     : m_volume(volume), m_number(number), m_index(volume.m_indexes.at(number)) {}
 
-std::vector<index_entry> directory_writer::settled_entries() const {
+std::vector<index_entry> directory_writer::final_entries() const {
     std::vector<index_entry> entries = m_index.m_entries;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (m_index.m_live[i]) {
@@ -65,23 +65,23 @@ std::uint64_t directory_writer::vcn_step() const {
 std::size_t directory_writer::root_space(std::size_t blocks) const {
     const auto& extension = m_index.m_root_extension;
     const auto record = m_volume.m_entries.find(extension.value_or(m_number));
-    std::size_t taken = root_overhead + stale_entries({}).size();
+    std::size_t used = root_overhead + stale_entries({}).size();
     if (blocks != 0 && extension == m_index.m_blocks_extension) {
         const std::size_t runs = m_index.m_fragmented ? 5 * blocks : 16;
-        taken += 64 + 8 + runs + 32 + round_up(blocks, 64) / 8;
+        used += 64 + 8 + runs + 32 + round_up(blocks, 64) / 8;
     }
     if (!extension && m_index.m_blocks_extension) {  // the list is in the base record
-        taken += 24 + 40 * (record->second.list_entries().size() + 4);
+        used += 24 + 40 * (record->second.list_entries().size() + 4);
     }
     const std::size_t space = record->second.space_left();
-    return space > taken ? space - taken : 0;
+    return space > used ? space - used : 0;
 }
 
 index_tree directory_writer::grow_tree() const {
     const ntfs_geometry& g = m_volume.m_geometry;
     const bool stale_in_blocks = std::any_of(m_index.m_stale.begin(), m_index.m_stale.end(),
                                              [](const auto& stale) { return !!stale.block; });
-    return {settled_entries(),
+    return {final_entries(),
             {.root_space =
                  [this](std::size_t blocks) { return root_space(blocks + m_index.m_spare_blocks); },
              .slack = [this](std::size_t block) { return stale_entries(block).size(); },

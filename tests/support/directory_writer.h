@@ -19,7 +19,7 @@ public:
     void write();
 
 private:
-    std::vector<index_entry> settled_entries() const;
+    std::vector<index_entry> final_entries() const;
     index_tree grow_tree() const;
     std::uint64_t vcn_step() const;
     bytes stale_entries(std::optional<std::size_t> block) const;

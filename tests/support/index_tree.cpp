@@ -19,9 +19,9 @@ std::size_t size_of(const index_entry& entry) {
 std::size_t capacity(std::size_t block, bool is_leaf, const index_tree_options& options) {
     const std::size_t words =
         1 + std::max<std::size_t>(1, options.block_size / options.fixup_stride);
-    const std::size_t taken = round_up(40 + 2 * words, 8) + end_entry_size +
-                              (is_leaf ? 0 : sub_node_size) + options.slack(block);
-    return taken > options.block_size ? 0 : options.block_size - taken;
+    const std::size_t used = round_up(40 + 2 * words, 8) + end_entry_size +
+                             (is_leaf ? 0 : sub_node_size) + options.slack(block);
+    return used > options.block_size ? 0 : options.block_size - used;
 }
 
 std::size_t size_of(const index_node& node) {
@@ -42,13 +42,13 @@ bytes index_node::build() const {
 
 index_tree::index_tree(std::vector<index_entry> entries, const index_tree_options& options) {
     index_node top{.entries = std::move(entries)};
-    bool wants_blocks = options.in_blocks;
-    while (wants_blocks || size_of(top) > options.root_space(blocks.size())) {
+    bool needs_blocks = options.in_blocks;
+    while (needs_blocks || size_of(top) > options.root_space(blocks.size())) {
         if (!blocks.empty() && top.entries.empty()) {
             throw std::length_error("support: no space for an index root");
         }
         top = split_level(top, options);
-        wants_blocks = false;
+        needs_blocks = false;
     }
     root = std::move(top);
 }

@@ -111,12 +111,12 @@ record_builder& ntfs_image::directory(std::uint64_t parent, std::u16string_view 
 
 ntfs_image& ntfs_image::link(std::uint64_t number, std::uint64_t parent, std::u16string_view name,
                              const file_name_options& options) {
-    file_name_options settled = options;
-    if (!settled.parent_sequence) {
-        settled.parent_sequence = static_cast<std::uint16_t>(reference(parent) >> 48);
+    file_name_options complete = options;
+    if (!complete.parent_sequence) {
+        complete.parent_sequence = static_cast<std::uint16_t>(reference(parent) >> 48);
     }
-    entry(number).file_name(parent, name, settled);
-    index(parent).add_live(number, file_name_value(parent, name, settled));
+    entry(number).file_name(parent, name, complete);
+    index(parent).add_live(number, file_name_value(parent, name, complete));
     return *this;
 }
 
@@ -133,9 +133,9 @@ std::uint64_t ntfs_image::clusters_for(std::uint64_t size) const {
 }
 
 std::uint64_t ntfs_image::alloc(std::uint64_t count) {
-    for (const auto& [lcn, taken] : m_used) {  // in ascending order
-        if (lcn < m_next_lcn + count && m_next_lcn < lcn + taken) {
-            m_next_lcn = lcn + taken;
+    for (const auto& [lcn, size] : m_used) {  // in ascending order
+        if (lcn < m_next_lcn + count && m_next_lcn < lcn + size) {
+            m_next_lcn = lcn + size;
         }
     }
     const std::uint64_t first = m_next_lcn;
@@ -150,8 +150,8 @@ ntfs_image& ntfs_image::leave_gap(std::uint64_t count) {
 }
 
 ntfs_image& ntfs_image::reserve(std::uint64_t lcn, std::uint64_t count) {
-    std::uint64_t& taken = m_used[lcn];
-    taken = std::max(taken, count);
+    std::uint64_t& size = m_used[lcn];
+    size = std::max(size, count);
     return *this;
 }
 

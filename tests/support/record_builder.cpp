@@ -76,7 +76,7 @@ bytes nonresident_attribute(std::uint32_t type_code, std::u16string_view name, c
     return content;
 }
 
-std::uint64_t clusters_taken(const cluster_runs& runs) {
+std::uint64_t clusters_allocated(const cluster_runs& runs) {
     std::uint64_t sum = 0;
     for (const cluster_run& run : runs) {
         sum += run.lcn == hole ? 0 : run.count;
@@ -204,14 +204,14 @@ record_builder& record_builder::nonresident(std::uint32_t type_code, std::u16str
                                             const bytes& list, const cluster_runs& runs,
                                             const nonresident_options& options) {
     const std::uint64_t cluster = options.cluster != 0 ? options.cluster : m_cluster_size;
-    nonresident_options settled = options;
+    nonresident_options complete = options;
     if (options.unit != 0 && !options.compressed) {
-        settled.compressed = clusters_taken(runs) * cluster;
+        complete.compressed = clusters_allocated(runs) * cluster;
     }
     attribute made{.type_code = type_code, .name = std::u16string(name)};
     made.start_vcn = options.start_vcn;
     made.content =
-        nonresident_attribute(type_code, name, list, clusters_in(runs), cluster, settled);
+        nonresident_attribute(type_code, name, list, clusters_in(runs), cluster, complete);
     return add(std::move(made), options.id);
 }
 
