@@ -26,9 +26,9 @@ constexpr std::uint64_t key_of(std::uint16_t id, std::uint32_t type) {
     return std::uint64_t{id} << 48 | type;
 }
 
-// Entry 64 with the attributes 1 to 7, of these types:
+// Returns a volume whose entry 64 has an attribute of each kind, with these ids:
 //
-//   1 0x10   2 0x30   3 0x40, 64 bytes   4 0x80 resident   5 0x80 "s", two runs   6 0xA0   7 0xB0
+//   1 0x10   2 0x30   3 0x40, 64 bytes   4 0x80, resident   5 0x80 "s", two runs   6 0xA0
 support::ntfs_image entry_of_all_kinds() {
     support::ntfs_image image;
     record_builder& entry = image.entry(64);
