@@ -4,6 +4,7 @@
 #include <array>
 #include <limits>
 #include <optional>
+#include <set>
 #include <utility>
 
 #include "ntfs/index/index_blocks.h"
@@ -47,18 +48,6 @@ index_attributes find_index_attributes(ql::bytes record, std::uint32_t longest) 
         }
     }
     return found;
-}
-
-// Appends the entries of an $INDEX_ROOT:
-//
-//    0  u32  indexed attribute type    8  u32  index block size    16  node header
-//
-// Returns false if the type is not $FILE_NAME, if the block size is 0, or if collect_entries does.
-bool collect_root(const record_attrib& root, std::vector<std::uint64_t>& children,
-                  bool include_slack) {
-    const ql::bytes value = root.value_to_record_end();
-    if (ql::le32(value, 0) != attrib_type::file_name || ql::le32(value, 8) == 0) return false;
-    return collect_entries(children, ql::clip(value, 16), include_slack);
 }
 
 // Opens an attribute list for a search. Entries of a resident list may extend to the end of its
@@ -214,6 +203,86 @@ private:
     std::vector<distant_node> m_distant;
 };
 
+// Collects the entry numbers in the whole index of a directory, in the order in which they are
+// read.
+class index_collector {
+public:
+    index_collector(CNtfs& ntfs, std::vector<std::uint64_t>& children, bool include_slack)
+        : m_ntfs(ntfs), m_children(children), m_include_slack(include_slack) {}
+
+    // Returns false if a record or the index cannot be read.
+    bool collect(std::uint64_t inode);
+
+private:
+    bool collect_root(const record_attrib& root);
+    bool collect_allocation(const record_attrib& attribute);
+    bool collect_listed(const index_attributes& found, std::uint64_t inode);
+
+    CNtfs& m_ntfs;
+    std::vector<std::uint64_t>& m_children;
+    bool m_include_slack;
+};
+
+bool index_collector::collect(std::uint64_t inode) {
+    std::vector<std::uint8_t> record;
+    if (!read_record(m_ntfs, inode, record)) return false;
+    // For an extension record, use its base record. Fail if the base references form a cycle.
+    std::set<std::uint64_t> visited;
+    while (const std::uint64_t base = file_record{record}.base_ref()) {
+        if (!visited.insert(inode).second) return false;
+        inode = entry_of(base);
+        m_include_slack = false;
+        if (!read_record(m_ntfs, inode, record)) return false;
+    }
+
+    const index_attributes found = find_index_attributes(record, m_ntfs.m_bytes_per_file_record);
+    const bool has_entries = found.has_root && collect_root(found.root);
+    if (found.has_allocation) return collect_allocation(found.allocation);
+    return found.has_list ? collect_listed(found, inode) : has_entries;
+}
+
+// Appends the entries of an $INDEX_ROOT:
+//
+//    0  u32  indexed attribute type    8  u32  index block size    16  node header
+//
+// Returns false if the type is not $FILE_NAME, if the block size is 0, or if collect_entries does.
+bool index_collector::collect_root(const record_attrib& root) {
+    const ql::bytes value = root.value_to_record_end();
+    if (ql::le32(value, 0) != attrib_type::file_name || ql::le32(value, 8) == 0) return false;
+    return collect_entries(m_children, ql::clip(value, 16), m_include_slack);
+}
+
+// Appends the entries of all blocks of an $INDEX_ALLOCATION. Returns false if its initialized size
+// is 0 or if its runs contain no block; the content of the blocks does not matter.
+bool index_collector::collect_allocation(const record_attrib& attribute) {
+    if (attribute.initialized_size() == 0) return false;
+    const data_run_list runs = attribute_runs(attribute, m_ntfs.most_runs());
+    return allocation_reader(m_ntfs, runs, m_children, m_include_slack).read();
+}
+
+// Appends the entries of a directory whose own record has no $INDEX_ALLOCATION: those of the first
+// $INDEX_ALLOCATION that the attribute list names and, if the record has no $INDEX_ROOT, of the
+// first $INDEX_ROOT. Later parts of either type are ignored. Returns false if a list or record
+// cannot be read, or if the last part that was found has an invalid header or no block.
+bool index_collector::collect_listed(const index_attributes& found, std::uint64_t inode) {
+    if (found.list.nonresident() && found.list.initialized_size() == 0) return true;
+    bool result = true;
+    std::vector<std::uint8_t> record;
+    for (const std::uint32_t type : {attrib_type::index_allocation, attrib_type::index_root}) {
+        if (type == attrib_type::index_root && found.has_root) continue;
+        auto list = open_index_list(m_ntfs, found.list);
+        if (!list) return false;
+        if (!find_list_entry(*list, type, i30_name)) continue;
+        const std::uint64_t number = list->entry().entry_number();
+        if (number == inode) continue;
+        if (!read_record(m_ntfs, number, record)) return false;
+        record_attrib part = first_attrib(record);
+        if (!find_named_attrib(part, type, i30_name, m_ntfs.get_mft_record_size())) continue;
+        result = type == attrib_type::index_root ? collect_root(part) : collect_allocation(part);
+    }
+    return result;
+}
+
 }  // namespace
 
 bool collect_entries(std::vector<std::uint64_t>& children, ql::bytes node_header,
@@ -236,65 +305,7 @@ bool CNtfs::get_children(std::uint64_t inode, std::set<std::uint64_t>& children,
 bool CNtfs::get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
                                 bool include_slack) {
     children.clear();
-    const bool result = collect_children(inode, children, include_slack);
+    const bool result = index_collector(*this, children, include_slack).collect(inode);
     make_unique(children);
     return result;
-}
-
-// Appends the entries of the directory's whole index, in the order in which they are read.
-bool CNtfs::collect_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
-                             bool include_slack) {
-    std::vector<std::uint8_t> record;
-    if (!read_record(*this, inode, record)) return false;
-    // For an extension record, use its base record. Fail if the base references form a cycle.
-    std::set<std::uint64_t> visited;
-    while (const std::uint64_t base = file_record{record}.base_ref()) {
-        if (!visited.insert(inode).second) return false;
-        inode = entry_of(base);
-        include_slack = false;
-        if (!read_record(*this, inode, record)) return false;
-    }
-
-    const index_attributes found = find_index_attributes(record, m_bytes_per_file_record);
-    const bool has_entries = found.has_root && collect_root(found.root, children, include_slack);
-    if (found.has_allocation) {
-        return collect_allocation(found.allocation, children, include_slack);
-    }
-    if (!found.has_list) return has_entries;
-    return collect_listed(found.list, !found.has_root, inode, children, include_slack);
-}
-
-// Adds the entries of a directory whose own record has no $INDEX_ALLOCATION: those of the first
-// $INDEX_ALLOCATION that the attribute list names and, if `root_missing`, of the first $INDEX_ROOT.
-// Later parts of either type are ignored. Returns false if a list or record cannot be read, or if
-// the last part that was found has an invalid header or no block.
-bool CNtfs::collect_listed(const record_attrib& attribute, bool root_missing, std::uint64_t inode,
-                           std::vector<std::uint64_t>& children, bool include_slack) {
-    if (attribute.nonresident() && attribute.initialized_size() == 0) return true;
-    bool result = true;
-    std::vector<std::uint8_t> record;
-    for (const std::uint32_t type : {attrib_type::index_allocation, attrib_type::index_root}) {
-        if (type == attrib_type::index_root && !root_missing) continue;
-        auto list = open_index_list(*this, attribute);
-        if (!list) return false;
-        if (!find_list_entry(*list, type, i30_name)) continue;
-        const std::uint64_t number = list->entry().entry_number();
-        if (number == inode) continue;
-        if (!read_record(*this, number, record)) return false;
-        record_attrib part = first_attrib(record);
-        if (!find_named_attrib(part, type, i30_name, get_mft_record_size())) continue;
-        result = type == attrib_type::index_root
-                     ? collect_root(part, children, include_slack)
-                     : collect_allocation(part, children, include_slack);
-    }
-    return result;
-}
-
-// Adds the entries of all blocks of an $INDEX_ALLOCATION. Returns false if its initialized size is
-// 0 or if its runs contain no block; the content of the blocks does not matter.
-bool CNtfs::collect_allocation(const record_attrib& attribute, std::vector<std::uint64_t>& children,
-                               bool include_slack) {
-    if (attribute.initialized_size() == 0) return false;
-    const data_run_list runs = attribute_runs(attribute, most_runs());
-    return allocation_reader(*this, runs, children, include_slack).read();
 }

@@ -27,7 +27,7 @@ bool CNtfs::get_paths_of_inode(std::uint64_t inode, std::vector<std::wstring> pa
     name_entry_map names;
     {
         std::vector<std::uint8_t> record;
-        if (!read_own_record(inode, record)) return false;
+        if (!read_whole_record(inode, record)) return false;
         if (!get_file_names(names, inode, record)) return false;
     }
     const auto follow = [&](const NTFS_NAME_ENTRY& entry, std::vector<std::wstring> segments) {

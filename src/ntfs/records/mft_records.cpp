@@ -1,35 +1,38 @@
+#include <optional>
+
 #include "ntfs/records/record_reader.h"
 #include "ntfs/volume/ntfs.h"
+
+namespace {
+
+// Returns the LCN of a cluster of $MFT, modulo 2^64, or nullopt if no run contains it.
+std::optional<std::uint64_t> find_mft_lcn(const NTFS_INODE_INFO& mft, std::uint64_t vcn) {
+    if (!mft.data_run_index.empty()) {
+        // If several runs have the same first VCN, the index has the last one; the others are
+        // empty.
+        auto next = mft.data_run_index.upper_bound(vcn);
+        if (next == mft.data_run_index.begin()) return std::nullopt;
+        const auto& [first_vcn, run_number] = *--next;
+        const NTFS_DATA& run = mft.data_runs[run_number];
+        if (vcn - first_vcn >= run.num_clusters) return std::nullopt;
+        return vcn - first_vcn + run.lcn;
+    }
+    // While the attribute list of $MFT itself is read, there is no index yet.
+    std::uint64_t first_vcn = 0;
+    for (const NTFS_DATA& run : mft.data_runs) {
+        if (vcn - first_vcn < run.num_clusters) return vcn - first_vcn + run.lcn;
+        first_vcn += run.num_clusters;
+    }
+    return std::nullopt;
+}
+
+}  // namespace
 
 std::uint64_t CNtfs::get_file_pos_for_inode(std::uint64_t inode) const {
     if (!m_Validated || m_cluster_size == 0) return 0;
     const std::uint64_t offset = m_bytes_per_file_record * inode;
-    const std::uint64_t vcn = offset / cluster_size();
-    std::uint64_t first_vcn = 0;
-    const NTFS_DATA* run = find_mft_run(vcn, first_vcn);
-    if (run == nullptr) return 0;
-    return offset % cluster_size() + (vcn - first_vcn + run->lcn) * cluster_size();
-}
-
-const NTFS_DATA* CNtfs::find_mft_run(std::uint64_t vcn, std::uint64_t& first_vcn) const {
-    const auto& index = m_mft_info.data_run_index;
-    if (!index.empty()) {
-        // If several runs have the same first VCN, the index has the last one; the others are
-        // empty.
-        auto next = index.upper_bound(vcn);
-        if (next == index.begin()) return nullptr;
-        const auto& [run_vcn, run_number] = *--next;
-        const NTFS_DATA& run = m_mft_info.data_runs[run_number];
-        first_vcn = run_vcn;
-        return vcn - run_vcn < run.num_clusters ? &run : nullptr;
-    }
-    // While the attribute list of $MFT itself is read, there is no index yet.
-    first_vcn = 0;
-    for (const NTFS_DATA& run : m_mft_info.data_runs) {
-        if (vcn - first_vcn < run.num_clusters) return &run;
-        first_vcn += run.num_clusters;
-    }
-    return nullptr;
+    const auto lcn = find_mft_lcn(m_mft_info, offset / cluster_size());
+    return lcn ? offset % cluster_size() + *lcn * cluster_size() : 0;
 }
 
 bool CNtfs::read_file_record(std::uint64_t inode, std::vector<std::uint8_t>& buffer,
@@ -52,7 +55,7 @@ bool CNtfs::read_file_record(std::uint64_t inode, std::vector<std::uint8_t>& buf
     return false;
 }
 
-bool CNtfs::read_own_record(std::uint64_t inode, std::vector<std::uint8_t>& record) {
+bool CNtfs::read_whole_record(std::uint64_t inode, std::vector<std::uint8_t>& record) {
     std::uint64_t position = 0;
     std::int64_t size = 0;
     return read_file_record(inode, record, position, size, true);
@@ -73,5 +76,5 @@ bool CNtfs::read_record_vector(std::uint64_t inode, std::vector<std::uint8_t>& r
 
 bool CNtfs::is_directory(std::uint64_t inode) {
     std::vector<std::uint8_t> record;
-    return read_own_record(inode, record) && file_record{record}.is_directory();
+    return read_whole_record(inode, record) && file_record{record}.is_directory();
 }

@@ -3,6 +3,20 @@
 
 #include "ntfs/volume/ntfs.h"
 
+namespace {
+
+// Returns the number of clusters that the runs of $MFT cover; 1 if its first element is a resident
+// value.
+std::uint64_t count_clusters(const std::vector<NTFS_DATA>& runs) {
+    if (!runs.empty() && runs.front().resident != 0) return 1;
+    std::uint64_t clusters = 0;
+    for (const NTFS_DATA& run : runs)
+        clusters += run.num_clusters;
+    return clusters;
+}
+
+}  // namespace
+
 bool CNtfs::validate(std::uint64_t& mft_file_pos) {
     if (m_disk == nullptr) {
         m_Validated = false;
@@ -47,7 +61,7 @@ void CNtfs::compute_geometry() {
 // Reads and parses record 0. Returns false if it is not a record, or if its update sequence covers
 // more bytes than the record size in the boot sector.
 bool CNtfs::open_mft() {
-    if (!read_own_record(0, m_mft_record)) return false;
+    if (!read_whole_record(0, m_mft_record)) return false;
     const file_record record{m_mft_record};
     if (m_mft_record_size < record.record_size_from_usa()) return false;
 
@@ -60,18 +74,9 @@ bool CNtfs::open_mft() {
         m_mft_record.shrink_to_fit();
     }
     m_Validated = true;
-    m_total_mft_entries =
-        ql::quotient(cluster_size() * count_mft_clusters(), m_bytes_per_file_record);
+    m_total_mft_entries = ql::quotient(cluster_size() * count_clusters(m_mft_info.data_runs),
+                                       m_bytes_per_file_record);
     return true;
-}
-
-std::uint64_t CNtfs::count_mft_clusters() const {
-    const std::vector<NTFS_DATA>& runs = m_mft_info.data_runs;
-    if (!runs.empty() && runs.front().resident != 0) return 1;
-    std::uint64_t clusters = 0;
-    for (const NTFS_DATA& run : runs)
-        clusters += run.num_clusters;
-    return clusters;
 }
 
 // Reads the runs of $Bitmap, and usually loads the security table, for the owner of its record. A
@@ -79,7 +84,7 @@ std::uint64_t CNtfs::count_mft_clusters() const {
 void CNtfs::read_bitmap_runs() {
     constexpr std::uint64_t bitmap_entry = 6;
     std::vector<std::uint8_t> record;
-    if (!read_own_record(bitmap_entry, record)) return;
+    if (!read_whole_record(bitmap_entry, record)) return;
     NTFS_INODE_INFO info;
     parse_inode(record, info, bitmap_entry, false);
     m_bitmap_runs = std::move(info.data_runs);

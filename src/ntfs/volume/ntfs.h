@@ -44,7 +44,7 @@ public:
     CNtfs(const CNtfs&) = delete;
     CNtfs& operator=(const CNtfs&) = delete;
 
-    // --- volume (ntfs.cpp) ---
+    // --- volume (volume/ntfs.cpp; validate: validation/volume_validation.cpp) ---
 
     // Reads the boot sector and MFT record 0, computes the geometry, and sets `mft_file_pos` to the
     // byte position of $MFT in the volume. After the first success, only sets `mft_file_pos`.
@@ -80,7 +80,7 @@ public:
     // stores, and at least 65536. A longer list names clusters repeatedly, or has empty runs.
     std::size_t most_runs() const;
 
-    // --- file records (mft_records.cpp) ---
+    // --- file records (records/mft_records.cpp; parse_inode: validation/mft_parse.cpp) ---
 
     // Returns the byte position of an entry in the volume, computed modulo 2^64 from the runs of
     // $MFT. Returns 0 if the volume is not validated or if no run contains the entry.
@@ -104,13 +104,16 @@ public:
     // volume is not validated, if nothing can be read, or if check_fixup does.
     bool read_record_vector(std::uint64_t inode, std::vector<std::uint8_t>& record,
                             std::uint64_t& position, std::uint32_t& kind);
+    // Reads the whole record, with the values of resident attributes, as read_file_record does with
+    // `allocate`. Returns false, with `record` empty, if that does.
+    bool read_whole_record(std::uint64_t inode, std::vector<std::uint8_t>& record);
     // Returns true if the record can be read and is a directory.
     bool is_directory(std::uint64_t inode);
     // Parses the record of $MFT or $Bitmap and the extension records that its attribute list names.
     // Clears `out` first unless `keep`. Always returns true: bad attributes are skipped.
     bool parse_inode(ql::bytes record, NTFS_INODE_INFO& out, std::uint64_t inode, bool keep);
 
-    // --- attributes (attrib_categorize.cpp, attrib_rows.cpp, file_names.cpp) ---
+    // --- attributes (attributes/attrib_categorize.cpp, attrib_rows.cpp, file_names.cpp) ---
 
     // Sorts all attributes of an entry, including those in extension records, into `store`. Returns
     // false, with `store` cleared, if the volume is not open or the record cannot be used.
@@ -129,7 +132,7 @@ public:
     bool get_file_names(name_entry_list& names, std::uint64_t inode, ql::bytes record,
                         bool all_namespaces, std::uint64_t parent_filter);
 
-    // --- attribute data (attrib_data.cpp) ---
+    // --- attribute data (attributes/attrib_data.cpp) ---
 
     // Reads `size` bytes at `offset` of the runs, at most as many as `target` has, and sets `size`
     // to the number of bytes read. Returns false, with `size` unchanged, if the target or the list
@@ -153,7 +156,7 @@ public:
     bool stream_compressed(std::ostream& out, const data_run_list& runs, std::uint64_t size,
                            std::uint64_t allocated);
 
-    // --- directory indexes (index_reader.cpp, index_blocks.cpp) ---
+    // --- directory indexes (index/index_reader.cpp; read_index_blocks: index/index_blocks.cpp) ---
 
     // Adds the entry numbers in the $I30 index of a directory, including stale ones. With
     // `include_slack`, collect_entries continues where it otherwise ends. Returns false if the
@@ -174,7 +177,7 @@ public:
     bool read_index_blocks(std::vector<std::uint8_t>& out, std::uint32_t& block_count,
                            const data_run_list& runs, std::uint32_t first_block);
 
-    // --- inode to path (inode_to_path.cpp) ---
+    // --- inode to path (lookup/inode_to_path.cpp) ---
 
     // Appends each path of an entry, a backslash after each segment, by following the parent
     // references up to the root. `partial` contains the segments found so far, the deepest first.
@@ -183,7 +186,7 @@ public:
     bool get_paths_of_inode(std::uint64_t inode, std::vector<std::wstring> partial,
                             std::vector<std::wstring>& paths);
 
-    // --- security table (security_table.cpp) ---
+    // --- security table (security/security_table.cpp) ---
 
     // Loads the descriptors of $Secure:$SDS, unless they are loaded. Returns false if the table is
     // empty.
@@ -211,19 +214,9 @@ public:
     std::map<std::uint64_t, NTFS_DIR_CACHE_ENTRY> m_children_cache;
 
 private:
+    // The steps of validate (validation/volume_validation.cpp).
     bool read_boot_sector();
     void compute_geometry();
     bool open_mft();
-    std::uint64_t count_mft_clusters() const;
     void read_bitmap_runs();
-    const NTFS_DATA* find_mft_run(std::uint64_t vcn, std::uint64_t& first_vcn) const;
-    // Reads a record with read_file_record and `allocate`. Returns false, with `record` empty, if
-    // that does.
-    bool read_own_record(std::uint64_t inode, std::vector<std::uint8_t>& record);
-    bool collect_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
-                          bool include_slack);
-    bool collect_allocation(const record_attrib& attribute, std::vector<std::uint64_t>& children,
-                            bool include_slack);
-    bool collect_listed(const record_attrib& attribute, bool root_missing, std::uint64_t inode,
-                        std::vector<std::uint64_t>& children, bool include_slack);
 };
