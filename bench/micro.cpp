@@ -34,16 +34,11 @@ public:
         support::save_many_files_volume(path, {.directories = 1, .files = files});
         ntfs = std::make_unique<CNtfs>(
             std::make_unique<CRawDisk>(ql::to_wide(path), false, false, 0), 0, 33);
-        std::uint64_t mft_file_pos = 0;
-        ntfs->validate(mft_file_pos);
+        ntfs->validate();
         record.resize(ntfs->get_mft_record_size());
     }
 
-    bool read(std::uint64_t entry) {
-        std::uint64_t position = 0;
-        auto size = static_cast<std::int64_t>(record.size());
-        return ntfs->read_file_record(entry, record, position, size, false);
-    }
+    bool read(std::uint64_t entry) { return ntfs->read_record(entry, record).has_value(); }
 
     std::unique_ptr<CNtfs> ntfs;
     std::vector<std::uint8_t> record;  // of the last entry that was read

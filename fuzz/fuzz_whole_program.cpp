@@ -271,9 +271,7 @@ bool climb_ends(CNtfs& ntfs, std::uint64_t entry, std::vector<std::uint64_t>& wa
     name_entry_map names;
     {
         std::vector<std::uint8_t> record;
-        std::uint64_t position = 0;
-        std::int64_t size = 0;
-        if (!ntfs.read_file_record(entry, record, position, size, true)) return true;
+        if (!ntfs.read_whole_record(entry, record)) return true;
         if (!ntfs.get_file_names(names, entry, record)) return true;
     }
     way.push_back(entry);

@@ -114,14 +114,13 @@ void read_entry(CNtfs& ntfs, std::uint64_t entry) {
         ntfs.categorize_entry(store, ctx, entry, keep_values);
     }
     std::vector<std::uint8_t> record;
-    std::uint64_t position = 0;
-    std::int64_t size = 0;
-    if (ntfs.read_file_record(entry, record, position, size, true)) {
+    if (ntfs.read_whole_record(entry, record)) {
         name_entry_map names;
         ntfs.get_file_names(names, entry, record, true);
         NTFS_INODE_INFO info;
         ntfs.parse_inode(record, info, entry, false);
     }
+    std::uint64_t position = 0;
     std::uint32_t kind = 0;
     ntfs.read_record_vector(entry, record, position, kind);
     for (const bool include_slack : {false, true}) {

@@ -287,8 +287,7 @@ const attrib_pass::extension_record* attrib_pass::extension(std::uint64_t entry)
     }
     extension_record record{m_ntfs.get_file_pos_for_inode(entry), {}};
     if (fetch(record.position, record.bytes) != fetched::usable) return nullptr;
-    const file_record head{record.bytes};
-    if (!head.has_file_keyword() || head.first_attrib_offset() == 0) return nullptr;
+    if (!file_record{record.bytes}.has_attributes()) return nullptr;
     m_extension_bytes += record.bytes.size();
     return &m_extensions.emplace(entry, std::move(record)).first->second;
 }

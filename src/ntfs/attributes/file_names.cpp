@@ -74,12 +74,8 @@ private:
     // Returns false if it is not a usable FILE record.
     bool load(std::uint64_t number) {
         if (m_usable && number == m_number) return true;
-        std::uint64_t position = 0;
-        std::uint32_t kind = record_kind::none;
         m_number = number;
-        m_usable = m_ntfs.read_record_vector(number, m_record, position, kind) &&
-                   file_record{m_record}.has_file_keyword() &&
-                   file_record{m_record}.first_attrib_offset() != 0;
+        m_usable = m_ntfs.read_listed_record(number, m_record);
         return m_usable;
     }
 

@@ -70,6 +70,9 @@ struct file_record {
         return has_file_keyword() && sequence_array_offset() == 48 && sequence_array_count() <= 9 &&
                first_attrib_offset() < 73;
     }
+    // Returns true for a FILE record whose attributes can be searched. The rest of the header is
+    // not checked.
+    bool has_attributes() const { return has_file_keyword() && first_attrib_offset() != 0; }
     // Returns (count - 1) * 512, modulo 2^32, for a valid record; otherwise 0.
     std::uint32_t record_size_from_usa() const {
         return is_valid() ? (static_cast<std::uint32_t>(sequence_array_count()) - 1u) * 512u : 0u;

@@ -64,14 +64,6 @@ std::optional<list_cursor> open_index_list(CNtfs& ntfs, const record_attrib& att
     return list;
 }
 
-// Reads the record of an entry into `record`. Returns false if it cannot be read or is not a
-// record, or if it is larger than the record size in the boot sector.
-bool read_record(CNtfs& ntfs, std::uint64_t number, std::vector<std::uint8_t>& record) {
-    std::uint64_t position = 0;
-    std::int64_t size = ntfs.get_mft_record_size();
-    return ntfs.read_file_record(number, record, position, size, false);
-}
-
 // Appends the entry numbers of one node. `entries` starts at the first entry and extends to the end
 // of the buffer that contains the node; `index_length` bytes of it are in use.
 void collect_node(std::vector<std::uint64_t>& children, std::uint32_t index_length,
@@ -225,14 +217,14 @@ private:
 
 bool index_collector::collect(std::uint64_t inode) {
     std::vector<std::uint8_t> record;
-    if (!read_record(m_ntfs, inode, record)) return false;
+    if (!m_ntfs.read_record(inode, record)) return false;
     // For an extension record, use its base record. Fail if the base references form a cycle.
     std::set<std::uint64_t> visited;
     while (const std::uint64_t base = file_record{record}.base_ref()) {
         if (!visited.insert(inode).second) return false;
         inode = entry_of(base);
         m_include_slack = false;
-        if (!read_record(m_ntfs, inode, record)) return false;
+        if (!m_ntfs.read_record(inode, record)) return false;
     }
 
     const index_attributes found = find_index_attributes(record, m_ntfs.m_bytes_per_file_record);
@@ -275,7 +267,7 @@ bool index_collector::collect_listed(const index_attributes& found, std::uint64_
         if (!find_list_entry(*list, type, i30_name)) continue;
         const std::uint64_t number = list->entry().entry_number();
         if (number == inode) continue;
-        if (!read_record(m_ntfs, number, record)) return false;
+        if (!m_ntfs.read_record(number, record)) return false;
         record_attrib part = first_attrib(record);
         if (!find_named_attrib(part, type, i30_name, m_ntfs.get_mft_record_size())) continue;
         result = type == attrib_type::index_root ? collect_root(part) : collect_allocation(part);
@@ -297,15 +289,19 @@ bool collect_entries(std::vector<std::uint64_t>& children, ql::bytes node_header
 bool CNtfs::get_children(std::uint64_t inode, std::set<std::uint64_t>& children,
                          bool include_slack) {
     std::vector<std::uint64_t> found;
-    const bool result = get_sorted_children(inode, found, include_slack);
+    const bool result = index_collector(*this, found, include_slack).collect(inode);
+    make_unique(found);
     children.insert(found.begin(), found.end());
     return result;
 }
 
-bool CNtfs::get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
-                                bool include_slack) {
+bool CNtfs::get_children(std::uint64_t inode, std::set<std::uint64_t>& children) {
+    return get_children(inode, children, false);
+}
+
+bool CNtfs::get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>& children) {
     children.clear();
-    const bool result = index_collector(*this, children, include_slack).collect(inode);
+    const bool result = index_collector(*this, children, false).collect(inode);
     make_unique(children);
     return result;
 }

@@ -138,10 +138,10 @@ NTFS_DIR_CACHE_ENTRY* path_walk::with_children() {
     m_trace.diag("info: get children nodes");
     auto cached = m_ntfs.m_children_cache.find(m_directory);
     if (cached != m_ntfs.m_children_cache.end()) {
-        m_ntfs.get_children(m_directory, cached->second.children, false);
+        m_ntfs.get_children(m_directory, cached->second.children);
     } else {
         std::set<std::uint64_t> children;
-        if (!m_ntfs.get_children(m_directory, children, false) || children.empty()) {
+        if (!m_ntfs.get_children(m_directory, children) || children.empty()) {
             m_trace.diag("info: none found");
             return nullptr;
         }
@@ -218,9 +218,9 @@ bool path_walk::restart_at_link(std::uint64_t child) {
 }
 
 bool path_walk::read_record(std::uint64_t inode) {
-    std::uint64_t position = 0;
-    m_record_bytes = m_ntfs.m_mft_record_size;
-    return m_ntfs.read_file_record(inode, m_record, position, m_record_bytes, false);
+    const auto size = m_ntfs.read_record(inode, m_record);
+    m_record_bytes = size.value_or(0);
+    return size.has_value();
 }
 
 std::wstring join(const std::vector<std::wstring>& segments, bool is_rooted) {

@@ -55,6 +55,14 @@ bool CNtfs::read_file_record(std::uint64_t inode, std::vector<std::uint8_t>& buf
     return false;
 }
 
+std::optional<std::int64_t> CNtfs::read_record(std::uint64_t inode,
+                                               std::vector<std::uint8_t>& record) {
+    std::uint64_t position = 0;
+    std::int64_t size = get_mft_record_size();
+    if (!read_file_record(inode, record, position, size, false)) return std::nullopt;
+    return size;
+}
+
 bool CNtfs::read_whole_record(std::uint64_t inode, std::vector<std::uint8_t>& record) {
     std::uint64_t position = 0;
     std::int64_t size = 0;
@@ -72,6 +80,13 @@ bool CNtfs::read_record_vector(std::uint64_t inode, std::vector<std::uint8_t>& r
     if (!check_fixup(kind, record, length, get_bytes_per_sector())) return false;
     reader.read_rest(length, false);
     return true;
+}
+
+bool CNtfs::read_listed_record(std::uint64_t inode, std::vector<std::uint8_t>& record) {
+    std::uint64_t position = 0;
+    std::uint32_t kind = record_kind::none;
+    return read_record_vector(inode, record, position, kind) &&
+           file_record{record}.has_attributes();
 }
 
 bool CNtfs::is_directory(std::uint64_t inode) {

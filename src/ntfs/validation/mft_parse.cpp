@@ -191,12 +191,8 @@ void mft_parser::expand_entries(list_cursor list) {
 // number differs from that of the entry was reused and is ignored.
 void mft_parser::take_listed(const list_entry& entry) {
     std::vector<std::uint8_t> record;
-    std::uint64_t position = 0;
-    std::uint32_t kind = record_kind::none;
-    if (!m_ntfs.read_record_vector(entry.entry_number(), record, position, kind)) return;
-    const file_record header{record};
-    if (!header.has_file_keyword() || header.first_attrib_offset() == 0) return;
-    if (header.sequence_number() != entry.sequence()) return;
+    if (!m_ntfs.read_listed_record(entry.entry_number(), record)) return;
+    if (file_record{record}.sequence_number() != entry.sequence()) return;
 
     for (record_attrib attribute = first_attrib(record); attribute.type() != attrib_type::end;) {
         if (attribute.type() == entry.type() && attribute.id() == entry.id()) {

@@ -34,6 +34,11 @@ bool CNtfs::validate(std::uint64_t& mft_file_pos) {
     return m_Validated;
 }
 
+bool CNtfs::validate() {
+    std::uint64_t mft_file_pos = 0;
+    return validate(mft_file_pos);
+}
+
 // Reads the boot sector. Returns false if it cannot be read, or if the signature is not "NTFS    ",
 // as on an encrypted volume ("-FVE-FS-").
 bool CNtfs::read_boot_sector() {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <set>
 #include <span>
@@ -51,6 +52,7 @@ public:
     // Returns false if the source is not open, the boot sector is not NTFS, or record 0 cannot be
     // used; in the last case `mft_file_pos` is set.
     bool validate(std::uint64_t& mft_file_pos);
+    bool validate();
     bool is_open() const { return m_disk != nullptr && m_Validated; }
     // The source if it is open, else null; valid as long as this object.
     CRawDisk* disk() const;
@@ -104,9 +106,16 @@ public:
     // volume is not validated, if nothing can be read, or if check_fixup does.
     bool read_record_vector(std::uint64_t inode, std::vector<std::uint8_t>& record,
                             std::uint64_t& position, std::uint32_t& kind);
-    // Reads the whole record, with the values of resident attributes, as read_file_record does with
-    // `allocate`. Returns false, with `record` empty, if that does.
+    // Reads a record as read_file_record does without `allocate`, if it is not larger than
+    // get_mft_record_size(). Returns the number of bytes of the record that the source has, or
+    // nullopt if read_file_record returns false.
+    std::optional<std::int64_t> read_record(std::uint64_t inode, std::vector<std::uint8_t>& record);
+    // Reads a record of any size with the values of resident attributes, as read_file_record does
+    // with `allocate`. Returns false, with `record` empty, if that does.
     bool read_whole_record(std::uint64_t inode, std::vector<std::uint8_t>& record);
+    // Reads the record of an entry that an attribute list names, as read_record_vector does.
+    // Returns false if that does, or if the record has no attributes to search.
+    bool read_listed_record(std::uint64_t inode, std::vector<std::uint8_t>& record);
     // Returns true if the record can be read and is a directory.
     bool is_directory(std::uint64_t inode);
     // Parses the record of $MFT or $Bitmap and the extension records that its attribute list names.
@@ -162,10 +171,11 @@ public:
     // `include_slack`, collect_entries continues where it otherwise ends. Returns false if the
     // directory's record or its index cannot be read.
     bool get_children(std::uint64_t inode, std::set<std::uint64_t>& children, bool include_slack);
+    // Does the same without `include_slack`.
+    bool get_children(std::uint64_t inode, std::set<std::uint64_t>& children);
     // Replaces `children` with the same entry numbers in ascending order, without duplicates.
     // Returns the same as get_children.
-    bool get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>& children,
-                             bool include_slack);
+    bool get_sorted_children(std::uint64_t inode, std::vector<std::uint64_t>& children);
     // Reads the blocks of an index into one buffer; see index_block_stream. Blocks that cannot be
     // read are zero.
     //

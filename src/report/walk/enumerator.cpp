@@ -55,9 +55,7 @@ public:
 
     // Reads the record of an entry. Returns false if it cannot be read.
     bool read(std::uint64_t entry_num) {
-        std::uint64_t position = 0;
-        std::int64_t size = m_ntfs.get_mft_record_size();
-        return m_ntfs.read_file_record(entry_num, m_record, position, size, false);
+        return m_ntfs.read_record(entry_num, m_record).has_value();
     }
 
     // Adds the rows of the requested entry, whose record has been read. They are those of its first
@@ -108,8 +106,7 @@ bool directory_reader::add_asked_rows() {
 
 bool directory_reader::add_directory(const std::wstring& path, std::uint64_t dir_entry_num,
                                      dir_entry_set& entries, bool show_indx) {
-    std::uint64_t mft_file_pos = 0;
-    if (!m_ntfs.validate(mft_file_pos)) return false;
+    if (!m_ntfs.validate()) return false;
     bool added = false;
     name_entry_map names;
     if (read(dir_entry_num) && m_ntfs.get_file_names(names, dir_entry_num, m_record)) {
@@ -127,7 +124,7 @@ bool directory_reader::add_directory(const std::wstring& path, std::uint64_t dir
 // forward. Skips a child that cannot be read. Returns false if the index cannot be read.
 bool directory_reader::add_children(const std::wstring& path, std::uint64_t dir_entry_num,
                                     dir_entry_set& entries, bool show_indx) {
-    if (!m_ntfs.get_sorted_children(dir_entry_num, m_children, false)) return false;
+    if (!m_ntfs.get_sorted_children(dir_entry_num, m_children)) return false;
     for (const std::uint64_t child : m_children) {
         if (child == dir_entry_num || !read(child)) continue;
         m_rows.add(m_record, child, dir_entry_num, path, entries, show_indx, true);

@@ -9,6 +9,11 @@
 
 namespace {
 
+// Arguments of CRawDisk: a source is opened at once, and only for reading.
+constexpr bool write_access = false;
+constexpr bool no_open = false;
+constexpr bool reserved = false;
+
 // A letter (or anything else) and a colon at the start of a name.
 bool has_drive_colon(const std::wstring& name) { return name.size() > 1 && name[1] == L':'; }
 
@@ -34,8 +39,7 @@ bool attach_disk(std::unique_ptr<CNtfs>& ntfs, std::unique_ptr<CRawDisk> disk, s
     ntfs.reset();
     if (!disk->ok) return false;
     ntfs = std::make_unique<CNtfs>(std::move(disk), volume_offset, kind);
-    std::uint64_t mft_file_pos = 0;
-    if (ntfs->validate(mft_file_pos)) return true;
+    if (ntfs->validate()) return true;
     ntfs.reset();
     return false;
 }
@@ -44,8 +48,8 @@ bool attach_name(std::unique_ptr<CNtfs>& ntfs, const std::wstring& name, std::ui
                  std::uint64_t volume_offset) {
     const std::uint32_t path_kind = kind == source_kind::device_path ? 2 : 0;
     const std::uint32_t stored_kind = kind == source_kind::drive_letter ? source_kind::file : kind;
-    return attach_disk(ntfs, std::make_unique<CRawDisk>(name, false, false, path_kind), stored_kind,
-                       volume_offset);
+    auto disk = std::make_unique<CRawDisk>(name, write_access, no_open, path_kind);
+    return attach_disk(ntfs, std::move(disk), stored_kind, volume_offset);
 }
 
 // Returns the start of the first partition of a chain, as read from its base file, or 0.
@@ -93,8 +97,8 @@ bool attach_volume(std::unique_ptr<CNtfs>& ntfs, const std::wstring& name) {
 bool attach_drive(std::unique_ptr<CNtfs>& ntfs, std::uint32_t drive_number,
                   std::uint64_t volume_offset) {
     auto disk =
-        std::make_unique<CRawDisk>(drive_number, false, false, false,
-                                   static_cast<std::uint32_t>(disk_kind::physical_drive), false);
+        std::make_unique<CRawDisk>(drive_number, write_access, no_open, reserved,
+                                   static_cast<std::uint32_t>(disk_kind::physical_drive), reserved);
     return attach_disk(ntfs, std::move(disk), source_kind::drive_number, volume_offset);
 }
 
@@ -102,7 +106,7 @@ bool attach_vmdk(std::unique_ptr<CNtfs>& ntfs, const std::vector<std::wstring>& 
                  std::uint64_t volume_offset) {
     ntfs.reset();
     if (files.empty()) return false;
-    auto disk = std::make_unique<CRawDisk>(files, false, false);
+    auto disk = std::make_unique<CRawDisk>(files, write_access, no_open);
     if (!disk->ok) return false;
     if (static_cast<std::int64_t>(volume_offset) < 1) volume_offset = default_offset(*disk->vmdk);
     constexpr std::uint32_t half_mask = 0xfffffff;

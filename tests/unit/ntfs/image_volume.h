@@ -22,10 +22,7 @@ public:
                                           false, 0),
                volume_offset, source_kind::file) {}
 
-    bool validate() {
-        std::uint64_t mft_file_pos = 0;
-        return ntfs.validate(mft_file_pos);
-    }
+    bool validate() { return ntfs.validate(); }
 
     CNtfs ntfs;
 };

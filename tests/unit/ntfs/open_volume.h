@@ -20,8 +20,7 @@ public:
         : path(image.save(m_dir.file("volume.dd"))),
           ntfs(std::make_unique<CRawDisk>(ql::to_wide(path), false, false, 0), 0,
                source_kind::file) {
-        std::uint64_t mft_file_pos = 0;
-        opened = ntfs.validate(mft_file_pos);
+        opened = ntfs.validate();
     }
 
 private:
@@ -34,10 +33,8 @@ public:
 
     // Returns the record of an entry as the reader returns it; empty if it cannot be read.
     std::vector<std::uint8_t> record(std::uint64_t inode) {
-        std::vector<std::uint8_t> bytes(ntfs.get_mft_record_size());
-        std::uint64_t position = 0;
-        auto size = static_cast<std::int64_t>(bytes.size());
-        if (!ntfs.read_file_record(inode, bytes, position, size, false)) bytes.clear();
+        std::vector<std::uint8_t> bytes;
+        if (!ntfs.read_record(inode, bytes)) bytes.clear();
         return bytes;
     }
 };
