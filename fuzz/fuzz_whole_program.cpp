@@ -276,7 +276,7 @@ bool climb_ends(CNtfs& ntfs, std::uint64_t entry, std::vector<std::uint64_t>& wa
     }
     way.push_back(entry);
     for (const auto& [key, name] : names) {
-        const std::uint64_t parent = entry_of(name.parent_ref);
+        const std::uint64_t parent = name.parent_entry();
         if (parent != root_entry && !climb_ends(ntfs, parent, way)) return false;
     }
     way.pop_back();

@@ -158,15 +158,15 @@ bool CNtfs::categorize_entry(NTFS_ENTRY_STORE& store, mft_entries_ctx& ctx, std:
     store.inode = inode;
     store.sequence = head.sequence_number();
     ql::copy_start(head.record, store.header);
-    store.base_ref = head.base_ref();
-    store.has_base = store.base_ref != 0;
+    store.base_ref = head.base_ref().raw;
+    store.has_base = head.base_ref().is_set();
     for (const auto& [id, value] : pass.std_infos()) {
         store.std_infos.emplace(id, std_info_item(value));
     }
     pass.file_names().for_each([&](const kept_name& name) {
         NTFS_FILE_NAME_ITEM item = file_name_item(name, inode);
-        const std::uint64_t parent_ref = file_name_value{item.value}.parent_ref();
-        const std::string key = name_key(entry_of(parent_ref), item.name, inode);
+        const file_reference parent = file_name_value{item.value}.parent_ref();
+        const std::string key = name_key(parent.entry(), item.name, inode);
         store.file_names.emplace(key, std::move(item));
     });
     for (const auto& [key, kept] : pass.attributes())

@@ -63,7 +63,7 @@ std::string volume_name_value(const record_attrib& attribute) {
 
 void kept_names::add(const record_attrib& attribute, std::uint64_t inode) {
     const auto key = [inode](const kept_name& name) {
-        return name_key(entry_of(file_name_value{name.value}.parent_ref()), name.name, inode);
+        return name_key(file_name_value{name.value}.parent_ref().entry(), name.name, inode);
     };
     kept_name added;
     added.attrib_id = attribute.id();
@@ -264,7 +264,7 @@ void attrib_pass::expand(const record_attrib& attribute) {
     auto list = open_attribute_list(m_ntfs, attribute);
     if (!list) return;
     for_each_list_entry(*list, [this](const list_entry& entry) {
-        const std::uint64_t number = entry.entry_number();
+        const std::uint64_t number = entry.reference().entry();
         if (number == m_inode) return;  // the base record, whose attributes are already taken
         if (m_options.trace != nullptr) {
             m_options.trace->diag("primary entry %llu pointing to ref entry %llu",

@@ -27,7 +27,7 @@ public:
         : m_rows(rows),
           m_head{pass.base_record()},
           m_inode(inode),
-          m_file_ref(entry_of(inode) | std::uint64_t{m_head.sequence_number()} << 48),
+          m_file_ref(file_reference::of(inode, m_head.sequence_number()).raw),
           m_record_size(record_size),
           m_with_values(with_values) {}
 
@@ -63,10 +63,10 @@ void row_writer::add_head() {
     row.file_ref = m_inode;
     const unsigned flags = (m_head.in_use() ? 0u : 1u) | (m_head.is_directory() ? 2u : 0u) | 4u |
                            (m_head.hard_link_count() & 15u) << 3 |
-                           (m_head.base_ref() != 0 ? 0x80u : 0u);
+                           (m_head.base_ref().is_set() ? 0x80u : 0u);
     put(row, 0, m_inode);
     put(row, 8, static_cast<std::uint8_t>(flags));
-    put(row, 9, m_head.base_ref());
+    put(row, 9, m_head.base_ref().raw);
 }
 
 void row_writer::add_std_info(const kept_std_info& value) {
@@ -82,7 +82,7 @@ void row_writer::add_std_info(const kept_std_info& value) {
 void row_writer::add_file_name(const kept_name& name) {
     NTFS_ATTRIB_ROW& row = add(attrib_type::file_name, name.attrib_id);
     const file_name_value value{name.value};
-    put(row, 0, value.parent_ref());
+    put(row, 0, value.parent_ref().raw);
     put(row, 8, value.created());
     put(row, 16, value.modified());
     put(row, 24, value.accessed());
@@ -109,7 +109,8 @@ void row_writer::add_attribute(const kept_attrib& kept) {
 void row_writer::fill_nonresident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept) const {
     const record_attrib attribute = kept.header();
     const bool compressed = (attribute.flags() & 1u) != 0;
-    put(row, row_body::owner_ref, m_head.base_ref() != 0 ? m_head.base_ref() : m_inode);
+    const file_reference base = m_head.base_ref();
+    put(row, row_body::owner_ref, base.is_set() ? base.raw : m_inode);
     put(row, row_body::allocated_size, attribute.allocated_size());
     put(row, row_body::real_size, attribute.real_size());
     put(row, row_body::initialized_size, attribute.initialized_size());

@@ -17,7 +17,7 @@ struct name_filter {
     std::uint64_t parent = no_parent_filter;
 
     bool wants(const file_name_value& value) const {
-        if (parent != no_parent_filter && entry_of(value.parent_ref()) != parent) return false;
+        if (parent != no_parent_filter && value.parent_ref().entry() != parent) return false;
         const std::uint8_t name_space = value.name_space();
         return all_namespaces || name_space == 0 || name_space % 2 != 0;
     }
@@ -64,7 +64,7 @@ public:
     // Collects the names of the record that a list entry refers to, if the record has the attribute
     // of the entry. The entry may be of any type.
     void collect(const list_entry& entry) {
-        if (!load(entry.entry_number())) return;
+        if (!load(entry.reference().entry())) return;
         if (!holds_listed(m_record, entry, m_ntfs.get_mft_record_size())) return;
         collect_names(m_names, m_record, m_filter);
     }
@@ -106,7 +106,7 @@ bool CNtfs::get_file_names(name_entry_list& names, std::uint64_t inode, ql::byte
         if (auto entries = open_attribute_list(*this, list)) {
             extension_names extensions(*this, names, filter);
             for_each_list_entry(*entries, [&extensions, inode](const list_entry& entry) {
-                if (entry.entry_number() != inode) extensions.collect(entry);
+                if (entry.reference().entry() != inode) extensions.collect(entry);
             });
         }
     }

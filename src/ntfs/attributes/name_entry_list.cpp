@@ -11,7 +11,7 @@ namespace {
 void read_name(const record_attrib& attribute, NTFS_NAME_ENTRY& entry) {
     const file_name_value name{attribute.value_to_record_end()};
     read_file_name(attribute, entry.name);
-    entry.parent_ref = name.parent_ref();
+    entry.parent_ref = name.parent_ref().raw;
     entry.is_dos_name = name.is_dos_name() ? 1 : 0;
     ql::copy_with_zeros(name.value, entry.file_name_body);
     ql::copy_with_zeros(attribute.from(0), entry.attrib_head);
@@ -19,7 +19,7 @@ void read_name(const record_attrib& attribute, NTFS_NAME_ENTRY& entry) {
 }
 
 void set_key(NTFS_NAME_ENTRY& entry) {
-    entry.key = name_key(entry_of(entry.parent_ref), entry.name, entry.record_number);
+    entry.key = name_key(entry.parent_entry(), entry.name, entry.record_number);
 }
 
 }  // namespace

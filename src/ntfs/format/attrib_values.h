@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "foundation/bytes/ql_bytes.h"
+#include "ntfs/format/file_reference.h"
 
 // Value of a $STANDARD_INFORMATION attribute.
 //
@@ -32,7 +33,7 @@ struct standard_information_value {
 struct file_name_value {
     ql::bytes value;
 
-    std::uint64_t parent_ref() const { return ql::le64(value, 0); }
+    file_reference parent_ref() const { return {ql::le64(value, 0)}; }
     std::uint64_t created() const { return ql::le64(value, 8); }
     std::uint64_t modified() const { return ql::le64(value, 16); }
     std::uint64_t mft_changed() const { return ql::le64(value, 24); }

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "foundation/bytes/ql_bytes.h"
+#include "ntfs/format/file_reference.h"
 
 // Attribute types.
 namespace attrib_type {
@@ -32,12 +33,6 @@ constexpr std::uint32_t logged_utility_stream = 0x100;
 constexpr std::uint32_t end = 0xFFFFFFFF;
 }  // namespace attrib_type
 
-// Returns the low 48 bits of a file reference: the MFT entry number.
-constexpr std::uint64_t entry_of(std::uint64_t ref) { return ref & 0xFFFFFFFFFFFFull; }
-
-// MFT entry of the root directory.
-constexpr std::uint64_t root_entry = 5;
-
 // Header of a FILE record.
 //
 //    0  4    keyword "FILE"              20  u16  first attribute offset
@@ -57,7 +52,8 @@ struct file_record {
     bool in_use() const { return (flags() & 1u) != 0; }
     bool is_directory() const { return (flags() & 2u) != 0; }
     std::uint32_t bytes_allocated() const { return ql::le32(record, 28); }
-    std::uint64_t base_ref() const { return ql::le64(record, 32); }
+    // Of an extension record: the record that names it in its attribute list.
+    file_reference base_ref() const { return {ql::le64(record, 32)}; }
     std::uint32_t own_number() const { return ql::le32(record, 44); }
 
     bool has_file_keyword() const { return ql::has_text(record, 0, "FILE"); }
@@ -159,8 +155,8 @@ struct list_entry {
     std::uint8_t name_length() const { return ql::le8(list, at + 6); }
     std::uint8_t name_offset() const { return ql::le8(list, at + 7); }
     std::uint64_t starting_vcn() const { return ql::le64(list, at + 8); }
-    std::uint64_t entry_number() const { return ql::le48(list, at + 16); }
-    std::uint16_t sequence() const { return ql::le16(list, at + 22); }
+    // The record that contains the attribute.
+    file_reference reference() const { return {ql::le64(list, at + 16)}; }
     std::uint16_t id() const { return ql::le16(list, at + 24); }
     // Returns true if the entry's name is `wanted` (UTF-16LE bytes, exact).
     bool is_named(ql::bytes wanted) const;

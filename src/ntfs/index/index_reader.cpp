@@ -7,6 +7,7 @@
 #include <set>
 #include <utility>
 
+#include "ntfs/format/index_entry.h"
 #include "ntfs/index/index_blocks.h"
 #include "ntfs/records/attribute_list.h"
 #include "ntfs/volume/ntfs.h"
@@ -72,19 +73,17 @@ void collect_node(std::vector<std::uint64_t>& children, std::uint32_t index_leng
     std::int64_t left = index_length;
     // A node of 4096 bytes or more is treated as empty.
     while (left > 0 && left < index_block_size) {
-        const std::uint16_t size = ql::le16(entries, at + 8);
-        const std::uint16_t key_size = ql::le16(entries, at + 10);
-        const std::uint16_t flags = ql::le16(entries, at + 12);
-        if (size > index_length || key_size > index_length) break;
-        if (size < key_size && !include_slack) break;
-        if (ql::le64(entries, at) != 0 && flags != 2 && flags != 3) {
-            children.push_back(ql::le48(entries, at));
+        const index_entry entry{entries, at};
+        if (entry.size() > index_length || entry.key_size() > index_length) break;
+        if (entry.size() < entry.key_size() && !include_slack) break;
+        if (entry.reference().is_set() && !entry.is_last()) {
+            children.push_back(entry.reference().entry());
         } else if (!include_slack) {
             break;
         }
-        left -= size;
-        at += size;
-        const std::uint16_t next_size = ql::le16(entries, at + 8);
+        left -= entry.size();
+        at += entry.size();
+        const std::uint16_t next_size = index_entry{entries, at}.size();
         if (next_size == 0 || next_size > largest_entry) break;
     }
 }
@@ -220,9 +219,11 @@ bool index_collector::collect(std::uint64_t inode) {
     if (!m_ntfs.read_record(inode, record)) return false;
     // For an extension record, use its base record. Fail if the base references form a cycle.
     std::set<std::uint64_t> visited;
-    while (const std::uint64_t base = file_record{record}.base_ref()) {
+    for (;;) {
+        const file_reference base = file_record{record}.base_ref();
+        if (!base.is_set()) break;
         if (!visited.insert(inode).second) return false;
-        inode = entry_of(base);
+        inode = base.entry();
         m_include_slack = false;
         if (!m_ntfs.read_record(inode, record)) return false;
     }
@@ -265,7 +266,7 @@ bool index_collector::collect_listed(const index_attributes& found, std::uint64_
         auto list = open_index_list(m_ntfs, found.list);
         if (!list) return false;
         if (!find_list_entry(*list, type, i30_name)) continue;
-        const std::uint64_t number = list->entry().entry_number();
+        const std::uint64_t number = list->entry().reference().entry();
         if (number == inode) continue;
         if (!m_ntfs.read_record(number, record)) return false;
         record_attrib part = first_attrib(record);

@@ -32,7 +32,7 @@ bool CNtfs::get_paths_of_inode(std::uint64_t inode, std::vector<std::wstring> pa
     }
     const auto follow = [&](const NTFS_NAME_ENTRY& entry, std::vector<std::wstring> segments) {
         if (segments.size() != 1 || segments.front() != entry.name) segments.push_back(entry.name);
-        const std::uint64_t parent = entry_of(entry.parent_ref);
+        const std::uint64_t parent = entry.parent_entry();
         if (parent == root_entry) {
             paths.push_back(join_from_root(segments));
         } else {

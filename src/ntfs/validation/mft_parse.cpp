@@ -181,7 +181,7 @@ void mft_parser::expand_entries(list_cursor list) {
         const list_entry entry = list.entry();
         const std::uint16_t length = entry.length();
         if (length == 0 || length > list.left()) return;
-        if (entry.entry_number() != m_inode) take_listed(entry);
+        if (entry.reference().entry() != m_inode) take_listed(entry);
         list.advance(length);
         if (list.left() < list_entry_size) return;
     }
@@ -191,8 +191,8 @@ void mft_parser::expand_entries(list_cursor list) {
 // number differs from that of the entry was reused and is ignored.
 void mft_parser::take_listed(const list_entry& entry) {
     std::vector<std::uint8_t> record;
-    if (!m_ntfs.read_listed_record(entry.entry_number(), record)) return;
-    if (file_record{record}.sequence_number() != entry.sequence()) return;
+    if (!m_ntfs.read_listed_record(entry.reference().entry(), record)) return;
+    if (file_record{record}.sequence_number() != entry.reference().sequence()) return;
 
     for (record_attrib attribute = first_attrib(record); attribute.type() != attrib_type::end;) {
         if (attribute.type() == entry.type() && attribute.id() == entry.id()) {

@@ -6,6 +6,8 @@
 #include <map>
 #include <string>
 
+#include "ntfs/format/file_reference.h"
+
 // One $FILE_NAME of a record.
 struct NTFS_NAME_ENTRY {
     std::string key;
@@ -15,6 +17,9 @@ struct NTFS_NAME_ENTRY {
     std::array<std::uint8_t, 68> file_name_body{};
     std::array<std::uint8_t, 72> attrib_head{};
     std::uint32_t record_number = 0;
+
+    // MFT entry of the directory that contains the name.
+    std::uint64_t parent_entry() const { return file_reference{parent_ref}.entry(); }
 };
 
 using name_entry_map = std::map<std::string, NTFS_NAME_ENTRY>;

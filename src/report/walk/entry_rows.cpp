@@ -19,7 +19,7 @@ void read_name_stamps(const file_name_value& value, fn_entry& out) {
         out.parent_ref = out.created = out.modified = out.mft_changed = out.accessed = 0;
         return;
     }
-    out.parent_ref = value.parent_ref();
+    out.parent_ref = value.parent_ref().raw;
     out.created = value.created();
     out.modified = value.modified();
     out.mft_changed = value.mft_changed();

@@ -94,7 +94,7 @@ bool directory_reader::add_asked_rows() {
     // Not reset: the option also applies to the paths after this one.
     if (!stream.empty()) m_opts.show_indx = 1;
     const bool show_indx = m_opts.show_indx != 0;
-    m_rows.add(m_record, m_opts.dir_entry_num, entry_of(names.begin()->second.parent_ref),
+    m_rows.add(m_record, m_opts.dir_entry_num, names.begin()->second.parent_entry(),
                m_opts.directory, m_opts.entries, show_indx, false);
     if (!stream.empty()) {
         keep_stream_row(m_opts, stream);
@@ -112,7 +112,7 @@ bool directory_reader::add_directory(const std::wstring& path, std::uint64_t dir
     if (read(dir_entry_num) && m_ntfs.get_file_names(names, dir_entry_num, m_record)) {
         // A directory with several names gets a row for each.
         for (const auto& [key, name] : names) {
-            m_rows.add(m_record, dir_entry_num, entry_of(name.parent_ref), path, entries, show_indx,
+            m_rows.add(m_record, dir_entry_num, name.parent_entry(), path, entries, show_indx,
                        false);
         }
         added = true;

@@ -59,7 +59,7 @@ TEST(FileRecordHeader, ReadsTheFieldsOfTheHeader) {
     EXPECT_TRUE(record.in_use());
     EXPECT_TRUE(record.is_directory());
     EXPECT_EQ(record.bytes_allocated(), 0x400u);
-    EXPECT_EQ(entry_of(record.base_ref()), 99u);
+    EXPECT_EQ(record.base_ref().entry(), 99u);
     EXPECT_EQ(record.own_number(), 77u);
     EXPECT_TRUE(record.is_valid());
     EXPECT_EQ(record.record_size_from_usa(), 1024u);

@@ -112,8 +112,8 @@ TEST(FindListEntry, ReadsTheFieldsOfAnEntry) {
                                         .id = 5}});
     const list_entry entry{list, 0};
     EXPECT_EQ(entry.starting_vcn(), 7u);
-    EXPECT_EQ(entry.entry_number(), 0x123456789ABCu);
-    EXPECT_EQ(entry.sequence(), 0xDEF0);
+    EXPECT_EQ(entry.reference().entry(), 0x123456789ABCu);
+    EXPECT_EQ(entry.reference().sequence(), 0xDEF0);
     EXPECT_EQ(entry.id(), 5);
 }
 
