@@ -6,6 +6,7 @@
 #include "foundation/text/ql_string.h"
 #include "ntfs/attributes/attrib_store.h"
 #include "ntfs/format/attrib_values.h"
+#include "ntfs/format/attrib_walk.h"
 #include "ntfs/format/reparse_point.h"
 #include "ntfs/records/attribute_list.h"
 #include "ntfs/records/record_reader.h"
@@ -136,11 +137,11 @@ attrib_pass::fetched attrib_pass::fetch(std::uint64_t position,
 void attrib_pass::walk_base() {
     record_attrib attribute = first_attrib(m_base);
     if (attribute.at == 0) return;
-    while (attribute.type() != attrib_type::end && attribute.length() != 0) {
-        if (!take(attribute)) break;
-        if (attribute.type() == attrib_type::attribute_list) m_lists.push_back(attribute);
-        attribute.at += attribute.length();
-    }
+    seek_attrib(attribute, ends_at_empty{}, [this](const record_attrib& found) {
+        const bool is_damaged = !take(found);
+        if (!is_damaged && found.type() == attrib_type::attribute_list) m_lists.push_back(found);
+        return is_damaged;
+    });
     for (const record_attrib& list : m_lists)
         expand(list);
 }
@@ -297,14 +298,11 @@ const attrib_pass::extension_record* attrib_pass::extension(std::uint64_t entry)
 // is named again is ignored: joined repeatedly, its runs could add up to more than the source
 // contains.
 void attrib_pass::take_listed(const list_entry& entry, const extension_record& record) {
-    record_attrib attribute = first_attrib(record.bytes);
-    // Past the end of the record all lengths are 0.
-    while (attribute.type() != attrib_type::end && attribute.length() != 0) {
+    const auto take_if_listed = [&](const record_attrib& attribute) {
         const std::uint64_t position = record.position + attribute.at;
-        if (attribute.type() == entry.type() && attribute.id() == entry.id() &&
-            !m_listed.contains(position) && take(attribute)) {
+        if (entry.names(attribute) && !m_listed.contains(position) && take(attribute)) {
             if (m_options.with_runs && attribute.nonresident()) m_listed.insert(position);
         }
-        attribute.at += attribute.length();
-    }
+    };
+    for_each_attrib(first_attrib(record.bytes), ends_at_empty{}, take_if_listed);
 }

@@ -1,13 +1,16 @@
 #include "ntfs/attributes/attrib_pass.h"
 #include "ntfs/attributes/name_entry_list.h"
 #include "ntfs/format/attrib_values.h"
+#include "ntfs/format/attrib_walk.h"
 #include "ntfs/records/attribute_list.h"
 #include "ntfs/volume/ntfs.h"
 
 namespace {
 
-// The walk over the names of a record ends at an attribute of more bytes, and directly after a
-// $FILE_NAME attribute at one of as many. The record size has no influence.
+// The walk over the names of a record ends by the rule ends_after_longer with this limit and,
+// unlike all other walks, also directly after a $FILE_NAME attribute at one of a length of the
+// limit or more. The length of a $FILE_NAME attribute itself is not limited, and the record size
+// has no influence.
 constexpr std::uint32_t name_walk_limit = 1024;
 
 // Selects names of a record. Names in namespace 2 (DOS) and in unknown even ones are accepted only
@@ -42,17 +45,11 @@ void collect_names(name_entry_list& names, ql::bytes record, const name_filter& 
     }
 }
 
-// Returns true if `record` has an attribute with the type and id of `entry`. The search ends at an
-// attribute whose length is the record size or more.
-bool holds_listed(ql::bytes record, const list_entry& entry, std::uint32_t record_size) {
+// Returns true if `record` has an attribute with the type and id of `entry`.
+bool has_listed(ql::bytes record, const list_entry& entry, std::uint32_t record_size) {
     record_attrib attribute = first_attrib(record);
-    while (attribute.length() < record_size) {
-        if (attribute.type() == entry.type() && attribute.id() == entry.id()) return true;
-        if (attribute.length() == 0) return false;
-        attribute.at += attribute.length();
-        if (attribute.type() == attrib_type::end) return false;
-    }
-    return false;
+    return seek_attrib(attribute, ends_at_record_size{record_size},
+                       [&entry](const record_attrib& found) { return entry.names(found); });
 }
 
 // The names in the extension records of one entry.
@@ -65,7 +62,7 @@ public:
     // of the entry. The entry may be of any type.
     void collect(const list_entry& entry) {
         if (!load(entry.reference().entry())) return;
-        if (!holds_listed(m_record, entry, m_ntfs.get_mft_record_size())) return;
+        if (!has_listed(m_record, entry, m_ntfs.get_mft_record_size())) return;
         collect_names(m_names, m_record, m_filter);
     }
 

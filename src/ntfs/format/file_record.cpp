@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "foundation/text/ql_string.h"
+#include "ntfs/format/attrib_walk.h"
 
 namespace {
 
@@ -34,28 +35,18 @@ bool find_attrib(ql::bytes record, std::uint32_t type, record_attrib& attribute,
 }
 
 bool find_next_attrib(record_attrib& attribute, std::uint32_t type, std::uint32_t limit) {
-    for (;;) {
-        const std::uint32_t found = attribute.type();
-        if (found == attrib_type::end) return false;
-        if (found == type) return true;
-        const std::uint32_t length = attribute.length();
-        if (length == 0 || limit < length) return false;
-        attribute.at += length;
-    }
+    return seek_attrib(attribute, ends_after_longer{limit},
+                       [type](const record_attrib& found) { return found.type() == type; });
 }
 
 bool find_named_attrib(record_attrib& attribute, std::uint32_t type, ql::bytes name,
                        std::uint32_t limit) {
-    for (;;) {
-        const std::uint32_t found = attribute.type();
-        if (found == attrib_type::end) return false;
-        if (found == type && is_named(attribute.record, attribute.at + attribute.name_offset(),
-                                      attribute.name_length(), name)) {
-            return !name.empty() || attribute.length() <= limit;
-        }
-        if (attribute.length() == 0) return false;
-        attribute.at += attribute.length();
-    }
+    const auto is_wanted = [type, name](const record_attrib& found) {
+        return found.type() == type &&
+               is_named(found.record, found.at + found.name_offset(), found.name_length(), name);
+    };
+    if (!seek_attrib(attribute, ends_after_empty{}, is_wanted)) return false;
+    return !name.empty() || attribute.length() <= limit;
 }
 
 bool list_entry::is_named(ql::bytes wanted) const {

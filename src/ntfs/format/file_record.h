@@ -124,9 +124,10 @@ inline record_attrib first_attrib(ql::bytes record) {
 // end of the attribute.
 std::string name_inside(const record_attrib& attribute);
 
-// Finds the first attribute of `type`. The search ends at an attribute of type 0xFFFFFFFF, of
-// length 0 or of a length above `limit`; the length of the attribute that is found is not checked.
-// Returns false if no attribute is found; `attribute` is then the one at which the search ended.
+// Finds the first attribute of `type`. The search ends by the rule ends_after_longer: at an
+// attribute of type 0xFFFFFFFF, of length 0 or of a length above `limit`; the length of the
+// attribute that is found is not checked. Returns false if no attribute is found; `attribute` is
+// then the one at which the search ended.
 bool find_attrib(ql::bytes record, std::uint32_t type, record_attrib& attribute,
                  std::uint32_t limit);
 
@@ -135,9 +136,9 @@ bool find_next_attrib(record_attrib& attribute, std::uint32_t type, std::uint32_
 
 // Finds the first attribute of `type`, starting with `attribute` itself, whose name is `name`
 // (UTF-16LE bytes, exact). An empty `name` finds the first attribute without a name, but the search
-// fails if that one is longer than `limit`. The search ends at an attribute of type 0xFFFFFFFF or
-// of length 0. Returns false if no attribute is found; `attribute` is then the one at which the
-// search ended.
+// fails if that one is longer than `limit`. The search ends by the rule ends_after_empty: at an
+// attribute of type 0xFFFFFFFF or of length 0. Returns false if no attribute is found; `attribute`
+// is then the one at which the search ended.
 bool find_named_attrib(record_attrib& attribute, std::uint32_t type, ql::bytes name,
                        std::uint32_t limit);
 
@@ -158,6 +159,10 @@ struct list_entry {
     // The record that contains the attribute.
     file_reference reference() const { return {ql::le64(list, at + 16)}; }
     std::uint16_t id() const { return ql::le16(list, at + 24); }
+    // Returns true if the attribute has the type and id of the entry. The names are not compared.
+    bool names(const record_attrib& attribute) const {
+        return attribute.type() == type() && attribute.id() == id();
+    }
     // Returns true if the entry's name is `wanted` (UTF-16LE bytes, exact).
     bool is_named(ql::bytes wanted) const;
 };

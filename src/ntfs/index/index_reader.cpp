@@ -7,6 +7,7 @@
 #include <set>
 #include <utility>
 
+#include "ntfs/format/attrib_walk.h"
 #include "ntfs/format/index_entry.h"
 #include "ntfs/index/index_blocks.h"
 #include "ntfs/records/attribute_list.h"
@@ -34,20 +35,19 @@ struct index_attributes {
 
 index_attributes find_index_attributes(ql::bytes record, std::uint32_t longest) {
     index_attributes found;
-    for (record_attrib at = first_attrib(record);
-         at.type() != attrib_type::end && at.length() != 0 && at.length() <= longest;
-         at.at += at.length()) {
-        if (at.type() == attrib_type::index_root && is_i30(at)) {
+    const auto keep = [&found](const record_attrib& attribute) {
+        if (attribute.type() == attrib_type::index_root && is_i30(attribute)) {
             found.has_root = true;
-            found.root = at;
-        } else if (at.type() == attrib_type::index_allocation && is_i30(at)) {
+            found.root = attribute;
+        } else if (attribute.type() == attrib_type::index_allocation && is_i30(attribute)) {
             found.has_allocation = true;
-            found.allocation = at;
-        } else if (at.type() == attrib_type::attribute_list) {
+            found.allocation = attribute;
+        } else if (attribute.type() == attrib_type::attribute_list) {
             found.has_list = true;
-            found.list = at;
+            found.list = attribute;
         }
-    }
+    };
+    for_each_attrib(first_attrib(record), ends_at_longer{longest}, keep);
     return found;
 }
 

@@ -77,6 +77,8 @@ std::uint64_t record_reach(ql::bytes record, std::uint64_t seen, bool with_value
     std::uint64_t reach = 0;
     record_attrib attribute = first_attrib(record);
     run_list_walk run_lists(record);
+    // This walk covers all walks of attrib_walk.h, so it has none of their limits, and it also ends
+    // at a header that has not been read.
     for (bool is_first = true;; is_first = false) {
         reach = std::max<std::uint64_t>(reach, attribute.at + attribute_header_size);
         if (reach > seen) return reach;

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "ntfs/format/attrib_values.h"
+#include "ntfs/format/attrib_walk.h"
 #include "ntfs/records/attribute_list.h"
 #include "ntfs/volume/ntfs.h"
 
@@ -23,7 +24,7 @@ public:
     void parse(ql::bytes record, bool keep);
 
 private:
-    bool walk(record_attrib attribute, bool keep, bool single);
+    ends_at_budget stop_rule() const { return {m_ntfs.m_bytes_per_file_record}; }
     bool take(const record_attrib& attribute, bool keep);
     void take_security(const record_attrib& attribute);
     void take_file_name(const record_attrib& attribute);
@@ -53,7 +54,9 @@ bool has_runs(const record_attrib& attribute) {
 std::uint64_t memory_of(std::size_t runs) { return std::uint64_t{runs} * sizeof(NTFS_DATA); }
 
 void mft_parser::parse(ql::bytes record, bool keep) {
-    if (!walk(first_attrib(record), keep, false)) return;
+    record_attrib attribute = first_attrib(record);
+    const auto fails = [&](const record_attrib& found) { return !take(found, keep); };
+    if (seek_attrib(attribute, stop_rule(), fails)) return;
     if (m_inode == mft_entry && m_out.data_runs.empty()) return;
     if (m_list) {
         // The extension records of $MFT are found through its runs that are known so far.
@@ -65,19 +68,7 @@ void mft_parser::parse(ql::bytes record, bool keep) {
     number_runs();
 }
 
-// Takes `attribute` and, unless `single`, those after it. Returns false at an empty run list.
-bool mft_parser::walk(record_attrib attribute, bool keep, bool single) {
-    std::int64_t budget = m_ntfs.m_bytes_per_file_record;
-    for (;;) {
-        const std::uint32_t length = attribute.length();
-        if (attribute.type() == attrib_type::end || budget < 1 || length > budget) return true;
-        if (!take(attribute, keep)) return false;
-        if (single || length == 0) return true;
-        budget -= length;
-        attribute.at += length;
-    }
-}
-
+// Returns false at an empty run list, which ends the parse.
 bool mft_parser::take(const record_attrib& attribute, bool keep) {
     switch (attribute.type()) {
         case attrib_type::standard_information:
@@ -194,13 +185,10 @@ void mft_parser::take_listed(const list_entry& entry) {
     if (!m_ntfs.read_listed_record(entry.reference().entry(), record)) return;
     if (file_record{record}.sequence_number() != entry.reference().sequence()) return;
 
-    for (record_attrib attribute = first_attrib(record); attribute.type() != attrib_type::end;) {
-        if (attribute.type() == entry.type() && attribute.id() == entry.id()) {
-            (void)walk(attribute, true, true);  // an empty run list affects only this attribute
-        }
-        if (attribute.length() == 0) return;
-        attribute.at += attribute.length();
-    }
+    for_each_attrib(first_attrib(record), ends_after_empty{}, [&](const record_attrib& found) {
+        if (!entry.names(found) || stop_rule().ends_at(found)) return;
+        (void)take(found, true);  // an empty run list affects only this attribute
+    });
 }
 
 // Sets the first VCN of each run: the number of clusters in all runs before it.
