@@ -120,16 +120,16 @@ void attrib_pass::forget() {
 // Reads the record at `position`, which comes from the runs of $MFT for all entries, including 0.
 attrib_pass::fetched attrib_pass::fetch(std::uint64_t position,
                                         std::vector<std::uint8_t>& record) const {
-    record_reader reader(m_ntfs, position, m_record_size, record);
-    if (!reader.read_start()) return fetched::failed;
-    const file_record head{record};
-    if (head.has_bad_keyword()) {
-        if (m_options.trace != nullptr) m_options.trace->diag("err: fixup_mft type: BAAD");
-        return fetched::bad;
-    }
-    if (!head.is_valid() && !head.has_index_keyword()) return fetched::failed;
-    reader.read_rest(m_record_size, m_options.with_values);
-    return fetched::usable;
+    const record_answer read = read_mft_record(m_ntfs,
+                                               {.position = position,
+                                                .length = m_record_size,
+                                                .rule = acceptance::file_or_index,
+                                                .with_values = m_options.with_values},
+                                               record);
+    if (read.accepted) return fetched::usable;
+    if (read.kind != record_kind::bad) return fetched::failed;
+    if (m_options.trace != nullptr) m_options.trace->diag("err: fixup_mft type: BAAD");
+    return fetched::bad;
 }
 
 // Takes the attributes of the base record up to the first damaged one, then those that its

@@ -69,19 +69,16 @@ void apply_update_sequence(std::span<std::uint8_t> record, std::uint16_t array_o
     }
 }
 
+std::uint32_t kind_of(const file_record& header) {
+    if (header.is_valid()) return record_kind::file;
+    if (header.has_index_keyword()) return record_kind::index;
+    return header.has_bad_keyword() ? record_kind::bad : record_kind::none;
+}
+
 bool check_fixup(std::uint32_t& kind, ql::bytes record, std::uint64_t size, std::uint32_t stride) {
-    kind = record_kind::none;
-    if (size < 1024) return false;
     const file_record header{record};
-    if (header.is_valid()) {
-        kind = record_kind::file;
-    } else if (header.has_index_keyword()) {
-        kind = record_kind::index;
-    } else if (header.has_bad_keyword()) {
-        kind = record_kind::bad;
-    } else {
-        return false;
-    }
+    kind = size < 1024 ? record_kind::none : kind_of(header);
+    if (kind == record_kind::none) return false;
     const std::uint16_t count = header.sequence_array_count();
     if (kind == record_kind::bad && count > 10) return false;
     return count < 2 || size >= (count - std::uint64_t{1}) * stride;

@@ -182,11 +182,14 @@ constexpr std::uint32_t index = 2;
 constexpr std::uint32_t bad = 3;
 }  // namespace record_kind
 
+// Returns the kind of a record; `none` if its keyword is unknown, or if it is "FILE" but the record
+// is not valid.
+std::uint32_t kind_of(const file_record& header);
+
 // Sets the kind of a record of `size` bytes, which starts with the bytes `record`, and returns true
 // if its update sequence can be applied. Returns false, with kind 0, if the record has fewer than
-// 1024 bytes, if its keyword is unknown, or if it is "FILE" but the record is not valid. Returns
-// false, with the kind set, if `size` is less than (count - 1) * stride, and for a "BAAD" record
-// with a count above 10.
+// 1024 bytes or kind_of returns none. Returns false, with the kind set, if `size` is less than
+// (count - 1) * stride, and for a "BAAD" record with a count above 10.
 bool check_fixup(std::uint32_t& kind, ql::bytes record, std::uint64_t size, std::uint32_t stride);
 
 // Applies the update sequence to a whole record after check_fixup. Returns false, with the record

@@ -43,16 +43,16 @@ bool CNtfs::read_file_record(std::uint64_t inode, std::vector<std::uint8_t>& buf
     const std::uint32_t length = inode == 0 ? m_mft_record_size : m_bytes_per_file_record;
 
     if (!allocate && size < length) return false;
-    record_reader reader(*this, position, length, buffer);
-    if (!reader.read_start()) return false;
-    size = reader.delivered();
-    const file_record header{buffer};
-    if (header.is_valid() || header.has_index_keyword()) {
-        reader.read_rest(reader.delivered(), allocate);
-        return true;
-    }
-    if (allocate) buffer.clear();
-    return false;
+    const record_answer read = read_mft_record(*this,
+                                               {.position = position,
+                                                .length = length,
+                                                .rule = acceptance::file_or_index,
+                                                .fixed = fixed_blocks::delivered,
+                                                .with_values = allocate},
+                                               buffer);
+    if (read.delivered != 0) size = read.delivered;
+    if (!read.accepted && allocate) buffer.clear();
+    return read.accepted;
 }
 
 std::optional<std::int64_t> CNtfs::read_record(std::uint64_t inode,
@@ -73,13 +73,12 @@ bool CNtfs::read_record_vector(std::uint64_t inode, std::vector<std::uint8_t>& r
                                std::uint64_t& position, std::uint32_t& kind) {
     kind = record_kind::none;
     if (!m_Validated) return false;
-    const std::uint32_t length = get_mft_record_size();
     position = inode == 0 ? m_mft_file_pos : get_file_pos_for_inode(inode);
-    record_reader reader(*this, position, length, record);
-    if (!reader.read_start()) return false;
-    if (!check_fixup(kind, record, length, get_bytes_per_sector())) return false;
-    reader.read_rest(length, false);
-    return true;
+    const record_answer read = read_mft_record(
+        *this, {.position = position, .length = get_mft_record_size(), .rule = acceptance::fixable},
+        record);
+    kind = read.kind;
+    return read.accepted;
 }
 
 bool CNtfs::read_listed_record(std::uint64_t inode, std::vector<std::uint8_t>& record) {

@@ -98,3 +98,23 @@ bool record_reader::read_piece(std::uint32_t count) {
     m_seen += count;
     return true;
 }
+
+record_answer read_mft_record(CNtfs& ntfs, const record_request& request,
+                              std::vector<std::uint8_t>& record) {
+    record_reader reader(ntfs, request.position, request.length, record);
+    if (!reader.read_start()) return {};
+    record_answer answer;
+    answer.delivered = reader.delivered();
+    if (request.rule == acceptance::fixable) {
+        answer.accepted =
+            check_fixup(answer.kind, record, request.length, ntfs.get_bytes_per_sector());
+    } else {
+        answer.kind = kind_of({record});
+        answer.accepted = answer.kind == record_kind::file || answer.kind == record_kind::index;
+    }
+    if (answer.accepted) {
+        const bool fixes_all = request.fixed == fixed_blocks::all;
+        reader.read_rest(fixes_all ? request.length : answer.delivered, request.with_values);
+    }
+    return answer;
+}

@@ -1,4 +1,4 @@
-// Reads single MFT records.
+// Reads single MFT records: read_mft_record is the only way in which the volume reader does.
 #pragma once
 
 #include <cstdint>
@@ -47,3 +47,43 @@ private:
     std::uint64_t m_seen = 0;  // bytes of the record that were read or are known to be zero
     std::vector<std::uint8_t>& m_record;
 };
+
+// Which records a reader accepts. The rules differ on purpose: on a damaged volume, the rows of an
+// entry may include attributes of an extension record in which no names are searched.
+enum class acceptance {
+    // Valid FILE records and records with the keyword "INDX", of any size. The update sequence may
+    // state more blocks than the record has. This is the rule for entries, and for the extension
+    // records whose attributes become rows.
+    file_or_index,
+    // Records that check_fixup accepts: also those with the keyword "BAAD", but none of fewer than
+    // 1024 bytes, and none whose update sequence states more blocks than the record has. This is
+    // the rule for extension records in which names or the runs of $MFT are searched.
+    fixable,
+};
+
+// Which blocks of a record get their last bytes from the update sequence if the source ends inside
+// the record.
+enum class fixed_blocks {
+    delivered,  // those that the source has
+    all,        // also the missing ones, which are zero otherwise
+};
+
+// How a record is read.
+struct record_request {
+    std::uint64_t position = 0;  // bytes from the start of the volume
+    std::uint32_t length = 0;    // bytes of the record
+    acceptance rule = acceptance::file_or_index;
+    fixed_blocks fixed = fixed_blocks::all;
+    bool with_values = false;  // see record_reader::read_rest
+};
+
+struct record_answer {
+    bool accepted = false;
+    std::uint32_t kind = record_kind::none;  // also of a record that is not accepted
+    std::uint32_t delivered = 0;             // bytes of the record that the source has
+};
+
+// Reads a record and applies its update sequence. If nothing can be read, `record` is empty and
+// `delivered` is 0. The content of a record that is not accepted is unspecified.
+record_answer read_mft_record(CNtfs& ntfs, const record_request& request,
+                              std::vector<std::uint8_t>& record);
