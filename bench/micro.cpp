@@ -78,8 +78,8 @@ void read_names(benchmark::State& state) {
     volume.read(directory + 1);
     name_entry_list names;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(
-            volume.ntfs->get_file_names(names, directory + 1, volume.record, true, directory));
+        benchmark::DoNotOptimize(volume.ntfs->get_file_names(
+            names, directory + 1, volume.record, {.all_namespaces = true, .parent = directory}));
     }
 }
 BENCHMARK(read_names);

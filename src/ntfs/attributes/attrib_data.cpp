@@ -57,55 +57,70 @@ private:
     std::uint64_t m_zeros_left;
 };
 
-// Reads the clusters that contain `size` bytes at `offset` of an attribute, one at a time. Calls
-// `take(content, count)` for each: the cluster yields `count` bytes, the first of which are
-// `content` and the others zero. Stops at the first cluster that no run covers or that cannot be
-// read.
-//
-//   - The first cluster yields all its bytes from `offset`, even if the source ends inside it.
-//   - The last cluster yields its bytes up to the end of the range.
-//   - Each other cluster yields the bytes that were read.
-//
-// `status`, in and out: bits of read_status. `buffer` is working memory. Returns the number of
-// bytes passed to `take`.
+// Reads the clusters of one attribute.
+class cluster_reader {
+public:
+    // `runs` must outlive this object.
+    cluster_reader(CNtfs& ntfs, const data_run_list& runs) : m_ntfs(ntfs), m_lookup(runs) {}
+
+    // Reads the clusters that contain `range`, one at a time. Calls `take(content, count)` for
+    // each: the cluster yields `count` bytes, the first of which are `content` and the others zero.
+    // Stops at the first cluster that no run covers or that cannot be read.
+    //
+    //   - The first cluster yields all its bytes from the start of the range, even if the source
+    //     ends inside it.
+    //   - The last cluster yields its bytes up to the end of the range.
+    //   - Each other cluster yields the bytes that were read.
+    //
+    // `status`, in and out: bits of read_status. Returns the number of bytes passed to `take`.
+    template <typename Take>
+    std::uint64_t read(const data_range& range, std::uint64_t& status, Take take);
+
+    const run_lookup& lookup() const { return m_lookup; }
+    const data_run_list& runs() const { return m_lookup.runs(); }
+
+private:
+    CNtfs& m_ntfs;
+    const run_lookup m_lookup;
+    std::vector<std::uint8_t> m_buffer;  // one cluster
+};
+
 template <typename Take>
-std::uint64_t read_clusters_of(CNtfs& ntfs, const run_lookup& runs, std::uint64_t offset,
-                               std::uint64_t size, std::uint64_t& status,
-                               std::vector<std::uint8_t>& buffer, Take take) {
-    const std::uint32_t cluster = ntfs.cluster_size();
-    const CRawDisk* const disk = ntfs.disk();
+std::uint64_t cluster_reader::read(const data_range& range, std::uint64_t& status, Take take) {
+    const std::uint32_t cluster = m_ntfs.cluster_size();
+    const CRawDisk* const disk = m_ntfs.disk();
     const bool skip_sparse = (status & read_status::skip_sparse) != 0;
-    cluster_walk walk(runs, offset, size, cluster, skip_sparse);
+    cluster_walk walk(m_lookup, range, cluster, skip_sparse);
     status |= read_status::always;
     if (walk.first_vcn() % 65536 == 0) {
         status |= read_status::aligned;
-        if (size == unit_clusters * cluster) status |= read_status::whole_unit;
+        if (range.size == unit_clusters * cluster) status |= read_status::whole_unit;
     }
 
     std::uint64_t done = 0;
     bool is_first = true;
-    for (auto place = walk.next(); place && done < size; is_first = false) {
+    for (auto place = walk.next(); place && done < range.size; is_first = false) {
         const auto following = walk.next();  // before head() and tail(), which it may change
         std::uint32_t got = cluster;
         if (place->sparse) {
-            buffer.clear();
+            m_buffer.clear();
             status |= read_status::sparse_seen;
         } else {
-            const std::uint64_t position = place->lcn * cluster + ntfs.m_volume_offset;
-            buffer.resize(disk != nullptr ? disk->deliverable(cluster, position) : 0);
-            if (!ntfs.read_clusters(place->lcn, buffer.data(), got)) break;
+            const std::uint64_t position = place->lcn * cluster + m_ntfs.m_volume_offset;
+            m_buffer.resize(disk != nullptr ? disk->deliverable(cluster, position) : 0);
+            if (!m_ntfs.read_clusters(place->lcn, m_buffer.data(), got)) break;
         }
 
         std::uint64_t from = 0;
         std::uint64_t count = got;
         if (is_first) {
             from = walk.head();
-            count = std::min(cluster - from, size);
+            count = std::min(cluster - from, range.size);
         } else if (!following && walk.tail() != 0) {
             count = walk.tail();
         }
-        count = std::min(count, size - done);
-        take(ql::clip(buffer, from, count), count);
+        count = std::min(count, range.size - done);
+        take(ql::clip(m_buffer, from, count), count);
         done += count;
         place = following;
     }
@@ -117,7 +132,7 @@ std::uint64_t read_clusters_of(CNtfs& ntfs, const run_lookup& runs, std::uint64_
 class run_streamer {
 public:
     run_streamer(CNtfs& ntfs, const data_run_list& runs, data_sink& sink)
-        : m_ntfs(ntfs), m_lookup(runs), m_sink(sink) {}
+        : m_ntfs(ntfs), m_clusters(ntfs, runs), m_sink(sink) {}
 
     // Passes `size` bytes, 16 clusters at a time. Stops at the first chunk that cannot be read.
     // Returns the number of bytes passed.
@@ -132,10 +147,9 @@ private:
     bool stream_unit(ql::bytes unit, std::uint64_t left, std::uint64_t status);
 
     CNtfs& m_ntfs;
-    const run_lookup m_lookup;
+    cluster_reader m_clusters;
     data_sink& m_sink;
-    bool m_is_wanted = true;             // false once the sink ends the stream
-    std::vector<std::uint8_t> m_buffer;  // one cluster
+    bool m_is_wanted = true;  // false once the sink ends the stream
 };
 
 std::uint64_t run_streamer::stream_plain(std::uint64_t size) {
@@ -159,11 +173,10 @@ std::uint64_t run_streamer::stream_plain(std::uint64_t size) {
 
 std::uint64_t run_streamer::stream_chunk(std::uint64_t offset, std::uint64_t size) {
     std::uint64_t status = 0;
-    return read_clusters_of(m_ntfs, m_lookup, offset, size, status, m_buffer,
-                            [this](ql::bytes content, std::uint64_t count) {
-                                m_is_wanted = m_is_wanted && m_sink.put(content) &&
-                                              m_sink.put_zeros(count - content.size());
-                            });
+    return m_clusters.read({offset, size}, status, [this](ql::bytes content, std::uint64_t count) {
+        m_is_wanted =
+            m_is_wanted && m_sink.put(content) && m_sink.put_zeros(count - content.size());
+    });
 }
 
 // Returns how many bytes from `offset` are known to be zero without a read: the rest of a hole, or
@@ -172,28 +185,28 @@ std::uint64_t run_streamer::known_zeros(std::uint64_t offset, std::uint64_t size
     const std::uint32_t cluster = m_ntfs.cluster_size();
     if (offset % cluster != 0) return 0;
     const std::uint64_t vcn = offset / cluster;
-    std::uint32_t index = 0;
-    std::uint64_t lcn = 0;
-    if (!m_lookup.find(vcn, index, lcn)) return 0;
-    const data_run_list& runs = m_lookup.runs();
-    const data_run& run = runs[index];
+    const auto place = m_clusters.lookup().find(vcn);
+    if (!place) return 0;
+    const data_run_list& runs = m_clusters.runs();
+    const data_run& run = runs[place->run_index];
     // A run that is later in the data but earlier in the list takes precedence there.
     std::uint64_t end_vcn = run.vcn + run.num_clusters;
-    for (std::uint32_t i = 0; i < index && !m_lookup.is_in_order(); ++i) {
+    const bool is_in_order = m_clusters.lookup().is_in_order();
+    for (std::uint32_t i = 0; i < place->run_index && !is_in_order; ++i) {
         if (runs[i].vcn > vcn) end_vcn = std::min(end_vcn, runs[i].vcn);
     }
     const std::uint64_t left = std::min((end_vcn - vcn) * cluster, size);
     if (run.sparse != 0) return left;
     const CRawDisk* const disk = m_ntfs.disk();
     if (disk == nullptr) return 0;
-    const std::uint64_t start = lcn * cluster + m_ntfs.m_volume_offset;
+    const std::uint64_t start = place->lcn * cluster + m_ntfs.m_volume_offset;
     return disk->unheld_bytes(start, left) / cluster * cluster;
 }
 
 bool run_streamer::stream_compressed(std::uint64_t size, std::uint64_t allocated) {
     const std::uint64_t unit_size =
         std::min(unit_clusters * m_ntfs.cluster_size(),
-                 run_bytes(m_lookup.runs(), m_ntfs.cluster_size(), false));
+                 run_bytes(m_clusters.runs(), m_ntfs.cluster_size(), false));
     if (unit_size == 0 || !fits_unit(m_ntfs, unit_size)) return false;
     const std::uint64_t extra = allocated - std::min(allocated, size);
     std::vector<std::uint8_t> unit;
@@ -203,12 +216,11 @@ bool run_streamer::stream_compressed(std::uint64_t size, std::uint64_t allocated
     for (std::uint64_t left = size; left != 0 && m_is_wanted;) {
         unit.clear();
         std::uint64_t status = 0;
-        const std::uint64_t got =
-            read_clusters_of(m_ntfs, m_lookup, position, wanted, status, m_buffer,
-                             [&unit](ql::bytes content, std::uint64_t count) {
-                                 unit.insert(unit.end(), content.begin(), content.end());
-                                 unit.resize(unit.size() + count - content.size());
-                             });
+        const std::uint64_t got = m_clusters.read(
+            {position, wanted}, status, [&unit](ql::bytes content, std::uint64_t count) {
+                unit.insert(unit.end(), content.begin(), content.end());
+                unit.resize(unit.size() + count - content.size());
+            });
         if (got == 0 || !stream_unit(unit, left, status)) break;
         any_passed = true;
         left -= std::min(left, got);
@@ -279,14 +291,13 @@ bool CNtfs::read_runs_raw(const data_run_list& runs, std::uint64_t offset,
                           std::uint64_t& status) {
     if (cluster_size() == 0 || size <= 0) return false;
     const auto wanted = std::min(static_cast<std::uint64_t>(size), std::uint64_t{target.size()});
-    std::vector<std::uint8_t> buffer;
+    cluster_reader clusters(*this, runs);
     auto place = target.begin();
     const std::uint64_t done =
-        read_clusters_of(*this, run_lookup(runs), offset, wanted, status, buffer,
-                         [&place](ql::bytes content, std::uint64_t count) {
-                             place = std::copy(content.begin(), content.end(), place);
-                             place = std::fill_n(place, count - content.size(), std::uint8_t{0});
-                         });
+        clusters.read({offset, wanted}, status, [&place](ql::bytes content, std::uint64_t count) {
+            place = std::copy(content.begin(), content.end(), place);
+            place = std::fill_n(place, count - content.size(), std::uint8_t{0});
+        });
     if (done == 0) return false;
     size = static_cast<std::int64_t>(done);
     return true;

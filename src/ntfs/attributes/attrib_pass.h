@@ -108,6 +108,10 @@ public:
     // Frees the records of the last run if they are large; base_record() is then empty.
     void free_large_records();
 
+    // The entry of the last run.
+    std::uint64_t inode() const { return m_inode; }
+    // Bytes in a file record, as passed to the last run.
+    std::uint32_t record_size() const { return m_record_size; }
     // The bytes of the base record that were read, with the update sequence applied.
     ql::bytes base_record() const { return m_base; }
 
@@ -163,7 +167,8 @@ private:
 
 // Returns the name of an attribute. Returns an empty name if it has none, or if the offset of the
 // name plus its number of 16-bit units is more than `left`, the bytes from the start of the
-// attribute to the end of its record.
+// attribute to the end of its record. This is the name in a row: unlike name_inside, it may extend
+// past the end of the attribute, and past that of the record.
 std::wstring attribute_name(const record_attrib& attribute, std::uint64_t left);
 
 // Returns the value of a $VOLUME_NAME attribute in UTF-8; empty if the attribute is not resident.

@@ -5,7 +5,6 @@
 
 #include "foundation/text/ql_string.h"
 #include "ntfs/attributes/attrib_pass.h"
-#include "ntfs/attributes/attrib_rows.h"
 #include "ntfs/format/attrib_values.h"
 #include "ntfs/volume/ntfs.h"
 
@@ -19,16 +18,15 @@ void put(NTFS_ATTRIB_ROW& row, std::size_t at, Number value) {
     }
 }
 
-// Builds the rows of one entry.
+// Builds the rows of the entry that a pass has read.
 class row_writer {
 public:
-    row_writer(std::vector<NTFS_ATTRIB_ROW>& rows, const attrib_pass& pass, std::uint64_t inode,
-               std::uint32_t record_size, bool with_values)
+    row_writer(std::vector<NTFS_ATTRIB_ROW>& rows, const attrib_pass& pass, bool with_values)
         : m_rows(rows),
           m_head{pass.base_record()},
-          m_inode(inode),
-          m_file_ref(file_reference::of(inode, m_head.sequence_number()).raw),
-          m_record_size(record_size),
+          m_inode(pass.inode()),
+          m_file_ref(file_reference::of(m_inode, m_head.sequence_number()).raw),
+          m_record_size(pass.record_size()),
           m_with_values(with_values) {}
 
     void add_head();
@@ -141,11 +139,10 @@ void row_writer::fill_resident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept) co
 bool CNtfs::get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& rows) {
     rows.clear();
     if (!is_open()) return false;
-    const std::uint32_t record_size = get_mft_record_size();
     attrib_pass pass(*this, {});
-    if (!pass.run(inode, record_size)) return false;
+    if (!pass.run(inode, get_mft_record_size())) return false;
 
-    row_writer writer(rows, pass, inode, record_size, true);
+    row_writer writer(rows, pass, true);
     writer.add_head();
     for (const auto& info : pass.std_infos())
         writer.add_std_info(info.second);
@@ -155,10 +152,9 @@ bool CNtfs::get_attrib_rows(std::uint64_t inode, std::vector<NTFS_ATTRIB_ROW>& r
     return true;
 }
 
-bool find_attrib_row(CNtfs& ntfs, std::uint64_t inode, std::uint32_t type, const std::string& name,
-                     NTFS_ATTRIB_ROW& row) {
-    if (!ntfs.is_open()) return false;
-    const std::uint32_t record_size = ntfs.get_mft_record_size();
+std::optional<NTFS_ATTRIB_ROW> find_attrib_row(CNtfs& ntfs, std::uint64_t inode, std::uint32_t type,
+                                               const std::string& name) {
+    if (!ntfs.is_open()) return std::nullopt;
     kept_attrib first;
     std::uint64_t first_key = ~std::uint64_t{0};
     const auto keep_first = [&](std::uint64_t key, const kept_attrib& kept,
@@ -171,16 +167,15 @@ bool find_attrib_row(CNtfs& ntfs, std::uint64_t inode, std::uint32_t type, const
         first.value.assign(value.begin(), value.end());
     };
     attrib_pass pass(ntfs, {.with_values = false, .with_names = false, .on_insert = keep_first});
-    if (!pass.run(inode, record_size)) return false;
+    if (!pass.run(inode, ntfs.get_mft_record_size())) return std::nullopt;
     const auto kept = pass.attributes().find(first_key);
-    if (kept == pass.attributes().end()) return false;
+    if (kept == pass.attributes().end()) return std::nullopt;
     first.runs = kept->second.runs;  // includes the runs of attributes that were joined
 
     std::vector<NTFS_ATTRIB_ROW> rows;
-    row_writer writer(rows, pass, inode, record_size, true);
+    row_writer writer(rows, pass, true);
     writer.add_attribute(first);
-    std::swap(row, rows.back());
-    return true;
+    return std::move(rows.back());
 }
 
 listing_rows::listing_rows(CNtfs& ntfs)
@@ -192,10 +187,9 @@ listing_rows::listing_rows(CNtfs& ntfs)
 bool listing_rows::read(std::uint64_t inode) {
     m_rows.clear();
     if (!m_ntfs.is_open()) return false;
-    const std::uint32_t record_size = m_ntfs.get_mft_record_size();
-    if (!m_pass.run(inode, record_size)) return false;
+    if (!m_pass.run(inode, m_ntfs.get_mft_record_size())) return false;
 
-    row_writer writer(m_rows, m_pass, inode, record_size, false);
+    row_writer writer(m_rows, m_pass, false);
     for (const auto& kept : m_pass.attributes())
         writer.add_attribute(kept.second);
     m_pass.free_large_records();

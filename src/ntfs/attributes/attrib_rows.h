@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -59,11 +60,11 @@ inline std::uint64_t announced_size(const NTFS_ATTRIB_ROW& row) {
                     ql::le64(row.body, row_body::initialized_size));
 }
 
-// Reads the first row of `type` and `name` that get_attrib_rows returns for an entry, without
-// copying the values of the other rows. Returns false, with `row` unchanged, if there is no such
-// row, if the record cannot be used or if the volume is not open.
-bool find_attrib_row(CNtfs& ntfs, std::uint64_t inode, std::uint32_t type, const std::string& name,
-                     NTFS_ATTRIB_ROW& row);
+// Returns the first row of `type` and `name` that get_attrib_rows returns for an entry, without
+// copying the values of the other rows. Returns nullopt if there is no such row, if the record
+// cannot be used or if the volume is not open.
+std::optional<NTFS_ATTRIB_ROW> find_attrib_row(CNtfs& ntfs, std::uint64_t inode, std::uint32_t type,
+                                               const std::string& name);
 
 // Reads the rows of many entries in turn, reusing its buffers.
 class listing_rows {

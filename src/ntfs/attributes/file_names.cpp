@@ -13,23 +13,19 @@ namespace {
 // has no influence.
 constexpr std::uint32_t name_walk_limit = 1024;
 
-// Selects names of a record. Names in namespace 2 (DOS) and in unknown even ones are accepted only
-// with `all_namespaces`.
-struct name_filter {
-    bool all_namespaces = false;
-    std::uint64_t parent = no_parent_filter;
-
-    bool wants(const file_name_value& value) const {
-        if (parent != no_parent_filter && value.parent_ref().entry() != parent) return false;
-        const std::uint8_t name_space = value.name_space();
-        return all_namespaces || name_space == 0 || name_space % 2 != 0;
-    }
-};
+// Returns true if the filter selects a name. Names in namespace 2 (DOS) and in unknown even ones
+// are selected only with `all_namespaces`.
+bool is_selected(const file_name_value& value, const name_filter& filter) {
+    const bool any_parent = filter.parent == no_parent_filter;
+    if (!any_parent && value.parent_ref().entry() != filter.parent) return false;
+    const std::uint8_t name_space = value.name_space();
+    return filter.all_namespaces || name_space == 0 || name_space % 2 != 0;
+}
 
 void add_name(name_entry_list& names, const record_attrib& attribute, const name_filter& filter) {
     const file_name_value value{attribute.value_to_record_end()};
     if (attribute.value_length() == 0 || value.name_length() == 0) return;
-    if (filter.wants(value)) names.add(attribute);
+    if (is_selected(value, filter)) names.add(attribute);
 }
 
 void collect_names(name_entry_list& names, ql::bytes record, const name_filter& filter) {
@@ -89,15 +85,14 @@ private:
 bool CNtfs::get_file_names(name_entry_map& names, std::uint64_t inode, ql::bytes record,
                            bool all_namespaces, std::uint64_t parent_filter) {
     name_entry_list list;
-    get_file_names(list, inode, record, all_namespaces, parent_filter);
+    get_file_names(list, inode, record, {all_namespaces, parent_filter});
     list.move_to(names);
     return !names.empty();
 }
 
 bool CNtfs::get_file_names(name_entry_list& names, std::uint64_t inode, ql::bytes record,
-                           bool all_namespaces, std::uint64_t parent_filter) {
+                           const name_filter& filter) {
     names.clear();
-    const name_filter filter{all_namespaces, parent_filter};
     record_attrib list;
     if (find_attrib(record, attrib_type::attribute_list, list, get_mft_record_size())) {
         if (auto entries = open_attribute_list(*this, list)) {

@@ -8,7 +8,7 @@
 
 namespace {
 
-void read_name(const record_attrib& attribute, NTFS_NAME_ENTRY& entry) {
+void copy_name(const record_attrib& attribute, NTFS_NAME_ENTRY& entry) {
     const file_name_value name{attribute.value_to_record_end()};
     read_file_name(attribute, entry.name);
     entry.parent_ref = name.parent_ref().raw;
@@ -28,7 +28,7 @@ void name_entry_list::add(const record_attrib& attribute) {
     const std::size_t count = m_order.size();
     if (count == m_names.size()) m_names.emplace_back();
     NTFS_NAME_ENTRY& entry = m_names[count];
-    read_name(attribute, entry);
+    copy_name(attribute, entry);
     if (count != 0) {
         if (count == 1) set_key(m_names.front());
         set_key(entry);

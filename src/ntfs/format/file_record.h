@@ -121,7 +121,8 @@ inline record_attrib first_attrib(ql::bytes record) {
 }
 
 // Returns the name of an attribute in UTF-8; empty if it has none, or if the name extends past the
-// end of the attribute.
+// end of the attribute. By this name an index is found; rows have the name that attribute_name
+// returns, whose bound is the end of the record.
 std::string name_inside(const record_attrib& attribute);
 
 // Finds the first attribute of `type`. The search ends by the rule ends_after_longer: at an

@@ -74,7 +74,7 @@ public:
         : m_ntfs(ntfs),
           m_runs(std::move(runs)),
           m_left(std::min<std::uint64_t>(size, std::numeric_limits<std::int32_t>::max())),
-          m_walk(m_lookup, 0, m_left, ntfs.cluster_size(), false) {}
+          m_walk(m_lookup, {0, m_left}, ntfs.cluster_size(), false) {}
 
     bool append_next(std::vector<std::uint8_t>& window) override {
         if (m_zeros == 0) return append_place(window);

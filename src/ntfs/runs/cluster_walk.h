@@ -12,40 +12,47 @@ struct cluster_place {
     bool sparse = false;
 };
 
-// Walks the clusters that a read of `size` bytes at `offset` touches, in order, up to the first one
-// that no run covers. If the range ends at a cluster boundary, the cluster after it is included.
-// `lookup` must outlive the walk.
+// A part of an attribute, in bytes.
+struct data_range {
+    std::uint64_t offset = 0;
+    std::uint64_t size = 0;
+
+    std::uint64_t end() const { return offset + size; }
+};
+
+// Walks the clusters that a read of `range` touches, in order, up to the first one that no run
+// covers. If the range ends at a cluster boundary, the cluster after it is included. `lookup` must
+// outlive the walk.
 class cluster_walk {
 public:
-    cluster_walk(const run_lookup& lookup, std::uint64_t offset, std::uint64_t size,
-                 std::uint32_t cluster_size, bool skip_sparse)
+    cluster_walk(const run_lookup& lookup, const data_range& range, std::uint32_t cluster_size,
+                 bool skip_sparse)
         : m_lookup(lookup),
-          m_first_vcn(offset / cluster_size),
-          m_end_vcn((offset + size) / cluster_size),
-          m_head(offset % cluster_size),
-          m_tail((offset + size) % cluster_size),
+          m_first_vcn(range.offset / cluster_size),
+          m_end_vcn(range.end() / cluster_size),
+          m_head(range.offset % cluster_size),
+          m_tail(range.end() % cluster_size),
           m_vcn(m_first_vcn),
           m_skip_sparse(skip_sparse) {}
 
     // Returns the next cluster, or nullopt after the last one and at the first that no run covers.
     std::optional<cluster_place> next() {
         for (; m_vcn >= m_first_vcn && m_vcn <= m_end_vcn; ++m_vcn) {
-            std::uint32_t run = 0;
-            cluster_place place;
-            if (!m_lookup.find(m_vcn, run, place.lcn)) break;
-            place.sparse = m_lookup.runs()[run].sparse != 0;
-            if (place.sparse && m_skip_sparse) {
+            const auto found = m_lookup.find(m_vcn);
+            if (!found) break;
+            const bool sparse = m_lookup.runs()[found->run_index].sparse != 0;
+            if (sparse && m_skip_sparse) {
                 leave_out();
                 continue;
             }
             ++m_vcn;
-            return place;
+            return cluster_place{.lcn = found->lcn, .sparse = sparse};
         }
         return std::nullopt;
     }
 
     std::uint64_t first_vcn() const { return m_first_vcn; }
-    // Bytes of the first cluster before `offset`; 0 once that cluster is skipped as sparse.
+    // Bytes of the first cluster before the range; 0 once that cluster is skipped as sparse.
     std::uint64_t head() const { return m_head; }
     // Bytes of the last cluster before the end of the range; 0 once it is skipped as sparse.
     std::uint64_t tail() const { return m_tail; }

@@ -88,16 +88,19 @@ std::uint64_t end_vcn(const data_run& run) { return run.vcn + run.num_clusters; 
 // Returns true if the run contains `vcn`. An empty run contains none.
 bool holds(const data_run& run, std::uint64_t vcn) { return vcn >= run.vcn && vcn < end_vcn(run); }
 
-// Sets the index of `run` and the LCN of `vcn`, which is 0 in a sparse run. Returns false, with
-// both set to 0, if `run` is the end of the list.
-bool take_place(const data_run_list& runs, data_run_list::const_iterator run, std::uint64_t vcn,
-                std::uint32_t& run_index, std::uint64_t& lcn) {
-    run_index = 0;
-    lcn = 0;
-    if (run == runs.end()) return false;
-    run_index = static_cast<std::uint32_t>(run - runs.begin());
-    if (run->sparse == 0) lcn = run->lcn - run->vcn + vcn;
-    return true;
+// Returns the place of `vcn` in `run`.
+run_place place_in(const data_run_list& runs, data_run_list::const_iterator run,
+                   std::uint64_t vcn) {
+    return {.run_index = static_cast<std::uint32_t>(run - runs.begin()),
+            .lcn = run->sparse == 0 ? run->lcn - run->vcn + vcn : 0};
+}
+
+// Returns the place of `vcn` in the first run that contains it, or nullopt.
+std::optional<run_place> scan_for(const data_run_list& runs, std::uint64_t vcn) {
+    const auto run =
+        std::find_if(runs.begin(), runs.end(), [vcn](const data_run& r) { return holds(r, vcn); });
+    if (run == runs.end()) return std::nullopt;
+    return place_in(runs, run, vcn);
 }
 
 // Returns the length field as decode_mft_runs reads it: byte i is or-ed into bit 8 * i modulo 32,
@@ -187,9 +190,10 @@ std::uint64_t run_bytes(const data_run_list& runs, std::uint32_t cluster_size, b
 
 bool vcn_to_lcn(const data_run_list& runs, std::uint64_t vcn, std::uint32_t& run_index,
                 std::uint64_t& lcn) {
-    const auto run =
-        std::find_if(runs.begin(), runs.end(), [vcn](const data_run& r) { return holds(r, vcn); });
-    return take_place(runs, run, vcn, run_index, lcn);
+    const auto place = scan_for(runs, vcn);
+    run_index = place ? place->run_index : 0;
+    lcn = place ? place->lcn : 0;
+    return place.has_value();
 }
 
 run_lookup::run_lookup(const data_run_list& runs)
@@ -199,14 +203,14 @@ run_lookup::run_lookup(const data_run_list& runs)
               return end_vcn(a) < a.vcn || end_vcn(a) > b.vcn;
           }) == runs.end()) {}
 
-bool run_lookup::find(std::uint64_t vcn, std::uint32_t& run_index, std::uint64_t& lcn) const {
-    if (!m_in_order) return vcn_to_lcn(m_runs, vcn, run_index, lcn);
+std::optional<run_place> run_lookup::find(std::uint64_t vcn) const {
+    if (!m_in_order) return scan_for(m_runs, vcn);
     // If several runs have the same VCN, all except the last are empty.
     auto run =
         std::upper_bound(m_runs.begin(), m_runs.end(), vcn,
                          [](std::uint64_t wanted, const data_run& r) { return wanted < r.vcn; });
-    const bool found = run != m_runs.begin() && holds(*--run, vcn);
-    return take_place(m_runs, found ? run : m_runs.end(), vcn, run_index, lcn);
+    if (run == m_runs.begin() || !holds(*--run, vcn)) return std::nullopt;
+    return place_in(m_runs, run, vcn);
 }
 
 void merge_runs(const data_run_list& added, data_run_list& stored) {

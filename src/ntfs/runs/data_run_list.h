@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -74,6 +75,12 @@ bool vcn_to_lcn(const data_run_list& runs, std::uint64_t vcn, std::uint32_t& run
 // gaps.
 void merge_runs(const data_run_list& added, data_run_list& stored);
 
+// Where a cluster of an attribute is.
+struct run_place {
+    std::uint32_t run_index;
+    std::uint64_t lcn;  // 0 in a sparse run
+};
+
 // Looks up many clusters of one list. Finds the same runs as vcn_to_lcn, but by binary search: in
 // the lists of a valid volume the runs are in VCN order without overlaps, so at most one run
 // contains a cluster. Any other list is scanned for the first run that contains the cluster.
@@ -82,8 +89,8 @@ public:
     // `runs` must outlive this object and must not change.
     explicit run_lookup(const data_run_list& runs);
 
-    // Finds the same run, and returns the same, as vcn_to_lcn.
-    bool find(std::uint64_t vcn, std::uint32_t& run_index, std::uint64_t& lcn) const;
+    // Finds the same run as vcn_to_lcn. Returns nullopt if no run contains `vcn`.
+    std::optional<run_place> find(std::uint64_t vcn) const;
 
     const data_run_list& runs() const { return m_runs; }
     // True if the runs are in VCN order without overlaps.

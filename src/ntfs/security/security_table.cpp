@@ -106,12 +106,12 @@ void collect_descriptors(const descriptor_stream& stream,
 
 bool CNtfs::load_security_table() {
     if (!m_Validated || !m_security_table.empty()) return !m_security_table.empty();
-    NTFS_ATTRIB_ROW sds;
-    if (!find_attrib_row(*this, secure_entry, attrib_type::data, "$SDS", sds)) return false;
+    const auto sds = find_attrib_row(*this, secure_entry, attrib_type::data, "$SDS");
+    if (!sds) return false;
 
     mft_entries_ctx untraced;
     descriptor_stream stream(m_disk->held_bytes());
-    if (!stream_row(*this, sds, stream, untraced)) return false;
+    if (!stream_row(*this, *sds, stream, untraced)) return false;
     collect_descriptors(stream, m_security_table);
     return !m_security_table.empty();
 }

@@ -30,3 +30,9 @@ std::string name_key(std::uint64_t parent, const std::wstring& name, std::uint64
 
 // Selects names under all parents in get_file_names.
 constexpr std::uint64_t no_parent_filter = ~std::uint64_t{0};
+
+// Selects the names of a record.
+struct name_filter {
+    bool all_namespaces = false;              // also DOS names
+    std::uint64_t parent = no_parent_filter;  // entry of the only parent whose names are selected
+};

@@ -139,7 +139,7 @@ public:
                         bool all_namespaces = false,
                         std::uint64_t parent_filter = no_parent_filter);
     bool get_file_names(name_entry_list& names, std::uint64_t inode, ql::bytes record,
-                        bool all_namespaces, std::uint64_t parent_filter);
+                        const name_filter& filter);
 
     // --- attribute data (attributes/attrib_data.cpp) ---
 

@@ -146,7 +146,8 @@ void entry_rows::add(ql::bytes record, std::uint64_t entry_num, std::uint64_t pa
 // false if the entry has no rows.
 bool entry_rows::read_entry(ql::bytes record, std::uint64_t entry_num, std::uint64_t parent_num,
                             const std::wstring& path) {
-    if (!m_ntfs.get_file_names(m_names, entry_num, record, true, parent_num)) return false;
+    const name_filter filter{.all_namespaces = true, .parent = parent_num};
+    if (!m_ntfs.get_file_names(m_names, entry_num, record, filter)) return false;
     m_common.fn_list.resize(m_names.size());
     for (std::size_t i = 0; i < m_names.size(); ++i)
         read_name(m_names[i], m_common.fn_list[i]);

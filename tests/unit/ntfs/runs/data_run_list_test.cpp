@@ -500,10 +500,9 @@ std::tuple<bool, std::uint32_t, std::uint64_t> scanned(const data_run_list& runs
 
 std::tuple<bool, std::uint32_t, std::uint64_t> looked_up(const data_run_list& runs,
                                                          std::uint64_t vcn) {
-    std::uint32_t index = 77;
-    std::uint64_t lcn = 77;
-    const bool found = run_lookup(runs).find(vcn, index, lcn);
-    return {found, index, lcn};
+    const auto found = run_lookup(runs).find(vcn);
+    const run_place place = found.value_or(run_place{0, 0});
+    return {found.has_value(), place.run_index, place.lcn};
 }
 
 TEST(RunLookup, FindsTheSameRunAsAScan) {
