@@ -52,6 +52,7 @@ public:
     // Returns false if the source is not open, the boot sector is not NTFS, or record 0 cannot be
     // used; in the last case `mft_file_pos` is set.
     bool validate(std::uint64_t& mft_file_pos);
+    // Does the same for callers that do not need `mft_file_pos`.
     bool validate();
     bool is_open() const { return m_disk != nullptr && m_Validated; }
     // The source if it is open, else null; valid as long as this object.
