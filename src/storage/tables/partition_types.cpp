@@ -1,5 +1,8 @@
 #include "storage/tables/partition_types.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "storage/tables/ql_disk_structs.h"
 
 namespace {
@@ -28,98 +31,74 @@ constexpr std::uint8_t known_types[] = {
     // VMware
     0xfb, 0xfc};
 
-// Names in the list of volumes. They are independent of the known types: a code can have a name and
-// not be known, or be known and have no name.
-const char* type_name(std::uint16_t code) {
-    switch (code) {
-        case 0x00:
-            return "empty";
-        case 0x01:
-        case 0x8d:
-            return "fat12";
-        case 0x02:
-            return "xenix root";
-        case 0x03:
-            return "xenix /usr";
-        case 0x04:
-            return "fat16";
-        case 0x05:
-        case 0x0f:
-            return "exten";
-        case 0x06:
-            return "fat";
-        case 0x07:
-            return "ntfs or exfat";
-        case 0x08:
-            return "aix boot";
-        case 0x09:
-            return "aix data";
-        case 0x0a:
-            return "os/2 boot";
-        case 0x0b:
-        case 0x0c:
-            return "fat32";
-        case 0x0e:
-            return "fat16 LBA mapped";
-        case 0x11:
-        case 0x14:
-        case 0x16:
-        case 0x1e:
-        case 0x90:
-        case 0x91:
-        case 0x92:
-            return "hidden fat16";
-        case 0x17:
-        case 0x27:
-            return "hidden ntfs";
-        case 0x1b:
-        case 0x1c:
-        case 0x97:
-        case 0x98:
-            return "hidden fat32";
-        case 0x82:
-            return "linux swap";
-        case 0x83:
-            return "linux";
-        case 0x86:
-            return "fat16 volume set";
-        case 0x87:
-            return "ntfs volume set";
-        case 0x88:
-            return "linux partition table";
-        case 0x8b:
-        case 0x8c:
-            return "fat32 fault tolerant";
-        case 0x8e:
-            return "linux Logical Volume Mgr";
-        case 0x93:
-            return "hidden linux";
-        case 0xa0:
-        case 0xa1:
-            return "hibernation partition";
-        case 0xa6:
-            return "openbsd";
-        case 0xaf:
-            return "hfs";
-        case 0xee:
-            return "gpt";
-        default:
-            return "unk";
-    }
+struct type_name_row {
+    std::uint16_t type;
+    const char* name;
+};
+
+// Names in the list of volumes, by type code. They are independent of the known types: a code can
+// have a name and not be known, or be known and have no name.
+constexpr type_name_row type_names[] = {
+    {0x00, "empty"},
+    {0x01, "fat12"},
+    {0x02, "xenix root"},
+    {0x03, "xenix /usr"},
+    {0x04, "fat16"},
+    {0x05, "exten"},
+    {0x06, "fat"},
+    {0x07, "ntfs or exfat"},
+    {0x08, "aix boot"},
+    {0x09, "aix data"},
+    {0x0a, "os/2 boot"},
+    {0x0b, "fat32"},
+    {0x0c, "fat32"},
+    {0x0e, "fat16 LBA mapped"},
+    {0x0f, "exten"},
+    {0x11, "hidden fat16"},
+    {0x14, "hidden fat16"},
+    {0x16, "hidden fat16"},
+    {0x17, "hidden ntfs"},
+    {0x1b, "hidden fat32"},
+    {0x1c, "hidden fat32"},
+    {0x1e, "hidden fat16"},
+    {0x27, "hidden ntfs"},
+    {0x82, "linux swap"},
+    {0x83, "linux"},
+    {0x86, "fat16 volume set"},
+    {0x87, "ntfs volume set"},
+    {0x88, "linux partition table"},
+    {0x8b, "fat32 fault tolerant"},
+    {0x8c, "fat32 fault tolerant"},
+    {0x8d, "fat12"},
+    {0x8e, "linux Logical Volume Mgr"},
+    {0x90, "hidden fat16"},
+    {0x91, "hidden fat16"},
+    {0x92, "hidden fat16"},
+    {0x93, "hidden linux"},
+    {0x97, "hidden fat32"},
+    {0x98, "hidden fat32"},
+    {0xa0, "hibernation partition"},
+    {0xa1, "hibernation partition"},
+    {0xa6, "openbsd"},
+    {0xaf, "hfs"},
+    {0xee, "gpt"},
+};
+static_assert(std::ranges::is_sorted(type_names, {}, &type_name_row::type), "searched by halves");
+
+const char* type_name(std::uint16_t type) {
+    const auto* const row = std::ranges::lower_bound(type_names, type, {}, &type_name_row::type);
+    return row != std::end(type_names) && row->type == type ? row->name : "unk";
 }
 
 }  // namespace
 
 bool is_known_type(std::uint8_t type) {
-    for (const std::uint8_t known : known_types) {
-        if (known == type) return true;
-    }
-    return false;
+    return std::ranges::find(known_types, type) != std::end(known_types);
 }
 
 std::string partition_type_name(std::uint16_t type) {
     const bool guessed = (type & partition_guess) != 0;
-    std::string name = type_name(guessed ? type & 0xff : type);
+    std::string name = type_name(guessed ? type & 0xffu : type);
     if (guessed) name += " [guess]";
     return name;
 }
