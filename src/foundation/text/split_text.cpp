@@ -24,10 +24,10 @@ bool cut(const std::basic_string<Char>& text, std::basic_string_view<Char> delim
 
 template <typename Char>
 bool split_into(const std::basic_string<Char>& text, std::basic_string_view<Char> delimiters,
-                std::vector<std::basic_string<Char>>& out, bool trim, bool keep_empty) {
+                std::vector<std::basic_string<Char>>& out, piece_rules rules) {
     return cut(text, delimiters, [&](std::basic_string<Char> piece) {
-        if (trim) ql::trim(piece);
-        if (keep_empty || !piece.empty()) out.push_back(std::move(piece));
+        if (rules.trim) ql::trim(piece);
+        if (rules.keep_empty || !piece.empty()) out.push_back(std::move(piece));
     });
 }
 
@@ -36,11 +36,25 @@ bool split_into(const std::basic_string<Char>& text, std::basic_string_view<Char
 bool split_list(const std::string& text, char delimiter, std::vector<std::string>& out, bool trim,
                 bool keep_empty, bool append) {
     if (!append) out.clear();
-    return split_into(text, std::string_view(&delimiter, 1), out, trim, keep_empty);
+    return split_into(text, std::string_view(&delimiter, 1), out, {trim, keep_empty});
 }
 
 bool split_any(const std::wstring& text, std::vector<std::wstring>& out, bool trim, bool keep_empty,
                const wchar_t* delimiters) {
     out.clear();
-    return split_into(text, std::wstring_view(delimiters), out, trim, keep_empty);
+    return split_into(text, std::wstring_view(delimiters), out, {trim, keep_empty});
+}
+
+std::vector<std::string> split_list(const std::string& text, char delimiter, piece_rules rules) {
+    constexpr bool append = false;
+    std::vector<std::string> pieces;
+    split_list(text, delimiter, pieces, rules.trim, rules.keep_empty, append);
+    return pieces;
+}
+
+std::vector<std::wstring> split_any(const std::wstring& text, const wchar_t* delimiters,
+                                    piece_rules rules) {
+    std::vector<std::wstring> pieces;
+    split_any(text, pieces, rules.trim, rules.keep_empty, delimiters);
+    return pieces;
 }

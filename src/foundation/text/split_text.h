@@ -13,3 +13,15 @@ bool split_list(const std::string& text, char delimiter, std::vector<std::string
 // Like split_list for wide text and any of several delimiters. Always clears `out` first.
 bool split_any(const std::wstring& text, std::vector<std::wstring>& out, bool trim, bool keep_empty,
                const wchar_t* delimiters);
+
+// The treatment of the pieces; the default drops empty pieces and changes no other.
+struct piece_rules {
+    bool trim = false;
+    bool keep_empty = false;
+};
+
+// Return the pieces, none for an empty text.
+std::vector<std::string> split_list(const std::string& text, char delimiter,
+                                    piece_rules rules = {});
+std::vector<std::wstring> split_any(const std::wstring& text, const wchar_t* delimiters,
+                                    piece_rules rules = {});

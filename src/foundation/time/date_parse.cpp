@@ -48,8 +48,7 @@ bool read_date(const std::string& date_text, std::string order, char separator,
     const bool month_by_name = order.find("MON") != std::string::npos;
     replace_all(order, order, "MON", "M");
 
-    std::vector<std::string> pieces;
-    split_list(date_text, separator, pieces, false, false, false);
+    const std::vector<std::string> pieces = split_list(date_text, separator);
     const std::size_t count = std::min(pieces.size(), order.size());
     for (std::size_t i = 0; i < count; ++i) {
         if (order[i] == 'Y') {
@@ -85,8 +84,7 @@ bool is_afternoon(const std::string& time_text) {
 bool read_time(std::string time_text, _windows_systemtime& out) {
     trim(time_text);
     lower(time_text);
-    std::vector<std::string> pieces;
-    split_list(time_text, ':', pieces, false, true, false);
+    const std::vector<std::string> pieces = split_list(time_text, ':', {.keep_empty = true});
     if (pieces.size() < 2 || pieces[1].empty() || pieces[1].size() > max_minute_text) return false;
 
     const unsigned added_hours = is_afternoon(time_text) ? 12 : 0;

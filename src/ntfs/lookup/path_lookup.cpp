@@ -38,10 +38,8 @@ std::wstring without_source_prefix(const std::wstring& path) {
 }
 
 std::vector<std::wstring> split(const std::wstring& path, wchar_t separator) {
-    std::vector<std::wstring> segments;
     const wchar_t delimiters[] = {separator, 0};
-    split_any(path, segments, false, false, delimiters);
-    return segments;
+    return split_any(path, delimiters);
 }
 
 // Returns the index of the first segment after a drive letter, if there is one.

@@ -52,14 +52,11 @@ path_filter make_item(const std::wstring& text) {
 // Splits a list at its commas or, if it has none, at its pipes. A text with neither is one item,
 // including its blanks.
 std::vector<std::string> cut_items(const std::string& text) {
-    std::vector<std::string> items;
-    const bool commas = text.find(',') != std::string::npos;
-    if (commas || text.find('|') != std::string::npos) {
-        split_list(text, commas ? ',' : '|', items, true, false, false);
-    } else {
-        items.push_back(text);
+    for (const char delimiter : {',', '|'}) {
+        if (text.find(delimiter) != std::string::npos)
+            return split_list(text, delimiter, {.trim = true});
     }
-    return items;
+    return {text};
 }
 
 // Returns the value of a hexadecimal digit, or -1 for any other character.

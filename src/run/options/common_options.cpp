@@ -21,7 +21,7 @@ namespace {
 bool read_vmdk_files(cmd_params& params, std::vector<std::string>& args, const char* vmdk_option) {
     std::string value;
     if (!option_value(vmdk_option, value, args)) return false;
-    split_any(ql::to_wide(value), params.vmdk_files, true, false, L"|,;");
+    params.vmdk_files = split_any(ql::to_wide(value), L"|,;", {.trim = true});
     while (option_value(vmdk_option, value, args))
         params.vmdk_files.push_back(ql::to_wide(value));
     return true;

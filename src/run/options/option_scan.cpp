@@ -106,9 +106,7 @@ bool form_multiline(cmd_params& params, const std::string&, words&) {
 bool has_pipe(const std::string& list) { return list.find('|') != std::string::npos; }
 
 bool pairs_up(const std::string& list) {
-    words pieces;
-    split_list(list, '|', pieces, true, false, false);
-    return pieces.size() % 2 == 0;
+    return split_list(list, '|', {.trim = true}).size() % 2 == 0;
 }
 
 bool refuse_alias() {
