@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "foundation/text/ql_string.h"
+#include "foundation/time/date_style.h"
 #include "ntfs/attributes/attrib_rows.h"
 #include "ntfs/attributes/name_entry_list.h"
 #include "ntfs/volume/ntfs.h"
@@ -25,6 +26,7 @@ namespace {
 
 constexpr std::uint64_t files = 100;
 constexpr std::uint64_t directory = 64;  // its files follow it
+constexpr bool unpaired = false;         // date and time are separate columns
 
 // A volume with one directory of `files` files, open and validated.
 class open_volume {
@@ -109,7 +111,7 @@ BENCHMARK(convert_names);
 // Formats timestamps that are 100 microseconds or a day apart.
 void render_stamps(benchmark::State& state) {
     ql::date_style style;
-    ql::parse_date_style(style, "yyyy-mm-dd", "hh:mm:ss.xxx", false);
+    ql::parse_date_style(style, "yyyy-mm-dd", "hh:mm:ss.xxx", unpaired);
     stamp_text stamp(style);
     const auto step = static_cast<std::uint64_t>(state.range(0));
     std::uint64_t count = 0;
@@ -163,7 +165,7 @@ void write_rows(benchmark::State& state, writer write) {
     open_volume volume;
     quorvel_opts opts;
     opts.alldates = 1;
-    ql::parse_date_style(opts.date_style, opts.date_format, opts.time_format, false);
+    ql::parse_date_style(opts.date_style, opts.date_format, opts.time_format, unpaired);
     entry_rows rows(*volume.ntfs, opts);
     for (std::uint64_t entry = directory + 1; entry <= directory + files; ++entry) {
         volume.read(entry);

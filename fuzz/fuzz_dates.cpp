@@ -4,7 +4,7 @@
 // Input: u64 timestamp, u8 separator, then three lines: a date, a time or format, an order of
 // fields.
 #include "foundation/time/date_parse.h"
-#include "foundation/time/ql_time.h"
+#include "foundation/time/time_text.h"
 #include "fuzz_support.h"
 #include "run/options/date_window.h"
 #include "run/settings/cmd_params.h"

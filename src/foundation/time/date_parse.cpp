@@ -11,6 +11,7 @@
 #include "foundation/text/split_text.h"
 #include "foundation/time/ql_calendar.h"
 #include "foundation/time/ql_time.h"
+#include "foundation/time/time_text.h"
 
 namespace ql {
 

@@ -1,4 +1,4 @@
-// Day counts of the Gregorian calendar. Day 0 is 1601-01-01, as in FILETIME.
+// Dates of the Gregorian calendar and times of day. Day 0 is 1601-01-01, as in FILETIME.
 #pragma once
 
 #include <cstdint>
@@ -55,6 +55,27 @@ constexpr calendar_day day_to_calendar(std::uint32_t days) {
         static_cast<int>(day_of_year - (153 * month + 2) / 5) + 1,
         static_cast<int>((days + 1) % 7),
     };
+}
+
+// Returns the date of a FILETIME before the year 3002.
+constexpr calendar_day date_of(std::uint64_t filetime) {
+    return day_to_calendar(static_cast<std::uint32_t>(filetime / ticks_a_day));
+}
+
+// A time of day. `nanosecond` is the fraction of the second.
+struct clock_time {
+    std::uint32_t hour;
+    std::uint32_t minute;
+    std::uint32_t second;
+    std::uint32_t nanosecond;
+};
+
+// Returns the time of day of a FILETIME.
+constexpr clock_time clock_of(std::uint64_t filetime) {
+    const auto second_of_day =
+        static_cast<std::uint32_t>(filetime / ticks_a_second % seconds_a_day);
+    const auto ticks = static_cast<std::uint32_t>(filetime % ticks_a_second);
+    return {second_of_day / 3600, second_of_day / 60 % 60, second_of_day % 60, ticks * 100};
 }
 
 static_assert(days_before_year(1970) == days_1601_to_1970);

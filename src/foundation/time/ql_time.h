@@ -1,4 +1,4 @@
-// Timestamps: FILETIME values, their UTC calendar fields and their rendering.
+// Timestamps: FILETIME values and their UTC calendar fields.
 //
 // A FILETIME counts 100-nanosecond ticks since 1601-01-01 00:00:00 UTC. Timestamps are kept as raw
 // values until they are printed, and every printed time is UTC. The host's time zone is used only
@@ -7,7 +7,6 @@
 
 #include <cstdint>
 #include <ctime>
-#include <string>
 
 namespace ql {
 
@@ -33,30 +32,6 @@ struct _windows_systemtime {
     std::uint64_t picosecond = 0;
 };
 
-// Compiled date and time formats; see parse_date_style.
-struct date_style {
-    std::uint8_t separator = 0;   // "/", "-" or a blank; 0 if the format contains none of these
-    std::uint8_t date_flags = 0;  // the date_flag bits
-    std::uint8_t time_bits = 0;   // bit 0: paired date and time; bits 1 to 4: fraction digits, 0..9
-    std::uint8_t reserved = 0;
-
-    bool is_zero() const {
-        return separator == 0 && date_flags == 0 && time_bits == 0 && reserved == 0;
-    }
-    unsigned fraction_digits() const { return (time_bits >> 1) & 15u; }
-};
-
-namespace date_flag {
-constexpr std::uint8_t month_name = 0x01;      // "mmm"
-constexpr std::uint8_t month_number = 0x02;    // "mm"
-constexpr std::uint8_t year_4 = 0x04;          // "yyyy"
-constexpr std::uint8_t year_2 = 0x08;          // "yy"
-constexpr std::uint8_t comma = 0x10;           // the format contains a comma
-constexpr std::uint8_t day_month_year = 0x20;  // order of the three fields
-constexpr std::uint8_t month_day_year = 0x40;
-constexpr std::uint8_t year_month_day = 0x80;
-}  // namespace date_flag
-
 // A timestamp with its calendar fields. `valid` is 0 for a timestamp that cannot be displayed: 0,
 // one with the top bit set, one before 1970-01-01 00:00:01, or one in or after the year 3001 of the
 // host's local time.
@@ -80,32 +55,8 @@ private:
     void fill_from_filetime(std::uint64_t ticks);
 };
 
-// Renders `t` under `style` as a date text and a time text, both UTC. Both are empty if `t` is
-// invalid. Returns `t.valid`, or 0 if the style is all zero and the default formats were used.
-std::uint32_t date_time_strings(std::string& date_out, std::string& time_out, const time& t,
-                                date_style style);
-
 // Returns true if the ql::time of `filetime` is valid.
 bool can_be_shown(std::uint64_t filetime);
-
-// Render the two texts of date_time_strings. `filetime` must be displayable and `style` not all
-// zero.
-void render_date(std::string& out, std::uint64_t filetime, date_style style);
-void render_time(std::string& out, std::uint64_t filetime, date_style style);
-
-// Renders `t` under format texts, which may contain "yyyy", "yy", "mmm", "mm", "dd", "hh:mm", "ss"
-// and "xxx". An empty format yields an empty text. Returns non-zero if `t` is valid; otherwise both
-// texts are empty.
-std::uint8_t format_date_time(std::string& date_out, std::string& time_out, const time& t,
-                              const std::string& date_format, const std::string& time_format);
-
-// Compiles the formats into `style_out`. If the date format lacks the month, the year or the day,
-// the function returns at once: what it has set so far is kept, and the fraction digits are 0.
-void parse_date_style(date_style& style_out, const std::string& date_format,
-                      const std::string& time_format, bool pair_datetime);
-
-// Returns "Jan" to "Dec" for 1 to 12, otherwise "".
-std::string month_abbrev(std::int32_t month);
 
 // Converts to seconds since 1970 in unsigned 64-bit arithmetic; earlier times wrap to huge values.
 // Returns false if the top bit of `filetime` is set.

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "foundation/time/ql_calendar.h"
-#include "foundation/time/ql_time.h"
+#include "foundation/time/time_text.h"
 
 // Renders timestamps under one style. The timestamps of an entry are often equal, and those of a
 // directory often fall on a few days, so the texts of the previous call are reused where they

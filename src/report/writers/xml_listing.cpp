@@ -6,6 +6,7 @@
 
 #include "foundation/text/number_text.h"
 #include "foundation/text/ql_string.h"
+#include "foundation/time/time_text.h"
 #include "report/format/listing_paths.h"
 #include "report/format/name_stamps.h"
 #include "report/format/row_text.h"

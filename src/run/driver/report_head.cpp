@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "foundation/text/ql_string.h"
-#include "foundation/time/ql_time.h"
+#include "foundation/time/time_text.h"
 #include "run/arguments/arguments.h"
 
 namespace {

@@ -7,7 +7,7 @@
 
 #include "foundation/text/ql_string.h"
 #include "foundation/text/split_text.h"
-#include "foundation/time/ql_time.h"
+#include "foundation/time/date_style.h"
 #include "run/arguments/arguments.h"
 #include "run/filters/path_filters.h"
 #include "run/options/date_window.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "foundation/time/ql_time.h"
+#include "foundation/time/date_style.h"
 #include "run/settings/path_filter.h"
 
 // The settings that the common options set. Also the trace to which the volume reader writes the

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "foundation/text/ql_string.h"
-#include "foundation/time/ql_time.h"
+#include "foundation/time/date_style.h"
 #include "ntfs/volume/ntfs.h"
 #include "report/walk/enumerator.h"
 #include "report/writers/csv_listing.h"

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "foundation/text/ql_string.h"
-#include "foundation/time/ql_time.h"
+#include "foundation/time/time_text.h"
 #include "report/rows/dir_entry.h"
 #include "report/writers/csv_listing.h"
 #include "report/writers/text_listing.h"

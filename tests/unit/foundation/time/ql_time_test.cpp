@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "foundation/time/date_style.h"
+#include "foundation/time/time_text.h"
 #include "support/filetime.h"
 
 namespace {

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/time/date_style.h"
 #include "support/filetime.h"
 
 namespace {
