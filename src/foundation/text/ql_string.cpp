@@ -199,6 +199,12 @@ std::uint32_t utf16_to_wide(bytes units, std::int64_t byte_length, std::wstring&
     return static_cast<std::uint32_t>(count * 2);
 }
 
+std::wstring utf16_to_wide(bytes units, std::int64_t byte_length) {
+    std::wstring wide;
+    utf16_to_wide(units, byte_length, wide);
+    return wide;
+}
+
 std::uint32_t utf16_to_utf8(bytes units, std::int64_t byte_length, std::string& out_narrow,
                             bool count_terminator) {
     std::wstring wide;
@@ -207,6 +213,10 @@ std::uint32_t utf16_to_utf8(bytes units, std::int64_t byte_length, std::string& 
     append_utf8(out_narrow, wide);
     const bool room_left = !units.empty() && taken / 2 < unit_limit(byte_length);
     return count_terminator && room_left ? taken + 2 : taken;
+}
+
+std::string utf16_to_utf8(bytes units, std::int64_t byte_length) {
+    return to_utf8(utf16_to_wide(units, byte_length));
 }
 
 void bytes_to_wide(std::string_view narrow, std::wstring& out_wide) {

@@ -31,11 +31,15 @@ std::wstring to_wide(std::string_view utf8);
 // of the text becomes an element of its own, so that no name is lost. Returns the number of bytes
 // converted: 2 per unit, 0 for an empty buffer.
 std::uint32_t utf16_to_wide(bytes units, std::int64_t byte_length, std::wstring& out_wide);
+// Returns the text alone.
+std::wstring utf16_to_wide(bytes units, std::int64_t byte_length);
 
 // Converts UTF-16LE to UTF-8, as utf16_to_wide and to_utf8 do. With `count_terminator` the result
 // is 2 more if the text ended before `byte_length`.
 std::uint32_t utf16_to_utf8(bytes units, std::int64_t byte_length, std::string& out_narrow,
                             bool count_terminator);
+// Returns the text alone.
+std::string utf16_to_utf8(bytes units, std::int64_t byte_length);
 
 // Widens each byte to one element without decoding: byte 0xC3 becomes element 0xC3.
 void bytes_to_wide(std::string_view narrow, std::wstring& out_wide);
@@ -51,6 +55,9 @@ void xml_escape(std::string& out, std::string_view text);
 
 // Returns true if xml_escape would not change the text.
 bool is_xml_text(std::string_view text);
+
+// A value of the parameter `ignore_case` below.
+constexpr bool any_case = true;
 
 // Replaces each `from` by `to`, in place. With `ignore_case` both cases of `from` are replaced.
 void replace_char(std::string& text, char from, char to, bool ignore_case = false);

@@ -41,12 +41,8 @@ std::uint64_t attribute_key(const record_attrib& attribute) {
 }
 
 std::wstring attribute_name(const record_attrib& attribute, std::uint64_t left) {
-    std::wstring name;
-    if (has_name(attribute, left)) {
-        ql::utf16_to_wide(attribute.from(attribute.name_offset()), attribute.name_length() * 2L,
-                          name);
-    }
-    return name;
+    if (!has_name(attribute, left)) return {};
+    return ql::utf16_to_wide(attribute.from(attribute.name_offset()), attribute.name_length() * 2L);
 }
 
 void read_file_name(const record_attrib& attribute, std::wstring& name) {
@@ -55,11 +51,8 @@ void read_file_name(const record_attrib& attribute, std::wstring& name) {
 }
 
 std::string volume_name_value(const record_attrib& attribute) {
-    std::string name;
-    if (!attribute.nonresident()) {
-        ql::utf16_to_utf8(attribute.value_to_record_end(), attribute.value_length(), name, false);
-    }
-    return name;
+    if (attribute.nonresident()) return {};
+    return ql::utf16_to_utf8(attribute.value_to_record_end(), attribute.value_length());
 }
 
 void kept_names::add(const record_attrib& attribute, std::uint64_t inode) {

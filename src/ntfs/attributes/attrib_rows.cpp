@@ -129,9 +129,7 @@ void row_writer::fill_resident(NTFS_ATTRIB_ROW& row, const kept_attrib& kept) co
     if (!m_with_values) return;
     // Bytes past the part of the record that was read are zero and are not stored.
     if (length < m_record_size) row.value = kept.value;
-    if (kept.type == attrib_type::volume_name) {
-        ql::utf16_to_utf8(kept.value, length, row.name, false);
-    }
+    if (kept.type == attrib_type::volume_name) row.name = ql::utf16_to_utf8(kept.value, length);
 }
 
 }  // namespace

@@ -20,12 +20,9 @@ bool is_named(ql::bytes b, std::size_t at, std::uint8_t length, ql::bytes name) 
 }  // namespace
 
 std::string name_inside(const record_attrib& attribute) {
-    std::string name;
     const std::uint32_t bytes = attribute.name_length() * 2u;
-    if (bytes != 0 && attribute.name_offset() + bytes <= attribute.length()) {
-        ql::utf16_to_utf8(attribute.from(attribute.name_offset()), bytes, name, false);
-    }
-    return name;
+    if (bytes == 0 || attribute.name_offset() + bytes > attribute.length()) return {};
+    return ql::utf16_to_utf8(attribute.from(attribute.name_offset()), bytes);
 }
 
 bool find_attrib(ql::bytes record, std::uint32_t type, record_attrib& attribute,

@@ -31,16 +31,12 @@ bool has_reparse_target(const record_attrib& attribute, std::uint64_t left) {
 }
 
 std::wstring reparse_print_name(const reparse_point& point) {
-    std::wstring name;
-    ql::utf16_to_wide(ql::clip(point.value, locate_reparse_names(point).print_at),
-                      point.print_length(), name);
-    return name;
+    return ql::utf16_to_wide(ql::clip(point.value, locate_reparse_names(point).print_at),
+                             point.print_length());
 }
 
 std::wstring reparse_target(const reparse_point& point) {
     if (point.print_length() != 0) return reparse_print_name(point);
-    std::wstring name;
-    ql::utf16_to_wide(ql::clip(point.value, locate_reparse_names(point).substitute_at),
-                      point.substitute_length(), name);
-    return name;
+    return ql::utf16_to_wide(ql::clip(point.value, locate_reparse_names(point).substitute_at),
+                             point.substitute_length());
 }

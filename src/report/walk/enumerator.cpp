@@ -29,7 +29,7 @@ std::wstring stream_of_path(const std::wstring& path) {
 bool is_stream_row(const dir_entry& entry, const std::wstring& stream) {
     const std::size_t colon = entry.name.rfind(L':');
     return colon != std::wstring::npos &&
-           ql::compare_wide(entry.name.c_str() + colon + 1, stream.c_str(), true) == 0;
+           ql::compare_wide(entry.name.c_str() + colon + 1, stream.c_str(), ql::any_case) == 0;
 }
 
 // Keeps only the row of the requested stream, or all rows without a request. For a directory, the

@@ -111,7 +111,7 @@ partition_record record_of(const gpt_entry& entry, std::uint32_t sector_size) {
     record.m_sector_size = sector_size;
     record.m_LBA_first_sector = first_lba(entry);
     if (last_lba(entry) != 0) record.m_num_sectors = num_sectors(entry);
-    ql::utf16_to_utf8(ql::clip(entry, 56), 72, record.description, false);
+    record.description = ql::utf16_to_utf8(ql::clip(entry, 56), 72);
     return record;
 }
 
