@@ -63,6 +63,15 @@ bool file_object::open(const std::wstring& wide_path, bool write, bool share, bo
     return true;
 }
 
+bool file_object::open(const std::wstring& wide_path, file_use use) {
+    constexpr bool share = false;
+    return open(wide_path, use != file_use::read, share, use == file_use::rewrite);
+}
+
+bool file_object::open(const std::string& utf8_path, file_use use) {
+    return open(ql::to_wide(utf8_path), use);
+}
+
 fileio_output* file_object::attach_stream() {
     if (is_open) stream = std::make_unique<fileio_output>(this, stream_capacity);
     return stream.get();
@@ -118,7 +127,7 @@ bool file_object::read_at(std::vector<std::uint8_t>& out, std::int64_t count,
 
 bool file_object::read_whole(std::vector<std::uint8_t>& out, const std::string& utf8_path,
                              std::uint32_t limit) {
-    if (!open_for_write(utf8_path, false, false, false)) return false;
+    if (!open(utf8_path, file_use::read)) return false;
     return read_at(out, static_cast<std::int64_t>(std::min<std::uint64_t>(size, limit)), 0);
 }
 

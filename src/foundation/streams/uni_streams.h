@@ -13,6 +13,9 @@ namespace uni {
 
 class fileio_output;
 
+// What a file is opened for. `append` needs an existing file; `rewrite` creates or empties it.
+enum class file_use { read, append, rewrite };
+
 // A file that is open for reading or for writing. The destructor closes it.
 class file_object {
 public:
@@ -29,6 +32,9 @@ public:
     // `shared` is only stored. Returns false, with the object closed, for an empty path or a failed
     // open.
     bool open(const std::wstring& path, bool write, bool shared, bool truncate);
+    // Both forms, unshared.
+    bool open(const std::wstring& path, file_use use);
+    bool open(const std::string& utf8_path, file_use use);
 
     // Creates the buffered stream (256 KiB) for this file, which owns it. Returns null if not open.
     fileio_output* attach_stream();

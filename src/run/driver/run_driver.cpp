@@ -91,7 +91,7 @@ bool open_output(run_state& run) {
     run.opts.out = &std::cout;
     const std::string& name = run.opts.results_file;
     if (name.empty()) return true;
-    if (!run.results.open_for_write(name, true, false, true)) {
+    if (!run.results.open(name, uni::file_use::rewrite)) {
         print_error("prob opening results file: %s for writing\n", name.c_str());
         return false;
     }

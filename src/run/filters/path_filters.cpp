@@ -95,7 +95,7 @@ bool hits_directory(const std::wstring& pattern, std::wstring& dir) {
 // Returns true if the file at `path` on this host, not in the image, contains the item's signature.
 bool hits_signature(const path_filter& item, const std::wstring& path) {
     uni::file_object file;
-    if (!file.open(path, false, false, false)) return false;
+    if (!file.open(path, uni::file_use::read)) return false;
     std::vector<std::uint8_t> content;
     const auto length = static_cast<std::int64_t>(item.signature.size());
     return file.read_at(content, length, item.signature_offset) && content == item.signature;

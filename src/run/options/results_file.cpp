@@ -9,16 +9,11 @@
 
 namespace {
 
-constexpr bool for_writing = true;
-constexpr bool unshared = false;
-constexpr bool keeping_content = false;
-constexpr bool truncating = true;
-
-// Opening without truncation does not create the file, so a missing one needs the second call.
+// Opening a file to append does not create it, so a missing one needs the second call.
 bool can_open(const std::string& name, bool append) {
     uni::file_object file;
-    return (append && file.open_for_write(name, for_writing, unshared, keeping_content)) ||
-           file.open_for_write(name, for_writing, unshared, truncating);
+    return (append && file.open(name, uni::file_use::append)) ||
+           file.open(name, uni::file_use::rewrite);
 }
 
 }  // namespace
