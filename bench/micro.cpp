@@ -34,8 +34,7 @@ public:
     open_volume() {
         const std::string path = m_folder.file("volume.dd");
         support::save_many_files_volume(path, {.directories = 1, .files = files});
-        ntfs = std::make_unique<CNtfs>(
-            std::make_unique<CRawDisk>(ql::to_wide(path), false, false, 0), 0, 33);
+        ntfs = std::make_unique<CNtfs>(std::make_unique<CRawDisk>(ql::to_wide(path)), 0, 33);
         ntfs->validate();
         record.resize(ntfs->get_mft_record_size());
     }

@@ -66,7 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const fuzz::bytes start = in.rest();
     source.set(start, disk_size(options));
 
-    CRawDisk disk(source.wide_path(), false, false, 0);
+    CRawDisk disk(source.wide_path());
     fuzz::require(disk.ok, "the source opens");
     const bool ignore_image_size = (options & 4) != 0;
     switch (options >> 3 & 7) {

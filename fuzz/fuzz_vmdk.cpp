@@ -105,7 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (check_vmdk_chain(files, messages, suggested))
         fuzz::require(suggested == files, "a complete list is left as it is");
 
-    CRawDisk disk(files, false, false);
+    CRawDisk disk(files);
     if (disk.ok) {
         read_around(disk, place);
         for (const std::uint64_t start : {std::uint64_t{0}, place, place % (1 << 20)})

@@ -20,6 +20,13 @@ constexpr std::uint32_t assumed_sector_size = 512;
 constexpr std::uint32_t drive_number_limit = 25;  // above it there is no drive at all
 constexpr std::uint32_t named_drive_limit = 20;   // "/dev/sda" to "/dev/sdt"
 
+// Arguments of the constructors.
+constexpr bool read_only = false;
+constexpr bool open_now = false;
+constexpr bool reserved = false;
+constexpr std::uint32_t plain_path = 0;
+constexpr auto drive_kind_code = static_cast<std::uint32_t>(disk_kind::physical_drive);
+
 int open_flags(bool write_access) { return write_access ? O_RDWR : O_RDONLY; }
 
 // Sets the bytes to zero that a read of `wanted` bytes did not deliver; `brought` is its result.
@@ -73,6 +80,13 @@ CRawDisk::CRawDisk(const std::vector<std::wstring>& files, bool write, bool no_o
     size_bytes = static_cast<std::int64_t>(base.capacity() * assumed_sector_size);
     ok = true;
 }
+
+CRawDisk::CRawDisk(const std::wstring& path) : CRawDisk(path, read_only, open_now, plain_path) {}
+
+CRawDisk::CRawDisk(std::uint32_t drive)
+    : CRawDisk(drive, read_only, open_now, reserved, drive_kind_code, reserved) {}
+
+CRawDisk::CRawDisk(const std::vector<std::wstring>& files) : CRawDisk(files, read_only, open_now) {}
 
 CRawDisk::~CRawDisk() {
     if (vmdk == nullptr && fd != -1) ::close(fd);
@@ -151,9 +165,9 @@ bool CRawDisk::read_sector_aligned(void* buffer, std::uint32_t count, std::uint6
     zero_rest(target, length, brought);
     if (bounce == nullptr) return true;
 
-    const std::uint32_t held = length > lead ? std::min(count, length - lead) : 0;
-    std::memcpy(caller, target + lead, held);
-    std::memset(caller + held, 0, count - held);
+    const std::uint32_t copied = length > lead ? std::min(count, length - lead) : 0;
+    std::memcpy(caller, target + lead, copied);
+    std::memset(caller + copied, 0, count - copied);
     return true;
 }
 

@@ -32,6 +32,10 @@ public:
              std::uint32_t drive_kind, bool reserved_2);
     // Opens a chain of VMDK files.
     CRawDisk(const std::vector<std::wstring>& files, bool write_access, bool no_open);
+    // The same three for reading, as the program opens its sources.
+    explicit CRawDisk(const std::wstring& path);
+    explicit CRawDisk(std::uint32_t drive);
+    explicit CRawDisk(const std::vector<std::wstring>& files);
     ~CRawDisk();
     CRawDisk(const CRawDisk&) = delete;
     CRawDisk& operator=(const CRawDisk&) = delete;

@@ -7,7 +7,7 @@
 bool check_image(std::ostream& out, const std::string& image_utf8, std::uint64_t& offset,
                  bool& found_ntfs, bool ignore_image_size) {
     const std::wstring path = ql::to_wide(image_utf8);
-    CRawDisk disk(path, false, false, 0);
+    CRawDisk disk(path);
     if (!disk.ok) {
         out << "invalid image: " << ql::to_utf8(path) << std::endl;
         return false;
@@ -17,8 +17,7 @@ bool check_image(std::ostream& out, const std::string& image_utf8, std::uint64_t
 
 bool check_drive(std::ostream& out, std::uint32_t drive_number, std::uint64_t& offset,
                  bool& found_ntfs, bool ignore_image_size) {
-    CRawDisk disk(drive_number, false, false, false,
-                  static_cast<std::uint32_t>(disk_kind::physical_drive), false);
+    CRawDisk disk(drive_number);
     if (!disk.ok) {
         out << "problems accessing physical disk #" << std::dec << drive_number << ", aborting "
             << std::endl;
@@ -30,7 +29,7 @@ bool check_drive(std::ostream& out, std::uint32_t drive_number, std::uint64_t& o
 bool check_vmdk_list(std::ostream& out, const std::vector<std::wstring>& files,
                      std::uint64_t& offset, bool& found_ntfs, bool ignore_image_size) {
     if (files.empty()) return false;
-    CRawDisk disk(files, false, false);
+    CRawDisk disk(files);
     if (!disk.ok) {
         out << "invalid disk collection of snaps " << std::endl;
         return false;
