@@ -163,9 +163,8 @@ bool settle_drive(run_state& run) {
     ql::parse_u32(value, run.opts.drive_number);
     const bool ignore_image_size = read_ignore_image_size(run);
     std::ostringstream messages;
-    bool found_ntfs = false;  // not used for a drive
-    const bool settled = check_drive(messages, run.opts.drive_number, run.opts.volume_offset,
-                                     found_ntfs, ignore_image_size);
+    const bool settled =
+        check_drive(messages, run.opts.drive_number, run.opts.volume_offset, ignore_image_size);
     std::cerr << messages.str();
     return settled;
 }

@@ -26,6 +26,12 @@ bool check_drive(std::ostream& out, std::uint32_t drive_number, std::uint64_t& o
     return select_volume(out, found_ntfs, offset, disk, ignore_image_size);
 }
 
+bool check_drive(std::ostream& out, std::uint32_t drive_number, std::uint64_t& offset,
+                 bool ignore_image_size) {
+    bool found_ntfs = false;
+    return check_drive(out, drive_number, offset, found_ntfs, ignore_image_size);
+}
+
 bool check_vmdk_list(std::ostream& out, const std::vector<std::wstring>& files,
                      std::uint64_t& offset, bool& found_ntfs, bool ignore_image_size) {
     if (files.empty()) return false;

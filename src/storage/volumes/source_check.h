@@ -16,6 +16,8 @@ bool check_image(std::ostream& out, const std::string& image_utf8, std::uint64_t
 
 bool check_drive(std::ostream& out, std::uint32_t drive_number, std::uint64_t& offset,
                  bool& found_ntfs, bool ignore_image_size);
+bool check_drive(std::ostream& out, std::uint32_t drive_number, std::uint64_t& offset,
+                 bool ignore_image_size);
 
 // Returns false without a message for an empty list.
 bool check_vmdk_list(std::ostream& out, const std::vector<std::wstring>& files,
