@@ -34,10 +34,10 @@ void look_at(const partition_list& list) {
 
 void scan(CRawDisk& disk, fuzz::bytes start, bool forced) {
     partition_list list;
-    scan_partitions(disk, list, forced, false);
+    scan_partitions(disk, list, forced, partitions_only);
     look_at(list);
     list.clear();
-    scan_partitions_in_buffer(start, list, forced, false);
+    scan_partitions_in_buffer(start, list, forced, partitions_only);
     look_at(list);
     partition_record record;
     detect_file_system(record, start);
@@ -45,7 +45,7 @@ void scan(CRawDisk& disk, fuzz::bytes start, bool forced) {
 
 void scan_gpt_alone(CRawDisk& disk, std::uint64_t offset) {
     partition_list list;
-    scan_gpt(disk, list, false);
+    scan_gpt(disk, list, partitions_only);
     look_at(list);
     has_ntfs_boot_sector(disk, offset);
 }

@@ -1,7 +1,5 @@
 #include "storage/tables/fs_detection.h"
 
-#include <array>
-
 #include "storage/tables/ql_disk_structs.h"
 
 namespace {

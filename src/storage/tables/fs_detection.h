@@ -6,8 +6,7 @@
 #include "foundation/bytes/ql_bytes.h"
 #include "storage/tables/ql_disk_structs.h"
 
-// Returns true if a superblock of an ext file system starts at `at`: its magic number is the u16 at
-// 56.
+// Returns true if a superblock of an ext file system, with its magic number at 56, starts at `at`.
 inline bool has_ext_superblock(ql::bytes data, std::size_t at) {
     return ql::le16(data, at + 56) == 0xef53;
 }

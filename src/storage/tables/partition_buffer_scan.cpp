@@ -9,15 +9,14 @@
 
 namespace {
 
-bool find_record_in_buffer(ql::bytes data, std::uint64_t& base) {
+// Returns the sector of the first boot record after the first sector, or 0.
+std::uint64_t find_record_in_buffer(ql::bytes data) {
     for (std::size_t position = boot_record_size; position < data.size();
          position += boot_record_size) {
-        if (is_boot_record(ql::clip(data, position, boot_record_size))) {
-            base = position / boot_record_size;
-            return true;
-        }
+        if (is_boot_record(ql::clip(data, position, boot_record_size)))
+            return position / boot_record_size;
     }
-    return false;
+    return 0;
 }
 
 // Follows the chain while its sector numbers are below the length of the buffer in bytes. Bytes
@@ -56,13 +55,17 @@ bool scan_partitions_in_buffer(ql::bytes data, partition_list& list, bool forced
         return true;
     }
 
-    std::uint64_t extended_base = 0;
-    if (start.form == start_form::table) {
-        extended_base = walk_primaries(data, start.sector_size, list, true).extended_base;
-    } else if (!find_record_in_buffer(data, extended_base)) {
-        return false;
-    }
+    const std::uint64_t extended_base =
+        start.form == start_form::table
+            ? walk_primaries(data, start.sector_size, list, gap_rule::stop).extended_base
+            : find_record_in_buffer(data);
     if (extended_base != 0) scan_extended_in_buffer(data, list, extended_base, start.sector_size);
     if (start.form == start_form::table) detect_file_systems_in_buffer(data, list);
     return !list.empty();
+}
+
+partition_list scan_partitions_in_buffer(ql::bytes data, scan_mode mode) {
+    partition_list list;
+    scan_partitions_in_buffer(data, list, mode == scan_mode::forced, partitions_only);
+    return list;
 }

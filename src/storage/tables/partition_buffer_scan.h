@@ -9,3 +9,6 @@
 // be damaged: the bytes are then searched for a lost extended boot record. `list_all` has no
 // effect. Returns false if nothing was found.
 bool scan_partitions_in_buffer(ql::bytes data, partition_list& list, bool forced, bool list_all);
+
+// Returns the list of a scan; empty if nothing was found.
+partition_list scan_partitions_in_buffer(ql::bytes data, scan_mode mode);

@@ -33,8 +33,7 @@ inline boot_record_entry boot_entry(ql::bytes record, std::size_t index) {
     return {ql::le8(record, at + 4), ql::le32(record, at + 8), ql::le32(record, at + 12)};
 }
 
-// Returns true if the entry is a partition; other entries are gaps. A partition may start at sector
-// 0.
+// Returns true if the entry is a partition, even one at sector 0; other entries are gaps.
 inline bool is_partition(const boot_record_entry& entry) {
     return is_known_type(entry.type) && entry.num_sectors != 0;
 }

@@ -33,12 +33,12 @@ disk_start classify_start(ql::bytes data, std::uint64_t largest) {
 }
 
 primary_walk walk_primaries(ql::bytes record, std::uint32_t sector_size, partition_list& list,
-                            bool stop_at_gap) {
+                            gap_rule at_gap) {
     for (std::size_t i = 0; i < boot_record_entries; ++i) {
         const boot_record_entry entry = boot_entry(record, i);
         if (entry.type == gpt_protective_type) return {.leads_to_gpt = true};
         if (!is_partition(entry)) {
-            if (stop_at_gap) break;
+            if (at_gap == gap_rule::stop) break;
             continue;
         }
         append_entry(list, entry, entry.first_sector, sector_size);

@@ -1,4 +1,5 @@
-// Functions that the scan of a disk and the scan of bytes in memory share.
+// The steps of a scan for partitions: the start of the disk, the primary partitions, and the chain
+// of extended boot records. The scan of a disk and that of bytes in memory share them.
 #pragma once
 
 #include <array>
@@ -13,10 +14,11 @@
 constexpr std::uint32_t default_sector_size = 512;
 constexpr std::uint32_t largest_sector_size = 16384;
 
+// What is at the start of a disk.
 enum class start_form {
     table,           // a partition table
     volume,          // the first sector of a volume
-    ext_superblock,  // two sectors of anything, then an ext superblock
+    ext_superblock,  // two sectors of anything, then an ext superblock; set by the scan of a disk
     unknown,
 };
 
@@ -39,10 +41,13 @@ struct primary_walk {
     std::uint64_t extended_base = 0;  // sector of the first extended boot record, or 0
 };
 
+// What a walk does at an entry that is not a partition.
+enum class gap_rule { skip, stop };
+
 // Appends the primary partitions. Entries after an extended partition, or after the entry that
 // protects a GUID partition table, are not read.
 primary_walk walk_primaries(ql::bytes record, std::uint32_t sector_size, partition_list& list,
-                            bool stop_at_gap);
+                            gap_rule at_gap);
 
 // Fills the list of a disk that is one volume. `data` is its first sector or superblock.
 void list_only_volume(partition_list& list, ql::bytes data, std::uint64_t first_sector);
@@ -73,6 +78,8 @@ public:
         return true;
     }
 
+    std::uint64_t base() const { return m_base; }  // sector of the first record
+    std::uint32_t sector_size() const { return m_sector_size; }
     // Type of the last volume in the first record; 0 if there is no volume.
     std::uint16_t last_type() const { return m_last_type; }
 

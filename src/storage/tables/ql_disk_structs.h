@@ -27,5 +27,12 @@ struct partition_record {
 // In the order of the tables.
 using partition_list = std::deque<partition_record>;
 
+// Whether a scan accepts a disk whose first sector has no table and may be damaged.
+enum class scan_mode { strict, forced };
+
+// A value of the parameter `list_all` of the scans: the list contains partitions only, not the
+// tables and the gaps between partitions.
+constexpr bool partitions_only = false;
+
 // Bit of m_partition_type: the record is a guess and is not in a table.
 constexpr std::uint16_t partition_guess = 0x8000;

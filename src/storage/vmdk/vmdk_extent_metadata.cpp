@@ -109,9 +109,8 @@ bool vmdk_extent::read_first_sector(vmdk_metadata_reader& reader) {
     first_sector.assign(sector_size, 0);
     std::copy(stored.begin(), stored.end(), first_sector.begin());
 
-    partition_list list;
-    scan_partitions_in_buffer(first_sector, list, true, false);
-    for (const partition_record& record : list) {
+    for (const partition_record& record :
+         scan_partitions_in_buffer(first_sector, scan_mode::forced)) {
         partition_offsets.push_back(record.byte_offset());
         partition_sector_sizes.push_back(record.m_sector_size);
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -25,12 +26,11 @@ constexpr std::uint32_t most_entries = 0x10000;
 
 // Header of a GUID partition table, in the second sector. Its signature is not checked.
 //
-//   24  u64  sector of this header
+//   24  u64  sector of this header, 1
 //   72  u64  sector of the first entry
 //   80  u32  number of entries
 //   84  u32  bytes in an entry
 struct gpt_header {
-    std::uint64_t own_lba = 0;
     std::uint64_t entries_lba = 0;
     std::uint32_t num_entries = 0;
     std::uint32_t entry_size = 0;
@@ -68,19 +68,21 @@ std::uint32_t find_sector_size(CRawDisk& disk, table_buffer& buffer) {
     return signed_sector_size(buffer, default_sector_size, largest_sector_size);
 }
 
-bool read_header(CRawDisk& disk, std::uint32_t sector_size, gpt_header& header,
-                 table_buffer& buffer) {
+std::optional<gpt_header> read_header(CRawDisk& disk, std::uint32_t sector_size,
+                                      table_buffer& buffer) {
     std::uint32_t count = start_size;
-    if (!disk.read_bytes(buffer.data(), count, sector_size)) return false;
-    header = {ql::le64(buffer, 24), ql::le64(buffer, 72), ql::le32(buffer, 80),
-              ql::le32(buffer, 84)};
-    return header.own_lba == 1;
+    if (!disk.read_bytes(buffer.data(), count, sector_size)) return std::nullopt;
+    const std::uint64_t own_lba = ql::le64(buffer, 24);
+    if (own_lba != 1) return std::nullopt;
+    return gpt_header{.entries_lba = ql::le64(buffer, 72),
+                      .num_entries = ql::le32(buffer, 80),
+                      .entry_size = ql::le32(buffer, 84)};
 }
 
 // Returns true if the table extends past the end of the source, so that one of its reads must fail.
 // This check before the first entry avoids a walk through a table that states billions of them. For
 // a table without entries the result is not relevant: nothing is listed.
-bool ends_behind_source(const gpt_header& header, std::uint64_t position, std::uint64_t size) {
+bool ends_past_source(const gpt_header& header, std::uint64_t position, std::uint64_t size) {
     if (header.entry_size == 0) return true;  // a read of nothing fails
     if (static_cast<std::int64_t>(position) < 0) return false;
     if (position >= size) return true;
@@ -129,16 +131,17 @@ bool scan_gpt(CRawDisk& disk, partition_list& list, bool /*list_all*/) {
     list.clear();
     table_buffer buffer;
     const std::uint32_t sector_size = find_sector_size(disk, buffer);
-    gpt_header header;
-    if (sector_size == 0 || !read_header(disk, sector_size, header, buffer)) return false;
+    if (sector_size == 0) return false;
+    const std::optional<gpt_header> header = read_header(disk, sector_size, buffer);
+    if (!header) return false;
     gpt_entry entry{};  // the start of the buffer; the rest is not used
     std::copy_n(buffer.begin(), entry.size(), entry.begin());
 
-    std::uint64_t position = header.entries_lba * sector_size;
-    if (ends_behind_source(header, position, disk.size_in_bytes())) return false;
-    const std::uint32_t num_entries = std::min(header.num_entries, most_entries);
-    for (std::uint32_t i = 0; i < num_entries; ++i, position += header.entry_size) {
-        if (!read_entry(disk, position, header.entry_size, entry)) return false;
+    std::uint64_t position = header->entries_lba * sector_size;
+    if (ends_past_source(*header, position, disk.size_in_bytes())) return false;
+    const std::uint32_t num_entries = std::min(header->num_entries, most_entries);
+    for (std::uint32_t i = 0; i < num_entries; ++i, position += header->entry_size) {
+        if (!read_entry(disk, position, header->entry_size, entry)) return false;
         if (is_unused(entry)) continue;
         partition_record record = record_of(entry, sector_size);
         if (!detect_volume(disk, record, entry, sector_size)) return false;

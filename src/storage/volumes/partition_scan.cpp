@@ -1,5 +1,6 @@
 #include "storage/volumes/partition_scan.h"
 
+#include <array>
 #include <vector>
 
 #include "storage/disk/raw_disk.h"
@@ -20,31 +21,27 @@ bool read_record_at(CRawDisk& disk, std::uint64_t position, record_bytes& record
     return disk.read_bytes(record.data(), count, position);
 }
 
-// Searches the start of a disk without a partition table for an extended boot record, and sets
-// `base` to its sector. Returns false if no record is found or a read fails.
-bool find_lost_record(CRawDisk& disk, std::uint64_t& base) {
+// Searches the start of a disk without a partition table for an extended boot record. Returns its
+// sector, or 0 if no record is found or a read fails.
+std::uint64_t find_lost_record(CRawDisk& disk) {
     record_bytes record{};
     for (std::uint64_t position = boot_record_size;
          position <= lost_record_limit + boot_record_size; position += boot_record_size) {
-        if (!read_record_at(disk, position, record)) return false;
-        if (is_boot_record(record)) {
-            base = position / boot_record_size;
-            return true;
-        }
+        if (!read_record_at(disk, position, record)) return 0;
+        if (is_boot_record(record)) return position / boot_record_size;
     }
-    return false;
+    return 0;
 }
 
 // Recovers a first partition that the table no longer contains, at the start of older disks: on
 // every disk with an extended partition, an NTFS volume there is a guess.
-void guess_first_partition(CRawDisk& disk, partition_list& list, const extended_chain& chain,
-                           std::uint64_t extended_base, std::uint32_t sector_size) {
-    if (!has_ntfs_boot_sector(disk, classic_first_sector * sector_size)) return;
+void guess_first_partition(CRawDisk& disk, partition_list& list, const extended_chain& chain) {
+    if (!has_ntfs_boot_sector(disk, classic_first_sector * chain.sector_size())) return;
     partition_record& record = list.emplace_front();
     record.m_LBA_first_sector = classic_first_sector;
-    record.m_num_sectors = extended_base - classic_first_sector;
+    record.m_num_sectors = chain.base() - classic_first_sector;
     record.m_partition_type = static_cast<std::uint16_t>(chain.last_type() | partition_guess);
-    record.m_sector_size = sector_size;
+    record.m_sector_size = chain.sector_size();
 }
 
 bool scan_extended(CRawDisk& disk, partition_list& list, std::uint64_t base,
@@ -54,7 +51,7 @@ bool scan_extended(CRawDisk& disk, partition_list& list, std::uint64_t base,
         return read_record_at(disk, lba * sector_size, record);
     };
     if (!chain.follow(read_record)) return false;
-    guess_first_partition(disk, list, chain, base, sector_size);
+    guess_first_partition(disk, list, chain);
     return true;
 }
 
@@ -85,11 +82,12 @@ bool scan_partitions(CRawDisk& disk, partition_list& list, bool forced, bool lis
 
     std::uint64_t extended_base = 0;
     if (start.form == start_form::table) {
-        const primary_walk walk = walk_primaries(data, start.sector_size, list, false);
+        const primary_walk walk = walk_primaries(data, start.sector_size, list, gap_rule::skip);
         if (walk.leads_to_gpt) return scan_gpt(disk, list, list_all);
         extended_base = walk.extended_base;
     } else if (start.form != start_form::volume && forced) {
-        if (!find_lost_record(disk, extended_base)) return false;
+        extended_base = find_lost_record(disk);
+        if (extended_base == 0) return false;
     }
     if (extended_base != 0 && !scan_extended(disk, list, extended_base, start.sector_size)) {
         return false;
@@ -102,6 +100,10 @@ bool scan_partitions(CRawDisk& disk, partition_list& list, bool forced, bool lis
         list_only_volume(list, bytes.subspan(1024, 1024), 1024);
     }
     return !list.empty();
+}
+
+bool scan_partitions(CRawDisk& disk, partition_list& list, scan_mode mode) {
+    return scan_partitions(disk, list, mode == scan_mode::forced, partitions_only);
 }
 
 bool has_ntfs_boot_sector(CRawDisk& disk, std::uint64_t offset) {

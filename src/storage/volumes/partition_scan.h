@@ -12,6 +12,7 @@ class CRawDisk;
 // searched for a lost extended boot record. `list_all` has no effect. Returns false if nothing was
 // found or a required read failed.
 bool scan_partitions(CRawDisk& disk, partition_list& list, bool forced, bool list_all);
+bool scan_partitions(CRawDisk& disk, partition_list& list, scan_mode mode);
 
 // Returns true if the eight bytes at `offset` + 3 are "NTFS    "; false also if they cannot be
 // read.

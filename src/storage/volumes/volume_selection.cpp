@@ -16,37 +16,59 @@ void write_out_of_bounds(std::ostream& out, std::uint64_t offset) {
     out << "volume offset 0x" << std::hex << offset << " is not within image bounds" << std::endl;
 }
 
-// Fills `list`, from a damaged first sector if necessary. Sets `is_bare`, which is initially false,
-// if there is no list but an NTFS volume at the start. Returns false, after a message, if nothing
-// is found.
-bool list_volumes(std::ostream& out, CRawDisk& disk, partition_list& list, bool& is_bare) {
-    if (!scan_partitions(disk, list, false, false)) {
-        is_bare = has_ntfs_boot_sector(disk, 0);
-        if (is_bare) return true;
-        if (!scan_partitions(disk, list, true, false)) {
+enum class disk_content {
+    volumes,    // the list is filled
+    bare_ntfs,  // no list, but an NTFS volume at the start
+    nothing,
+};
+
+// Fills `list`, from a damaged first sector if necessary. Writes a message if nothing is found.
+disk_content list_volumes(std::ostream& out, CRawDisk& disk, partition_list& list) {
+    if (!scan_partitions(disk, list, scan_mode::strict)) {
+        if (has_ntfs_boot_sector(disk, 0)) return disk_content::bare_ntfs;
+        if (!scan_partitions(disk, list, scan_mode::forced)) {
             out << "couldn't find any partitions on disk" << std::endl;
-            return false;
+            return disk_content::nothing;
         }
         out << "disk is corrupted, partition info questionable" << std::endl;
     }
-    if (list.empty()) out << "couldn't find any partitions on disk." << std::endl;
-    return !list.empty();
+    if (!list.empty()) return disk_content::volumes;
+    out << "couldn't find any partitions on disk." << std::endl;
+    return disk_content::nothing;
 }
 
-// Returns the first record that starts at `offset`, or null. NTFS volumes before it set
-// `found_ntfs`, and the last of them is the `candidate` for a suggestion.
-const partition_record* find_match(std::ostream& out, const partition_list& list,
-                                   std::uint64_t offset, std::uint64_t size, bool& found_ntfs,
-                                   std::uint64_t& candidate) {
+// The result of a search for the volume at an offset.
+struct volume_search {
+    const partition_record* match = nullptr;  // null if no volume starts there
+    bool found_ntfs = false;                  // an NTFS volume is before it in the list
+    std::uint64_t candidate = 0;              // offset of the last of these, to suggest
+};
+
+volume_search find_volume(std::ostream& out, const partition_list& list, std::uint64_t offset,
+                          std::uint64_t size) {
+    volume_search search;
     for (const partition_record& record : list) {
         const std::uint64_t start = record.byte_offset();
-        if (start == offset) return &record;
+        if (start == offset) {
+            search.match = &record;
+            break;
+        }
         if (!is_named_ntfs(partition_type_name(record.m_partition_type))) continue;
-        found_ntfs = true;
-        candidate = start;
+        search.found_ntfs = true;
+        search.candidate = start;
         if (start > size) write_out_of_bounds(out, start);
     }
-    return nullptr;
+    return search;
+}
+
+// Returns true if the volume ends within the image; otherwise false, after a message.
+bool fits(std::ostream& out, const partition_record& volume, std::uint64_t size) {
+    const std::uint64_t end_sector = volume.m_LBA_first_sector + volume.m_num_sectors;
+    if (size >= volume.m_sector_size * end_sector) return true;
+    out << "volume offset 0x" << std::hex << volume.byte_offset()
+        << " is a NTFS partition, however image size does not encapsulate entire volume"
+        << std::endl;
+    return false;
 }
 
 // Writes all volumes and the suggestion; sets `offset` to that of the candidate, or of the last
@@ -82,30 +104,25 @@ bool select_volume(std::ostream& out, bool& found_ntfs, std::uint64_t& offset, C
     }
 
     partition_list list;
-    bool is_bare = false;
-    if (!list_volumes(out, disk, list, is_bare)) return false;
-    if (is_bare) {
+    const disk_content content = list_volumes(out, disk, list);
+    if (content == disk_content::nothing) return false;
+    if (content == disk_content::bare_ntfs) {
         found_ntfs = true;
         offset = 0;
         return true;
     }
 
-    std::uint64_t candidate = 0;
-    const partition_record* match = find_match(out, list, offset, size, found_ntfs, candidate);
-    if (match != nullptr) {
-        const std::string name = partition_type_name(match->m_partition_type);
+    const volume_search search = find_volume(out, list, offset, size);
+    found_ntfs = search.found_ntfs;
+    if (search.match != nullptr) {
+        const std::string name = partition_type_name(search.match->m_partition_type);
         if (is_named_ntfs(name)) {
             found_ntfs = true;
-            const std::uint64_t end_sector = match->m_LBA_first_sector + match->m_num_sectors;
-            if (size >= match->m_sector_size * end_sector || ignore_image_size) return true;
-            out << "volume offset 0x" << std::hex << offset
-                << " is a NTFS partition, however image size does not encapsulate entire volume"
-                << std::endl;
-            return false;
+            return ignore_image_size || fits(out, *search.match, size);
         }
         out << "volume offset selected 0x" << std::hex << offset
             << " is not a NTFS partition, but [" << name << "]" << std::endl;
     }
-    write_listing(out, list, candidate, offset);
+    write_listing(out, list, search.candidate, offset);
     return false;
 }
