@@ -86,10 +86,8 @@ bool directory_reader::add_asked_rows() {
     name_entry_map names;
     if (!m_ntfs.get_file_names(names, m_opts.dir_entry_num, m_record)) return false;
 
-    std::wstring parent_path;
-    std::wstring name;
-    if (!file_record{m_record}.is_directory() && split_path(m_opts.directory, parent_path, name)) {
-        m_opts.directory = parent_path;
+    if (!file_record{m_record}.is_directory() && !m_opts.directory.empty()) {
+        m_opts.directory = split_path(m_opts.directory).dir;
     }
     // Not reset: the option also applies to the paths after this one.
     if (!stream.empty()) m_opts.show_indx = 1;

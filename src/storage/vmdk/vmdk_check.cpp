@@ -125,10 +125,8 @@ private:
             }
             // The folder does not exist: the next pass tries the same name next to the listed
             // files.
-            std::wstring folder;
-            std::wstring name;
-            if (split_path(path, folder, name)) {
-                path = m_prefix + name;
+            if (!path.empty()) {
+                path = m_prefix + split_path(path).name;
                 hint = "\"" + ql::to_utf8(path) + "\"";
             }
         }
