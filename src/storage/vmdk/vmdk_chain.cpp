@@ -76,9 +76,8 @@ std::uint64_t vmdk_chain::file_bytes() const {
 }
 
 vmdk_extent* vmdk_chain::holder_of(std::uint64_t offset) const {
-    std::uint64_t position = 0;
     for (vmdk_extent* extent = newest; extent != nullptr; extent = extent->parent) {
-        if (extent->find_grain(offset, position)) return extent;
+        if (extent->has_grain(offset)) return extent;
     }
     return nullptr;
 }

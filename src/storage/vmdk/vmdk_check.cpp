@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <memory>
 #include <new>
+#include <optional>
 #include <utility>
 
 #include "foundation/streams/posix_file.h"
@@ -46,10 +47,10 @@ public:
     pass_result pass() {
         vmdk_chain chain;
         if (!open_files(chain)) return pass_result::incomplete;
-        vmdk_extent* child = nullptr;
-        if (!find_orphan(chain, child)) return pass_result::incomplete;
-        if (child != nullptr && !is_parent_listed(chain, *child)) {
-            return add_parent(*child) ? pass_result::parent_added : pass_result::incomplete;
+        const std::optional<const vmdk_extent*> child = find_orphan(chain);
+        if (!child) return pass_result::incomplete;
+        if (*child != nullptr && !is_parent_listed(chain, **child)) {
+            return add_parent(**child) ? pass_result::parent_added : pass_result::incomplete;
         }
         return chain.base != nullptr ? pass_result::complete : pass_result::incomplete;
     }
@@ -66,7 +67,7 @@ private:
                 m_out << "prob creating virtual vmware disk mapping" << std::endl;
                 return false;
             }
-            if (!extent->open(path, false)) {
+            if (!extent->open(path, chain.write_access)) {
                 m_out << ql::to_utf8(path) << " can't be opened" << std::endl;
                 return false;
             }
@@ -75,20 +76,18 @@ private:
         return true;
     }
 
-    // Links the files in order of their CIDs, up to the first one whose parent is missing, and sets
-    // `child` to it. Returns false, after a message, for a file that is its own parent.
-    bool find_orphan(vmdk_chain& chain, vmdk_extent*& child) {
+    // Links the files in order of their CIDs, up to the first one whose parent is missing, and
+    // returns it; null if there is no such file. Returns nullopt, after a message, for a file that
+    // is its own parent.
+    std::optional<const vmdk_extent*> find_orphan(vmdk_chain& chain) {
         for (const auto& [cid, extent] : chain.extents) {
-            if (!chain.join_to_parent(*extent)) {
-                child = extent.get();
-                return true;
-            }
+            if (!chain.join_to_parent(*extent)) return extent.get();
             if (extent->parent != nullptr && extent->cid == extent->parent_cid) {
                 m_out << "Child VMDK CID errors, aborting" << std::endl;
-                return false;
+                return std::nullopt;
             }
         }
-        return true;
+        return nullptr;
     }
 
     // The parent may be in the list under another CID: its name is compared. An empty hint is a

@@ -34,10 +34,15 @@ bool vmdk_extent::open(const std::wstring& path, bool write) {
     return ready;
 }
 
-bool vmdk_extent::find_grain(std::uint64_t offset, std::uint64_t& position) const {
+// Returns the sector of the file at which the grain of byte `offset` starts, or 0 for a hole.
+std::uint32_t vmdk_extent::sector_of_grain(std::uint64_t offset) const {
     const auto table = static_cast<std::uint32_t>(ql::quotient(offset, table_span));
     const std::uint64_t grain = ql::quotient(rest(offset, table_span), grain_bytes);
-    const std::uint64_t sector = grains.sector_of(table, grain);
+    return grains.sector_of(table, grain);
+}
+
+bool vmdk_extent::find_grain(std::uint64_t offset, std::uint64_t& position) const {
+    const std::uint64_t sector = sector_of_grain(offset);
     if (sector == 0) return false;
     position = rest(offset, grain_bytes) + (sector << 9);
     return true;
@@ -83,8 +88,8 @@ std::uint64_t vmdk_extent::next_stored_grain(std::uint64_t offset, std::uint64_t
 bool vmdk_extent::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count) {
     std::uint64_t position = 0;
     if (!find_grain(offset, position) || position >= file_size) return false;
-    const std::uint64_t held = file_size - position;
-    const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, held));
+    const std::uint64_t left = file_size - position;
+    const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, left));
     const ssize_t brought = ::pread(fd, buffer, wanted, static_cast<off_t>(position));
     if (brought < 1) return false;
     const std::size_t fresh = static_cast<std::size_t>(brought);

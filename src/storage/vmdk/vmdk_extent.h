@@ -44,8 +44,11 @@ public:
     std::uint64_t grain_dir_offset() const { return ql::le64(header, 56); }
     std::uint64_t overhead() const { return ql::le64(header, 64); }
 
+    // Returns true if the file contains the grain of byte `offset` of the disk. Like the other
+    // functions of grains, only for an open extent.
+    bool has_grain(std::uint64_t offset) const { return sector_of_grain(offset) != 0; }
     // Finds the position in the file of byte `offset` of the disk. Returns false if the file does
-    // not contain it. Like read(), only for an open extent.
+    // not contain its grain.
     bool find_grain(std::uint64_t offset, std::uint64_t& position) const;
 
     // Returns the first byte position of the disk in [`offset`, `end`) that this file may store, or
@@ -85,8 +88,10 @@ public:
     std::wstring path_wide;
 
 private:
+    std::uint32_t sector_of_grain(std::uint64_t offset) const;
     std::uint64_t next_stored_grain(std::uint64_t offset, std::uint64_t end) const;
 
+    // Defined in vmdk_extent_metadata.cpp, with their documentation.
     bool read_metadata();
     bool read_header(vmdk_metadata_reader& reader);
     bool read_descriptor(vmdk_metadata_reader& reader);

@@ -1,4 +1,5 @@
-// Opens a VMDK file: reads its header, descriptor, directory and the partition table of its disk.
+// The members of vmdk_extent that read the header, the descriptor, the directory and the partition
+// table of the disk.
 #include <algorithm>
 #include <string>
 #include <string_view>
@@ -23,9 +24,9 @@ bool vmdk_extent::read_metadata() {
 }
 
 bool vmdk_extent::read_header(vmdk_metadata_reader& reader) {
-    ql::bytes start;
-    if (!reader.read(0, header.size(), start)) return false;
-    std::copy(start.begin(), start.end(), header.begin());
+    const auto start = reader.read(0, header.size());
+    if (!start) return false;
+    std::copy(start->begin(), start->end(), header.begin());
     grain_bytes = sector_size * grain_size();
     table_span = entries_per_table() * grain_bytes;
     return ql::has_text(header, 0, magic);
@@ -40,12 +41,12 @@ bool vmdk_extent::read_descriptor(vmdk_metadata_reader& reader) {
     do {  // at least once: a failed seek is an error even for an empty text
         const std::size_t step =
             std::min<std::uint64_t>(size - done, vmdk_metadata_reader::window_size);
-        ql::bytes part;
-        if (!reader.read(position + done, step, part)) {
+        const auto part = reader.read(position + done, step);
+        if (!part) {
             if (done == 0) return false;
             break;  // the text ends at a failed read
         }
-        if (!take_descriptor_text(part, line) || part.size() < step) break;
+        if (!take_descriptor_text(*part, line) || part->size() < step) break;
         done += step;
     } while (done < size);
     take_descriptor_line(line);
@@ -89,9 +90,9 @@ bool vmdk_extent::read_directory(vmdk_metadata_reader& reader) {
     const std::uint64_t metadata_size = sector_size * overhead();
     const std::uint64_t start = sector_size * grain_dir_offset();
     if (start >= metadata_size) return false;
-    ql::bytes first;
-    if (!reader.read(start, entry_size, first)) return false;
-    first_table_offset = std::uint64_t{sector_size} * ql::le32(first, 0);
+    const auto first = reader.read(start, entry_size);
+    if (!first) return false;
+    first_table_offset = std::uint64_t{sector_size} * ql::le32(*first, 0);
     if (first_table_offset > metadata_size || first_table_offset <= start) return false;
     const vmdk_directory_place place = {.position = start,
                                         .num_entries = (first_table_offset - start) / entry_size,
@@ -104,10 +105,10 @@ bool vmdk_extent::read_directory(vmdk_metadata_reader& reader) {
 // usually missing, so that its own header is read instead and it has no partitions.
 bool vmdk_extent::read_first_sector(vmdk_metadata_reader& reader) {
     first_sector_offset = std::uint64_t{grains.sector_of(0, 0)} * sector_size;
-    ql::bytes stored;
-    if (!reader.read(first_sector_offset, sector_size, stored)) return false;
+    const auto stored = reader.read(first_sector_offset, sector_size);
+    if (!stored) return false;
     first_sector.assign(sector_size, 0);
-    std::copy(stored.begin(), stored.end(), first_sector.begin());
+    std::copy(stored->begin(), stored->end(), first_sector.begin());
 
     for (const partition_record& record :
          scan_partitions_in_buffer(first_sector, scan_mode::forced)) {

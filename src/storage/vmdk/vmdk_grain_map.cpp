@@ -52,7 +52,7 @@ void vmdk_grain_map::read_tables(vmdk_metadata_reader& reader) {
 }
 
 // Reads a table into memory. Returns false if it cannot be read; true also if it has already been
-// read, is past the end of the file, or is not to be stored.
+// read, is past the end of the file, or is not to be held.
 bool vmdk_grain_map::read_table(std::uint32_t sector, vmdk_metadata_reader& reader) {
     const std::uint64_t position = bytes_of(sector);
     if (position >= m_file_size || m_tables.contains(sector)) return true;

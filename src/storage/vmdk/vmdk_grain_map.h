@@ -21,10 +21,10 @@ struct vmdk_directory_place {
 // is not special: it means a table at the start of the file, so that header and descriptor become
 // sectors of grains.
 //
-// The object stores the bytes of the directory that are in the file, and each table once, without
-// the zeros at its end. Tables that overlap could be far larger in total than the file. If they
-// exceed the memory limit, the rest of them is not stored, and their entries are read from the file
-// one by one.
+// The object holds in memory the bytes of the directory that are in the file, and each table once,
+// without the zeros at its end. Tables that overlap could be far larger in total than the file. If
+// they exceed the memory limit, the rest of them is not held, and their entries are read from the
+// file one by one. A grain that is in the file is stored.
 class vmdk_grain_map {
 public:
     // Reads the directory and the tables; called once. `fd` is borrowed and must stay open as long
@@ -35,7 +35,7 @@ public:
 
     // Directory entries that have a table.
     std::uint64_t num_tables() const { return m_num_tables; }
-    // Tables and directory entries in memory.
+    // Tables and entries in memory, for tests of the memory limit.
     std::size_t num_held_tables() const { return m_tables.size(); }
     std::uint64_t num_held_entries() const;
 

@@ -26,31 +26,30 @@ bool vmdk_metadata_reader::is_in_window(std::uint64_t position, std::size_t coun
     return skipped <= m_window_held && count <= m_window_held - skipped;
 }
 
-bool vmdk_metadata_reader::read(std::uint64_t position, std::size_t count, ql::bytes& out) {
+std::optional<ql::bytes> vmdk_metadata_reader::read(std::uint64_t position, std::size_t count) {
     if (!is_in_window(position, count)) {
         m_window_held = 0;  // its bytes are undefined after a failed read
-        if (::lseek(m_fd, static_cast<off_t>(position), SEEK_SET) == -1) return false;
+        if (::lseek(m_fd, static_cast<off_t>(position), SEEK_SET) == -1) return std::nullopt;
         const ssize_t brought = ::read(m_fd, m_window.data(), m_window.size());
-        if (brought == -1) return false;
+        if (brought == -1) return std::nullopt;
         m_window_position = position;
         m_window_held = static_cast<std::size_t>(brought);
     }
     const ql::bytes held(m_window.data(), m_window_held);
-    out = ql::clip(held, static_cast<std::size_t>(position - m_window_position), count);
-    return true;
+    return ql::clip(held, static_cast<std::size_t>(position - m_window_position), count);
 }
 
 bool vmdk_metadata_reader::read_entries(std::uint64_t position, std::uint64_t count,
                                         std::vector<std::uint32_t>& out) {
     for (std::uint64_t done = 0; done < count;) {
         const std::uint64_t step = std::min<std::uint64_t>(count - done, window_size / entry_size);
-        ql::bytes part;
-        if (!read(position + done * entry_size, step * entry_size, part)) return done != 0;
-        const std::size_t used = entries_used(part);
+        const auto part = read(position + done * entry_size, step * entry_size);
+        if (!part) return done != 0;
+        const std::size_t used = entries_used(*part);
         if (used != 0) out.resize(done + used);
         for (std::size_t i = 0; i < used; ++i)
-            out[done + i] = ql::le32(part, i * entry_size);
-        if (part.size() < step * entry_size) break;  // the end of the file
+            out[done + i] = ql::le32(*part, i * entry_size);
+        if (part->size() < step * entry_size) break;  // the end of the file
         done += step;
         if (used == 0) done += entries_in_hole(position + done * entry_size, count - done);
     }

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "foundation/bytes/ql_bytes.h"
@@ -17,10 +18,10 @@ public:
     // Borrows the open file.
     explicit vmdk_metadata_reader(int fd) : m_fd(fd), m_window(window_size) {}
 
-    // Sets `out` to the `count` bytes at byte `position` of the file, at most window_size; fewer at
-    // the end of the file. `out` is valid until the next read. Returns false if the seek or the
-    // read fails.
-    bool read(std::uint64_t position, std::size_t count, ql::bytes& out);
+    // Returns the `count` bytes at byte `position` of the file, at most window_size; fewer at the
+    // end of the file. They are valid until the next read. Returns nullopt if the seek or the read
+    // fails.
+    std::optional<ql::bytes> read(std::uint64_t position, std::size_t count);
 
     // Fills the empty `out` with `count` 32-bit entries from byte `position` on. Zeros at the end
     // are not stored, nor are the entries past the end of the file, which are zero. Entries after a
