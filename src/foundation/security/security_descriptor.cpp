@@ -145,7 +145,7 @@ const char* well_known_name(ql::bytes sid) {
 void add_ace(security_ace_rows& rows, ql::bytes ace) {
     security_ace_row row;
     const ql::bytes sid = from_offset(ace, 8);
-    ace_type_text(ql::le8(ace, 0), row.ace_type, true);
+    row.ace_type = ace_type_text(ql::le8(ace, 0));
     access_mask_text(ql::le32(ace, 4), row.access);
     sid_to_string(row.sid, sid);
     row.name = well_known_name(sid);
@@ -155,25 +155,37 @@ void add_ace(security_ace_rows& rows, ql::bytes ace) {
     if (!is_new) place->second.access += " | " + row.access;
 }
 
-void write_sid_line(std::ostream& stream, const std::string& line_prefix, const char* label,
-                    ql::bytes descriptor, std::uint32_t sid_offset) {
-    if (sid_offset == 0) return;
-    std::string text;
-    sid_to_string_checked(text, from_offset(descriptor, sid_offset), smallest_sid_room);
-    stream << line_prefix << label << text << "]\n";
-}
+// Writes the parts of a descriptor. An offset of 0 is that of a part that does not exist.
+class descriptor_writer {
+public:
+    descriptor_writer(std::ostream& stream, const std::string& line_prefix, ql::bytes descriptor)
+        : m_stream(stream), m_line_prefix(line_prefix), m_descriptor(descriptor) {}
 
-void write_acl(std::ostream& stream, const std::string& line_prefix, const char* title,
-               ql::bytes descriptor, std::uint32_t acl_offset) {
-    security_ace_rows rows;
-    if (acl_offset == 0 || !acl_rows(rows, descriptor, acl_offset)) return;
-    stream << '\n' << line_prefix << title << '\n';
-    for (const auto& [key, row] : rows) {
-        stream << line_prefix << std::left << std::setw(15) << row.ace_type << ' ' << std::setw(15)
-               << row.name << ' ' << row.access << '\n'
-               << std::right;
+    void write_title() { m_stream << m_line_prefix << "Security Identifiers\n"; }
+
+    void write_sid(const char* label, std::uint32_t sid_offset) {
+        if (sid_offset == 0) return;
+        std::string text;
+        sid_to_string_checked(text, from_offset(m_descriptor, sid_offset), smallest_sid_room);
+        m_stream << m_line_prefix << label << text << "]\n";
     }
-}
+
+    void write_acl(const char* title, std::uint32_t acl_offset) {
+        security_ace_rows rows;
+        if (acl_offset == 0 || !acl_rows(rows, m_descriptor, acl_offset)) return;
+        m_stream << '\n' << m_line_prefix << title << '\n';
+        for (const auto& [key, row] : rows) {
+            m_stream << m_line_prefix << std::left << std::setw(15) << row.ace_type << ' '
+                     << std::setw(15) << row.name << ' ' << row.access << '\n'
+                     << std::right;
+        }
+    }
+
+private:
+    std::ostream& m_stream;
+    const std::string& m_line_prefix;
+    ql::bytes m_descriptor;
+};
 
 }  // namespace
 
@@ -214,6 +226,13 @@ void ace_type_text(std::uint8_t type, std::string& out, bool /*short_form*/) {
     out = type < std::size(texts) ? texts[type] : "unknown";
 }
 
+std::string ace_type_text(std::uint8_t type) {
+    constexpr bool short_form = true;
+    std::string text;
+    ace_type_text(type, text, short_form);
+    return text;
+}
+
 // ACL:
 //
 //    0  u8   revision
@@ -242,13 +261,12 @@ bool acl_rows(security_ace_rows& rows_out, ql::bytes descriptor, std::uint32_t a
 //   16  u32  offset of the DACL
 std::ostream& security_descriptor_text(std::ostream& stream, ql::bytes descriptor,
                                        std::uint32_t /*length*/, const std::string& line_prefix) {
-    stream << line_prefix << "Security Identifiers\n";
-    write_sid_line(stream, line_prefix, "owner sid [", descriptor, ql::le32(descriptor, 4));
-    write_sid_line(stream, line_prefix, "group sid [", descriptor, ql::le32(descriptor, 8));
-    write_acl(stream, line_prefix, "System Access Control List", descriptor,
-              ql::le32(descriptor, 12));
-    write_acl(stream, line_prefix, "Discretionary Access Control List", descriptor,
-              ql::le32(descriptor, 16));
+    descriptor_writer writer(stream, line_prefix, descriptor);
+    writer.write_title();
+    writer.write_sid("owner sid [", ql::le32(descriptor, 4));
+    writer.write_sid("group sid [", ql::le32(descriptor, 8));
+    writer.write_acl("System Access Control List", ql::le32(descriptor, 12));
+    writer.write_acl("Discretionary Access Control List", ql::le32(descriptor, 16));
     return stream;
 }
 

@@ -47,6 +47,7 @@ void access_mask_text(std::uint32_t mask, std::string& out);
 // Sets `out` to the type of an access control entry: "access allowed", "access denied", "system
 // audit", "system alarm" or "unknown". `short_form` is ignored.
 void ace_type_text(std::uint8_t type, std::string& out, bool short_form);
+std::string ace_type_text(std::uint8_t type);
 
 // Reads the ACL at `acl_offset` of `descriptor`. Entries of the same SID and type are joined in one
 // row. Returns true if there is at least one row.
