@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <locale>
+#include <optional>
 #include <sstream>
 
 #include "foundation/text/ql_string.h"
@@ -29,17 +30,13 @@ std::uint64_t digits_from(const std::string& text, std::size_t at, int base) {
 }
 
 // Parses hexadecimal after the first "x", or else octal after the first "o", of a lowered text.
-// Returns false, with `out` unchanged, if the text has neither.
-bool read_marked(const std::string& lowered, std::uint64_t& out) {
-    if (const auto x = lowered.find('x'); x != std::string::npos) {
-        out = digits_from(lowered, x + 1, 16);
-        return true;
-    }
-    if (const auto o = lowered.find('o'); o != std::string::npos) {
-        out = digits_from(lowered, o + 1, 8);
-        return true;
-    }
-    return false;
+// Returns nullopt if the text has neither.
+std::optional<std::uint64_t> read_marked(const std::string& lowered) {
+    if (const auto x = lowered.find('x'); x != std::string::npos)
+        return digits_from(lowered, x + 1, 16);
+    if (const auto o = lowered.find('o'); o != std::string::npos)
+        return digits_from(lowered, o + 1, 8);
+    return std::nullopt;
 }
 
 // Removes the blanks before a number. Returns false if a blank follows a digit.
@@ -69,9 +66,9 @@ bool read_by_stream(const std::string& text, std::ios_base& (*base)(std::ios_bas
 
 bool parse_number(const std::string& text, std::uint64_t& out) {
     const std::string copy = lowered_and_trimmed(text);
-    if (read_marked(copy, out)) return true;
-    if (!begins_decimal(copy)) return false;
-    out = digits_from(copy, 0, 10);
+    const std::optional<std::uint64_t> marked = read_marked(copy);
+    if (!marked && !begins_decimal(copy)) return false;
+    out = marked ? *marked : digits_from(copy, 0, 10);
     return true;
 }
 
@@ -96,9 +93,8 @@ bool parse_u32(const std::string& text, std::uint32_t& out) {
 
 bool parse_count(const std::string& text, std::uint32_t& out) {
     const std::string copy = lowered_and_trimmed(text);
-    std::uint64_t value = 0;
-    if (read_marked(copy, value)) {
-        out = static_cast<std::uint32_t>(value);
+    if (const std::optional<std::uint64_t> marked = read_marked(copy)) {
+        out = static_cast<std::uint32_t>(*marked);
         return true;
     }
     if (!begins_decimal(copy)) return false;
