@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr std::uint32_t no_drive = 0xFFFFFFFF;
-
 bool open_source(quorvel_opts& opts, std::unique_ptr<CNtfs>& ntfs) {
     std::wstring resolved_path;
     const bool follow_links = opts.follow_links != 0;

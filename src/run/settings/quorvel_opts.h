@@ -8,6 +8,8 @@
 #include "report/rows/dir_entry.h"
 #include "run/settings/cmd_params.h"
 
+constexpr std::uint32_t no_drive = 0xFFFFFFFF;  // of quorvel_opts::drive_number
+
 class quorvel_opts : public cmd_params {
 public:
     quorvel_opts();
@@ -17,7 +19,7 @@ public:
 
     std::ostream* out = nullptr;  // the stream of all reports; not owned
     std::wstring image_path;      // file name of the source
-    std::uint32_t drive_number = 0xFFFFFFFF;
+    std::uint32_t drive_number = no_drive;
     std::uint64_t volume_offset = 0;  // bytes
     std::wstring directory;           // the listed path
     dir_entry_set entries;            // rows of the current listing
