@@ -86,7 +86,8 @@ constexpr type_name_row type_names[] = {
 static_assert(std::ranges::is_sorted(type_names, {}, &type_name_row::type), "searched by halves");
 
 const char* type_name(std::uint16_t type) {
-    const auto* const row = std::ranges::lower_bound(type_names, type, {}, &type_name_row::type);
+    const type_name_row* const row =
+        std::ranges::lower_bound(type_names, type, {}, &type_name_row::type);
     return row != std::end(type_names) && row->type == type ? row->name : "unk";
 }
 

@@ -59,9 +59,9 @@ std::optional<std::uint64_t> extended_chain::take(ql::bytes record, std::uint64_
     for (std::size_t i = 0; i < boot_record_entries; ++i) {
         const boot_record_entry entry = boot_entry(record, i);
         if (!is_partition(entry)) break;
-        const std::uint64_t base = entry.is_link() ? m_base : record_lba;
-        append_entry(m_list, entry, base + entry.first_sector, m_sector_size);
-        if (entry.is_link()) return base + entry.first_sector;
+        const std::uint64_t lba = (entry.is_link() ? m_base : record_lba) + entry.first_sector;
+        append_entry(m_list, entry, lba, m_sector_size);
+        if (entry.is_link()) return lba;
         if (record_lba == m_base) m_last_type = entry.type;
     }
     return std::nullopt;
