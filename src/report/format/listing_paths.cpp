@@ -1,5 +1,6 @@
 #include "report/format/listing_paths.h"
 
+#include <string_view>
 #include <utility>
 
 #include "report/format/row_text.h"
@@ -18,7 +19,7 @@ dir_entry with_own_path(const dir_entry& entry) {
 }
 
 // Returns `path` without its trailing backslashes, or all of it if it has no other characters.
-std::string_view without_closing_backslashes(std::string_view path) {
+std::string_view without_trailing_backslashes(std::string_view path) {
     const std::size_t last = path.find_last_not_of('\\');
     return last == std::string_view::npos ? path : path.substr(0, last + 1);
 }
@@ -50,7 +51,7 @@ listing_paths::listing_paths(std::string path, std::uint64_t dir_entry_num, bool
     }
 }
 
-bool listing_paths::take(const dir_entry& entry, std::string_view name) {
+bool listing_paths::take(const dir_entry& entry) {
     if (!is_of_directory(entry)) return true;
     if (entry.mft_entry == m_dir_entry_num) {
         row_path = dir_path;
@@ -66,8 +67,7 @@ bool listing_paths::take(const dir_entry& entry, std::string_view name) {
     return false;
 }
 
-void listing_paths::append_path(std::string& row, const dir_entry& entry,
-                                std::string_view name) const {
+void listing_paths::append_path(std::string& row, const dir_entry& entry) const {
     switch (entry.type) {
         case entry_type::file:
             row += dir_path;
@@ -78,7 +78,7 @@ void listing_paths::append_path(std::string& row, const dir_entry& entry,
             break;
         case entry_type::index_stream:
         case entry_type::data_stream:
-            append_stream_path(row, entry, name);
+            append_stream_path(row, entry);
             break;
         default:
             break;
@@ -88,10 +88,9 @@ void listing_paths::append_path(std::string& row, const dir_entry& entry,
 // The path of a stream of the listed entry continues the latest directory row: "\dir:zone", without
 // a backslash before the colon. If the listed entry is a file there is no such row, and its streams
 // are shown as ":zone" alone.
-void listing_paths::append_stream_path(std::string& row, const dir_entry& entry,
-                                       std::string_view name) const {
+void listing_paths::append_stream_path(std::string& row, const dir_entry& entry) const {
     if (entry.mft_entry == m_dir_entry_num) {
-        row += without_closing_backslashes(row_path);
+        row += without_trailing_backslashes(row_path);
         row += stream_part(name);
     } else if (name.empty()) {
         row += row_path;

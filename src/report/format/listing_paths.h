@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <ostream>
 #include <string>
-#include <string_view>
 
 #include "report/rows/dir_entry.h"
 
@@ -23,21 +22,22 @@ public:
     listing_paths(std::string dir_path, std::uint64_t dir_entry_num, bool last_level,
                   dir_entry_set& recurse_list);
 
-    // Returns true if `entry`, shown under the name `name`, gets a row. For a directory, sets
-    // `row_path` to the listed directory, or to a subdirectory with a trailing backslash. Returns
-    // false for a subdirectory that has a listing of its own later, after adding a copy with its
-    // own path to `recurse_list`. Streams of directories are treated like their directory.
-    bool take(const dir_entry& entry, std::string_view name);
+    // Returns true if `entry`, shown under `name`, gets a row. For a directory, sets `row_path` to
+    // the listed directory, or to a subdirectory with a trailing backslash. Returns false for a
+    // subdirectory that has a listing of its own later, after adding a copy with its own path to
+    // `recurse_list`. Streams of directories are treated like their directory.
+    bool take(const dir_entry& entry);
 
-    // Appends the path of a row, or nothing for an unknown type.
-    void append_path(std::string& row, const dir_entry& entry, std::string_view name) const;
+    // Appends the path of the row of `entry`, or nothing for an unknown type.
+    void append_path(std::string& row, const dir_entry& entry) const;
 
     std::string dir_path;  // the listed directory, with a trailing separator
+    std::string name;      // of the current entry; set by the caller
     // The path of the latest directory row, empty before the first. It is kept from row to row.
     std::string row_path;
 
 private:
-    void append_stream_path(std::string& row, const dir_entry& entry, std::string_view name) const;
+    void append_stream_path(std::string& row, const dir_entry& entry) const;
 
     std::uint64_t m_dir_entry_num;
     bool m_last_level;

@@ -1,6 +1,7 @@
 #include "report/format/row_text.h"
 
 #include "foundation/text/number_text.h"
+#include "foundation/text/ql_string.h"
 
 namespace {
 
@@ -26,6 +27,12 @@ void fill_field(std::string& row, std::size_t start, std::size_t width) {
 
 void append_right(std::string& row, std::uint64_t value, std::size_t width) {
     ql::append_decimal(row, value, width);
+}
+
+void append_guid(std::string& row, const std::array<std::uint8_t, 16>& guid) {
+    std::string text;
+    ql::format_guid(text, guid.data());
+    row += text;
 }
 
 void write_row(std::ostream& out, std::string& row) {

@@ -2,6 +2,7 @@
 // written to the stream by one call: a listing can have millions of rows.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <ostream>
@@ -18,6 +19,9 @@ void fill_field(std::string& row, std::size_t start, std::size_t width);
 
 // Appends `value` in decimal, padded with leading blanks to `width`.
 void append_right(std::string& row, std::uint64_t value, std::size_t width);
+
+// Appends a GUID in its text form.
+void append_guid(std::string& row, const std::array<std::uint8_t, 16>& guid);
 
 // Writes `row` and a line end to `out`, flushes `out` and clears `row` for the next row.
 void write_row(std::ostream& out, std::string& row);

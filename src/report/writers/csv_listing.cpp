@@ -5,12 +5,9 @@
 #include <vector>
 
 #include "foundation/text/number_text.h"
-#include "foundation/text/ql_string.h"
-#include "report/format/listing_paths.h"
 #include "report/format/name_stamps.h"
-#include "report/format/row_text.h"
 #include "report/format/stamp_text.h"
-#include "run/settings/quorvel_opts.h"
+#include "report/writers/write_entries.h"
 
 bool csv_header_pending = true;
 
@@ -39,201 +36,165 @@ const char* type_text(std::uint32_t type) {
     }
 }
 
-// Replaces the character that could be mistaken for a separator in a name or path.
-void replace_separator(std::string& text, const quorvel_opts& settings) {
-    if (settings.path_sep_to == 0) return;
-    ql::replace_char(text, static_cast<char>(settings.path_sep_from),
-                     static_cast<char>(settings.path_sep_to));
+void add_stamp_columns(std::vector<std::string>& names, const char* source, bool paired) {
+    for (const stamp_columns& heading : stamp_headings) {
+        names.push_back(std::string(heading.date) + source);
+        if (!paired) names.push_back(std::string(heading.time) + source);
+    }
 }
 
-// Writes the header.
-class csv_header {
-public:
-    explicit csv_header(const quorvel_opts& settings) : m_settings(settings) {}
-
-    void write(std::ostream& out) {
-        std::vector<std::string> names = {"type", "filename"};
-        if (m_settings.split_pathfile != 0) names.emplace_back("path");
-        for (const char* name :
-             {"symbolic link", "size", "attributes", "MFT entry", "sequence #", "flags"}) {
-            names.emplace_back(name);
-        }
-        add_stamps(names, " (stdinfo)");
-        if (m_settings.alldates != 0) {
-            add_stamps(names, " (fn)");
-            add_stamps(names, " (short fn)");
-        }
-        names.emplace_back("time discrepancy");
-        if (m_settings.show_objid != 0) names.emplace_back("object ID");
-
-        std::string row;
-        for (const std::string& name : names) {
-            if (!row.empty()) row += m_settings.csv_separator;
-            row += name;
-        }
-        write_row(out, row);
+std::vector<std::string> column_names(const quorvel_opts& settings) {
+    const bool paired = settings.pair_datetime != 0;
+    std::vector<std::string> names = {"type", "filename"};
+    if (settings.split_pathfile != 0) names.emplace_back("path");
+    for (const char* name :
+         {"symbolic link", "size", "attributes", "MFT entry", "sequence #", "flags"}) {
+        names.emplace_back(name);
     }
-
-private:
-    void add_stamps(std::vector<std::string>& names, const char* source) const {
-        for (const stamp_columns& heading : stamp_headings) {
-            names.push_back(std::string(heading.date) + source);
-            if (m_settings.pair_datetime == 0) names.push_back(std::string(heading.time) + source);
-        }
+    add_stamp_columns(names, " (stdinfo)", paired);
+    if (settings.alldates != 0) {
+        add_stamp_columns(names, " (fn)", paired);
+        add_stamp_columns(names, " (short fn)", paired);
     }
+    names.emplace_back("time discrepancy");
+    if (settings.show_objid != 0) names.emplace_back("object ID");
+    return names;
+}
 
-    const quorvel_opts& m_settings;
-};
-
-// Writes the rows of one listing.
-class csv_rows {
+class csv_report : public report_base {
 public:
-    csv_rows(std::ostream& out, const quorvel_opts& settings, listing_paths& paths)
-        : m_out(out),
-          m_settings(settings),
-          m_paths(paths),
+    explicit csv_report(quorvel_opts& settings)
+        : m_settings(settings),
           m_stamp(settings.date_style),
           m_separator(settings.csv_separator),
           m_pad(settings.csv_space_field != 0 ? " " : "") {}
 
-    void write(const dir_entry& entry) {
-        m_name.clear();
-        ql::append_utf8(m_name, entry.name);
-        replace_separator(m_name, m_settings);
-        if (!m_paths.take(entry, m_name)) return;
-        m_row += type_text(entry.type);
-        m_row += m_separator;
-        append_path(entry);
-        m_row += m_separator;
-        ql::append_utf8(m_row, entry.link_target);
-        m_row += m_separator;
-        append_numbers(entry);
-        append_stamps(standard_stamps(entry));
-        append_names_and_discrepancy(entry);
-        append_object_id(entry);
-        write_row(m_out, m_row);
+    void append_pending_header(std::string& row) const {
+        if (!take_pending_header(csv_header_pending, m_settings)) return;
+        for (const std::string& name : column_names(m_settings)) {
+            if (!row.empty()) row += m_separator;
+            row += name;
+        }
+    }
+
+    // Replaces the character that could be mistaken for a separator.
+    void convert(std::string& text) const {
+        if (m_settings.path_sep_to == 0) return;
+        ql::replace_char(text, static_cast<char>(m_settings.path_sep_from),
+                         static_cast<char>(m_settings.path_sep_to));
+    }
+
+    void append_row(std::string& row, const dir_entry& entry, const listing_paths& paths) {
+        row += type_text(entry.type);
+        row += m_separator;
+        append_path(row, entry, paths);
+        row += m_separator;
+        ql::append_utf8(row, entry.link_target);
+        row += m_separator;
+        append_numbers(row, entry);
+        append_stamps(row, standard_stamps(entry));
+        append_names_and_discrepancy(row, entry);
+        if (m_settings.show_objid != 0 && has_object_id(entry)) append_guid(row, entry.object_id);
     }
 
 private:
-    void append_path(const dir_entry& entry) {
+    void append_path(std::string& row, const dir_entry& entry, const listing_paths& paths) {
         if (m_settings.split_pathfile == 0) {
-            m_paths.append_path(m_row, entry, m_name);
+            paths.append_path(row, entry);
             return;
         }
         m_path.clear();
-        m_paths.append_path(m_path, entry, m_name);
-        append_split_path(m_path);
+        paths.append_path(m_path, entry);
+        append_split_path(row, m_path);
     }
 
     // Appends two fields, file name and path. Only a slash splits, but paths are joined by
     // backslashes: the first field is the whole path unless a name contains a slash.
-    void append_split_path(std::string_view path) {
+    void append_split_path(std::string& row, std::string_view path) {
         const std::size_t slash = path.rfind('/');
         if (slash == std::string_view::npos) {
-            m_row += path;
-            m_row += m_separator;
+            row += path;
+            row += m_separator;
             return;
         }
         const std::string_view file = path.substr(slash + 1);
-        m_row += file.empty() ? std::string_view(".") : file;
-        m_row += m_separator;
-        m_row += path.substr(0, slash);
+        row += file.empty() ? std::string_view(".") : file;
+        row += m_separator;
+        row += path.substr(0, slash);
     }
 
-    void append_numbers(const dir_entry& entry) {
-        append_number(entry.size, 8);
-        append_number(entry.attributes, 8);
-        append_number(entry.mft_entry, 8);
-        append_number(entry.seq_num, 4);
-        append_number(entry.flags, 4);
+    void append_numbers(std::string& row, const dir_entry& entry) {
+        append_number(row, entry.size, 8);
+        append_number(row, entry.attributes, 8);
+        append_number(row, entry.mft_entry, 8);
+        append_number(row, entry.seq_num, 4);
+        append_number(row, entry.flags, 4);
     }
 
-    void append_number(std::uint64_t value, std::size_t hex_width) {
+    void append_number(std::string& row, std::uint64_t value, std::size_t hex_width) {
         if (m_settings.hex_numbers != 0) {
-            m_row += "0x";
-            ql::append_hex(m_row, value, hex_width);
+            row += "0x";
+            ql::append_hex(row, value, hex_width);
         } else {
-            ql::append_decimal(m_row, value);
+            ql::append_decimal(row, value);
         }
-        m_row += m_separator;
+        row += m_separator;
     }
 
-    void append_stamps(const stamp_set& stamps) {
-        append_stamp(stamps.created);
-        append_stamp(stamps.modified);
-        append_stamp(stamps.mft_changed);
-        append_stamp(stamps.accessed);
+    void append_stamps(std::string& row, const stamp_set& stamps) {
+        append_stamp(row, stamps.created);
+        append_stamp(row, stamps.modified);
+        append_stamp(row, stamps.mft_changed);
+        append_stamp(row, stamps.accessed);
     }
 
     // The padding blank precedes the date of a paired field, otherwise the time.
-    void append_stamp(std::uint64_t filetime) {
+    void append_stamp(std::string& row, std::uint64_t filetime) {
         m_stamp.render(filetime);
         const bool paired = m_settings.pair_datetime != 0;
-        if (paired) m_row += m_pad;
-        m_row += m_stamp.date;
+        if (paired) row += m_pad;
+        row += m_stamp.date;
         if (paired) {
-            m_row += ' ';
+            row += ' ';
         } else {
-            m_row += m_separator;
-            m_row += m_pad;
+            row += m_separator;
+            row += m_pad;
         }
-        m_row += m_stamp.time;
-        m_row += m_separator;
+        row += m_stamp.time;
+        row += m_separator;
     }
 
-    void append_names_and_discrepancy(const dir_entry& entry) {
+    void append_names_and_discrepancy(std::string& row, const dir_entry& entry) {
         if (m_settings.alldates != 0 && !entry.fn_list.empty()) {
             const name_stamps names = pick_name_stamps(entry.fn_list);
-            append_stamps(names.long_name);
-            append_short_name(names.short_name);
-            if (has_time_discrepancy(entry, names.long_name)) m_row += "true";
+            append_stamps(row, names.long_name);
+            append_short_name(row, names.short_name);
+            if (has_time_discrepancy(entry, names.long_name)) row += "true";
         }
-        m_row += m_separator;
+        row += m_separator;
     }
 
     // The columns of a missing short name are empty.
-    void append_short_name(const stamp_set& stamps) {
+    void append_short_name(std::string& row, const stamp_set& stamps) {
         if (stamps.created != 0) {
-            append_stamps(stamps);
+            append_stamps(row, stamps);
             return;
         }
         const int columns = m_settings.pair_datetime != 0 ? 4 : 8;
         for (int i = 0; i < columns; ++i)
-            m_row += m_separator;
+            row += m_separator;
     }
 
-    void append_object_id(const dir_entry& entry) {
-        if (m_settings.show_objid == 0 || !has_object_id(entry)) return;
-        std::string text;
-        ql::format_guid(text, entry.object_id.data());
-        m_row += text;
-    }
-
-    std::ostream& m_out;
-    const quorvel_opts& m_settings;
-    listing_paths& m_paths;
+    quorvel_opts& m_settings;
     stamp_text m_stamp;
     const std::string& m_separator;
     std::string_view m_pad;
-    std::string m_row;
-    std::string m_name;
-    std::string m_path;
+    std::string m_path;  // reused
 };
 
 }  // namespace
 
 void write_csv_listing(std::ostream& out, dir_entry_set& recurse_list, quorvel_opts& settings,
                        const std::wstring& parent_path, std::uint64_t dir_entry_num) {
-    if (!start_listing(out, recurse_list, settings.entries)) return;
-    if (csv_header_pending) {
-        csv_header_pending = false;
-        settings.header_pending = 0;
-        csv_header(settings).write(out);
-    }
-    std::string dir_path = ql::to_utf8(parent_path);
-    replace_separator(dir_path, settings);
-    listing_paths paths(std::move(dir_path), dir_entry_num, settings.last_level != 0, recurse_list);
-    csv_rows rows(out, settings, paths);
-    for (const dir_entry& entry : settings.entries)
-        rows.write(entry);
+    write_entries({out, recurse_list, settings, parent_path, dir_entry_num}, csv_report(settings));
 }

@@ -5,13 +5,10 @@
 #include <utility>
 
 #include "foundation/text/number_text.h"
-#include "foundation/text/ql_string.h"
 #include "foundation/time/time_text.h"
-#include "report/format/listing_paths.h"
 #include "report/format/name_stamps.h"
-#include "report/format/row_text.h"
 #include "report/format/stamp_text.h"
-#include "run/settings/quorvel_opts.h"
+#include "report/writers/write_entries.h"
 
 namespace {
 
@@ -65,123 +62,116 @@ void escape(std::string& text) {
     text = std::move(escaped);
 }
 
-// Writes the elements of one listing.
-class xml_rows {
+class xml_report : public report_base {
 public:
-    xml_rows(std::ostream& out, const quorvel_opts& settings, listing_paths& paths)
-        : m_out(out), m_settings(settings), m_paths(paths), m_stamp(settings.date_style) {}
+    explicit xml_report(const quorvel_opts& settings)
+        : m_settings(settings), m_stamp(settings.date_style) {}
 
-    void write(const dir_entry& entry) {
-        m_name.clear();
-        ql::append_utf8(m_name, entry.name);
-        if (!m_paths.take(entry, m_name)) return;
-        m_row += "<data_entry>";
+    void append_row(std::string& row, const dir_entry& entry, listing_paths& paths) {
+        row += "<data_entry>";
         if (is_of_directory(entry)) {
-            append_directory_head();
+            append_directory_head(row, paths.row_path);
         } else {
-            append_file_head(entry.size);
+            append_file_head(row, entry.size, paths);
         }
-        append_link(entry);
-        append_stamps(file_elements, standard_stamps(entry));
-        append_names_and_discrepancy(entry);
-        append_object_id(entry);
-        m_row += "</data_entry>";
-        write_row(m_out, m_row);
+        append_link(row, entry);
+        append_stamps(row, file_elements, standard_stamps(entry));
+        append_names_and_discrepancy(row, entry);
+        append_object_id(row, entry);
+        row += "</data_entry>";
     }
 
 private:
     // Also used for streams of a directory.
-    void append_directory_head() {
-        escape(m_paths.row_path);
-        append_element("directory", m_paths.row_path);
-        m_row += "\n<filename>.</filename><dir>true</dir><size/>";
+    static void append_directory_head(std::string& row, std::string& row_path) {
+        escape(row_path);
+        append_element(row, "directory", row_path);
+        row += "\n<filename>.</filename><dir>true</dir><size/>";
     }
 
     // The path of the listing is escaped again for each file and the result is kept: "a&b" is
     // "a&amp;b" in the first file's element and "a&amp;amp;b" in the second's. The path of a
     // subdirectory starts with the result for the files before it.
-    void append_file_head(std::uint64_t size) {
-        escape(m_name);
-        escape(m_paths.dir_path);
-        append_element("directory", m_paths.dir_path);
-        m_row += '\n';
-        append_element("filename", m_name);
-        m_row += "<dir/><size>";
+    void append_file_head(std::string& row, std::uint64_t size, listing_paths& paths) const {
+        escape(paths.name);
+        escape(paths.dir_path);
+        append_element(row, "directory", paths.dir_path);
+        row += '\n';
+        append_element(row, "filename", paths.name);
+        row += "<dir/><size>";
         if (m_settings.hex_numbers != 0) {
-            ql::append_hex(m_row, size, size_width);
+            ql::append_hex(row, size, size_width);
         } else {
-            ql::append_decimal(m_row, size);
+            ql::append_decimal(row, size);
         }
-        m_row += "</size>";
+        row += "</size>";
     }
 
-    void append_link(const dir_entry& entry) {
+    static void append_link(std::string& row, const dir_entry& entry) {
         if (entry.link_target.empty()) {
-            m_row += "<sym_link/>";
+            row += "<sym_link/>";
             return;
         }
-        m_row += "<sym_link>";
-        ql::append_utf8(m_row, entry.link_target);
-        m_row += "</sym_link>";
+        row += "<sym_link>";
+        ql::append_utf8(row, entry.link_target);
+        row += "</sym_link>";
     }
 
-    void append_stamps(const stamp_set_elements& elements, const stamp_set& stamps) {
-        append_stamp(elements[0], stamps.created);
-        append_stamp(elements[1], stamps.modified);
-        append_stamp(elements[2], stamps.mft_changed);
-        append_stamp(elements[3], stamps.accessed);
+    void append_stamps(std::string& row, const stamp_set_elements& elements,
+                       const stamp_set& stamps) {
+        append_stamp(row, elements[0], stamps.created);
+        append_stamp(row, elements[1], stamps.modified);
+        append_stamp(row, elements[2], stamps.mft_changed);
+        append_stamp(row, elements[3], stamps.accessed);
     }
 
-    void append_stamp(const stamp_elements& elements, std::uint64_t filetime) {
+    void append_stamp(std::string& row, const stamp_elements& elements, std::uint64_t filetime) {
         m_stamp.render(filetime);
-        m_row += elements.before_date;
-        m_row += m_stamp.date;
-        m_row += elements.between;
-        m_row += m_stamp.time;
-        m_row += elements.after_time;
+        row += elements.before_date;
+        row += m_stamp.date;
+        row += elements.between;
+        row += m_stamp.time;
+        row += elements.after_time;
     }
 
-    void append_names_and_discrepancy(const dir_entry& entry) {
+    void append_names_and_discrepancy(std::string& row, const dir_entry& entry) {
         bool discrepancy = false;
         if (m_settings.alldates != 0 && !entry.fn_list.empty()) {
             const name_stamps names = pick_name_stamps(entry.fn_list);
-            append_stamps(name_elements, names.long_name);
+            append_stamps(row, name_elements, names.long_name);
             if (names.short_name.created != 0) {
-                append_stamps(short_name_elements, names.short_name);
+                append_stamps(row, short_name_elements, names.short_name);
             } else {
-                m_row += no_short_name;
+                row += no_short_name;
             }
             discrepancy = has_time_discrepancy(entry, names.long_name);
         }
-        append_element("time_discrepancy", discrepancy ? "true" : "false");
+        append_element(row, "time_discrepancy", discrepancy ? "true" : "false");
     }
 
-    void append_object_id(const dir_entry& entry) {
+    static void append_object_id(std::string& row, const dir_entry& entry) {
         if (!has_object_id(entry)) {
-            m_row += "<object_id/>";
+            row += "<object_id/>";
             return;
         }
-        std::string text;
-        ql::format_guid(text, entry.object_id.data());
-        append_element("object_id", text);
+        row += "<object_id>";
+        append_guid(row, entry.object_id);
+        row += "</object_id>";
     }
 
-    void append_element(std::string_view element, std::string_view content) {
-        m_row += '<';
-        m_row += element;
-        m_row += '>';
-        m_row += content;
-        m_row += "</";
-        m_row += element;
-        m_row += '>';
+    static void append_element(std::string& row, std::string_view element,
+                               std::string_view content) {
+        row += '<';
+        row += element;
+        row += '>';
+        row += content;
+        row += "</";
+        row += element;
+        row += '>';
     }
 
-    std::ostream& m_out;
     const quorvel_opts& m_settings;
-    listing_paths& m_paths;
     stamp_text m_stamp;
-    std::string m_row;
-    std::string m_name;
 };
 
 }  // namespace
@@ -206,10 +196,5 @@ void write_xml_closing(std::ostream& out) {
 
 void write_xml_listing(std::ostream& out, dir_entry_set& recurse_list, quorvel_opts& settings,
                        const std::wstring& parent_path, std::uint64_t dir_entry_num) {
-    if (!start_listing(out, recurse_list, settings.entries)) return;
-    listing_paths paths(ql::to_utf8(parent_path), dir_entry_num, settings.last_level != 0,
-                        recurse_list);
-    xml_rows rows(out, settings, paths);
-    for (const dir_entry& entry : settings.entries)
-        rows.write(entry);
+    write_entries({out, recurse_list, settings, parent_path, dir_entry_num}, xml_report(settings));
 }
