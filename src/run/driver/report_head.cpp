@@ -8,13 +8,14 @@
 #include "foundation/text/ql_string.h"
 #include "foundation/time/time_text.h"
 #include "run/arguments/arguments.h"
+#include "run/options/option_words.h"
 
 namespace {
 
 // Returns the current time in UTC, with the date in the format of the command line.
 std::string run_time(const std::vector<std::string>& args) {
     std::string date_format = "mm/dd/yyyy";
-    peek_option_value("-dateformat", date_format, args, 1);
+    peek_option_value(common_option::date_format, date_format, args, 1);
     std::string date;
     std::string time;
     ql::format_date_time(date, time, ql::time::now(), date_format, "hh:mm:ss");
@@ -34,7 +35,7 @@ std::string this_system() {
 std::string command_text(const std::vector<std::string>& args) {
     std::string text;
     join_args(text, args, '\'');
-    return (peek_option("-pipe", args, 1) ? "<filelist> ... | " : "") + text;
+    return (peek_option(common_option::pipe, args, 1) ? "<filelist> ... | " : "") + text;
 }
 
 }  // namespace

@@ -57,9 +57,9 @@ int end_with_usage(int status) {
 }
 
 bool asks_for_help(std::vector<std::string>& args) {
-    for (const option_word& asking :
-         {word::help_h, word::help, word::help_slash, word::help_long}) {
-        if (has_option(asking.text, args)) return true;
+    for (const char* option : {driver_option("-h"), driver_option("-help"), driver_option("/?"),
+                               driver_option("--help")}) {
+        if (has_option(option, args)) return true;
     }
     return args.size() <= 1;
 }
@@ -69,18 +69,18 @@ void write_head(const run_state& run, std::ostream& out) { out << run.head << st
 // Reads "-xml". If it is the last argument, returns false and prints the report head and the reason
 // on standard output.
 bool read_xml_file(run_state& run) {
-    if (option_value(word::xml.text, run.xml_file, run.args)) {
+    if (option_value(driver_option("-xml"), run.xml_file, run.args)) {
         run.opts.xml = 1;
         return true;
     }
-    if (!has_option(word::xml.text, run.args)) return true;
+    if (!has_option(driver_option("-xml"), run.args)) return true;
     write_head(run, std::cout);
     std::cout << "Error: option requires an output file: -xml <output file>" << std::endl;
     return false;
 }
 
 bool read_common_options(run_state& run) {
-    if (parse_common_options(run.opts, run.args, word::vmdk.text)) return true;
+    if (parse_common_options(run.opts, run.args, driver_option("-vmdk"))) return true;
     write_head(run, std::cout);
     return false;
 }
@@ -101,7 +101,7 @@ bool open_output(run_state& run) {
 
 // A list of bare paths has no report head.
 void read_path_form(run_state& run) {
-    if (has_option(word::filepath_only.text, run.args)) {
+    if (has_option(driver_option("-filepath_only"), run.args)) {
         run.opts.filepath_only = 1;
     } else {
         write_head(run, *run.opts.out);
@@ -110,35 +110,35 @@ void read_path_form(run_state& run) {
 
 // "-recurse" and "-level" set the number of levels below the directory. A value that is not a
 // number means 0.
-void read_levels(run_state& run, const option_word& option) {
+void read_levels(run_state& run, const char* option) {
     std::string value;
-    if (!option_value(option.text, value, run.args)) return;
+    if (!option_value(option, value, run.args)) return;
     std::uint32_t& levels = run.opts.levels;
     levels = ql::parse_count(value, levels) ? levels + 1 : 1;
 }
 
 void read_report_options(run_state& run) {
     quorvel_opts& opts = run.opts;
-    if (has_option(word::indx.text, run.args)) opts.show_indx = 1;
+    if (has_option(driver_option("-indx"), run.args)) opts.show_indx = 1;
     std::string value;
-    if (option_value(word::offset.text, value, run.args))
+    if (option_value(driver_option("-offset"), value, run.args))
         ql::parse_number(value, opts.volume_offset);
-    if (option_value(word::mft.text, run.mft_arg, run.args))
+    if (option_value(driver_option("-mft"), run.mft_arg, run.args))
         ql::parse_number(run.mft_arg, run.mft_entry);
-    if (has_option(word::objid.text, run.args)) opts.show_objid = 1;
-    if (has_option(word::alldates.text, run.args)) {
+    if (has_option(driver_option("-objid"), run.args)) opts.show_objid = 1;
+    if (has_option(driver_option("-alldates"), run.args)) {
         opts.no_whitespace = 1;
         opts.csv = 1;
         opts.alldates = 1;
     }
-    read_levels(run, word::recurse);
-    read_levels(run, word::level);
+    read_levels(run, driver_option("-recurse"));
+    read_levels(run, driver_option("-level"));
 }
 
 // "-ignore_image_size" is read only if there is a volume offset; otherwise it remains in the
 // arguments.
 bool read_ignore_image_size(run_state& run) {
-    return run.opts.volume_offset != 0 && has_option(word::ignore_image_size.text, run.args);
+    return run.opts.volume_offset != 0 && has_option(driver_option("-ignore_image_size"), run.args);
 }
 
 // Checks the image and determines the volume offset. Without an offset on the command line the
@@ -159,7 +159,7 @@ bool settle_image(run_state& run) {
 // Checks the drive of "-drivenum", if given. Listings never open a drive.
 bool settle_drive(run_state& run) {
     std::string value;
-    if (!option_value(word::drivenum.text, value, run.args)) return true;
+    if (!option_value(driver_option("-drivenum"), value, run.args)) return true;
     ql::parse_u32(value, run.opts.drive_number);
     const bool ignore_image_size = read_ignore_image_size(run);
     std::ostringstream messages;
@@ -170,7 +170,7 @@ bool settle_drive(run_state& run) {
 }
 
 bool settle_source(run_state& run) {
-    if (option_value(word::image.text, run.source_name, run.args)) return settle_image(run);
+    if (option_value(driver_option("-image"), run.source_name, run.args)) return settle_image(run);
     return settle_drive(run);
 }
 

@@ -54,7 +54,7 @@ bool check_chain(const cmd_params& params, const char* vmdk_option) {
 // Finds the volume of the chain. A volume that was found is used even if the check rejects it.
 bool check_volume(cmd_params& params, std::vector<std::string>& args) {
     const bool ignore_image_size =
-        params.vmdk_offset != 0 && has_option(word::ignore_image_size.text, args);
+        params.vmdk_offset != 0 && has_option(driver_option("-ignore_image_size"), args);
     std::ostringstream messages;
     bool found_ntfs = false;
     const bool settled = check_vmdk_list(messages, params.vmdk_files, params.vmdk_offset,
@@ -72,6 +72,7 @@ bool parse_common_options(cmd_params& params, std::vector<std::string>& args,
     if (!read_vmdk_files(params, args, vmdk_option)) return true;
 
     std::string offset;
-    if (option_value(word::offset.text, offset, args)) ql::parse_number(offset, params.vmdk_offset);
+    if (option_value(driver_option("-offset"), offset, args))
+        ql::parse_number(offset, params.vmdk_offset);
     return check_chain(params, vmdk_option) && check_volume(params, args);
 }

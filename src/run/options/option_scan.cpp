@@ -142,7 +142,7 @@ bool split_path_and_file(cmd_params& params, const std::string&, words&) {
 
 bool take_results_file(cmd_params& params, const std::string& value, words& args) {
     params.results_file = results_file_name(value);
-    return test_results_file(params.results_file, peek_option(word::append.text, args, 1));
+    return test_results_file(params.results_file, peek_option(driver_option("-append"), args, 1));
 }
 
 bool measure_time(cmd_params& params, const std::string&, words&) {
@@ -229,9 +229,9 @@ using enum option_form;
 // regardless of the order of the arguments.
 constexpr option_spec vocabulary[] = {
     {"-pair_datetime", flag, pair_dates},
-    {"-diags", value, open_trace},
-    {"-l2", flag, trace_level_2, "-diags"},
-    {"-l3", flag, trace_level_3, "-diags"},
+    {common_option::trace, value, open_trace},
+    {"-l2", flag, trace_level_2, common_option::trace},
+    {"-l3", flag, trace_level_3, common_option::trace},
     {"-csv", flag, form_csv},
     {"-csvgen", flag, form_csvgen},
     {"-csvl2t", flag, form_csvl2t},
@@ -253,7 +253,7 @@ constexpr option_spec vocabulary[] = {
     {"-outdir", value, accept},
     {"-enumdir", value, accept},
     {"-num_subdirs", value, accept},
-    {"-pipe", flag, accept},
+    {common_option::pipe, flag, accept},
     {"-verbose", flag, accept},
     {"-v", flag, accept},
     {"-sqlite_log", value, refuse_database},
@@ -271,7 +271,7 @@ constexpr option_spec vocabulary[] = {
     {"-base16", flag, numbers_in_base16},
     {"-csv_separator", value, take_separator},
     {"-no_whitespace", flag, drop_whitespace},
-    {"-dateformat", value, take_date_format},
+    {common_option::date_format, value, take_date_format},
     {"-timeformat", value, take_time_format},
     {"-quiet", flag, be_quiet},
 };

@@ -1,7 +1,9 @@
-// The options that are read separately, one by one. The others are in the table of run/options/option_scan.
+// The options that the driver reads one by one. The others are in the table of
+// run/options/option_scan.
 #pragma once
 
 #include <span>
+#include <string_view>
 
 // What follows an option.
 enum class option_form {
@@ -16,32 +18,44 @@ struct option_word {
     option_form form;
 };
 
-namespace word {
+inline constexpr option_word driver_options[] = {
+    // Anywhere on the command line, these end the run and print the help.
+    {"-h", option_form::flag},
+    {"-help", option_form::flag},
+    {"/?", option_form::flag},
+    {"--help", option_form::flag},
+    // Checked by "-out" and never removed from the arguments.
+    {"-append", option_form::flag},
 
-// Anywhere on the command line, these end the run and print the help.
-inline constexpr option_word help_h{"-h", option_form::flag};
-inline constexpr option_word help{"-help", option_form::flag};
-inline constexpr option_word help_slash{"/?", option_form::flag};
-inline constexpr option_word help_long{"--help", option_form::flag};
-
-// Checked by "-out" and never removed from the arguments.
-inline constexpr option_word append{"-append", option_form::flag};
-
-inline constexpr option_word xml{"-xml", option_form::value};
-inline constexpr option_word vmdk{"-vmdk", option_form::values};
-inline constexpr option_word filepath_only{"-filepath_only", option_form::flag};
-inline constexpr option_word indx{"-indx", option_form::flag};
-inline constexpr option_word offset{"-offset", option_form::value};
-inline constexpr option_word mft{"-mft", option_form::value};
-inline constexpr option_word objid{"-objid", option_form::flag};
-inline constexpr option_word alldates{"-alldates", option_form::flag};
-inline constexpr option_word recurse{"-recurse", option_form::value};
-inline constexpr option_word level{"-level", option_form::value};
-inline constexpr option_word image{"-image", option_form::value};
-inline constexpr option_word ignore_image_size{"-ignore_image_size", option_form::flag};
-inline constexpr option_word drivenum{"-drivenum", option_form::value};
-
-}  // namespace word
+    {"-xml", option_form::value},
+    {"-vmdk", option_form::values},
+    {"-filepath_only", option_form::flag},
+    {"-indx", option_form::flag},
+    {"-offset", option_form::value},
+    {"-mft", option_form::value},
+    {"-objid", option_form::flag},
+    {"-alldates", option_form::flag},
+    {"-recurse", option_form::value},
+    {"-level", option_form::value},
+    {"-image", option_form::value},
+    {"-ignore_image_size", option_form::flag},
+    {"-drivenum", option_form::value},
+};
 
 // Returns the options above.
-std::span<const option_word> driver_words();
+constexpr std::span<const option_word> driver_words() { return driver_options; }
+
+// Returns the option `text` of the table above. A text that is not in the table does not compile.
+consteval const char* driver_option(std::string_view text) {
+    for (const option_word& known : driver_options) {
+        if (text == known.text) return known.text;
+    }
+    throw "not an option of the driver";
+}
+
+// Common options that are not only read by the scan: the report head depends on the first two.
+namespace common_option {
+inline constexpr const char* date_format = "-dateformat";
+inline constexpr const char* pipe = "-pipe";
+inline constexpr const char* trace = "-diags";
+}  // namespace common_option
