@@ -322,6 +322,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::vector<const char*> arguments;
     for (const std::string& word : line)
         arguments.push_back(word.c_str());
-    run(static_cast<int>(arguments.size()), arguments.data());
+    run_program(static_cast<int>(arguments.size()), arguments.data());
     return 0;
 }

@@ -21,5 +21,5 @@ void keep_standard_descriptors() {
 int main(int argc, char** argv) {
     keep_standard_descriptors();
     std::ios::sync_with_stdio(false);
-    return run(argc, argv);
+    return run_program(argc, argv);
 }

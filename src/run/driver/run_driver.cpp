@@ -2,8 +2,10 @@
 
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "foundation/streams/print_error.h"
@@ -27,6 +29,7 @@ namespace {
 
 constexpr int status_done = 0;
 constexpr int status_failed = -1;
+constexpr bool allow_vss = true;  // in the directory argument
 
 // The state of a run from its first step to its last. The output files are declared after the
 // settings, whose `out` points to one of them.
@@ -42,8 +45,8 @@ struct run_state {
     std::ofstream xml_stream;
 };
 
-// The paths to list.
-struct run_paths {
+// What the command line names: a path, or the paths of the MFT entry.
+struct listing_target {
     std::vector<std::wstring> paths;
     bool is_dir = false;  // all of them are one directory, which is listed once
 };
@@ -56,7 +59,7 @@ int end_with_usage(int status) {
     return status;
 }
 
-bool asks_for_help(std::vector<std::string>& args) {
+bool help_requested(std::vector<std::string>& args) {
     for (const char* option : {driver_option("-h"), driver_option("-help"), driver_option("/?"),
                                driver_option("--help")}) {
         if (has_option(option, args)) return true;
@@ -143,46 +146,47 @@ bool read_ignore_image_size(run_state& run) {
 
 // Checks the image and determines the volume offset. Without an offset on the command line the
 // image must be a bare volume; it is also accepted if the check rejects it because of its size.
-bool settle_image(run_state& run) {
+bool find_image_volume(run_state& run) {
     std::uint64_t& offset = run.opts.volume_offset;
     const bool offset_given = offset != 0;
     const bool ignore_image_size = read_ignore_image_size(run);
     std::ostringstream messages;
     bool found_ntfs = false;
-    const bool settled =
+    const bool accepted =
         check_image(messages, run.source_name, offset, found_ntfs, ignore_image_size);
-    if (settled || (!offset_given && offset == 0 && found_ntfs)) return true;
+    if (accepted || (!offset_given && offset == 0 && found_ntfs)) return true;
     print_error("%s\n", messages.str().c_str());
     return false;
 }
 
 // Checks the drive of "-drivenum", if given. Listings never open a drive.
-bool settle_drive(run_state& run) {
+bool check_drive_option(run_state& run) {
     std::string value;
     if (!option_value(driver_option("-drivenum"), value, run.args)) return true;
     ql::parse_u32(value, run.opts.drive_number);
     const bool ignore_image_size = read_ignore_image_size(run);
     std::ostringstream messages;
-    const bool settled =
+    const bool accepted =
         check_drive(messages, run.opts.drive_number, run.opts.volume_offset, ignore_image_size);
     std::cerr << messages.str();
-    return settled;
+    return accepted;
 }
 
-bool settle_source(run_state& run) {
-    if (option_value(driver_option("-image"), run.source_name, run.args)) return settle_image(run);
-    return settle_drive(run);
+bool find_source(run_state& run) {
+    if (option_value(driver_option("-image"), run.source_name, run.args))
+        return find_image_volume(run);
+    return check_drive_option(run);
 }
 
 // Returns the first argument that is not part of an option, as a path inside the volume, or the
 // root.
 std::wstring read_directory(const run_state& run) {
     if (run.args.size() < 2) return L"\\";
-    return ql::to_wide(normalise_directory(expand_env(run.args[1], true)));
+    return ql::to_wide(normalise_directory(expand_env(run.args[1], allow_vss)));
 }
 
 // Bare paths exclude all other forms; XML takes precedence over CSV.
-void settle_report_form(quorvel_opts& opts) {
+void choose_report_form(quorvel_opts& opts) {
     if (opts.filepath_only != 0) {
         opts.xml = 0;
         opts.csv = 0;
@@ -193,32 +197,32 @@ void settle_report_form(quorvel_opts& opts) {
     }
 }
 
-void print_paths_note(const run_paths& run) {
+void print_paths_note(const listing_target& target) {
     std::cerr << "\n[Note: this MFT entry has multiple possible paths]\n\n";
-    if (!run.is_dir) return;
-    for (const std::wstring& path : run.paths)
+    if (!target.is_dir) return;
+    for (const std::wstring& path : target.paths)
         std::cerr << ql::to_utf8(path) << "\n";
     std::cerr << "\nWill output only first path\n";
 }
 
-// Finds the paths of the MFT entry. Returns false, after an error message, if the entry cannot be
+// Finds the paths of the MFT entry. Returns nullopt, after an error message, if the entry cannot be
 // read or has no name.
-bool find_entry_paths(run_state& run, const std::wstring& directory, run_paths& out) {
+std::optional<listing_target> find_entry_paths(run_state& run, const std::wstring& directory) {
     const volume_source source{run.opts.image_path, run.opts.volume_offset};
-    if (!paths_for_entry(source, run.mft_entry, entry_path_prefix(directory), out.paths)) {
+    listing_target target;
+    if (!paths_for_entry(source, run.mft_entry, entry_path_prefix(directory), target.paths)) {
         print_error("couldn't resolve MFT entry to filepath\n");
-        return false;
+        return std::nullopt;
     }
-    out.is_dir = entry_is_directory(source, run.mft_entry);
+    target.is_dir = entry_is_directory(source, run.mft_entry);
     run.opts.dir_entry_num = run.mft_entry;
-    if (out.paths.size() >= 2) print_paths_note(out);
-    return true;
+    if (target.paths.size() >= 2) print_paths_note(target);
+    return target;
 }
 
-bool find_paths(run_state& run, const std::wstring& directory, run_paths& out) {
-    if (!run.mft_arg.empty()) return find_entry_paths(run, directory, out);
-    out.paths.push_back(directory);
-    return true;
+std::optional<listing_target> find_paths(run_state& run, const std::wstring& directory) {
+    if (!run.mft_arg.empty()) return find_entry_paths(run, directory);
+    return listing_target{.paths = {directory}};
 }
 
 // Directs the report to the XML file, with a head of its own. If the file cannot be opened, the
@@ -231,56 +235,56 @@ void open_xml_file(run_state& run) {
     run.opts.out = &run.xml_stream;
 }
 
-void list_paths(quorvel_opts& opts, const std::wstring& directory, run_paths run) {
+void list_paths(quorvel_opts& opts, const std::wstring& directory, listing_target target) {
     // An entry without paths is not listed, unless it is a directory: then the argument is listed.
-    const std::size_t count = run.is_dir ? 1 : run.paths.size();
-    if (run.paths.empty()) run.paths.push_back(directory);
+    const std::size_t count = target.is_dir ? 1 : target.paths.size();
+    if (target.paths.empty()) target.paths.push_back(directory);
     for (std::size_t i = 0; i < count; ++i) {
         opts.entries.clear();
-        opts.directory = run.paths[i];
+        opts.directory = target.paths[i];
         run_path(opts);
     }
 }
 
 // Keeps the rows of the last listing until the process ends. The system frees its memory faster
 // than the rows could be freed one by one.
-void put_aside(dir_entry_set& rows) {
-    static dir_entry_set* const aside = new dir_entry_set;
-    aside->swap(rows);
+void keep_until_exit(dir_entry_set& rows) {
+    static dir_entry_set* const kept = new dir_entry_set;
+    kept->swap(rows);
 }
 
 // Runs the steps from the checked source to the last path.
 int list_source(run_state& run) {
     const std::wstring directory = read_directory(run);
-    settle_report_form(run.opts);
+    choose_report_form(run.opts);
     run.opts.image_path = ql::to_wide(run.source_name);
-    run_paths paths;
-    if (!find_paths(run, directory, paths)) return status_failed;
+    std::optional<listing_target> target = find_paths(run, directory);
+    if (!target) return status_failed;
     open_xml_file(run);
-    list_paths(run.opts, directory, std::move(paths));
-    put_aside(run.opts.entries);
+    list_paths(run.opts, directory, *std::move(target));
+    keep_until_exit(run.opts.entries);
     return status_done;
 }
 
 }  // namespace
 
-int run(int argc, const char* const* argv) {
+int run_program(int argc, const char* const* argv) {
     run_guard guard;  // outlives the settings and the output files
-    run_state state;
-    collect_args(state.args, argc, argv);
-    if (state.args.empty()) return status_failed;
-    if (asks_for_help(state.args)) return end_with_usage(status_done);
+    run_state run;
+    collect_args(run.args, argc, argv);
+    if (run.args.empty()) return status_failed;
+    if (help_requested(run.args)) return end_with_usage(status_done);
 
-    state.head = report_head(state.args);
-    if (!read_xml_file(state)) return status_failed;
-    if (!read_common_options(state)) return status_failed;
-    guard.arm(state.opts, on_exit);
-    if (!open_output(state)) return status_failed;
-    read_path_form(state);
-    if (state.args.size() <= 1) return end_with_usage(status_failed);
+    run.head = report_head(run.args);
+    if (!read_xml_file(run)) return status_failed;
+    if (!read_common_options(run)) return status_failed;
+    guard.arm(run.opts, on_exit);
+    if (!open_output(run)) return status_failed;
+    read_path_form(run);
+    if (run.args.size() <= 1) return end_with_usage(status_failed);
 
-    read_report_options(state);
-    if (!settle_source(state)) return status_failed;
-    if (state.source_name.empty()) return end_with_usage(status_failed);
-    return list_source(state);
+    read_report_options(run);
+    if (!find_source(run)) return status_failed;
+    if (run.source_name.empty()) return end_with_usage(status_failed);
+    return list_source(run);
 }

@@ -3,4 +3,4 @@
 
 // Runs the program. Returns the exit status: 0 after the help or a completed run, otherwise -1. An
 // argument for which the standard library throws ends the process.
-int run(int argc, const char* const* argv);
+int run_program(int argc, const char* const* argv);

@@ -8,7 +8,7 @@
 
 run_guard::~run_guard() {
     if (m_clear_line) clear_line();
-    if (m_profile) tell_elapsed_time();
+    if (m_profile) print_elapsed_time();
     if (!m_signal_text.empty() && m_on_exit != nullptr) m_on_exit();
 }
 
@@ -21,7 +21,7 @@ void run_guard::arm(const cmd_params& params, void (*on_exit)()) {
     m_start = std::chrono::steady_clock::now();
 }
 
-void run_guard::tell_elapsed_time() const {
+void run_guard::print_elapsed_time() const {
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - m_start;
     std::cerr << "->" << elapsed.count() << " secs";
     std::ofstream trace(m_trace_file, std::ios::app);  // not opened if the name is empty

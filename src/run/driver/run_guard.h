@@ -20,7 +20,7 @@ public:
     void arm(const cmd_params& params, void (*on_exit)());
 
 private:
-    void tell_elapsed_time() const;
+    void print_elapsed_time() const;
 
     bool m_clear_line = false;
     bool m_profile = false;

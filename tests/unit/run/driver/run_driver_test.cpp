@@ -7,7 +7,7 @@
 
 #include "unit/run/usage_text.h"
 
-// Whole runs are covered by the end-to-end tests. These tests cover only the result of run().
+// Whole runs are covered by the end-to-end tests. These tests cover only the result of run_program().
 
 namespace {
 
@@ -18,7 +18,7 @@ struct result {
 
 result run_with(const std::vector<const char*>& words) {
     testing::internal::CaptureStderr();
-    const int status = run(static_cast<int>(words.size()), words.data());
+    const int status = run_program(static_cast<int>(words.size()), words.data());
     return {status, testing::internal::GetCapturedStderr()};
 }
 
