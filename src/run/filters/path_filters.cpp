@@ -51,7 +51,7 @@ path_filter make_item(const std::wstring& text) {
 
 // Splits a list at its commas or, if it has none, at its pipes. A text with neither is one item,
 // including its blanks.
-std::vector<std::string> cut_items(const std::string& text) {
+std::vector<std::string> split_items(const std::string& text) {
     for (const char delimiter : {',', '|'}) {
         if (text.find(delimiter) != std::string::npos)
             return split_list(text, delimiter, {.trim = true});
@@ -81,7 +81,7 @@ std::vector<std::uint8_t> hex_bytes(const std::string& text) {
 // Returns true if the first occurrence of the pattern in the directory part is followed by a slash
 // or by the end. If the pattern does not occur, replaces the backslashes of `dir` by slashes and
 // tries again.
-bool hits_directory(const std::wstring& pattern, std::wstring& dir) {
+bool matches_directory(const std::wstring& pattern, std::wstring& dir) {
     std::size_t at = dir.find(pattern);
     if (at == std::wstring::npos) {
         ql::replace_char(dir, L'\\', L'/');
@@ -93,7 +93,7 @@ bool hits_directory(const std::wstring& pattern, std::wstring& dir) {
 }
 
 // Returns true if the file at `path` on this host, not in the image, contains the item's signature.
-bool hits_signature(const path_filter& item, const std::wstring& path) {
+bool matches_signature(const path_filter& item, const std::wstring& path) {
     uni::file_object file;
     if (!file.open(path, uni::file_use::read)) return false;
     std::vector<std::uint8_t> content;
@@ -101,7 +101,7 @@ bool hits_signature(const path_filter& item, const std::wstring& path) {
     return file.read_at(content, length, item.signature_offset) && content == item.signature;
 }
 
-bool hits_name(const path_filter& item, const std::wstring& path, const std::wstring& name) {
+bool matches_name(const path_filter& item, const std::wstring& path, const std::wstring& name) {
     const std::wstring& pattern = item.pattern;
     if (item.wild_start != 0 && item.wild_end != 0) return name.find(pattern) != std::wstring::npos;
     if (item.wild_start != 0) {
@@ -111,7 +111,7 @@ bool hits_name(const path_filter& item, const std::wstring& path, const std::wst
     }
     if (item.wild_end != 0) return name.starts_with(pattern);
     if (!pattern.empty() && pattern == name) return true;
-    return !item.signature.empty() && hits_signature(item, path);
+    return !item.signature.empty() && matches_signature(item, path);
 }
 
 // Returns true if the date window is off or if the timestamps are of a kind that it supports.
@@ -125,7 +125,7 @@ bool passes_window(const cmd_params& params, const file_time_bounds& bounds) {
 bool parse_filter_list(std::vector<path_filter>& out, const std::string& text) {
     std::string lowered = text;
     ql::lower(lowered);
-    const std::vector<std::string> items = cut_items(lowered);
+    const std::vector<std::string> items = split_items(lowered);
     for (const std::string& item : items) {
         if (item == "*") {
             out.assign(1, make_item(L"*"));
@@ -139,7 +139,7 @@ bool parse_filter_list(std::vector<path_filter>& out, const std::string& text) {
 bool parse_filter_signature(std::vector<path_filter>& out, const std::string& text) {
     std::string lowered = text;
     ql::lower(lowered);
-    const std::vector<std::string> fields = cut_items(lowered);
+    const std::vector<std::string> fields = split_items(lowered);
     if (fields.empty()) return false;
     path_filter item;
     item.signature = hex_bytes(fields[0]);
@@ -170,7 +170,7 @@ bool path_passes_filters(const cmd_params& params, const std::wstring& path,
     ql::lower_wide(name);
     ql::lower_wide(dir);
     return std::any_of(filters.begin(), filters.end(), [&](const path_filter& item) {
-        if (item.in_path != 0) return hits_directory(item.pattern, dir);
-        return item.match_all != 0 || hits_name(item, path, name);
+        if (item.in_path != 0) return matches_directory(item.pattern, dir);
+        return item.match_all != 0 || matches_name(item, path, name);
     });
 }

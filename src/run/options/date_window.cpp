@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <iostream>
+#include <optional>
 
 #include "foundation/time/date_parse.h"
 #include "foundation/time/ql_time.h"
@@ -17,21 +18,30 @@ struct window_text {
     char separator = 0;  // of the date's fields
 };
 
-bool cut_window_text(const std::string& value, window_text& out) {
+// Splits a value at its first blank. Returns nullopt if its date has neither a slash nor a dash.
+std::optional<window_text> split_window_text(const std::string& value) {
     const std::size_t blank = std::min(value.find(' '), value.size());
-    out.date = value.substr(0, blank);
-    out.time = blank < value.size() ? value.substr(blank + 1) : "";
-    out.separator = out.date.find('/') != std::string::npos ? '/' : '-';
-    return out.date.find(out.separator) != std::string::npos;
+    window_text text;
+    text.date = value.substr(0, blank);
+    text.time = blank < value.size() ? value.substr(blank + 1) : "";
+    text.separator = text.date.find('/') != std::string::npos ? '/' : '-';
+    if (text.date.find(text.separator) == std::string::npos) return std::nullopt;
+    return text;
 }
 
-bool read_filetime(const window_text& text, std::uint64_t& out) {
+// Returns nullopt if the date or the time cannot be parsed.
+std::optional<std::uint64_t> read_filetime(const window_text& text) {
     ql::_windows_systemtime fields;
-    return ql::parse_date_time(text.date, text.time, "YMD", text.separator, fields) &&
-           ql::fields_to_filetime(out, fields);
+    std::uint64_t filetime = 0;
+    if (!ql::parse_date_time(text.date, text.time, "YMD", text.separator, fields)) {
+        return std::nullopt;
+    }
+    if (!ql::fields_to_filetime(filetime, fields)) return std::nullopt;
+    return filetime;
 }
 
-std::uint32_t checked(std::uint64_t filetime) {
+// Returns 1 if the FILETIME can be displayed, otherwise 0.
+std::uint32_t displayable(std::uint64_t filetime) {
     return ql::time(filetime, ql::type_time::filetime).valid;
 }
 
@@ -47,38 +57,39 @@ void set_stop(cmd_params& params, std::uint8_t on, std::uint64_t filetime, std::
     params.time_to_alt = check;
 }
 
+void clear_stop(cmd_params& params) { set_stop(params, 0, 0, 0); }
+
 }  // namespace
 
 bool set_window_start(cmd_params& params, const std::string& value) {
     clear_start(params);
-    window_text text;
-    if (!cut_window_text(value, text)) return false;
+    const std::optional<window_text> text = split_window_text(value);
+    if (!text) return false;
 
-    std::uint64_t filetime = 0;
-    if (!read_filetime(text, filetime)) {
-        set_stop(params, 0, 0, 0);
+    const std::optional<std::uint64_t> filetime = read_filetime(*text);
+    if (!filetime) {
+        clear_stop(params);
         std::cerr << "invalid start time, ignoring\n";
         return true;
     }
     params.time_from_on = 1;
-    params.time_from = filetime;
-    params.time_from_alt = checked(filetime);
+    params.time_from = *filetime;
+    params.time_from_alt = displayable(*filetime);
     set_stop(params, UINT8_MAX, UINT64_MAX, UINT32_MAX);
     return true;
 }
 
 bool set_window_stop(cmd_params& params, const std::string& value) {
-    window_text text;
-    if (!cut_window_text(value, text)) return false;
-    if (text.time.empty()) text.time = "23:59:59";
+    std::optional<window_text> text = split_window_text(value);
+    if (!text) return false;
+    if (text->time.empty()) text->time = "23:59:59";
 
-    std::uint64_t filetime = 0;
-    const bool readable = read_filetime(text, filetime);
-    if (!readable || (params.time_from_on != 0 && filetime < params.time_from)) {
-        set_stop(params, 0, 0, 0);
+    const std::optional<std::uint64_t> filetime = read_filetime(*text);
+    if (!filetime || (params.time_from_on != 0 && *filetime < params.time_from)) {
+        clear_stop(params);
         std::cerr << "invalid stop time, ignoring\n";
         return true;
     }
-    set_stop(params, 1, filetime, checked(filetime));
+    set_stop(params, 1, *filetime, displayable(*filetime));
     return true;
 }

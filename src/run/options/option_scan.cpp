@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "foundation/text/ql_string.h"
@@ -105,32 +106,32 @@ bool form_multiline(cmd_params& params, const std::string&, words&) {
 
 bool has_pipe(const std::string& list) { return list.find('|') != std::string::npos; }
 
-bool pairs_up(const std::string& list) {
+bool has_even_count(const std::string& list) {
     return split_list(list, '|', {.trim = true}).size() % 2 == 0;
 }
 
-bool refuse_alias() {
+bool reject_alias() {
     std::cerr << "imbalanced alias to true pathfiles, aborting\n";
     return false;
 }
 
 bool check_alias(cmd_params&, const std::string& value, words&) {
-    return (has_pipe(value) && pairs_up(value)) || refuse_alias();
+    return (has_pipe(value) && has_even_count(value)) || reject_alias();
 }
 
 // A single path needs no pair.
 bool check_alias_path(cmd_params&, const std::string& value, words&) {
-    return !has_pipe(value) || pairs_up(value) || refuse_alias();
+    return !has_pipe(value) || has_even_count(value) || reject_alias();
 }
 
 // --- output and filters ---
 
-bool note_signal(cmd_params& params, const std::string& value, words&) {
+bool store_signal(cmd_params& params, const std::string& value, words&) {
     params.signal_text = value;
     return true;
 }
 
-bool refuse_database(cmd_params&, const std::string&, words&) {
+bool reject_database(cmd_params&, const std::string&, words&) {
     std::cerr << "This option is not offered in this build\n";
     return false;
 }
@@ -140,7 +141,7 @@ bool split_path_and_file(cmd_params& params, const std::string&, words&) {
     return true;
 }
 
-bool take_results_file(cmd_params& params, const std::string& value, words& args) {
+bool apply_results_file(cmd_params& params, const std::string& value, words& args) {
     params.results_file = results_file_name(value);
     return test_results_file(params.results_file, peek_option(driver_option("-append"), args, 1));
 }
@@ -160,16 +161,16 @@ bool add_filter_signature(cmd_params& params, const std::string& value, words&) 
     return true;
 }
 
-bool take_filter_root(cmd_params& params, const std::string& value, words&) {
+bool apply_filter_root(cmd_params& params, const std::string& value, words&) {
     set_filter_root(params.filters, value);
     return true;
 }
 
-bool take_window_start(cmd_params& params, const std::string& value, words&) {
+bool apply_window_start(cmd_params& params, const std::string& value, words&) {
     return set_window_start(params, value);
 }
 
-bool take_window_stop(cmd_params& params, const std::string& value, words&) {
+bool apply_window_stop(cmd_params& params, const std::string& value, words&) {
     return set_window_stop(params, value);
 }
 
@@ -185,7 +186,7 @@ bool numbers_in_base16(cmd_params& params, const std::string&, words&) {
     return true;
 }
 
-bool take_separator(cmd_params& params, const std::string& value, words&) {
+bool apply_separator(cmd_params& params, const std::string& value, words&) {
     set_separator(params, value);
     return true;
 }
@@ -198,7 +199,7 @@ bool drop_whitespace(cmd_params& params, const std::string&, words&) {
 }
 
 // Sets a format, or reports that the default is used.
-void take_format(std::string& format, const std::string& value, bool accepted) {
+void apply_format(std::string& format, const std::string& value, bool accepted) {
     if (!accepted) {
         std::cerr << "invalid " << value << ", using default format\n";
         return;
@@ -207,14 +208,14 @@ void take_format(std::string& format, const std::string& value, bool accepted) {
     ql::lower(format);
 }
 
-bool take_date_format(cmd_params& params, const std::string& value, words&) {
-    take_format(params.date_format, value, value.size() == 8 || value.size() == 10);
+bool apply_date_format(cmd_params& params, const std::string& value, words&) {
+    apply_format(params.date_format, value, value.size() == 8 || value.size() == 10);
     return true;
 }
 
-bool take_time_format(cmd_params& params, const std::string& value, words&) {
+bool apply_time_format(cmd_params& params, const std::string& value, words&) {
     const bool length_fits = value.size() == 8 || (value.size() >= 12 && value.size() <= 18);
-    take_format(params.time_format, value, length_fits && value.find(':') != std::string::npos);
+    apply_format(params.time_format, value, length_fits && value.find(':') != std::string::npos);
     return true;
 }
 
@@ -243,7 +244,7 @@ constexpr option_spec vocabulary[] = {
     {"-zlib", flag, accept},
     {"-zlibex", value, accept},
     {"-threads", value, accept},
-    {"-signal", value, note_signal},
+    {"-signal", value, store_signal},
     {"-hostname", value, accept},
     {"-username", value, accept},
     {"-cpuinst", value, accept},
@@ -256,42 +257,46 @@ constexpr option_spec vocabulary[] = {
     {common_option::pipe, flag, accept},
     {"-verbose", flag, accept},
     {"-v", flag, accept},
-    {"-sqlite_log", value, refuse_database},
-    {"-sqlite", value, refuse_database},
+    {"-sqlite_log", value, reject_database},
+    {"-sqlite", value, reject_database},
     {"-split_pathfile", flag, split_path_and_file},
-    {"-out", value, take_results_file},
-    {"-outfile", value, take_results_file},
+    {"-out", value, apply_results_file},
+    {"-outfile", value, apply_results_file},
     {"-profile", flag, measure_time},
     {"-filter", values, add_filters},
     {"-filter_sig", values, add_filter_signature},
-    {"-filter_path", value, take_filter_root},
-    {"-cmd_start_time", value, take_window_start},
-    {"-cmd_stop_time", value, take_window_stop},
+    {"-filter_path", value, apply_filter_root},
+    {"-cmd_start_time", value, apply_window_start},
+    {"-cmd_stop_time", value, apply_window_stop},
     {"-base10", flag, numbers_in_base10},
     {"-base16", flag, numbers_in_base16},
-    {"-csv_separator", value, take_separator},
+    {"-csv_separator", value, apply_separator},
     {"-no_whitespace", flag, drop_whitespace},
-    {common_option::date_format, value, take_date_format},
-    {"-timeformat", value, take_time_format},
+    {common_option::date_format, value, apply_date_format},
+    {"-timeformat", value, apply_time_format},
     {"-quiet", flag, be_quiet},
 };
 
-// Removes the next occurrence of the option from `args`.
-bool take_word(const option_spec& option, std::string& value, words& args) {
-    if (option.form == flag) return has_option(option.word, args);
-    return option_value(option.word, value, args);
+// Removes the next occurrence of the option from `args`. Returns its value, which is empty for a
+// flag, or nullopt if the option is absent.
+std::optional<std::string> take_option(const option_spec& option, words& args) {
+    std::string found_value;
+    const bool found = option.form == flag ? has_option(option.word, args)
+                                           : option_value(option.word, found_value, args);
+    return found ? std::optional(found_value) : std::nullopt;
 }
 
-// Finds one option and applies it. `found` is set to whether it is present. Returns false if the
-// run must end.
-bool read_option(const option_spec& option, cmd_params& params, words& args, bool& found) {
-    std::string value;
-    found = take_word(option, value, args);
-    if (!found) return true;
-    do {
-        if (!option.apply(params, value, args)) return false;
-    } while (option.form == values && take_word(option, value, args));
-    return true;
+enum class scan_step { absent, applied, run_ends };
+
+// Finds one option and applies it, as often as it may be repeated.
+scan_step read_option(const option_spec& option, cmd_params& params, words& args) {
+    scan_step step = scan_step::absent;
+    while (const std::optional<std::string> found_value = take_option(option, args)) {
+        if (!option.apply(params, *found_value, args)) return scan_step::run_ends;
+        step = scan_step::applied;
+        if (option.form != values) break;
+    }
+    return step;
 }
 
 }  // namespace
@@ -312,10 +317,10 @@ bool scan_options(cmd_params& params, std::vector<std::string>& args) {
 
     std::string_view group;  // the option whose dependent options are looked up
     for (const option_spec& option : vocabulary) {
-        if (option.behind != nullptr && group != option.behind) continue;
-        bool found = false;
-        if (!read_option(option, params, args, found)) return false;
-        if (found) group = option.behind == nullptr ? option.word : "";
+        if (option.needs != nullptr && group != option.needs) continue;
+        const scan_step step = read_option(option, params, args);
+        if (step == scan_step::run_ends) return false;
+        if (step == scan_step::applied) group = option.needs == nullptr ? option.word : "";
     }
     ql::parse_date_style(params.date_style, params.date_format, params.time_format,
                          params.pair_datetime != 0);

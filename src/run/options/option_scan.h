@@ -18,7 +18,7 @@ struct option_spec {
     bool (*apply)(cmd_params& params, const std::string& value, std::vector<std::string>& args);
     // The option without which this one is ignored, or null. Of several options that depend on the
     // same one, only the first that is present is read; the others remain in the arguments.
-    const char* behind = nullptr;
+    const char* needs = nullptr;
 };
 
 // Returns the vocabulary in scan order.

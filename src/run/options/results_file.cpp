@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr bool without_vss = false;
+
 // Opening a file to append does not create it, so a missing one needs the second call.
 bool can_open(const std::string& name, bool append) {
     uni::file_object file;
@@ -19,7 +21,7 @@ bool can_open(const std::string& name, bool append) {
 }  // namespace
 
 std::string results_file_name(const std::string& value) {
-    std::string name = expand_env(value, false);
+    std::string name = expand_env(value, without_vss);
     ql::replace_char(name, '\\', '/');
     return name;
 }

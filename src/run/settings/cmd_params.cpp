@@ -7,7 +7,7 @@
 namespace {
 
 // The longest line is this much longer than its format, including the terminating zero byte.
-constexpr std::size_t diag_room = 256;
+constexpr std::size_t extra_diag_size = 256;
 
 }  // namespace
 
@@ -20,7 +20,7 @@ void cmd_params::diag(const char* format, ...) {
     if (diags_on == 0 || diags_stream == nullptr) return;
 
     // Zeros, because a conversion that fails leaves the output before it without a terminator.
-    std::vector<char> text(std::strlen(format) + diag_room, '\0');
+    std::vector<char> text(std::strlen(format) + extra_diag_size, '\0');
     std::va_list arguments;
     va_start(arguments, format);
     if (std::vsnprintf(text.data(), text.size(), format, arguments) < 0) text.back() = '\0';

@@ -117,14 +117,14 @@ TEST(CommonOptions, FormsStateWhichOptionsHaveAValue) {
         EXPECT_EQ(option.form != option_form::flag, with_value.count(option.word) == 1);
         const std::string word = option.word;
         EXPECT_EQ(option.form == option_form::values, word == "-filter" || word == "-filter_sig");
-        EXPECT_EQ(option.behind != nullptr, word == "-l2" || word == "-l3");
+        EXPECT_EQ(option.needs != nullptr, word == "-l2" || word == "-l3");
     }
 }
 
 TEST(ScanOptions, EveryOptionIsRemovedFromTheArguments) {
     for (const option_spec& option : common_options()) {
         const std::string word = option.word;
-        if (option.behind != nullptr || word == "-sqlite" || word == "-sqlite_log" ||
+        if (option.needs != nullptr || word == "-sqlite" || word == "-sqlite_log" ||
             word == "-alias" || word == "-out" || word == "-outfile" || word == "-diags") {
             continue;  // covered by tests of their own
         }
