@@ -121,6 +121,18 @@ void render_stamps(benchmark::State& state) {
 }
 BENCHMARK(render_stamps)->Arg(1'000)->Arg(864'000'000'000);
 
+// Builds the rows of a file in the directory, whose record has been read.
+void add_rows(entry_rows& rows, const open_volume& volume, std::uint64_t entry,
+              dir_entry_set& entries) {
+    const std::wstring path = L"\\dir00000";
+    rows.add({.record = volume.record,
+              .entry_num = entry,
+              .parent_num = directory,
+              .path = path,
+              .append_name = true},
+             entries);
+}
+
 // Builds the rows of the whole directory; times are those of all its files.
 void make_rows(benchmark::State& state) {
     open_volume volume;
@@ -129,7 +141,7 @@ void make_rows(benchmark::State& state) {
     for (auto _ : state) {
         for (std::uint64_t entry = directory + 1; entry <= directory + files; ++entry) {
             if (!volume.read(entry)) state.SkipWithError("a record can't be read");
-            rows.add(volume.record, entry, directory, L"\\dir00000", opts.entries, false, true);
+            add_rows(rows, volume, entry, opts.entries);
         }
         rows.recycle(opts.entries);
     }
@@ -168,7 +180,7 @@ void write_rows(benchmark::State& state, writer write) {
     entry_rows rows(*volume.ntfs, opts);
     for (std::uint64_t entry = directory + 1; entry <= directory + files; ++entry) {
         volume.read(entry);
-        rows.add(volume.record, entry, directory, L"\\dir00000", opts.entries, false, true);
+        add_rows(rows, volume, entry, opts.entries);
     }
     dir_entry_set recurse_list;
     for (auto _ : state)

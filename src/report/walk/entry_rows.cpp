@@ -1,6 +1,8 @@
 #include "report/walk/entry_rows.h"
 
 #include <algorithm>
+#include <array>
+#include <string_view>
 #include <utility>
 
 #include "foundation/text/ql_string.h"
@@ -11,11 +13,13 @@
 
 namespace {
 
-constexpr std::uint8_t first_bad_namespace = 5;
+constexpr std::uint8_t first_unknown_namespace = 5;
+constexpr bool all_namespaces = true;
+constexpr bool with_stream = false;  // the filters ignore it
 
 // Reads the timestamps of a $FILE_NAME. They are 0 for an unknown namespace.
 void read_name_stamps(const file_name_value& value, fn_entry& out) {
-    if (value.name_space() >= first_bad_namespace) {
+    if (value.name_space() >= first_unknown_namespace) {
         out.parent_ref = out.created = out.modified = out.mft_changed = out.accessed = 0;
         return;
     }
@@ -38,15 +42,13 @@ void read_name(const NTFS_NAME_ENTRY& name, fn_entry& out) {
     out.is_short = name.is_dos_name;
 }
 
-// Chooses the only name, or the first that is not a DOS name; empty if there are several DOS names
-// and no others.
-void choose_display_name(const name_entry_list& names, std::wstring& out) {
-    out.clear();
+// Returns the only name, or the first that is not a DOS name; an empty text if there are several
+// DOS names and no others.
+std::wstring_view display_name(const name_entry_list& names) {
     for (std::size_t i = 0; i < names.size(); ++i) {
-        if (names[i].is_dos_name != 0 && names.size() != 1) continue;
-        out = names[i].name;
-        return;
+        if (names[i].is_dos_name == 0 || names.size() == 1) return names[i].name;
     }
+    return {};
 }
 
 // Reads timestamps and attributes. Returns false if there is no $STANDARD_INFORMATION.
@@ -64,33 +66,41 @@ bool read_standard_information(dir_entry& entry, ql::bytes record, std::uint32_t
     return true;
 }
 
+struct id_and_link {
+    std::array<std::uint8_t, 16> object_id{};  // all zero without one
+    std::wstring link_target;
+};
+
 // Finds the last object id before the first link target, which ends the search. The volume reader
 // returns no text for reparse points, so the link fields of all reports are empty.
-void find_id_and_link(const std::vector<NTFS_ATTRIB_ROW>& rows,
-                      std::array<std::uint8_t, 16>& object_id, std::wstring& link_target) {
-    for (const NTFS_ATTRIB_ROW& row : rows) {
-        if (row.type == attrib_type::object_id) {
-            std::copy_n(row.body.begin(), object_id.size(), object_id.begin());
-        } else if (row.type == attrib_type::reparse_point && !row.file_name.empty()) {
-            link_target = ql::to_wide(row.file_name);
-            return;
+id_and_link find_id_and_link(const std::vector<NTFS_ATTRIB_ROW>& attribute_rows) {
+    id_and_link found;
+    for (const NTFS_ATTRIB_ROW& attribute : attribute_rows) {
+        if (attribute.type == attrib_type::object_id) {
+            std::copy_n(attribute.body.begin(), found.object_id.size(), found.object_id.begin());
+        } else if (attribute.type == attrib_type::reparse_point && !attribute.file_name.empty()) {
+            found.link_target = ql::to_wide(attribute.file_name);
+            return found;
         }
     }
+    return found;
 }
 
 // Returns the size that the reports show: the allocated size, or the length of a resident value.
-std::uint64_t shown_size(const NTFS_ATTRIB_ROW& row) {
-    return row.nonresident != 0 ? ql::le64(row.body, row_body::allocated_size)
-                                : ql::le32(row.body, row_body::value_length);
+std::uint64_t shown_size(const NTFS_ATTRIB_ROW& attribute) {
+    return attribute.nonresident != 0 ? ql::le64(attribute.body, row_body::allocated_size)
+                                      : ql::le32(attribute.body, row_body::value_length);
 }
 
-bool is_unnamed_data(const NTFS_ATTRIB_ROW& row) {
-    return row.type == attrib_type::data && row.name.empty();
+bool is_unnamed_data(const NTFS_ATTRIB_ROW& attribute) {
+    return attribute.type == attrib_type::data && attribute.name.empty();
 }
 
-bool is_stream(const NTFS_ATTRIB_ROW& row, bool show_indx) {
-    return row.type == attrib_type::data ||
-           (row.type == attrib_type::index_allocation && show_indx && !row.name.empty());
+// Returns true if the attribute gets a row: $DATA, or a named index if indexes are shown.
+bool is_stream(const NTFS_ATTRIB_ROW& attribute, bool show_indx) {
+    return attribute.type == attrib_type::data ||
+           (attribute.type == attrib_type::index_allocation && show_indx &&
+            !attribute.name.empty());
 }
 
 // Inserts a row after those with the same key. Files are read in the order of their entries, which
@@ -132,34 +142,33 @@ void spare_rows::add(dir_entry_set& entries) {
         m_rows.push_back(entries.extract(entries.begin()));
 }
 
-void entry_rows::add(ql::bytes record, std::uint64_t entry_num, std::uint64_t parent_num,
-                     const std::wstring& path, dir_entry_set& entries, bool show_indx,
-                     bool append_name) {
-    if (!read_entry(record, entry_num, parent_num, path)) return;
+void entry_rows::add(const entry_source& source, dir_entry_set& entries) {
+    if (!read_entry(source)) return;
     const bool is_directory = is_of_directory(m_common);
-    make_key(path, append_name || !is_directory);
+    make_key(source.path, source.append_name || !is_directory);
     if (!is_directory && !passes_filters()) return;
-    add_rows(entries, show_indx);
+    add_rows(entries, source.show_indx);
 }
 
 // Reads the fields that all rows of the entry share, and the attributes that get rows. Returns
 // false if the entry has no rows.
-bool entry_rows::read_entry(ql::bytes record, std::uint64_t entry_num, std::uint64_t parent_num,
-                            const std::wstring& path) {
-    const name_filter filter{.all_namespaces = true, .parent = parent_num};
-    if (!m_ntfs.get_file_names(m_names, entry_num, record, filter)) return false;
+bool entry_rows::read_entry(const entry_source& source) {
+    const name_filter filter{.all_namespaces = true, .parent = source.parent_num};
+    if (!m_ntfs.get_file_names(m_names, source.entry_num, source.record, filter)) return false;
     m_common.fn_list.resize(m_names.size());
     for (std::size_t i = 0; i < m_names.size(); ++i)
         read_name(m_names[i], m_common.fn_list[i]);
-    choose_display_name(m_names, m_common.name);
-    if (!read_standard_information(m_common, record, m_ntfs.get_mft_record_size())) return false;
-    const file_record header{record};
+    m_common.name = display_name(m_names);
+    if (!read_standard_information(m_common, source.record, m_ntfs.get_mft_record_size())) {
+        return false;
+    }
+    const file_record header{source.record};
     m_common.flags = header.flags();
     m_common.seq_num = header.sequence_number();
-    m_common.parent_path = path;
-    m_common.parent_entry = parent_num;
-    m_common.mft_entry = entry_num;
-    return m_rows.read(entry_num);
+    m_common.parent_path = source.path;
+    m_common.parent_entry = source.parent_num;
+    m_common.mft_entry = source.entry_num;
+    return m_attribute_rows.read(source.entry_num);
 }
 
 // Sets the sort key of an entry, its lower-cased path. The filters match against it, too.
@@ -176,63 +185,67 @@ bool entry_rows::passes_filters() const {
     file_time_bounds bounds;
     bounds.modified = m_common.si_modified;
     bounds.created = m_common.si_created;
-    return path_passes_filters(m_opts, m_key, m_opts.filters, bounds, false);
+    return path_passes_filters(m_opts, m_key, m_opts.filters, bounds, with_stream);
 }
 
 void entry_rows::add_rows(dir_entry_set& entries, bool show_indx) {
-    const std::vector<NTFS_ATTRIB_ROW>& rows = m_rows.rows();
-    m_object_id = {};
-    m_common.link_target.clear();
-    find_id_and_link(rows, m_object_id, m_common.link_target);
+    const std::vector<NTFS_ATTRIB_ROW>& attribute_rows = m_attribute_rows.rows();
+    id_and_link found = find_id_and_link(attribute_rows);
+    m_object_id = found.object_id;
+    m_common.link_target = std::move(found.link_target);
 
     const bool is_directory = is_of_directory(m_common);
-    if (is_directory) add_base(entries);
-    for (const NTFS_ATTRIB_ROW& row : rows) {
-        if (is_stream(row, show_indx)) add_stream(row, entries);
+    if (is_directory) insert_row(entries, make_base_row());
+    for (const NTFS_ATTRIB_ROW& attribute : attribute_rows) {
+        if (is_stream(attribute, show_indx)) add_stream(attribute, entries);
     }
-    if (!is_directory && std::none_of(rows.begin(), rows.end(), is_unnamed_data)) add_base(entries);
+    if (!is_directory &&
+        std::none_of(attribute_rows.begin(), attribute_rows.end(), is_unnamed_data)) {
+        insert_row(entries, make_base_row());
+    }
 }
 
-// Adds the row of a directory or of an entry that has no unnamed $DATA.
-void entry_rows::add_base(dir_entry_set& entries) {
-    const bool is_directory = is_of_directory(m_common);
-    dir_entry_set::node_type made =
-        make_row(is_directory ? entry_type::directory : entry_type::file);
-    made.value().full_path = m_key;
-    made.value().object_id = m_object_id;
-    insert_row(entries, std::move(made));
-}
-
-void entry_rows::add_stream(const NTFS_ATTRIB_ROW& row, dir_entry_set& entries) {
-    const bool is_directory = is_of_directory(m_common);
-    dir_entry_set::node_type node;
-    if (is_unnamed_data(row)) {
-        node = make_row(is_directory ? entry_type::directory : entry_type::file);
-        dir_entry& made = node.value();
-        if (is_directory) made.name += L"<dir data entry>";
-        made.full_path = m_key;
-        made.object_id = m_object_id;
+void entry_rows::add_stream(const NTFS_ATTRIB_ROW& attribute, dir_entry_set& entries) {
+    dir_entry_set::node_type row;
+    if (is_unnamed_data(attribute)) {
+        row = make_base_row();
+        if (is_of_directory(m_common)) row.value().name += L"<dir data entry>";
     } else {
-        const bool is_index = row.type == attrib_type::index_allocation;
-        node = make_row(is_index ? entry_type::index_stream : entry_type::data_stream);
-        name_stream(node.value(), m_key, ql::to_wide(row.name));
+        const bool is_index = attribute.type == attrib_type::index_allocation;
+        row = make_row(is_index ? entry_type::index_stream : entry_type::data_stream);
+        name_stream(row.value(), m_key, ql::to_wide(attribute.name));
     }
-    node.value().size = shown_size(row);
-    insert_row(entries, std::move(node));
+    row.value().size = shown_size(attribute);
+    insert_row(entries, std::move(row));
+}
+
+// Returns the row of the file or directory itself, with size 0.
+dir_entry_set::node_type entry_rows::make_base_row() {
+    const bool is_directory = is_of_directory(m_common);
+    dir_entry_set::node_type row =
+        make_row(is_directory ? entry_type::directory : entry_type::file);
+    row.value().full_path = m_key;
+    row.value().object_id = m_object_id;
+    return row;
 }
 
 // Returns a row with the fields that all rows share, size 0 and no object id.
 dir_entry_set::node_type entry_rows::make_row(std::uint32_t type) {
-    dir_entry_set::node_type made = m_spare.take();
-    made.value() = m_common;
-    made.value().type = type;
-    return made;
+    dir_entry_set::node_type row = m_spare.take();
+    row.value() = m_common;
+    row.value().type = type;
+    return row;
 }
 
 bool add_entry_rows(CNtfs& ntfs, ql::bytes record, std::uint64_t entry_num,
                     std::uint64_t parent_num, const std::wstring& path, dir_entry_set& entries,
                     bool show_indx, bool append_name, quorvel_opts& opts) {
-    entry_rows(ntfs, opts)
-        .add(record, entry_num, parent_num, path, entries, show_indx, append_name);
+    const entry_source source{.record = record,
+                              .entry_num = entry_num,
+                              .parent_num = parent_num,
+                              .path = path,
+                              .show_indx = show_indx,
+                              .append_name = append_name};
+    entry_rows(ntfs, opts).add(source, entries);
     return true;
 }

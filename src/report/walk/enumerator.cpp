@@ -18,6 +18,9 @@ namespace {
 // A colon before this position belongs to a drive prefix, not to a stream.
 constexpr std::size_t first_stream_colon = 4;
 
+constexpr bool allocate = false;       // the record buffer is kept
+constexpr bool include_slack = false;  // of the index blocks of a directory
+
 // Returns the stream named in a path, "zone" in "\a\file.txt:zone", or an empty text.
 std::wstring stream_of_path(const std::wstring& path) {
     const std::size_t colon = path.rfind(L':');
@@ -61,7 +64,7 @@ public:
     // Adds the rows of the requested entry, whose record has been read. They are those of its first
     // parent. Unless a stream is requested, the rows of its children follow. Returns false if the
     // entry has no name.
-    bool add_asked_rows();
+    bool add_requested_rows();
 
     // Adds the rows of a directory and of its children; see read_directory_entries.
     bool add_directory(const std::wstring& path, std::uint64_t dir_entry_num,
@@ -81,7 +84,7 @@ private:
     std::vector<std::uint64_t> m_children;  // entries of the last directory read
 };
 
-bool directory_reader::add_asked_rows() {
+bool directory_reader::add_requested_rows() {
     const std::wstring stream = stream_of_path(m_opts.directory);
     name_entry_map names;
     if (!m_ntfs.get_file_names(names, m_opts.dir_entry_num, m_record)) return false;
@@ -92,8 +95,12 @@ bool directory_reader::add_asked_rows() {
     // Not reset: the option also applies to the paths after this one.
     if (!stream.empty()) m_opts.show_indx = 1;
     const bool show_indx = m_opts.show_indx != 0;
-    m_rows.add(m_record, m_opts.dir_entry_num, names.begin()->second.parent_entry(),
-               m_opts.directory, m_opts.entries, show_indx, false);
+    m_rows.add({.record = m_record,
+                .entry_num = m_opts.dir_entry_num,
+                .parent_num = names.begin()->second.parent_entry(),
+                .path = m_opts.directory,
+                .show_indx = show_indx},
+               m_opts.entries);
     if (!stream.empty()) {
         keep_stream_row(m_opts, stream);
     } else {
@@ -110,8 +117,12 @@ bool directory_reader::add_directory(const std::wstring& path, std::uint64_t dir
     if (read(dir_entry_num) && m_ntfs.get_file_names(names, dir_entry_num, m_record)) {
         // A directory with several names gets a row for each.
         for (const auto& [key, name] : names) {
-            m_rows.add(m_record, dir_entry_num, name.parent_entry(), path, entries, show_indx,
-                       false);
+            m_rows.add({.record = m_record,
+                        .entry_num = dir_entry_num,
+                        .parent_num = name.parent_entry(),
+                        .path = path,
+                        .show_indx = show_indx},
+                       entries);
         }
         added = true;
     }
@@ -125,7 +136,13 @@ bool directory_reader::add_children(const std::wstring& path, std::uint64_t dir_
     if (!m_ntfs.get_sorted_children(dir_entry_num, m_children)) return false;
     for (const std::uint64_t child : m_children) {
         if (child == dir_entry_num || !read(child)) continue;
-        m_rows.add(m_record, child, dir_entry_num, path, entries, show_indx, true);
+        m_rows.add({.record = m_record,
+                    .entry_num = child,
+                    .parent_num = dir_entry_num,
+                    .path = path,
+                    .show_indx = show_indx,
+                    .append_name = true},
+                   entries);
     }
     return true;
 }
@@ -166,7 +183,7 @@ bool report_directory(quorvel_opts& opts, CNtfs& ntfs) {
     {
         directory_reader reader(ntfs, opts);
         if (!reader.read(opts.dir_entry_num)) return false;
-        added = reader.add_asked_rows();
+        added = reader.add_requested_rows();
     }
     if (opts.entries.empty()) {
         if (opts.out != nullptr) *opts.out << "no items\n" << std::endl;
@@ -186,12 +203,12 @@ void walk_directory(quorvel_opts& opts, CNtfs& ntfs, const std::wstring& path,
                     std::uint64_t dir_entry_num, std::uint32_t levels) {
     if (opts.entries.empty() || levels == 0) return;
     directory_reader reader(ntfs, opts);
-    std::vector<dir_entry_set> open_lists;
-    open_lists.push_back(list_level(opts, path, dir_entry_num, levels));
-    while (!open_lists.empty()) {
-        dir_entry_set& list = open_lists.back();
+    std::vector<dir_entry_set> pending_lists;
+    pending_lists.push_back(list_level(opts, path, dir_entry_num, levels));
+    while (!pending_lists.empty()) {
+        dir_entry_set& list = pending_lists.back();
         if (list.empty()) {
-            open_lists.pop_back();
+            pending_lists.pop_back();
             continue;
         }
         const auto next = list.extract(list.begin());
@@ -203,8 +220,8 @@ void walk_directory(quorvel_opts& opts, CNtfs& ntfs, const std::wstring& path,
                                  opts.show_indx != 0) &&
             !opts.entries.empty()) {
             // The list has subdirectories only if it is not at the last level.
-            const auto depth = static_cast<std::uint32_t>(open_lists.size());
-            open_lists.push_back(
+            const auto depth = static_cast<std::uint32_t>(pending_lists.size());
+            pending_lists.push_back(
                 list_level(opts, directory.parent_path, directory.mft_entry, levels - depth));
         }
     }

@@ -18,6 +18,18 @@ bytes record_in(CNtfs& ntfs, std::uint64_t entry) {
     return record;
 }
 
+// Adds the rows of `entry` under the root.
+void add(entry_rows& maker, CNtfs& ntfs, std::uint64_t entry, const std::wstring& path,
+         dir_entry_set& entries) {
+    const bytes record = record_in(ntfs, entry);
+    maker.add({.record = record,
+               .entry_num = entry,
+               .parent_num = root,
+               .path = path,
+               .append_name = true},
+              entries);
+}
+
 class EntryRows : public listing::volume_test {
 protected:
     // Returns the rows of `entry` under `parent` with the path "\Dir". The record passed in is that
@@ -405,7 +417,7 @@ TEST_F(EntryRows, RowsContainNothingOfEarlierRows) {
     entry_rows maker(*ntfs, opts);
     const auto rows_of = [&](std::uint64_t entry) {
         dir_entry_set entries;
-        maker.add(record_in(*ntfs, entry), entry, root, L"\\Dir", entries, false, true);
+        add(maker, *ntfs, entry, L"\\Dir", entries);
         const std::vector<dir_entry> made(entries.begin(), entries.end());
         maker.recycle(entries);
         EXPECT_TRUE(entries.empty());
@@ -440,7 +452,7 @@ TEST_F(EntryRows, NamesContainNothingOfEarlierNames) {
     std::vector<dir_entry> made;
     for (const std::uint64_t entry : {64u, 65u, 66u, 67u}) {
         dir_entry_set entries;
-        maker.add(record_in(*ntfs, entry), entry, root, L"", entries, false, true);
+        add(maker, *ntfs, entry, L"", entries);
         ASSERT_EQ(entries.size(), 1u);
         made.push_back(*entries.begin());
     }
@@ -464,7 +476,7 @@ TEST_F(EntryRows, RowsWithEqualKeysKeepTheirOrder) {
     entry_rows maker(*ntfs, opts);
     dir_entry_set entries;
     for (const std::uint64_t entry : {64u, 65u, 66u, 67u}) {
-        maker.add(record_in(*ntfs, entry), entry, root, L"", entries, false, true);
+        add(maker, *ntfs, entry, L"", entries);
     }
     EXPECT_EQ(text_of({entries.begin(), entries.end()}),
               "1 same \\same 1\n1 SAME \\same 2\n1 Same \\same 4\n1 zzz \\zzz 3\n");
