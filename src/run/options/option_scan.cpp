@@ -50,7 +50,7 @@ bool trace_level_3(cmd_params& params, const std::string&, words&) {
 
 // --- report forms ---
 
-bool form_csv(cmd_params& params, const std::string&, words&) {
+bool select_csv(cmd_params& params, const std::string&, words&) {
     params.xml = 0;
     params.csv = 1;
     params.list_csvl2t = 0;
@@ -61,7 +61,7 @@ bool form_csv(cmd_params& params, const std::string&, words&) {
     return true;
 }
 
-bool form_csvgen(cmd_params& params, const std::string&, words&) {
+bool select_csvgen(cmd_params& params, const std::string&, words&) {
     params.xml = 0;
     params.csv = 0;
     params.list_csvl2t = 0;
@@ -73,7 +73,7 @@ bool form_csvgen(cmd_params& params, const std::string&, words&) {
     return true;
 }
 
-bool form_csvl2t(cmd_params& params, const std::string&, words&) {
+bool select_csvl2t(cmd_params& params, const std::string&, words&) {
     params.xml = 0;
     params.csv = 0;
     params.list_csvl2t = 1;
@@ -82,7 +82,7 @@ bool form_csvl2t(cmd_params& params, const std::string&, words&) {
     return true;
 }
 
-bool form_bodyfile(cmd_params& params, const std::string&, words&) {
+bool select_bodyfile(cmd_params& params, const std::string&, words&) {
     params.xml = 0;
     params.csv = 0;
     params.list_csvl2t = 0;
@@ -92,7 +92,7 @@ bool form_bodyfile(cmd_params& params, const std::string&, words&) {
     return true;
 }
 
-bool form_multiline(cmd_params& params, const std::string&, words&) {
+bool select_multiline(cmd_params& params, const std::string&, words&) {
     params.list_multiline = 1;
     params.header_pending = 1;
     set_separator(params, "");
@@ -226,18 +226,20 @@ bool be_quiet(cmd_params& params, const std::string&, words&) {
 
 using enum option_form;
 
+constexpr const char* trace_option = "-diags";
+
 // The table is in scan order: a later row sees, and may override, the settings of an earlier one,
 // regardless of the order of the arguments.
 constexpr option_spec vocabulary[] = {
     {"-pair_datetime", flag, pair_dates},
-    {common_option::trace, value, open_trace},
-    {"-l2", flag, trace_level_2, common_option::trace},
-    {"-l3", flag, trace_level_3, common_option::trace},
-    {"-csv", flag, form_csv},
-    {"-csvgen", flag, form_csvgen},
-    {"-csvl2t", flag, form_csvl2t},
-    {"-bodyfile", flag, form_bodyfile},
-    {"-multiline", flag, form_multiline},
+    {trace_option, value, open_trace},
+    {"-l2", flag, trace_level_2, trace_option},
+    {"-l3", flag, trace_level_3, trace_option},
+    {"-csv", flag, select_csv},
+    {"-csvgen", flag, select_csvgen},
+    {"-csvl2t", flag, select_csvl2t},
+    {"-bodyfile", flag, select_bodyfile},
+    {"-multiline", flag, select_multiline},
     {"-alias", value, check_alias},
     {"-aliaspath", value, check_alias_path},
     {"-gzip", flag, accept},

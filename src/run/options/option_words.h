@@ -1,4 +1,4 @@
-// The options that the driver reads one by one. The others are in the table of
+// The options that are read separately, one by one. The others are in the table of
 // run/options/option_scan.
 #pragma once
 
@@ -53,9 +53,8 @@ consteval const char* driver_option(std::string_view text) {
     throw "not an option of the driver";
 }
 
-// Common options that are not only read by the scan: the report head depends on the first two.
+// Common options that the report head reads as well, before the scan.
 namespace common_option {
 inline constexpr const char* date_format = "-dateformat";
 inline constexpr const char* pipe = "-pipe";
-inline constexpr const char* trace = "-diags";
 }  // namespace common_option
