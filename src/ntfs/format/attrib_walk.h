@@ -11,7 +11,7 @@
 
 #include <cstdint>
 
-#include "ntfs/format/file_record.h"
+#include "ntfs/format/record_attrib.h"
 
 // Ends at type 0xFFFFFFFF, and after an attribute of length 0.
 struct ends_after_empty {

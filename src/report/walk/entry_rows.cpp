@@ -14,7 +14,6 @@
 namespace {
 
 constexpr std::uint8_t first_unknown_namespace = 5;
-constexpr bool all_namespaces = true;
 constexpr bool with_stream = false;  // the filters ignore it
 
 // Reads the timestamps of a $FILE_NAME. They are 0 for an unknown namespace.

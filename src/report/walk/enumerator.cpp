@@ -18,9 +18,6 @@ namespace {
 // A colon before this position belongs to a drive prefix, not to a stream.
 constexpr std::size_t first_stream_colon = 4;
 
-constexpr bool allocate = false;       // the record buffer is kept
-constexpr bool include_slack = false;  // of the index blocks of a directory
-
 // Returns the stream named in a path, "zone" in "\a\file.txt:zone", or an empty text.
 std::wstring stream_of_path(const std::wstring& path) {
     const std::size_t colon = path.rfind(L':');

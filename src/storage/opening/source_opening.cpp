@@ -9,15 +9,10 @@
 
 namespace {
 
-// Arguments of CRawDisk: a source is opened at once, and only for reading.
-constexpr bool write_access = false;
-constexpr bool no_open = false;
-constexpr bool reserved = false;
-
 // A letter (or anything else) and a colon at the start of a name.
 bool has_drive_colon(const std::wstring& name) { return name.size() > 1 && name[1] == L':'; }
 
-bool is_device_name(const std::wstring& name) { return name.rfind(L"\\\\", 0) == 0; }
+bool is_device_name(const std::wstring& name) { return name.starts_with(L"\\\\"); }
 
 // Returns the kind of an image name. Drive letters and device names of other systems are not mapped
 // to devices: all kinds are opened as files of that name.
@@ -48,6 +43,8 @@ bool attach_name(std::unique_ptr<CNtfs>& ntfs, const std::wstring& name, std::ui
                  std::uint64_t volume_offset) {
     const std::uint32_t path_kind = kind == source_kind::device_path ? 2 : 0;
     const std::uint32_t stored_kind = kind == source_kind::drive_letter ? source_kind::file : kind;
+    constexpr bool write_access = false;
+    constexpr bool no_open = false;
     auto disk = std::make_unique<CRawDisk>(name, write_access, no_open, path_kind);
     return attach_disk(ntfs, std::move(disk), stored_kind, volume_offset);
 }
@@ -96,9 +93,7 @@ bool attach_volume(std::unique_ptr<CNtfs>& ntfs, const std::wstring& name) {
 
 bool attach_drive(std::unique_ptr<CNtfs>& ntfs, std::uint32_t drive_number,
                   std::uint64_t volume_offset) {
-    auto disk =
-        std::make_unique<CRawDisk>(drive_number, write_access, no_open, reserved,
-                                   static_cast<std::uint32_t>(disk_kind::physical_drive), reserved);
+    auto disk = std::make_unique<CRawDisk>(drive_number);
     return attach_disk(ntfs, std::move(disk), source_kind::drive_number, volume_offset);
 }
 
@@ -106,7 +101,7 @@ bool attach_vmdk(std::unique_ptr<CNtfs>& ntfs, const std::vector<std::wstring>& 
                  std::uint64_t volume_offset) {
     ntfs.reset();
     if (files.empty()) return false;
-    auto disk = std::make_unique<CRawDisk>(files, write_access, no_open);
+    auto disk = std::make_unique<CRawDisk>(files);
     if (!disk->ok) return false;
     if (static_cast<std::int64_t>(volume_offset) < 1) volume_offset = default_offset(*disk->vmdk);
     constexpr std::uint32_t half_mask = 0xfffffff;

@@ -32,7 +32,7 @@ TEST(NameEntryList, ListHasTheNamesInTheOrderOfTheMap) {
     const support::bytes record = builder.build_before_fixup();
     CNtfs ntfs(nullptr, 0, 33);
     name_entry_list list;
-    EXPECT_TRUE(ntfs.get_file_names(list, 64, record, true, no_parent_filter));
+    EXPECT_TRUE(ntfs.get_file_names(list, 64, record, {.all_namespaces = true}));
     EXPECT_THAT(names_in_list(list), ElementsAre(L"alpha", L"bravo", L"charlie", L"delta"));
     EXPECT_EQ(names_in_list(list), names_in(record, true));
 }
@@ -44,7 +44,7 @@ TEST(NameEntryList, ListKeepsNoDataOfThePreviousEntry) {
     CNtfs ntfs(nullptr, 0, 33);
     name_entry_list list;
     EXPECT_TRUE(
-        ntfs.get_file_names(list, 64, long_record.build_before_fixup(), true, no_parent_filter));
+        ntfs.get_file_names(list, 64, long_record.build_before_fixup(), {.all_namespaces = true}));
     ASSERT_EQ(list.size(), 2u);
 
     // A name at the end of a record, whose value is truncated.
@@ -52,13 +52,13 @@ TEST(NameEntryList, ListKeepsNoDataOfThePreviousEntry) {
     short_record.file_name(6, u"b");
     support::bytes record = short_record.build_before_fixup();
     record.resize(56 + 24 + 68);
-    EXPECT_TRUE(ntfs.get_file_names(list, 65, record, true, no_parent_filter));
+    EXPECT_TRUE(ntfs.get_file_names(list, 65, record, {.all_namespaces = true}));
     ASSERT_EQ(list.size(), 1u);
     EXPECT_EQ(list[0].name, L"b");
-    EXPECT_EQ(entry_of(list[0].parent_ref), 6u);
+    EXPECT_EQ(list[0].parent_entry(), 6u);
     EXPECT_EQ(list[0].is_dos_name, 0);
     EXPECT_EQ(list[0].record_number, 65u);
-    EXPECT_FALSE(ntfs.get_file_names(list, 65, {}, true, no_parent_filter));
+    EXPECT_FALSE(ntfs.get_file_names(list, 65, {}, {.all_namespaces = true}));
     EXPECT_TRUE(list.empty());
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "ntfs/format/file_record.h"
 #include "support/byte_image.h"
 
 namespace {

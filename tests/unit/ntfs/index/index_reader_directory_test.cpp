@@ -362,7 +362,7 @@ TEST(DirectoryIndex, SortedChildrenHaveNoDuplicates) {
     image.link(100, 64, u"d");
     open_volume volume(image);
     std::vector<std::uint64_t> children = {7};
-    EXPECT_TRUE(volume.ntfs.get_sorted_children(64, children, false));
+    EXPECT_TRUE(volume.ntfs.get_sorted_children(64, children));
     EXPECT_THAT(children, ElementsAre(100, 102, 104));
 }
 

@@ -33,11 +33,16 @@ protected:
         return {path, dir_num, last_level, recurse_list};
     }
 
-    static std::string path_of(const listing_paths& paths, const dir_entry& entry,
-                               std::string_view name) {
+    static std::string path_of(listing_paths paths, const dir_entry& entry, std::string_view name) {
         std::string row = "row ";
-        paths.append_path(row, entry, name);
+        paths.name = name;
+        paths.append_path(row, entry);
         return row.substr(4);
+    }
+
+    static bool take(listing_paths& paths, const dir_entry& entry, std::string_view name) {
+        paths.name = name;
+        return paths.take(entry);
     }
 
     dir_entry_set recurse_list;
@@ -65,10 +70,10 @@ TEST_F(ListingPaths, DirectoryEndsInOneSeparator) {
 
 TEST_F(ListingPaths, FileHasARowAndKeepsThePathOfTheLatestDirectory) {
     listing_paths paths = paths_of("c:\\data");
-    EXPECT_TRUE(paths.take(make_file(L"a"), "a"));
+    EXPECT_TRUE(take(paths, make_file(L"a"), "a"));
     EXPECT_EQ(paths.row_path, "");
-    EXPECT_TRUE(paths.take(make_directory(L"sub"), "sub"));
-    EXPECT_TRUE(paths.take(make_file(L"b"), "b"));
+    EXPECT_TRUE(take(paths, make_directory(L"sub"), "sub"));
+    EXPECT_TRUE(take(paths, make_file(L"b"), "b"));
     EXPECT_EQ(paths.row_path, "c:\\data\\sub\\");
 }
 
@@ -76,7 +81,7 @@ TEST_F(ListingPaths, ListedDirectoryHasItsOwnPathOnEachLevel) {
     for (const bool last_level : {false, true}) {
         SCOPED_TRACE(last_level);
         listing_paths paths = paths_of("c:\\data", last_level);
-        EXPECT_TRUE(paths.take(make_own_row(), "data"));
+        EXPECT_TRUE(take(paths, make_own_row(), "data"));
         EXPECT_EQ(paths.row_path, "c:\\data\\");
         EXPECT_EQ(path_of(paths, make_own_row(), "data"), "c:\\data\\");
         EXPECT_TRUE(recurse_list.empty());
@@ -85,7 +90,7 @@ TEST_F(ListingPaths, ListedDirectoryHasItsOwnPathOnEachLevel) {
 
 TEST_F(ListingPaths, SubdirectoryOfTheLastLevelHasARow) {
     listing_paths paths = paths_of("c:\\data");
-    EXPECT_TRUE(paths.take(make_directory(L"sub"), "shown"));
+    EXPECT_TRUE(take(paths, make_directory(L"sub"), "shown"));
     EXPECT_EQ(path_of(paths, make_directory(L"sub"), "shown"), "c:\\data\\shown\\");
     EXPECT_TRUE(recurse_list.empty());
 }
@@ -106,7 +111,7 @@ TEST_F(ListingPaths, OtherSubdirectoriesAreAddedWithTheirOwnPath) {
         listing_paths paths = paths_of("c:\\data", false);
         dir_entry entry = make_directory(L"sub");
         entry.parent_path = c.parent;
-        EXPECT_FALSE(paths.take(entry, "shown"));
+        EXPECT_FALSE(take(paths, entry, "shown"));
         EXPECT_EQ(paths.row_path, "");
         ASSERT_EQ(recurse_list.size(), 1u);
         EXPECT_EQ(recurse_list.begin()->parent_path, c.own);
@@ -118,7 +123,7 @@ TEST_F(ListingPaths, StreamsOfASubdirectoryAreAddedWithIt) {
     listing_paths paths = paths_of("c:\\data", false);
     dir_entry stream = make_row(entry_type::data_stream, L"sub:zone", 1234);
     stream.flags = 3;
-    EXPECT_FALSE(paths.take(stream, "sub:zone"));
+    EXPECT_FALSE(take(paths, stream, "sub:zone"));
     EXPECT_EQ(recurse_list.size(), 1u);
 }
 
