@@ -16,8 +16,8 @@ set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
 "list directories of an NTFS volume straight from a disk image
 Reads NTFS from raw disk images, device nodes and chains of hosted sparse VMDK
 files by itself, without the driver of any operating system, and never writes
-to its source. Lists names, sizes, MFT entry and sequence numbers, time
-stamps, alternate data streams and object identifiers as a table, delimited
+to its source. Lists names, sizes, MFT entry and sequence numbers,
+timestamps, alternate data streams and object identifiers as a table, delimited
 rows, an XML document or bare paths, also where a volume is damaged.")
 
 include(CPack)

@@ -59,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto base = record_with(in.take(base_size), directory_flag, 0);
     const auto extension = record_with(in.take(extension_size), 1, entry);
 
-    fuzz::record_volume& volume = fuzz::sound_volume(options);
+    fuzz::record_volume& volume = fuzz::valid_volume(options);
     volume.put_record(entry, base, true);
     if (extension_size != 0) volume.put_record(entry + 1, extension, true);
     volume.put_area(in.rest());

@@ -45,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const fuzz::bytes records = in.rest();
     walk(records, stride);
 
-    fuzz::record_volume& volume = fuzz::sound_volume(options);
+    fuzz::record_volume& volume = fuzz::valid_volume(options);
     fuzz::input each(records.data(), records.size());
     for (std::uint64_t i = 0; i < most_records; ++i) {
         const fuzz::bytes record = each.take(fuzz::record_volume::record_size);

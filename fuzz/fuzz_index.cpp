@@ -66,7 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         collect_entries(children, blocks, include_slack);
     }
 
-    fuzz::record_volume& volume = fuzz::sound_volume(options);
+    fuzz::record_volume& volume = fuzz::valid_volume(options);
     const std::uint32_t cluster_size = 512u << (options & 3u);
     volume.put_record(
         entry, directory_record(root, (options & 4) == 0, cluster_size, volume.area_lcn()), false);

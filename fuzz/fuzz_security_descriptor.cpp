@@ -10,7 +10,7 @@ namespace {
 
 // Loads $SDS of a valid volume, whose first bytes are the input.
 void load_table(fuzz::bytes stream) {
-    fuzz::record_volume& volume = fuzz::sound_volume(0);
+    fuzz::record_volume& volume = fuzz::valid_volume(0);
     volume.put_area(stream);
     const auto ntfs = volume.open();
     fuzz::require(ntfs != nullptr, "the volume opens");

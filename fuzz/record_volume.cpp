@@ -97,7 +97,7 @@ std::unique_ptr<CNtfs> record_volume::open() const {
     return ntfs;
 }
 
-record_volume& sound_volume(std::uint8_t choice) {
+record_volume& valid_volume(std::uint8_t choice) {
     static std::array<std::unique_ptr<record_volume>, 4> volumes;
     std::unique_ptr<record_volume>& volume = volumes[choice & 3u];
     if (volume == nullptr) volume = std::make_unique<record_volume>(512u << (choice & 3u));

@@ -53,7 +53,7 @@ private:
 };
 
 // Returns a valid volume. Bits 0 and 1 of `choice` select the cluster size.
-record_volume& sound_volume(std::uint8_t choice);
+record_volume& valid_volume(std::uint8_t choice);
 
 // Reads an entry's rows, attributes, names and children.
 void read_entry(CNtfs& ntfs, std::uint64_t entry);

@@ -288,7 +288,7 @@ TEST_F(Selection, GuessIsNamedByTheLogicalVolume) {
 }
 
 // The suggestion comes from the last NTFS record, and "-offset" selects the first at its offset.
-TEST_F(Selection, SuggestedVolumeBehindItsGuessIsRefused) {
+TEST_F(Selection, SuggestedVolumeAfterItsGuessIsRefused) {
     const byte_image disk = support::disk_with_extended_partition();
     const std::vector<listed_volume> volumes = {{0x7e00, "linux [guess]"},
                                                 {0x7e00, "ntfs or exfat"},
@@ -320,7 +320,7 @@ TEST_F(Selection, GptVolumesAreListedByTheirContent) {
 }
 
 // The table is at the end of the disk.
-TEST_F(Selection, GptEntryThatTheImageEndsInKeepsBytesOfTheOneBefore) {
+TEST_F(Selection, TruncatedGptEntryKeepsBytesOfThePreviousEntry) {
     constexpr std::uint64_t first = 0x10800, second = 0x20900, table = 0x21000;  // sectors
     for (const std::uint32_t entry_size : {128u, 256u, 40000u}) {
         SCOPED_TRACE(entry_size);
