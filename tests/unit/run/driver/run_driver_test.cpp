@@ -7,7 +7,8 @@
 
 #include "unit/run/usage_text.h"
 
-// Whole runs are covered by the end-to-end tests. These tests cover only the result of run_program().
+// Whole runs are covered by the end-to-end tests. These tests cover only the result of
+// run_program().
 
 namespace {
 
