@@ -25,11 +25,11 @@ void map_clusters(const data_run_list& runs, std::uint64_t vcn) {
     std::uint32_t index = 0;
     std::uint64_t lcn = 0;
     if (vcn_to_lcn(runs, vcn, index, lcn))
-        fuzz::require(index < runs.size(), "a found run is in the list");
+        fuzz::require(index < runs.size(), "the index of a run is within the list");
     for (const std::uint32_t cluster_size : {0u, 512u, 65536u}) {
         const std::uint64_t all = run_bytes(runs, cluster_size, false);
         const std::uint64_t without_holes = run_bytes(runs, cluster_size, true);
-        fuzz::require(without_holes <= all, "holes add to the size of a list");
+        fuzz::require(without_holes <= all, "holes do not reduce the size of a list");
     }
 }
 
@@ -49,18 +49,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const record_attrib attribute{record, 0};
     decoded.clear();
     fuzz::require(decode_attrib_runs(attribute, decoded) == (length != 0),
-                  "only an attribute without a length is refused");
+                  "only an attribute of length 0 is rejected");
     data_run_list runs;
     to_data_run_list(decoded, runs);
     map_clusters(runs, vcn);
 
     const data_run_list at_once = attribute_runs(attribute);
-    fuzz::require(at_once.size() == runs.size(), "both ways give as many runs");
+    fuzz::require(at_once.size() == runs.size(), "both decoders return the same number of runs");
     for (std::size_t i = 0; i < runs.size(); ++i) {
         fuzz::require(at_once[i].lcn == runs[i].lcn && at_once[i].vcn == runs[i].vcn &&
                           at_once[i].num_clusters == runs[i].num_clusters &&
                           at_once[i].sparse == runs[i].sparse,
-                      "both ways give the same runs");
+                      "both decoders return the same runs");
     }
 
     const auto middle = runs.begin() + static_cast<std::ptrdiff_t>(runs.size() / 2);

@@ -24,16 +24,16 @@ std::wstring without_source_prefix(const std::wstring& path) {
     ql::lower_wide(start);
     ql::lower_wide(wanted);
 
-    std::size_t behind = 0;
+    std::size_t prefix_end = 0;
     if (start == wanted) {
-        behind = shadow_copy.size();
+        prefix_end = shadow_copy.size();
     } else if (path.size() >= 48 && path.starts_with(L"\\\\.\\") &&
                path.compare(4, 7, L"snapid_") == 0) {
-        behind = 47;
+        prefix_end = 47;
     } else {
         return path;
     }
-    const std::size_t rest = path.find(L'\\', behind);
+    const std::size_t rest = path.find(L'\\', prefix_end);
     return rest == std::wstring::npos ? std::wstring() : path.substr(rest);
 }
 

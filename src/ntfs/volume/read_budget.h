@@ -1,3 +1,4 @@
+// The limit of walks over the clusters of an attribute.
 #pragma once
 
 #include <algorithm>
@@ -10,7 +11,7 @@
 // and again, reaches it.
 class read_budget {
 public:
-    // disk  the source; without one the budget has room for one read, which then fails
+    // disk  the source; if it is null, the budget is enough for one read, which fails
     explicit read_budget(const CRawDisk* disk)
         : m_left(disk != nullptr ? disk->most_walked_bytes() : least_counted) {}
 
