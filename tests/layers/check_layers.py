@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
 """Checks that the layers of src depend on each other in one direction.
 
-    check_layers.py <src> <layers.txt> [--nm PROGRAM]
+    check_layers.py <src> <layers.txt> [--nm PROGRAM] [--without SUBSYSTEM]
 
 layers.txt is written by CMake. It has a line for each layer: folder, colon, the targets that its
 target depends on, a second colon, its library ("-" if it only has headers). Checked are:
 
 - the targets: no layer depends on itself, directly or through others;
-- the sources: each file of src, except main.cpp, is in the folder of a layer;
+- the sources: each file of src, except main.cpp and the files of a subsystem that is not built, is
+  in the folder of a layer;
 - the includes: a file includes only files of its own layer and of layers that it depends on;
 - the files: no two include each other, directly or through others. A header and the source of the
   same name count as one;
@@ -58,10 +59,11 @@ def circle_in(graph, kind):
     return []
 
 
-def source_files(src):
-    """Each file of src with its text, by its path."""
+def source_files(src, without):
+    """Each file of src, except those of one folder, with its text, by its path."""
     return {path.relative_to(src): path.read_text(encoding="utf-8")
-            for path in sorted(src.rglob("*")) if path.suffix in (".h", ".cpp")}
+            for path in sorted(src.rglob("*"))
+            if path.suffix in (".h", ".cpp") and path.relative_to(src).parts[0] != without}
 
 
 def wrong_includes(layers, files):
@@ -122,9 +124,10 @@ def main():
     parser.add_argument("src", type=pathlib.Path)
     parser.add_argument("listing", type=pathlib.Path)
     parser.add_argument("--nm", default="nm")
+    parser.add_argument("--without", default="")
     wanted = parser.parse_args()
     layers = Layers(wanted.listing.read_text(encoding="utf-8"))
-    files = source_files(wanted.src)
+    files = source_files(wanted.src, wanted.without)
     wrong = circle_in(layers.below, "layers")
     if not wrong:
         print("\n".join(graphlib.TopologicalSorter(layers.below).static_order()))
