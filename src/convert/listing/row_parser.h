@@ -49,9 +49,9 @@ public:
     // Parses the row at the start of `text`. `row` is unspecified unless the result is a row.
     parse_result parse(std::string_view text, listing_row& row) const;
 
-    // Returns the offset of the first line feed of `text` before what can be a row: its first field
-    // and the separator, or as much of them as the text contains. Returns `text.size()` if there is
-    // none.
+    // Finds the first line feed of `text` before what can be a row: its first field and the
+    // separator, or as much of them as the text contains. Returns the offset of the line feed, or
+    // `text.size()`.
     std::size_t find_next_row(std::string_view text) const;
 
 private:

@@ -1,0 +1,31 @@
+#include "convert/formats/format_list.h"
+
+#include <string_view>
+
+#include "convert/formats/body_format.h"
+#include "convert/formats/csv_format.h"
+#include "convert/formats/jsonl_format.h"
+
+namespace convert {
+
+namespace {
+
+constexpr format all_formats[] = {
+    {"body", false},
+    {"csv", false},
+    {"jsonl", false},
+};
+
+}  // namespace
+
+std::span<const format> formats() { return all_formats; }
+
+std::unique_ptr<row_writer> make_writer(const format& wanted, byte_sink& sink,
+                                        const std::string& /*path*/) {
+    const std::string_view name = wanted.name;
+    if (name == "body") return std::make_unique<body_writer>(sink);
+    if (name == "csv") return std::make_unique<csv_writer>(sink);
+    return std::make_unique<jsonl_writer>(sink);
+}
+
+}  // namespace convert
