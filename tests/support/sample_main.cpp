@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "support/behaviour_volume.h"
+#include "support/hostile_volume.h"
 #include "support/sample_snapshot.h"
 #include "support/sample_volume.h"
 #include "support/vmdk_image.h"
@@ -23,6 +24,8 @@ constexpr const char* usage =
     "                                    an NTFS volume for docs/behaviour.md\n"
     "       quorvel-sample damaged <file>\n"
     "                                    an NTFS volume that states sizes beyond its end\n"
+    "       quorvel-sample hostile <file>\n"
+    "                                    an NTFS volume with misleading names\n"
     "       quorvel-sample extended <file>\n"
     "                                    a disk with NTFS at sector 63 and an extended partition\n"
     "       quorvel-sample <kind> <directories> <files in each> <file>\n"
@@ -61,6 +64,8 @@ bool write_image(const std::vector<std::string>& words) {
         support::behaviour_volume().save(words[1]);
     } else if (words.size() == 2 && words[0] == "damaged") {
         support::damaged_volume().save(words[1]);
+    } else if (words.size() == 2 && words[0] == "hostile") {
+        support::hostile_volume().save(words[1]);
     } else if (words.size() == 2 && words[0] == "extended") {
         support::disk_with_extended_partition().save(words[1]);
     } else if (support::many_files_options options;

@@ -1,0 +1,27 @@
+#include "convert/command/user_options.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(UserOptions, RefusesWordsInAnyCaseAndPosition) {
+    EXPECT_THAT(convert::refused_words({"-image", "x", "-CSV", "\\a", "-Base16"}),
+                ElementsAre("-CSV", "-Base16"));
+    EXPECT_THAT(convert::refused_words({"-image", "csv", "\\-csv", "-csvx", "-level", "9", "-objid",
+                                        "-indx", "-mft", "5", "-vmdk", "a|b", "-offset", "1"}),
+                IsEmpty());
+}
+
+TEST(UserOptions, QuotesWordsForAShell) {
+    EXPECT_EQ(
+        convert::shell_command({"quorvel", "-image", "a b", "it's", "", "$x", "\\dir", "a|b"}),
+        "quorvel -image 'a b' 'it'\\''s' '' '$x' '\\dir' 'a|b'");
+    EXPECT_EQ(convert::shell_command({"hh:mm:ss.xxx", "@aZ09", "0x10", "~"}),
+              "hh:mm:ss.xxx @aZ09 0x10 '~'");
+}
+
+}  // namespace
