@@ -213,6 +213,22 @@ TEST(ConvertFaults, AFileThatGrowsTooLargeIsAnError) {
     EXPECT_THAT(files_in(in.dir.path()), ElementsAre("listing"));
 }
 
+TEST(ConvertFaults, AFullFolderOfTemporaryFilesIsAnError) {
+    const folder in;
+    std::string long_listing = start;
+    listing_text::row_fields fields;
+    fields.path = "\\" + std::string(10'000, 'a');
+    for (int i = 0; i < 700; ++i)
+        long_listing += listing_text::row(fields);
+    in.dir.write("listing", long_listing);
+    const auto run = shell("TMPDIR=/none exec \"$0\" --to timeline --input \"$1\" --output \"$2\"",
+                           {in.input, in.output});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.standard_error,
+              "quorvel-convert: cannot use a temporary file in /none: No such file or directory\n");
+    EXPECT_THAT(files_in(in.dir.path()), ElementsAre("listing"));
+}
+
 TEST(ConvertFaults, AClosedPipeIsAnError) {
     const folder in;
     in.dir.write("listing", many_rows());

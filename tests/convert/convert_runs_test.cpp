@@ -84,6 +84,26 @@ TEST(ConvertRuns, WritesJsonLines) {
                   rest);
 }
 
+TEST(ConvertRuns, WritesATimeline) {
+    const image docs;
+    const auto run = convert({"--to", "timeline", "--", "\\docs", "-image", docs.path});
+    std::string expected =
+        "time,macb,source,type,path,path_hex,allocated_size,entry,sequence,deleted\r\n";
+    for (const char* time :
+         {"2021-03-04T05:06:07.1234567Z,...B,", "2021-03-05T06:07:08.2345678Z,M...,",
+          "2021-03-06T07:08:09.3456789Z,..C.,", "2021-03-07T08:09:10.4567890Z,.A..,"}) {
+        for (const char* entry :
+             {"dir,\\docs\\,,0,40,1,false\r\n", "file,\\docs\\a.txt,,3,41,1,false\r\n",
+              "file,\\docs\\gone.txt,,4,42,7,true\r\n"}) {
+            for (const char* source : {"SI,", "FN,"})
+                expected += std::string(time) + source + entry;
+        }
+    }
+    EXPECT_EQ(run.standard_error, "");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.standard_output, expected);
+}
+
 TEST(ConvertRuns, TheOutputFileHasTheUsualPermissions) {
     const image docs;
     const std::string output = docs.dir.file("out.csv");
@@ -142,7 +162,7 @@ struct wrong_use {
 TEST(ConvertRuns, WrongUseHasStatus2) {
     const wrong_use cases[] = {
         {{}, "--to is missing"},
-        {{"--to", "xls", "--", "-image", "x"}, "--to: xls not in {body,csv,jsonl"},
+        {{"--to", "xls", "--", "-image", "x"}, "--to: xls not in {body,timeline,csv,jsonl"},
         {{"--to", "csv"}, "there is nothing to list"},
         {{"--to", "csv", "--"}, "there is nothing to list"},
         {{"--to", "csv", "-image", "x"}, "not expected: "},

@@ -99,6 +99,13 @@ class ReadBack(unittest.TestCase):
             self.assertEqual(row["path"], shown(path_of(row)))
         self.check(rows)
 
+    def test_timeline(self):
+        rows = list(csv.DictReader(io.StringIO(self.read("timeline"), newline=""), strict=True))
+        self.assertEqual([row["time"] for row in rows], sorted(row["time"] for row in rows))
+        found = [(row["type"], path_of(row), int(row["entry"])) for row in rows]
+        entries = [row for row in expected_rows() if row[0] != "ads"]
+        self.assertEqual(sorted(found), sorted(8 * entries))  # four times of two sources
+
     def test_jsonl(self):
         lines = self.read("jsonl").split("\n")
         self.assertEqual(lines.pop(), "")

@@ -5,6 +5,7 @@
 #include "convert/formats/body_format.h"
 #include "convert/formats/csv_format.h"
 #include "convert/formats/jsonl_format.h"
+#include "convert/formats/timeline_format.h"
 
 namespace convert {
 
@@ -12,6 +13,7 @@ namespace {
 
 constexpr format all_formats[] = {
     {"body", false},
+    {"timeline", false},
     {"csv", false},
     {"jsonl", false},
 };
@@ -24,6 +26,7 @@ std::unique_ptr<row_writer> make_writer(const format& wanted, byte_sink& sink,
                                         const std::string& /*path*/) {
     const std::string_view name = wanted.name;
     if (name == "body") return std::make_unique<body_writer>(sink);
+    if (name == "timeline") return std::make_unique<timeline_writer>(sink);
     if (name == "csv") return std::make_unique<csv_writer>(sink);
     return std::make_unique<jsonl_writer>(sink);
 }
