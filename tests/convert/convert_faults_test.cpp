@@ -206,11 +206,18 @@ std::string many_rows() {
 TEST(ConvertFaults, AFileThatGrowsTooLargeIsAnError) {
     const folder in;
     in.dir.write("listing", many_rows());
-    const auto run = shell("ulimit -f 8; exec \"$0\" --to csv --input \"$1\" --output \"$2\"",
-                           {in.input, in.output});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_THAT(run.standard_error, HasSubstr("out.csv: File too large"));
-    EXPECT_THAT(files_in(in.dir.path()), ElementsAre("listing"));
+    const std::pair<std::string, std::string> cases[] = {
+        {"csv", "out.csv: File too large"},
+        {"sqlite", "disk I/O error"},
+    };
+    for (const auto& [format, message] : cases) {
+        const auto run =
+            shell("ulimit -f 8; exec \"$0\" --to \"$3\" --input \"$1\" --output \"$2\"",
+                  {in.input, in.output, format});
+        EXPECT_EQ(run.status, 1);
+        EXPECT_THAT(run.standard_error, HasSubstr(message));
+        EXPECT_THAT(files_in(in.dir.path()), ElementsAre("listing"));
+    }
 }
 
 TEST(ConvertFaults, AFullFolderOfTemporaryFilesIsAnError) {

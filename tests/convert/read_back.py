@@ -13,6 +13,7 @@ import json
 import os
 import re
 import shutil
+import sqlite3
 import subprocess
 import sys
 import tempfile
@@ -115,6 +116,28 @@ class ReadBack(unittest.TestCase):
             joined = path_of(row).encode("utf-16", "surrogatepass")  # a pair becomes a character
             self.assertEqual(row["path"].encode("utf-16", "surrogatepass"), joined)
         self.check(rows)
+
+    def test_sqlite(self):
+        timeline = list(csv.DictReader(io.StringIO(self.read("timeline"), newline="")))
+        database = sqlite3.connect(self.convert("sqlite"))
+        database.row_factory = sqlite3.Row
+        self.assertEqual(database.execute("PRAGMA integrity_check").fetchone()[0], "ok")
+        rows = [dict(row) for row in database.execute("SELECT * FROM entries ORDER BY row")]
+        self.check(rows)
+        self.assertEqual([row["path"] for row in rows], [shown(path_of(row)) for row in rows])
+        zones = list(database.execute("SELECT owner, stream FROM streams ORDER BY row"))
+        expected = sorted((shown(FOLDER + name), STREAM[1:]) for name in NAMES)
+        self.assertEqual(sorted(map(tuple, zones))[1:], expected)
+        self.assertEqual(tuple(sorted(map(tuple, zones))[0]), (FOLDER[:-1], "s\n,1"))
+        events = [dict(row) for row in database.execute("SELECT * FROM timeline")]
+        for event in events:
+            event["deleted"] = "true" if event["deleted"] else "false"
+        found = [(e["time"], e["macb"], e["source"], e["type"], path_of(e), str(e["entry"]),
+                  str(e["sequence"]), str(e["allocated_size"]), e["deleted"]) for e in events]
+        same = [(e["time"], e["macb"], e["source"], e["type"], path_of(e), e["entry"],
+                 e["sequence"], e["allocated_size"], e["deleted"]) for e in timeline]
+        self.assertEqual(found, same)
+        database.close()
 
     def test_body(self):
         text = self.read("body")

@@ -5,6 +5,7 @@
 #include "convert/formats/body_format.h"
 #include "convert/formats/csv_format.h"
 #include "convert/formats/jsonl_format.h"
+#include "convert/formats/sqlite_format.h"
 #include "convert/formats/timeline_format.h"
 
 namespace convert {
@@ -12,10 +13,7 @@ namespace convert {
 namespace {
 
 constexpr format all_formats[] = {
-    {"body", false},
-    {"timeline", false},
-    {"csv", false},
-    {"jsonl", false},
+    {"body", false}, {"timeline", false}, {"csv", false}, {"jsonl", false}, {"sqlite", true},
 };
 
 }  // namespace
@@ -23,10 +21,11 @@ constexpr format all_formats[] = {
 std::span<const format> formats() { return all_formats; }
 
 std::unique_ptr<row_writer> make_writer(const format& wanted, byte_sink& sink,
-                                        const std::string& /*path*/) {
+                                        const std::string& path) {
     const std::string_view name = wanted.name;
     if (name == "body") return std::make_unique<body_writer>(sink);
     if (name == "timeline") return std::make_unique<timeline_writer>(sink);
+    if (name == "sqlite") return std::make_unique<sqlite_writer>(path);
     if (name == "csv") return std::make_unique<csv_writer>(sink);
     return std::make_unique<jsonl_writer>(sink);
 }
