@@ -11,7 +11,7 @@ Checked are links to files and headings, and words in backticks or indented bloc
 - `--gtest_filter='Suite*'`: a test suite begins so.
 
 In docs/architecture.md, paths that begin with a folder of src need no file extension, and a line of
-its picture that begins with a layer may only name files of that layer; each layer has a line. There
+its pictures that begins with a layer may only name files of that layer; each layer has a line. There
 and in docs/testing.md, names with an underscore must be words of the sources as well. Prints what is
 missing; the exit status is 1 then.
 """
@@ -79,9 +79,10 @@ def missing_paths(root, document, text):
 
 
 def wrong_picture(root, text):
-    """Files in the picture that are not in their layer, and layers that it lacks."""
-    picture = next((block for block in re.findall(r"^```text\n(.*?)^```", text, re.DOTALL | re.MULTILINE)
-                    if "run/driver" in block), "")
+    """Files in the pictures that are not in their layer, and layers that they lack."""
+    picture = "".join(block for block in re.findall(r"^```text\n(.*?)^```", text,
+                                                    re.DOTALL | re.MULTILINE)
+                      if "run/driver" in block or "convert/command" in block)
     if not picture:
         return
     layers = {path.relative_to(root / "src").as_posix()

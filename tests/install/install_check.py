@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
-"""Installs the program to an empty folder and checks the files there.
+"""Installs the programs to an empty folder and checks the files there.
 
-usage: install_check.py <cmake> <build folder> <source folder>
+usage: install_check.py <cmake> <build folder> <source folder> <"convert" or "">
 """
 
 import os
 import re
 import stat
 import subprocess
+import sys
 import tempfile
 import unittest
 
@@ -20,6 +21,12 @@ FILES = {
     "share/doc/quorvel/LICENSE": "LICENSE",
     "share/man/man1/quorvel.1": "docs/quorvel.1",
     "share/zsh/site-functions/_quorvel": "completion/_quorvel",
+}
+CONVERT_FILES = {
+    "bin/quorvel-convert": None,
+    "share/bash-completion/completions/quorvel-convert": "completion/quorvel-convert.bash",
+    "share/man/man1/quorvel-convert.1": "docs/quorvel-convert.1",
+    "share/zsh/site-functions/_quorvel-convert": "completion/_quorvel-convert",
 }
 
 
@@ -57,7 +64,7 @@ class Install(unittest.TestCase):
     def test_modes_are_readable_by_all(self):
         for name in FILES:
             mode = stat.S_IMODE(os.stat(self.path(name)).st_mode)
-            self.assertEqual(mode, 0o755 if name == "bin/quorvel" else 0o644, name)
+            self.assertEqual(mode, 0o755 if name.startswith("bin/") else 0o644, name)
 
     def test_installed_program_runs(self):
         run = subprocess.run([self.path("bin/quorvel"), "-h"], stdout=subprocess.PIPE,
@@ -65,6 +72,13 @@ class Install(unittest.TestCase):
         self.assertEqual((run.returncode, run.stdout), (0, b""))
         self.assertIn(b"\nUsage:\n", run.stderr)
         self.assertIn(b"quorvel ver: " + self.version() + b"\n", run.stderr)
+
+    @unittest.skipUnless("convert" in sys.argv, "quorvel-convert is not built")
+    def test_installed_converter_finds_the_program(self):
+        run = subprocess.run([self.path("bin/quorvel-convert"), "--to", "csv", "--", "-image",
+                              "/none"], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.assertEqual((run.returncode, run.stdout), (1, b""))
+        self.assertIn(b"quorvel ended with status 255", run.stderr)
 
     def test_package_has_the_version_of_the_program(self):
         changes = content_of(os.path.join(OPTIONS.source, "packaging/changelog"))
@@ -77,5 +91,7 @@ class Install(unittest.TestCase):
 
 
 if __name__ == "__main__":
+    if sys.argv.pop() == "convert":
+        FILES.update(CONVERT_FILES)
     OPTIONS = command_line.parse(["cmake", "build", "source"])
     command_line.run_checks()
