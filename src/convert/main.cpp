@@ -22,8 +22,8 @@ void keep_standard_descriptors() {
 // deletes its temporary file.
 int main(int argc, char** argv) {
     keep_standard_descriptors();
-    ::signal(SIGPIPE, SIG_IGN);
-    ::signal(SIGXFSZ, SIG_IGN);
+    static_cast<void>(::signal(SIGPIPE, SIG_IGN));
+    static_cast<void>(::signal(SIGXFSZ, SIG_IGN));
     int status = convert::status_done;
     const auto line = convert::parse_command_line(argc, argv, status);
     return line ? convert::convert_listing(*line) : status;

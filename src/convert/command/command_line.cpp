@@ -73,7 +73,7 @@ std::string find_wrong_use(const command_line& line, bool has_separator) {
     if (!line.input.empty() && has_separator)
         return "--input excludes options for quorvel: the listing has been written with its own";
     if (!line.input.empty() && line.print_command) return "--input excludes --print-command";
-    const std::string refused = find_refused(line.user_words);
+    std::string refused = find_refused(line.user_words);
     if (!refused.empty() || line.print_command) return refused;
     if (line.wanted == nullptr) return "--to is missing";
     if (line.wanted->needs_file && line.output.empty())

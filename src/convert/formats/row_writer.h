@@ -11,7 +11,10 @@ namespace convert {
 // Takes the bytes of a text format.
 class byte_sink {
 public:
+    byte_sink() = default;
     virtual ~byte_sink() = default;
+    byte_sink(const byte_sink&) = delete;
+    byte_sink& operator=(const byte_sink&) = delete;
 
     // Returns false once a byte could not be written.
     [[nodiscard]] virtual bool write(std::string_view bytes) = 0;
@@ -20,7 +23,10 @@ public:
 // Writes rows in one format. After a call has returned false, only failure() may be called.
 class row_writer {
 public:
+    row_writer() = default;
     virtual ~row_writer() = default;
+    row_writer(const row_writer&) = delete;
+    row_writer& operator=(const row_writer&) = delete;
 
     // Writes what precedes the rows. Call it once, first.
     [[nodiscard]] virtual bool begin() { return true; }

@@ -16,6 +16,8 @@ public:
     // `path` is that of an empty file. It becomes a database when finish() returns.
     explicit sqlite_writer(std::string path);
     ~sqlite_writer() override;
+    sqlite_writer(const sqlite_writer&) = delete;
+    sqlite_writer& operator=(const sqlite_writer&) = delete;
 
     bool begin() override;
     bool write(const listing_row& row) override;

@@ -19,8 +19,8 @@ std::string letters_of(const std::string& time, const std::string& prefix) {
     std::string text;
     for (const stamp& other : stamps) {
         if (!text.empty()) text += " || ";
-        text += "CASE WHEN " + prefix + other.column + " = " + time + " THEN '" + other.letter +
-                "' ELSE '.' END";
+        text.append("CASE WHEN ").append(prefix).append(other.column).append(" = ").append(time);
+        text.append(" THEN '").append(other.letter).append("' ELSE '.' END");
     }
     return text;
 }

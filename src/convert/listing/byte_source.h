@@ -9,7 +9,10 @@ namespace convert {
 
 class byte_source {
 public:
+    byte_source() = default;
     virtual ~byte_source() = default;
+    byte_source(const byte_source&) = delete;
+    byte_source& operator=(const byte_source&) = delete;
 
     // Reads at least one byte. Returns the number of bytes read, 0 at the end, or nullopt, with
     // errno set, on failure.

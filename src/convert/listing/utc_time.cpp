@@ -46,8 +46,8 @@ std::int64_t parse_ticks(std::string_view time) {
     const int fraction = digits(time, 9, 7);
     if (hour < 0 || hour > 23 || minute < 0 || minute > 59) return -1;
     if (second < 0 || second > 59 || fraction < 0) return -1;
-    const std::int64_t seconds = hour * 3600 + minute * 60 + second;
-    return seconds * std::int64_t{ql::ticks_a_second} + fraction;
+    const std::int64_t seconds = std::int64_t{hour} * 3600 + minute * 60 + second;
+    return seconds * static_cast<std::int64_t>(ql::ticks_a_second) + fraction;
 }
 
 // Writes the last `width` digits of `value` at `at`.

@@ -31,6 +31,7 @@ std::string own_folder() {
 
 std::vector<char*> pointers_to(std::vector<std::string>& words) {
     std::vector<char*> result;
+    result.reserve(words.size() + 1);
     for (std::string& word : words)
         result.push_back(word.data());
     result.push_back(nullptr);
@@ -81,7 +82,8 @@ std::string find_program(const std::string& name) {
     for (std::string folder; std::getline(stream, folder, ':');)
         folders.push_back(folder.empty() ? "." : folder);
     for (const std::string& folder : folders) {
-        const std::string candidate = folder + "/" + name;
+        std::string candidate = folder;
+        candidate.append("/").append(name);
         if (!folder.empty() && ::access(candidate.c_str(), X_OK) == 0) return candidate;
     }
     return {};

@@ -24,7 +24,7 @@ std::array<char, PATH_MAX + 1> file_to_delete{};
 extern "C" void delete_and_end(int signal_number) {
     if (file_to_delete[0] != '\0') ::unlink(file_to_delete.data());
     // The handler was installed for one signal: this one has its usual effect.
-    ::raise(signal_number);
+    static_cast<void>(::raise(signal_number));
 }
 
 void handle_signals() {

@@ -18,7 +18,7 @@ constexpr std::uint64_t seconds_2022 = 18993ull * 86400 + 3723;
 // Returns accessed, modified, changed and created for times_of().
 std::string body_times(std::uint64_t created) {
     std::string text;
-    for (const std::uint64_t day : {3, 1, 2, 0})
+    for (const std::uint64_t day : {3u, 1u, 2u, 0u})
         text += "|" + std::to_string(created + day * 86400);
     return text + "\n";
 }

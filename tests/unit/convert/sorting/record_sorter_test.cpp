@@ -80,7 +80,7 @@ TEST(RecordSorter, ReportsAFolderWithoutFiles) {
 
 TEST(RecordSorter, EndsWhenTheVisitorDoes) {
     const support::temp_dir dir;
-    for (const std::size_t memory : {1, 1000}) {
+    for (const std::size_t memory : {1u, 1000u}) {
         record_sorter sorter(dir.path(), {memory, 4});
         EXPECT_TRUE(sorter.add("b"));
         EXPECT_TRUE(sorter.add("a"));
