@@ -118,6 +118,44 @@ void write_dates(const std::filesystem::path& all) {
         folder.add(one.name, input({{one.stamp, 8}, {'-', 1}}, support::as_bytes(one.text)));
 }
 
+// The byte 0xFF is the separator.
+void write_listings(const std::filesystem::path& all) {
+    const seed_folder folder(all, "fuzz_listing");
+    const std::string time =
+        "2021-03-04\xFF"
+        "05:06:07.1234567\xFF";
+    const std::string four = time + time + time + time;
+    const std::string blank(8, '\xFF');
+    const std::string guid = "03020100-0504-0706-0809-0a0b0c0d0e0f";
+    const auto start = [](const std::string& type, const std::string& path) {
+        return type + "\xFF" + path +
+               "\xFF\xFF"
+               "4096\xFF"
+               "32\xFF"
+               "64\xFF"
+               "2\xFF"
+               "1\xFF";
+    };
+    const std::string file = start("file", "\\a.txt") + four + four + blank + "\xFF\n";
+    const struct {
+        const char* name;
+        bool object_ids;
+        std::string text;
+    } cases[] = {
+        {"file", false, file},
+        {"object_id", true, start("dir", "\\") + four + four + four + "true\xFF" + guid + "\n"},
+        {"line_feed", false, start("ads", "\\a\nfile") + blank + four + blank + "\xFF\n"},
+        {"surrogate", false, start("indx", "\\\xED\xA0\x80%|=") + four + four + four + "\xFF\n"},
+        {"no_names", true, start("file", "\\b") + four + "\xFF" + guid + "\n" + file},
+        {"no_items", false, "no items\n\n" + file + "no items\n\n"},
+        {"malformed", false, start("files", "x") + "\n" + file + "junk\n" + file},
+        {"truncated", false, file + start("file", "y")},
+    };
+    for (const auto& one : cases)
+        folder.add(one.name,
+                   input({{6, 1}, {one.object_ids ? 1u : 0u, 1}}, support::as_bytes(one.text)));
+}
+
 void write_descriptors(const std::filesystem::path& all) {
     const seed_folder folder(all, "fuzz_security_descriptor");
     const bytes system = support::sid("S-1-5-18"), users = support::sid("S-1-5-32-545"),
@@ -191,6 +229,7 @@ void write_value_seeds(const std::filesystem::path& all) {
     write_lznt1(all);
     write_texts(all);
     write_dates(all);
+    write_listings(all);
     write_descriptors(all);
     write_options(all);
 }
