@@ -8,6 +8,7 @@ up to a zero unit, which ends it in the listing.
 """
 
 import csv
+import importlib.util
 import io
 import json
 import os
@@ -98,6 +99,20 @@ class ReadBack(unittest.TestCase):
             for field in row.values():
                 self.assertNotIn(field[:1] or "x", "=+-@\t\r\n")
             self.assertEqual(row["path"], shown(path_of(row)))
+        self.check(rows)
+
+    @unittest.skipUnless(importlib.util.find_spec("pandas"), "pandas is not installed")
+    def test_pandas_reads_csv_without_arguments(self):
+        pandas = importlib.import_module("pandas")
+        table = pandas.read_csv(self.convert("csv"))
+        kinds = {name: table[name].dtype.kind for name in table.columns}
+        for name in ("allocated_size", "attributes", "entry", "sequence", "flags"):
+            self.assertEqual(kinds[name], "i", name)
+        self.assertEqual((kinds["deleted"], kinds["set_back"]), ("b", "b"))
+        times = pandas.to_datetime(table["si_created"])
+        self.assertEqual(str(times.dtype), "datetime64[ns, UTC]")
+        self.assertEqual(set(times.astype("int64")), {1614834367_123456700})
+        rows = table.fillna("").to_dict("records")
         self.check(rows)
 
     def test_timeline(self):

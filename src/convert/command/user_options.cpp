@@ -51,7 +51,7 @@ bool is_refused(const std::string& word) {
 
 bool is_plain(const std::string& word) {
     constexpr std::string_view plain =
-        "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_-./:@%+,=";
+        "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_-./:@%+,";
     return !word.empty() && word.find_first_not_of(plain) == std::string::npos;
 }
 

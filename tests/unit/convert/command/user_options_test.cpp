@@ -20,8 +20,8 @@ TEST(UserOptions, QuotesWordsForAShell) {
     EXPECT_EQ(
         convert::shell_command({"quorvel", "-image", "a b", "it's", "", "$x", "\\dir", "a|b"}),
         "quorvel -image 'a b' 'it'\\''s' '' '$x' '\\dir' 'a|b'");
-    EXPECT_EQ(convert::shell_command({"hh:mm:ss.xxx", "@aZ09", "0x10", "~"}),
-              "hh:mm:ss.xxx @aZ09 0x10 '~'");
+    EXPECT_EQ(convert::shell_command({"hh:mm:ss.xxx", "@aZ09", "0x10", "~", "=ls"}),
+              "hh:mm:ss.xxx @aZ09 0x10 '~' '=ls'");
 }
 
 }  // namespace
