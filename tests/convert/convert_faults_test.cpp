@@ -11,7 +11,6 @@ using convert_run::shell;
 using convert_run::words;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 const std::string start = listing_text::head() + listing_text::header();

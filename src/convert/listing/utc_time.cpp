@@ -40,13 +40,13 @@ std::int64_t parse_day(std::string_view date) {
 std::int64_t parse_ticks(std::string_view time) {
     if (time.size() != time_length) return -1;
     if (time[2] != ':' || time[5] != ':' || time[8] != '.') return -1;
-    const int hour = digits(time, 0, 2);
-    const int minute = digits(time, 3, 2);
-    const int second = digits(time, 6, 2);
-    const int fraction = digits(time, 9, 7);
+    const std::int64_t hour = digits(time, 0, 2);
+    const std::int64_t minute = digits(time, 3, 2);
+    const std::int64_t second = digits(time, 6, 2);
+    const std::int64_t fraction = digits(time, 9, 7);
     if (hour < 0 || hour > 23 || minute < 0 || minute > 59) return -1;
     if (second < 0 || second > 59 || fraction < 0) return -1;
-    const std::int64_t seconds = std::int64_t{hour} * 3600 + minute * 60 + second;
+    const std::int64_t seconds = hour * 3600 + minute * 60 + second;
     return seconds * static_cast<std::int64_t>(ql::ticks_a_second) + fraction;
 }
 
