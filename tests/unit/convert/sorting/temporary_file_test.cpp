@@ -1,0 +1,109 @@
+#include "convert/sorting/temporary_file.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <filesystem>
+#include <utility>
+
+#include "support/temp_dir.h"
+
+namespace {
+
+using convert::temporary_file;
+using records = std::vector<std::string>;
+
+void write_all(temporary_file& file, const records& input) {
+    for (const std::string& record : input)
+        EXPECT_TRUE(file.write(record));
+    EXPECT_TRUE(file.rewind());
+}
+
+records read_all(temporary_file& file) {
+    records result;
+    for (std::string_view record; file.read(record);)
+        result.emplace_back(record);
+    return result;
+}
+
+// Truncates the only file without a name that this process has open in `folder`.
+void truncate_in(const std::string& folder, std::uintmax_t size) {
+    int found = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code failed;
+        const std::string target = std::filesystem::read_symlink(entry.path(), failed);
+        if (!target.starts_with(folder + "/")) continue;
+        ++found;
+        std::filesystem::resize_file(entry.path(), size);
+    }
+    EXPECT_EQ(found, 1);
+}
+
+TEST(TemporaryFile, ReadsTheRecordsInTheirOrder) {
+    const support::temp_dir dir;
+    temporary_file file;
+    ASSERT_TRUE(file.create(dir.path()));
+    // Short and empty records, one with zeros, and some that are longer than a buffer.
+    const records input = {"b",
+                           "",
+                           std::string("\0\xFF\0", 3),
+                           std::string(700'000, 'x'),
+                           "a",
+                           std::string(262'144, 'y'),
+                           "",
+                           "last"};
+    write_all(file, input);
+    EXPECT_EQ(read_all(file), input);
+    EXPECT_FALSE(file.failed());
+    std::string_view none;
+    EXPECT_FALSE(file.read(none));
+}
+
+TEST(TemporaryFile, AFileWithoutRecordsEndsAtOnce) {
+    const support::temp_dir dir;
+    temporary_file file;
+    ASSERT_TRUE(file.create(dir.path()));
+    write_all(file, {});
+    EXPECT_EQ(read_all(file), records{});
+    EXPECT_FALSE(file.failed());
+}
+
+TEST(TemporaryFile, HasNoName) {
+    const support::temp_dir dir;
+    temporary_file file;
+    ASSERT_TRUE(file.create(dir.path()));
+    write_all(file, {std::string(300'000, 'x')});
+    EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
+}
+
+TEST(TemporaryFile, ReportsAFolderThatIsMissing) {
+    temporary_file file;
+    errno = 0;
+    EXPECT_FALSE(file.create("/none"));
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(TemporaryFile, AFileThatEndsWithinARecordHasFailed) {
+    const support::temp_dir dir;
+    temporary_file file;
+    ASSERT_TRUE(file.create(dir.path()));
+    write_all(file, {"abc", "defghi"});
+    truncate_in(dir.path(), 4 + 3 + 4 + 5);  // a byte less than both records
+    EXPECT_EQ(read_all(file), records{"abc"});
+    EXPECT_TRUE(file.failed());
+}
+
+TEST(TemporaryFile, MovesWithItsRecords) {
+    const support::temp_dir dir;
+    temporary_file first;
+    ASSERT_TRUE(first.create(dir.path()));
+    write_all(first, {"a", "b"});
+    std::string_view record;
+    ASSERT_TRUE(first.read(record));
+    temporary_file second = std::move(first);
+    EXPECT_EQ(read_all(second), records{"b"});
+    EXPECT_FALSE(second.failed());
+}
+
+}  // namespace
