@@ -92,7 +92,10 @@ bool temporary_file::fill(std::size_t wanted) {
 }
 
 bool temporary_file::read(std::string_view& record) {
-    if (!fill(length_size)) return false;
+    if (!fill(length_size)) {
+        m_failed = m_failed || m_begin < m_end;  // the file ends within a length
+        return false;
+    }
     std::uint32_t length = 0;
     std::memcpy(&length, m_buffer.data() + m_begin, length_size);
     if (!fill(length_size + length)) {

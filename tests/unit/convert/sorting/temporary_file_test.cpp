@@ -85,13 +85,18 @@ TEST(TemporaryFile, ReportsAFolderThatIsMissing) {
 }
 
 TEST(TemporaryFile, AFileThatEndsWithinARecordHasFailed) {
-    const support::temp_dir dir;
-    temporary_file file;
-    ASSERT_TRUE(file.create(dir.path()));
-    write_all(file, {"abc", "defghi"});
-    truncate_in(dir.path(), 4 + 3 + 4 + 5);  // a byte less than both records
-    EXPECT_EQ(read_all(file), records{"abc"});
-    EXPECT_TRUE(file.failed());
+    // Of the two records, 4 + 3 and 4 + 6 bytes, the last byte is missing; or the second one has
+    // only a part of its length.
+    for (const std::uintmax_t size : {std::uintmax_t{16}, std::uintmax_t{10}, std::uintmax_t{8}}) {
+        SCOPED_TRACE(size);
+        const support::temp_dir dir;
+        temporary_file file;
+        ASSERT_TRUE(file.create(dir.path()));
+        write_all(file, {"abc", "defghi"});
+        truncate_in(dir.path(), size);
+        EXPECT_EQ(read_all(file), records{"abc"});
+        EXPECT_TRUE(file.failed());
+    }
 }
 
 TEST(TemporaryFile, MovesWithItsRecords) {
