@@ -94,7 +94,7 @@ private:
 std::vector<bool> reached_pieces(const cluster_runs& runs, std::uint64_t lcn) {
     std::vector<bool> reached(num_pieces, false);
     for (const support::cluster_run& run : runs) {
-        if (run.lcn == hole || run.lcn >= clusters) continue;
+        if (run.lcn >= clusters) continue;  // past the source, or a hole
         for (std::uint64_t piece = 0; piece < num_pieces; ++piece) {
             const std::uint64_t at = lcn + piece;
             if (at >= run.lcn && at - run.lcn < run.count) reached[piece] = true;
