@@ -5,12 +5,9 @@
 #include <cstdint>
 #include <string>
 
-#include "support/filetime.h"
 #include "unit/foundation/time/shown_time.h"
 
 namespace {
-
-using support::filetime;
 
 TEST(ParseDateStyle, CompilesTheDefaults) {
     const ql::date_style style = default_style();
