@@ -4,6 +4,7 @@
 #include <sqlite3.h>
 
 #include "support/temp_dir.h"
+#include "unit/convert/formats/database_lines.h"
 #include "unit/convert/formats/format_text.h"
 
 namespace {
@@ -16,7 +17,6 @@ using format_text::plain_row;
 using format_text::times_of;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using lines = std::vector<std::string>;
 
 // A database of some rows.
 class database {
@@ -33,25 +33,9 @@ public:
     database(const database&) = delete;
     database& operator=(const database&) = delete;
 
-    // Returns a line for each row of the result: its columns with "|" between them.
-    lines query(const std::string& statement) const {
-        lines result;
-        char* error = nullptr;
-        sqlite3_exec(m_database, statement.c_str(), append_line, &result, &error);
-        EXPECT_EQ(error, nullptr) << error;
-        sqlite3_free(error);
-        return result;
-    }
+    lines query(const std::string& statement) const { return query_lines(m_database, statement); }
 
 private:
-    static int append_line(void* result, int count, char** columns, char**) {
-        std::string line;
-        for (int i = 0; i < count; ++i)
-            line += (i > 0 ? "|" : "") + std::string(columns[i] != nullptr ? columns[i] : "NULL");
-        static_cast<lines*>(result)->push_back(line);
-        return 0;
-    }
-
     support::temp_dir m_dir;
     std::string m_path = m_dir.write("test.db", "");
     sqlite3* m_database = nullptr;

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include "unit/convert/formats/database_lines.h"
+
 namespace {
 
 using testing::Contains;
@@ -11,7 +13,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
-using lines = std::vector<std::string>;
 
 // A database in memory with the table, the views and the timeline.
 class database {
@@ -27,25 +28,9 @@ public:
 
     sqlite3* handle() const { return m_database; }
 
-    // Returns a line for each row of the result: its columns with "|" between them.
-    lines query(const std::string& statements) const {
-        lines result;
-        char* error = nullptr;
-        sqlite3_exec(m_database, statements.c_str(), append_line, &result, &error);
-        EXPECT_EQ(error, nullptr) << error;
-        sqlite3_free(error);
-        return result;
-    }
+    lines query(const std::string& statements) const { return query_lines(m_database, statements); }
 
 private:
-    static int append_line(void* result, int count, char** columns, char**) {
-        std::string line;
-        for (int i = 0; i < count; ++i)
-            line += (i > 0 ? "|" : "") + std::string(columns[i] != nullptr ? columns[i] : "NULL");
-        static_cast<lines*>(result)->push_back(line);
-        return 0;
-    }
-
     sqlite3* m_database = nullptr;
 };
 
