@@ -150,7 +150,7 @@ TEST(AttribPass, WalkOfAnExtensionEndsAtItsEndMarkerAndAtLengthZero) {
         for (std::size_t i = 0; i < 4; ++i)
             raw[i] = static_cast<std::uint8_t>(type >> (i * 8));
         if (type == 0xFFFFFFFF) raw[4] = 16;
-        extension.raw_attribute(raw).stream(u"behind", "x").id(4);
+        extension.raw_attribute(raw).stream(u"beyond", "x").id(4);
         image.entry(64).attribute_list({{.type = 0x80, .record = file_reference(65, 1), .id = 3},
                                         {.type = 0x80, .record = file_reference(65, 1), .id = 4}});
         open_volume volume(image);
@@ -204,7 +204,7 @@ TEST(AttribPass, AllListsBeforeDamageAreExpanded) {
         .attribute_list({{.type = 0x80, .record = file_reference(65, 1), .id = 1}})
         .attribute_list({{.type = 0x80, .record = file_reference(66, 1), .id = 2}})
         .raw_attribute({0xD0, 0, 0, 0, 0xE0, 0x03, 0, 0})
-        .data("behind the damage");
+        .data("beyond the damage");
     open_volume volume(image);
     EXPECT_THAT(labels_of(categorized(volume, 64).store),
                 ElementsAre(Pair(key_of(1, 0x80), "ads"), Pair(key_of(2, 0x80), "ads")));

@@ -43,11 +43,11 @@ TEST(AttribPass, AttributeWithoutARequiredValueIsIgnored) {
             return store.std_infos.size() + store.file_names.size() + store.attributes.size();
         };
         EXPECT_EQ(kept(categorized_entry([&](auto& entry) {
-                           entry.resident(c.type, u"", value).data("behind");
+                           entry.resident(c.type, u"", value).data("beyond");
                        }).store),
                   2u);
         EXPECT_EQ(kept(categorized_entry([&](auto& entry) {
-                           entry.resident(c.type, u"", value).edit(c.at, 0, c.width).data("behind");
+                           entry.resident(c.type, u"", value).edit(c.at, 0, c.width).data("beyond");
                        }).store),
                   1u);
     }
@@ -124,7 +124,7 @@ TEST(AttribPass, WalkEndsAtTheEndMarkerOrABadLength) {
         const pass_result pass = categorized_entry([&](auto& entry) {
             entry.keep_order().data("in front").id(1);
             entry.raw_attribute(c.in_the_middle);
-            entry.stream(u"behind", "x");
+            entry.stream(u"beyond", "x");
         });
         EXPECT_TRUE(pass.result);
         EXPECT_THAT(labels_of(pass.store), ElementsAre(Pair(key_of(1, 0x80), "unnamed data")));

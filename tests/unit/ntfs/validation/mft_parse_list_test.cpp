@@ -169,18 +169,18 @@ TEST(MftAttributeList, WalkOfTheListEnds) {
 }
 
 TEST(MftAttributeList, FewerThan26BytesAfterAnEntryAreIgnored) {
-    for (const std::uint32_t behind : {24u, 25u, 26u, 32u}) {
-        SCOPED_TRACE(behind);
+    for (const std::uint32_t last_bytes : {24u, 25u, 26u, 32u}) {
+        SCOPED_TRACE(last_bytes);
         split_mft mft;
         mft.image.entry(0).attribute_list(mft.list);
         const std::uint64_t attribute =
             mft.image.record_pos(0) +
             mft.image.entry(0).attribute_offset(support::type::attribute_list);
-        mft.image.put(attribute + 16, 3 * 32 + behind, 4);  // length of the list
-        mft.image.put(attribute + 24 + 3 * 32 + 4, 24, 2);  // length of the last entry
+        mft.image.put(attribute + 16, 3 * 32 + last_bytes, 4);  // length of the list
+        mft.image.put(attribute + 24 + 3 * 32 + 4, 24, 2);      // length of the last entry
         image_volume volume(mft.image.build());
         EXPECT_TRUE(volume.validate());
-        EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), behind < 26 ? first_two : all_three);
+        EXPECT_EQ(plain(volume.ntfs.m_mft_info.data_runs), last_bytes < 26 ? first_two : all_three);
     }
 }
 

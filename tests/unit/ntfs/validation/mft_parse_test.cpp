@@ -154,8 +154,8 @@ TEST(ParseInode, NonResidentAttributeWithoutARunListIsSkipped) {
         record_builder record(6);
         record.keep_order().data_runs({{100, 4}}).edit(4, 72, 4).edit(56, c.initialized, 8);
         record.edit(32, c.run_offset, 2);
-        const std::size_t behind = record.attribute_offset(support::type::data) + 72;
-        record.put_before_fixup(behind, 0xFFFFFFFF, 4);
+        const std::size_t after_data = record.attribute_offset(support::type::data) + 72;
+        record.put_before_fixup(after_data, 0xFFFFFFFF, 4);
         const NTFS_INODE_INFO info = parsed(record);
         EXPECT_EQ(!info.data_runs.empty(), c.taken);
         EXPECT_EQ(info.data_size != 0, c.taken);
@@ -168,7 +168,7 @@ TEST(ParseInode, EmptyRunListEndsTheParse) {
     record.keep_order()
         .data_runs({{100, 4}, {50, 2}})
         .nonresident(support::type::bitmap, u"", no_runs, {{0, 1}})
-        .file_name(5, u"behind", {.real = 7});
+        .file_name(5, u"beyond", {.real = 7});
     const NTFS_INODE_INFO info = parsed(record);
     EXPECT_EQ(plain(info.data_runs), (plain_runs{{100, 4}, {50, 2}})) << "earlier runs are kept";
     EXPECT_EQ(vcns(info.data_runs), (std::vector<std::uint64_t>{0, 0})) << "not numbered";

@@ -90,7 +90,7 @@ TEST(VmdkDescriptor, KeysAndValues) {
         {"an empty value", "CID=1\nCID=\n", {"", "", "", ""}},
         {"no line end", "CID=1\nparentCID=2", {"1", "2", "", ""}},
         {"nothing", "", {"", "", "", ""}},
-        {"nothing behind a zero byte",
+        {"nothing after a zero byte",
          std::string_view("CID=1\nparent\0CID=2\nCID=3\n", 24),
          {"1", "", "", ""}},
     };
@@ -109,10 +109,10 @@ TEST(VmdkDescriptor, SizeEndsTheText) {
     EXPECT_TRUE(file.result);
     EXPECT_EQ(file.extent.cid, "1");
 
-    const char behind = static_cast<char>(image.build().get(1024, 1));
-    ASSERT_NE(behind, 0);
+    const char next_byte = static_cast<char>(image.build().get(1024, 1));
+    ASSERT_NE(next_byte, 0);
     const extent_file longer(byte_image(image.build()).put(descriptor_size_at, 2, 8));
-    EXPECT_EQ(longer.extent.cid, std::string("1") + behind);
+    EXPECT_EQ(longer.extent.cid, std::string("1") + next_byte);
 
     const extent_file none(byte_image(image.build()).put(descriptor_size_at, 0, 8));
     EXPECT_TRUE(none.result);
@@ -171,7 +171,7 @@ TEST(VmdkDamage, SingleFields) {
         {"capacity", capacity_at, ~0ull, true},
         {"grain size 0", grain_size_at, 0, true},
         {"grain size that wraps", grain_size_at, 1ull << 55, true},
-        {"descriptor behind the file", descriptor_at, size, true},
+        {"descriptor beyond the file", descriptor_at, size, true},
         {"descriptor that can't be sought", descriptor_at, 1ull << 54, false},
         {"descriptor of the file's size", descriptor_size_at, size / 512, true},
         {"descriptor larger than the file", descriptor_size_at, size / 512 + 1, true},
@@ -185,7 +185,7 @@ TEST(VmdkDamage, SingleFields) {
         {"no overhead", overhead_at, 0, false},
         {"overhead up to the directory", overhead_at, directory, false},
         {"overhead up to the tables", overhead_at, directory + 1, true},
-        {"directory behind the overhead", directory_at, 1ull << 40, false},
+        {"directory beyond the overhead", directory_at, 1ull << 40, false},
         {"directory offset that wraps to 0", directory_at, 1ull << 55, false},
     };
     for (const auto& c : cases) {
@@ -218,8 +218,8 @@ TEST(VmdkDamage, FirstDirectoryEntry) {
         {"in front of the directory", image.directory_sector() - 1, false},
         {"at the directory", image.directory_sector(), false},
         {"at the end of the metadata", overhead, true},
-        {"behind the metadata", overhead + 1, false},
-        {"far behind", 0x800000, false},
+        {"beyond the metadata", overhead + 1, false},
+        {"far beyond", 0x800000, false},
         {"farther than 32 bits of bytes", 0x800000 + image.directory_sector() + 1, false},
         {"all ones", 0xFFFFFFFF, false},
     };

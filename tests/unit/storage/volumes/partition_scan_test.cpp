@@ -372,8 +372,8 @@ TEST(LostRecord, IsSearchedForUpToOneSectorAfterTheFirstMebibyte) {
         bool found;
     } cases[] = {{"sector 2", 2, true},
                  {"at 1 MiB", 0x800, true},
-                 {"one behind", 0x801, true},
-                 {"two behind", 0x802, false}};
+                 {"one beyond", 0x801, true},
+                 {"two beyond", 0x802, false}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         byte_image disk(0x200000);
