@@ -31,4 +31,10 @@ std::int64_t seek_size(int fd) {
     return size;
 }
 
+void keep_standard_descriptors() {
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(fd, F_GETFD) == -1) ::open("/dev/null", O_RDWR);
+    }
+}
+
 }  // namespace ql

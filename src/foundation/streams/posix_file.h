@@ -19,4 +19,8 @@ int open_file(const std::string& path_utf8, int flags);
 // the start. Returns -1 if the seek fails.
 std::int64_t seek_size(int fd);
 
+// Opens those of the three standard descriptors that are closed. Otherwise the next file or pipe to
+// be opened would reuse one of them, and printed text would end up in it.
+void keep_standard_descriptors();
+
 }  // namespace ql
