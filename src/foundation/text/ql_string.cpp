@@ -26,12 +26,6 @@ constexpr Char uppered(Char c) {
     return c >= Char{'a'} && c <= Char{'z'} ? static_cast<Char>(c - ('a' - 'A')) : c;
 }
 
-template <typename Text>
-void lower_text(Text& text) {
-    for (auto& c : text)
-        c = lowered(c);
-}
-
 template <typename Text, typename Char>
 void replace_in(Text& text, Char from, Char to, bool ignore_case) {
     if (from == to) return;
@@ -276,14 +270,20 @@ void replace_char(std::wstring& text, wchar_t from, wchar_t to, bool ignore_case
 std::uint32_t remove_char(std::string& text, char c) { return remove_from(text, c); }
 std::uint32_t remove_char(std::wstring& text, wchar_t c) { return remove_from(text, c); }
 
-void lower(std::string& text) { lower_text(text); }
+void lower(std::string& text, std::size_t from) {
+    for (; from < text.size(); ++from)
+        text[from] = lowered(text[from]);
+}
 
 void upper(std::string& text) {
     for (auto& c : text)
         c = uppered(c);
 }
 
-void lower_wide(std::wstring& text) { lower_text(text); }
+void lower_wide(std::wstring& text) {
+    for (auto& c : text)
+        c = lowered(c);
+}
 
 bool equal_nocase(std::string& a, std::string& b) {
     lower(a);

@@ -73,11 +73,11 @@ void kept_names::add(const record_attrib& attribute, std::uint64_t inode) {
     m_by_key.emplace(std::move(added_key), std::move(added));
 }
 
-bool attrib_pass::run(std::uint64_t inode, std::uint32_t record_size) {
+bool attrib_pass::run(std::uint64_t inode, std::uint32_t record_size, const whole_record* known) {
     forget();
     m_inode = inode;
     m_record_size = record_size;
-    const fetched result = fetch(m_ntfs.get_file_pos_for_inode(inode), m_base);
+    const fetched result = fetch_base(known);
     if (result == fetched::usable) {
         walk_base();
         return true;
@@ -91,7 +91,8 @@ bool attrib_pass::run(std::uint64_t inode, std::uint32_t record_size) {
 
 void attrib_pass::free_large_records() {
     constexpr std::size_t most_kept = 0x10000;
-    if (m_base.size() + m_extension_bytes <= most_kept) return;
+    if (m_base_bytes.size() + m_extension_bytes <= most_kept) return;
+    m_base_bytes = {};
     m_base = {};
     m_lists.clear();  // refers to m_base
     m_extensions.clear();
@@ -123,6 +124,17 @@ attrib_pass::fetched attrib_pass::fetch(std::uint64_t position,
     if (read.kind != record_kind::bad) return fetched::failed;
     if (m_options.trace != nullptr) m_options.trace->diag("err: fixup_mft type: BAAD");
     return fetched::bad;
+}
+
+attrib_pass::fetched attrib_pass::fetch_base(const whole_record* known) {
+    const std::uint64_t position = m_ntfs.get_file_pos_for_inode(m_inode);
+    if (known != nullptr && known->length == m_record_size && known->position == position) {
+        m_base = known->content;
+        return fetched::usable;
+    }
+    const fetched result = fetch(position, m_base_bytes);
+    m_base = m_base_bytes;
+    return result;
 }
 
 // Takes the attributes of the base record up to the first damaged one, then those that its

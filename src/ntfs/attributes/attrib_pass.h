@@ -21,6 +21,7 @@
 class CNtfs;
 
 struct kept_attrib;
+struct whole_record;
 
 // Selects what a pass keeps of the attributes.
 struct attrib_pass_options {
@@ -102,8 +103,12 @@ public:
     // Reads the entry and sorts its attributes, replacing the results of an earlier run. Returns
     // false, with no attributes, if its record cannot be used; the trace says why. An extension
     // record that cannot be used is skipped, and a damaged attribute ends the walk of its record;
-    // neither is a failure. `record_size`: bytes in a file record.
-    bool run(std::uint64_t inode, std::uint32_t record_size);
+    // neither is a failure.
+    //
+    // record_size  bytes in a file record
+    // known        the base record, if it has just been read, to save a second read; may be null or
+    //              another record. It must stay valid as long as the results of this run.
+    bool run(std::uint64_t inode, std::uint32_t record_size, const whole_record* known = nullptr);
 
     // Frees the records of the last run if they are large; base_record() is then empty.
     void free_large_records();
@@ -132,6 +137,7 @@ private:
     };
 
     fetched fetch(std::uint64_t position, std::vector<std::uint8_t>& record) const;
+    fetched fetch_base(const whole_record* known);
     const extension_record* extension(std::uint64_t entry);
     void forget();
     void walk_base();
@@ -151,7 +157,8 @@ private:
     std::uint32_t m_record_size = 0;
     std::uint64_t m_inode = 0;
     bool m_seen_unnamed_data = false;
-    std::vector<std::uint8_t> m_base;
+    std::vector<std::uint8_t> m_base_bytes;  // if this pass read the base record
+    ql::bytes m_base;
     std::map<std::uint64_t, extension_record> m_extensions;  // the latest, by entry number
     std::size_t m_extension_bytes = 0;                       // in m_extensions
     std::set<std::uint64_t> m_listed;    // positions in the volume of run lists that were taken

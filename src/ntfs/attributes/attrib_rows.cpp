@@ -182,10 +182,10 @@ listing_rows::listing_rows(CNtfs& ntfs)
              {.with_values = false, .with_runs = false, .with_names = false, .only_listed = true}) {
 }
 
-bool listing_rows::read(std::uint64_t inode) {
+bool listing_rows::read(std::uint64_t inode, const whole_record* known) {
     m_rows.clear();
     if (!m_ntfs.is_open()) return false;
-    if (!m_pass.run(inode, m_ntfs.get_mft_record_size())) return false;
+    if (!m_pass.run(inode, m_ntfs.get_mft_record_size(), known)) return false;
 
     row_writer writer(m_rows, m_pass, false);
     for (const auto& kept : m_pass.attributes())

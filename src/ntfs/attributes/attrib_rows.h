@@ -74,8 +74,8 @@ public:
 
     // Reads the rows of get_attrib_rows that a listing shows: those of $OBJECT_ID, $DATA and
     // $INDEX_ALLOCATION, without runs and values. Returns false, with no rows, if the volume is not
-    // open or the record cannot be used.
-    bool read(std::uint64_t inode);
+    // open or the record cannot be used. `known`: see attrib_pass::run.
+    bool read(std::uint64_t inode, const whole_record* known = nullptr);
 
     // The rows of the entry that was read last, by attribute id.
     const std::vector<NTFS_ATTRIB_ROW>& rows() const { return m_rows; }

@@ -26,6 +26,14 @@ std::optional<std::uint64_t> find_mft_lcn(const NTFS_INODE_INFO& mft, std::uint6
     return std::nullopt;
 }
 
+// Returns how the record of an entry is read. Entry 0 is read where the boot sector says.
+record_request request_for(const CNtfs& ntfs, std::uint64_t inode) {
+    return {.position = inode == 0 ? ntfs.m_mft_file_pos : ntfs.get_file_pos_for_inode(inode),
+            .length = inode == 0 ? ntfs.m_mft_record_size : ntfs.m_bytes_per_file_record,
+            .rule = acceptance::file_or_index,
+            .fixed = fixed_blocks::delivered};
+}
+
 }  // namespace
 
 std::uint64_t CNtfs::get_file_pos_for_inode(std::uint64_t inode) const {
@@ -39,17 +47,11 @@ bool CNtfs::read_file_record(std::uint64_t inode, std::vector<std::uint8_t>& buf
                              std::uint64_t& position, std::int64_t& size, bool allocate) {
     if (allocate) buffer.clear();
     if (inode != 0 && !m_Validated) return false;
-    position = inode == 0 ? m_mft_file_pos : get_file_pos_for_inode(inode);
-    const std::uint32_t length = inode == 0 ? m_mft_record_size : m_bytes_per_file_record;
-
-    if (!allocate && size < length) return false;
-    const record_answer read = read_mft_record(*this,
-                                               {.position = position,
-                                                .length = length,
-                                                .rule = acceptance::file_or_index,
-                                                .fixed = fixed_blocks::delivered,
-                                                .with_values = allocate},
-                                               buffer);
+    record_request request = request_for(*this, inode);
+    request.with_values = allocate;
+    position = request.position;
+    if (!allocate && size < request.length) return false;
+    const record_answer read = read_mft_record(*this, request, buffer);
     if (read.delivered != 0) size = read.delivered;
     if (!read.accepted && allocate) buffer.clear();
     return read.accepted;
@@ -61,6 +63,17 @@ std::optional<std::int64_t> CNtfs::read_record(std::uint64_t inode,
     std::int64_t size = get_mft_record_size();
     if (!read_file_record(inode, record, position, size, false)) return std::nullopt;
     return size;
+}
+
+bool CNtfs::read_record(std::uint64_t inode, std::vector<std::uint8_t>& record,
+                        whole_record& whole) {
+    whole = {};
+    if (inode != 0 && !m_Validated) return false;
+    const record_request request = request_for(*this, inode);
+    if (get_mft_record_size() < request.length) return false;
+    const record_answer read = read_mft_record(*this, request, record);
+    if (inode != 0) whole = whole_record_of(request, read, record);
+    return read.accepted;
 }
 
 bool CNtfs::read_whole_record(std::uint64_t inode, std::vector<std::uint8_t>& record) {

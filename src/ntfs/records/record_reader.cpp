@@ -118,3 +118,12 @@ record_answer read_mft_record(CNtfs& ntfs, const record_request& request,
     }
     return answer;
 }
+
+whole_record whole_record_of(const record_request& request, const record_answer& answer,
+                             ql::bytes record) {
+    const bool is_whole = answer.accepted && request.rule == acceptance::file_or_index &&
+                          answer.delivered == request.length && record.size() == request.length &&
+                          request.length <= first_piece;
+    if (!is_whole) return {};
+    return {.position = request.position, .length = request.length, .content = record};
+}

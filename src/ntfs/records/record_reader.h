@@ -9,6 +9,15 @@
 
 class CNtfs;
 
+// An accepted record that the source has to its end and that was read at once. Every reader with
+// the rule acceptance::file_or_index gets these bytes, so a listing passes them on to the pass over
+// the attributes of the same entry, which needs no second read then.
+struct whole_record {
+    std::uint64_t position = 0;  // bytes from the start of the volume
+    std::uint32_t length = 0;    // bytes of the record; 0 if there is no record
+    ql::bytes content;  // with the update sequence applied; refers to a buffer of the reader
+};
+
 // Reads one record into a buffer of the caller. The buffer has only the bytes that were read, so
 // that memory does not depend on the record size that the volume states. Bytes past the end of the
 // buffer are zero for all readers of a record.
@@ -87,3 +96,8 @@ struct record_answer {
 // `delivered` is 0. The content of a record that is not accepted is unspecified.
 record_answer read_mft_record(CNtfs& ntfs, const record_request& request,
                               std::vector<std::uint8_t>& record);
+
+// Returns the record that read_mft_record has just read, or no record if it has more or fewer bytes
+// than `record`, or was not accepted. The result is valid as long as `record` does not change.
+whole_record whole_record_of(const record_request& request, const record_answer& answer,
+                             ql::bytes record);

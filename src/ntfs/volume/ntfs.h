@@ -23,6 +23,7 @@ class mft_entries_ctx;
 class name_entry_list;
 struct NTFS_ATTRIB_ROW;
 struct NTFS_ENTRY_STORE;
+struct whole_record;
 
 // One directory in the cache of path lookup.
 struct NTFS_DIR_CACHE_ENTRY {
@@ -111,6 +112,9 @@ public:
     // get_mft_record_size(). Returns the number of bytes of the record that the source has, or
     // nullopt if read_file_record returns false.
     std::optional<std::int64_t> read_record(std::uint64_t inode, std::vector<std::uint8_t>& record);
+    // Does the same for a caller that does not need the number of bytes. Sets `whole` to the record
+    // for an attrib_pass over the same entry; for entry 0, to no record.
+    bool read_record(std::uint64_t inode, std::vector<std::uint8_t>& record, whole_record& whole);
     // Reads a record of any size with the values of resident attributes, as read_file_record does
     // with `allocate`. Returns false, with `record` empty, if that does.
     bool read_whole_record(std::uint64_t inode, std::vector<std::uint8_t>& record);

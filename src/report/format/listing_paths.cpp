@@ -3,20 +3,12 @@
 #include <string_view>
 #include <utility>
 
+#include "foundation/text/ql_string.h"
 #include "report/format/row_text.h"
 
 namespace {
 
 bool is_separator(std::uint32_t c) { return c == '\\' || c == '/'; }
-
-// Returns a copy of a subdirectory's row with the path of the subdirectory's own listing.
-dir_entry with_own_path(const dir_entry& entry) {
-    dir_entry copy = entry;
-    std::wstring& path = copy.parent_path;
-    if (path.empty() || !is_separator(static_cast<std::uint32_t>(path.back()))) path += L'\\';
-    path += entry.name;
-    return copy;
-}
 
 // Returns `path` without its trailing backslashes, or all of it if it has no other characters.
 std::string_view without_trailing_backslashes(std::string_view path) {
@@ -40,12 +32,8 @@ bool start_listing(std::ostream& out, dir_entry_set& recurse_list, const dir_ent
     return false;
 }
 
-listing_paths::listing_paths(std::string path, std::uint64_t dir_entry_num, bool last_level,
-                             dir_entry_set& recurse_list)
-    : dir_path(std::move(path)),
-      m_dir_entry_num(dir_entry_num),
-      m_last_level(last_level),
-      m_recurse_list(recurse_list) {
+listing_paths::listing_paths(std::string path, std::uint64_t dir_entry_num, bool last_level)
+    : dir_path(std::move(path)), m_dir_entry_num(dir_entry_num), m_last_level(last_level) {
     if (dir_path.empty() || !is_separator(static_cast<unsigned char>(dir_path.back()))) {
         dir_path += '\\';
     }
@@ -57,14 +45,20 @@ bool listing_paths::take(const dir_entry& entry) {
         row_path = dir_path;
         return true;
     }
-    if (m_last_level) {
-        row_path = dir_path;
-        row_path += name;
-        row_path += '\\';
-        return true;
-    }
-    m_recurse_list.insert(with_own_path(entry));
-    return false;
+    if (!m_last_level) return false;
+    row_path = dir_path;
+    row_path += name;
+    row_path += '\\';
+    return true;
+}
+
+void move_to_recurse_list(dir_entry_set& recurse_list, dir_entry_set::node_type row) {
+    dir_entry& entry = row.value();
+    std::wstring path = entry.parent_path.text();
+    if (path.empty() || !is_separator(static_cast<std::uint32_t>(path.back()))) path += L'\\';
+    path += ql::to_wide(entry.name);
+    entry.parent_path = shared_path(std::move(path));
+    recurse_list.insert(recurse_list.end(), std::move(row));
 }
 
 void listing_paths::append_path(std::string& row, const dir_entry& entry) const {

@@ -17,15 +17,13 @@ public:
     // dir_path       path of the listed directory; a backslash is added unless it ends in a
     //                backslash or a slash
     // dir_entry_num  its MFT entry
-    // last_level     subdirectories get rows; otherwise they are added to `recurse_list`, which
-    //                must outlive this object
-    listing_paths(std::string dir_path, std::uint64_t dir_entry_num, bool last_level,
-                  dir_entry_set& recurse_list);
+    // last_level     subdirectories get rows; otherwise they have listings of their own later
+    listing_paths(std::string dir_path, std::uint64_t dir_entry_num, bool last_level);
 
     // Returns true if `entry`, shown under `name`, gets a row. For a directory, sets `row_path` to
     // the listed directory, or to a subdirectory with a trailing backslash. Returns false for a
-    // subdirectory that has a listing of its own later, after adding a copy with its own path to
-    // `recurse_list`. Streams of directories are treated like their directory.
+    // subdirectory that has a listing of its own later. Streams of directories are treated like
+    // their directory.
     bool take(const dir_entry& entry);
 
     // Appends the path of the row of `entry`, or nothing for an unknown type.
@@ -41,5 +39,8 @@ private:
 
     std::uint64_t m_dir_entry_num;
     bool m_last_level;
-    dir_entry_set& m_recurse_list;
 };
+
+// Moves the row of a subdirectory to the end of `recurse_list`, with the path of the subdirectory's
+// own listing.
+void move_to_recurse_list(dir_entry_set& recurse_list, dir_entry_set::node_type row);

@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::uint8_t first_unknown_namespace = 5;
 constexpr bool with_stream = false;  // the filters ignore it
+constexpr std::size_t most_spare_rows = 10'000;
 
 // Reads the timestamps of a $FILE_NAME. They are 0 for an unknown namespace.
 void read_name_stamps(const file_name_value& value, fn_entry& out) {
@@ -29,15 +30,18 @@ void read_name_stamps(const file_name_value& value, fn_entry& out) {
     out.accessed = value.accessed();
     if (out.created == 0 || out.modified == 0 || out.mft_changed == 0 || out.accessed == 0) {
         out.time_null = 1;
-        out.comment = "fn:time null";
     }
+}
+
+void set_utf8(std::string& text, std::wstring_view wide) {
+    text.clear();
+    ql::append_utf8(text, wide);
 }
 
 void read_name(const NTFS_NAME_ENTRY& name, fn_entry& out) {
     out.time_null = 0;
-    out.comment = {};
     read_name_stamps({name.file_name_body}, out);
-    out.name = name.name;
+    set_utf8(out.name, name.name);
     out.is_short = name.is_dos_name;
 }
 
@@ -67,7 +71,7 @@ bool read_standard_information(dir_entry& entry, ql::bytes record, std::uint32_t
 
 struct id_and_link {
     std::array<std::uint8_t, 16> object_id{};  // all zero without one
-    std::wstring link_target;
+    std::string link_target;
 };
 
 // Finds the last object id before the first link target, which ends the search. The volume reader
@@ -78,7 +82,7 @@ id_and_link find_id_and_link(const std::vector<NTFS_ATTRIB_ROW>& attribute_rows)
         if (attribute.type == attrib_type::object_id) {
             std::copy_n(attribute.body.begin(), found.object_id.size(), found.object_id.begin());
         } else if (attribute.type == attrib_type::reparse_point && !attribute.file_name.empty()) {
-            found.link_target = ql::to_wide(attribute.file_name);
+            found.link_target = attribute.file_name;
             return found;
         }
     }
@@ -110,15 +114,15 @@ void insert_row(dir_entry_set& entries, dir_entry_set::node_type row) {
 
 // Names the row of a stream. An index of the root directory, whose name is ".", is shown under the
 // name of the stream alone.
-void name_stream(dir_entry& row, const std::wstring& key, const std::wstring& stream) {
+void name_stream(dir_entry& row, const std::string& key, const std::string& stream) {
     row.full_path = key;
-    row.full_path += L':';
+    row.full_path += ':';
     row.full_path += stream;
-    ql::lower_wide(row.full_path);
-    if (row.type == entry_type::index_stream && row.name == L".") {
+    ql::lower(row.full_path, key.size());
+    if (row.type == entry_type::index_stream && row.name == ".") {
         row.name = stream;
     } else {
-        row.name += L':';
+        row.name += ':';
         row.name += stream;
     }
 }
@@ -137,14 +141,15 @@ dir_entry_set::node_type spare_rows::take() {
 }
 
 void spare_rows::add(dir_entry_set& entries) {
-    while (!entries.empty())
+    while (!entries.empty() && m_rows.size() < most_spare_rows)
         m_rows.push_back(entries.extract(entries.begin()));
+    entries.clear();
 }
 
 void entry_rows::add(const entry_source& source, dir_entry_set& entries) {
     if (!read_entry(source)) return;
     const bool is_directory = is_of_directory(m_common);
-    make_key(source.path, source.append_name || !is_directory);
+    make_key(source.append_name || !is_directory);
     if (!is_directory && !passes_filters()) return;
     add_rows(entries, source.show_indx);
 }
@@ -154,37 +159,53 @@ void entry_rows::add(const entry_source& source, dir_entry_set& entries) {
 bool entry_rows::read_entry(const entry_source& source) {
     const name_filter filter{.all_namespaces = true, .parent = source.parent_num};
     if (!m_ntfs.get_file_names(m_names, source.entry_num, source.record, filter)) return false;
-    m_common.fn_list.resize(m_names.size());
-    for (std::size_t i = 0; i < m_names.size(); ++i)
-        read_name(m_names[i], m_common.fn_list[i]);
-    m_common.name = display_name(m_names);
+    if (m_opts.alldates != 0) {
+        m_common.fn_list.resize(m_names.size());
+        for (std::size_t i = 0; i < m_names.size(); ++i)
+            read_name(m_names[i], m_common.fn_list[i]);
+    }
+    set_utf8(m_common.name, display_name(m_names));
     if (!read_standard_information(m_common, source.record, m_ntfs.get_mft_record_size())) {
         return false;
     }
     const file_record header{source.record};
     m_common.flags = header.flags();
     m_common.seq_num = header.sequence_number();
-    m_common.parent_path = source.path;
+    set_directory(source.path);
     m_common.parent_entry = source.parent_num;
     m_common.mft_entry = source.entry_num;
-    return m_attribute_rows.read(source.entry_num);
+    return m_attribute_rows.read(source.entry_num, source.whole);
 }
 
-// Sets the sort key of an entry, its lower-cased path. The filters match against it, too.
-void entry_rows::make_key(const std::wstring& path, bool append_name) {
-    m_key = path;
+void entry_rows::set_directory(const shared_path& path) {
+    if (path.is_shared_with(m_common.parent_path)) return;
+    m_common.parent_path = path;
+    set_utf8(m_path_key, path.text());
+    ql::lower(m_path_key);
+}
+
+// Sets the sort key of an entry, its lower-cased path.
+void entry_rows::make_key(bool append_name) {
+    m_key = m_path_key;
     if (append_name) {
-        m_key += L'\\';
+        m_key += '\\';
+        const std::size_t name_at = m_key.size();
         m_key += m_common.name;
+        ql::lower(m_key, name_at);
     }
-    ql::lower_wide(m_key);
 }
 
+// Returns true for a file that gets rows. The filters match against its lower-cased path.
 bool entry_rows::passes_filters() const {
+    std::wstring path = L"\\";  // without filters, any path passes
+    if (!m_opts.filters.empty()) {
+        path = m_common.parent_path.text() + L'\\' + ql::to_wide(m_common.name);
+        ql::lower_wide(path);
+    }
     file_time_bounds bounds;
     bounds.modified = m_common.si_modified;
     bounds.created = m_common.si_created;
-    return path_passes_filters(m_opts, m_key, m_opts.filters, bounds, with_stream);
+    return path_passes_filters(m_opts, path, m_opts.filters, bounds, with_stream);
 }
 
 void entry_rows::add_rows(dir_entry_set& entries, bool show_indx) {
@@ -208,11 +229,11 @@ void entry_rows::add_stream(const NTFS_ATTRIB_ROW& attribute, dir_entry_set& ent
     dir_entry_set::node_type row;
     if (is_unnamed_data(attribute)) {
         row = make_base_row();
-        if (is_of_directory(m_common)) row.value().name += L"<dir data entry>";
+        if (is_of_directory(m_common)) row.value().name += "<dir data entry>";
     } else {
         const bool is_index = attribute.type == attrib_type::index_allocation;
         row = make_row(is_index ? entry_type::index_stream : entry_type::data_stream);
-        name_stream(row.value(), m_key, ql::to_wide(attribute.name));
+        name_stream(row.value(), m_key, attribute.name);
     }
     row.value().size = shown_size(attribute);
     insert_row(entries, std::move(row));
@@ -239,10 +260,11 @@ dir_entry_set::node_type entry_rows::make_row(std::uint32_t type) {
 bool add_entry_rows(CNtfs& ntfs, ql::bytes record, std::uint64_t entry_num,
                     std::uint64_t parent_num, const std::wstring& path, dir_entry_set& entries,
                     bool show_indx, bool append_name, quorvel_opts& opts) {
+    const shared_path directory{path};
     const entry_source source{.record = record,
                               .entry_num = entry_num,
                               .parent_num = parent_num,
-                              .path = path,
+                              .path = directory,
                               .show_indx = show_indx,
                               .append_name = append_name};
     entry_rows(ntfs, opts).add(source, entries);

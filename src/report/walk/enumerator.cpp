@@ -5,6 +5,7 @@
 
 #include "foundation/text/ql_string.h"
 #include "foundation/text/split_path.h"
+#include "ntfs/records/record_reader.h"
 #include "ntfs/volume/ntfs.h"
 #include "report/walk/entry_rows.h"
 #include "report/writers/csv_listing.h"
@@ -27,9 +28,10 @@ std::wstring stream_of_path(const std::wstring& path) {
 
 // Returns true if the row is that of the stream, regardless of ASCII case.
 bool is_stream_row(const dir_entry& entry, const std::wstring& stream) {
-    const std::size_t colon = entry.name.rfind(L':');
+    const std::wstring name = ql::to_wide(entry.name);
+    const std::size_t colon = name.rfind(L':');
     return colon != std::wstring::npos &&
-           ql::compare_wide(entry.name.c_str() + colon + 1, stream.c_str(), ql::any_case) == 0;
+           ql::compare_wide(name.c_str() + colon + 1, stream.c_str(), ql::any_case) == 0;
 }
 
 // Keeps only the row of the requested stream, or all rows without a request. For a directory, the
@@ -54,9 +56,7 @@ public:
         : m_ntfs(ntfs), m_opts(opts), m_rows(ntfs, opts) {}
 
     // Reads the record of an entry. Returns false if it cannot be read.
-    bool read(std::uint64_t entry_num) {
-        return m_ntfs.read_record(entry_num, m_record).has_value();
-    }
+    bool read(std::uint64_t entry_num) { return m_ntfs.read_record(entry_num, m_record, m_whole); }
 
     // Adds the rows of the requested entry, whose record has been read. They are those of its first
     // parent. Unless a stream is requested, the rows of its children follow. Returns false if the
@@ -64,20 +64,21 @@ public:
     bool add_requested_rows();
 
     // Adds the rows of a directory and of its children; see read_directory_entries.
-    bool add_directory(const std::wstring& path, std::uint64_t dir_entry_num,
-                       dir_entry_set& entries, bool show_indx);
+    bool add_directory(const shared_path& path, std::uint64_t dir_entry_num, dir_entry_set& entries,
+                       bool show_indx);
 
     // Clears `entries` and keeps the memory of its rows.
     void recycle(dir_entry_set& entries) { m_rows.recycle(entries); }
 
 private:
-    bool add_children(const std::wstring& path, std::uint64_t dir_entry_num, dir_entry_set& entries,
+    bool add_children(const shared_path& path, std::uint64_t dir_entry_num, dir_entry_set& entries,
                       bool show_indx);
 
     CNtfs& m_ntfs;
     quorvel_opts& m_opts;
     entry_rows m_rows;
     std::vector<std::uint8_t> m_record;     // of the last entry read
+    whole_record m_whole;                   // refers to it
     std::vector<std::uint64_t> m_children;  // entries of the last directory read
 };
 
@@ -92,21 +93,23 @@ bool directory_reader::add_requested_rows() {
     // Not reset: the option also applies to the paths after this one.
     if (!stream.empty()) m_opts.show_indx = 1;
     const bool show_indx = m_opts.show_indx != 0;
+    const shared_path path{m_opts.directory};
     m_rows.add({.record = m_record,
                 .entry_num = m_opts.dir_entry_num,
                 .parent_num = names.begin()->second.parent_entry(),
-                .path = m_opts.directory,
-                .show_indx = show_indx},
+                .path = path,
+                .show_indx = show_indx,
+                .whole = &m_whole},
                m_opts.entries);
     if (!stream.empty()) {
         keep_stream_row(m_opts, stream);
     } else {
-        add_children(m_opts.directory, m_opts.dir_entry_num, m_opts.entries, show_indx);
+        add_children(path, m_opts.dir_entry_num, m_opts.entries, show_indx);
     }
     return true;
 }
 
-bool directory_reader::add_directory(const std::wstring& path, std::uint64_t dir_entry_num,
+bool directory_reader::add_directory(const shared_path& path, std::uint64_t dir_entry_num,
                                      dir_entry_set& entries, bool show_indx) {
     if (!m_ntfs.validate()) return false;
     bool added = false;
@@ -118,7 +121,8 @@ bool directory_reader::add_directory(const std::wstring& path, std::uint64_t dir
                         .entry_num = dir_entry_num,
                         .parent_num = name.parent_entry(),
                         .path = path,
-                        .show_indx = show_indx},
+                        .show_indx = show_indx,
+                        .whole = &m_whole},
                        entries);
         }
         added = true;
@@ -128,7 +132,7 @@ bool directory_reader::add_directory(const std::wstring& path, std::uint64_t dir
 
 // Adds the rows of all children in ascending order of their entries, so that the MFT is read
 // forward. Skips a child that cannot be read. Returns false if the index cannot be read.
-bool directory_reader::add_children(const std::wstring& path, std::uint64_t dir_entry_num,
+bool directory_reader::add_children(const shared_path& path, std::uint64_t dir_entry_num,
                                     dir_entry_set& entries, bool show_indx) {
     if (!m_ntfs.get_sorted_children(dir_entry_num, m_children)) return false;
     for (const std::uint64_t child : m_children) {
@@ -138,7 +142,8 @@ bool directory_reader::add_children(const std::wstring& path, std::uint64_t dir_
                     .parent_num = dir_entry_num,
                     .path = path,
                     .show_indx = show_indx,
-                    .append_name = true},
+                    .append_name = true,
+                    .whole = &m_whole},
                    entries);
     }
     return true;
@@ -218,13 +223,14 @@ void walk_directory(quorvel_opts& opts, CNtfs& ntfs, const std::wstring& path,
             !opts.entries.empty()) {
             // The list has subdirectories only if it is not at the last level.
             const auto depth = static_cast<std::uint32_t>(pending_lists.size());
-            pending_lists.push_back(
-                list_level(opts, directory.parent_path, directory.mft_entry, levels - depth));
+            pending_lists.push_back(list_level(opts, directory.parent_path.text(),
+                                               directory.mft_entry, levels - depth));
         }
     }
 }
 
 bool read_directory_entries(CNtfs& ntfs, const std::wstring& path, std::uint64_t dir_entry_num,
                             dir_entry_set& entries, bool show_indx, quorvel_opts& opts) {
-    return directory_reader(ntfs, opts).add_directory(path, dir_entry_num, entries, show_indx);
+    return directory_reader(ntfs, opts)
+        .add_directory(shared_path(path), dir_entry_num, entries, show_indx);
 }

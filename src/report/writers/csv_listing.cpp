@@ -89,7 +89,7 @@ public:
         row += m_separator;
         append_path(row, entry, paths);
         row += m_separator;
-        ql::append_utf8(row, entry.link_target);
+        row += entry.link_target;
         row += m_separator;
         append_numbers(row, entry);
         append_stamps(row, standard_stamps(entry));

@@ -7,7 +7,7 @@ namespace {
 struct path_report : report_base {
     void append_row(std::string& row, const dir_entry& entry, const listing_paths& paths) const {
         if (!entry.link_target.empty()) {
-            ql::append_utf8(row, entry.link_target);
+            row += entry.link_target;
         } else if (entry.type != entry_type::index_stream) {
             paths.append_path(row, entry);
         }

@@ -84,7 +84,7 @@ private:
     void append_extras(std::string& row, const dir_entry& entry) {
         if (!entry.link_target.empty()) {
             row += " -> ";
-            ql::append_utf8(row, entry.link_target);
+            row += entry.link_target;
         }
         if (m_show_objid && has_object_id(entry)) {
             row += "  [objid ";

@@ -43,11 +43,11 @@ inline bool take_pending_header(bool& pending, quorvel_opts& settings) {
 }
 
 // Writes the header of `report`, if it is pending, and the rows of settings.entries. Subdirectories
-// that have listings of their own are added to `recurse_list`, which is cleared first. If there are
+// that have listings of their own are moved to `recurse_list`, which is cleared first. If there are
 // no entries, writes only the line "no items in directory".
 template <typename report_type>
 void write_entries(const listing_request& request, report_type report) {
-    const dir_entry_set& entries = request.settings.entries;
+    dir_entry_set& entries = request.settings.entries;
     if (!start_listing(request.out, request.recurse_list, entries)) return;
     std::string row;
     report.append_pending_header(row);
@@ -56,13 +56,16 @@ void write_entries(const listing_request& request, report_type report) {
     std::string dir_path = ql::to_utf8(request.parent_path);
     report.convert(dir_path);
     listing_paths paths(std::move(dir_path), request.dir_entry_num,
-                        request.settings.last_level != 0, request.recurse_list);
-    for (const dir_entry& entry : entries) {
-        paths.name.clear();
-        ql::append_utf8(paths.name, entry.name);
+                        request.settings.last_level != 0);
+    for (auto next = entries.begin(); next != entries.end();) {
+        const auto current = next++;
+        paths.name = current->name;
         report.convert(paths.name);
-        if (!paths.take(entry)) continue;
-        report.append_row(row, entry, paths);
-        write_row(request.out, row);
+        if (paths.take(*current)) {
+            report.append_row(row, *current, paths);
+            write_row(request.out, row);
+        } else {
+            move_to_recurse_list(request.recurse_list, entries.extract(current));
+        }
     }
 }

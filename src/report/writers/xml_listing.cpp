@@ -113,7 +113,7 @@ private:
             return;
         }
         row += "<sym_link>";
-        ql::append_utf8(row, entry.link_target);
+        row += entry.link_target;
         row += "</sym_link>";
     }
 
@@ -181,7 +181,7 @@ void write_xml_opening(std::ostream& out, const quorvel_opts& opts) {
     if (!opts.image_path.empty()) {
         text += " umounted_image=\"" + ql::to_utf8(opts.image_path) + "\"\n";
     }
-    text += " starting_path=\"" + ql::to_utf8(opts.entries.begin()->parent_path) + '"';
+    text += " starting_path=\"" + ql::to_utf8(opts.entries.begin()->parent_path.text()) + '"';
     std::string date;
     std::string time;
     ql::date_time_strings(date, time, ql::time::now(), opts.date_style);
