@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <numeric>
+#include <random>
 #include <stdexcept>
 
 #include "support/byte_writer.h"
@@ -68,8 +70,9 @@ private:
 // Entry numbers and cluster numbers of the volume.
 struct many_layout {
     many_files_options options;
-    std::uint64_t records = 0;         // of directories and files
-    std::uint64_t piece_clusters = 0;  // of each fragment with records
+    std::uint64_t records = 0;               // of $MFT from first_entry on
+    std::vector<std::uint32_t> places = {};  // of the records in use; empty if they are in order
+    std::uint64_t piece_clusters = 0;        // of each fragment with records
     cluster_runs pieces = {};  // the runs of the records; the first includes that of first_entry
     std::uint64_t index_clusters = 0;  // of each directory
     std::uint64_t indexes_lcn = 0;
@@ -82,8 +85,16 @@ struct many_layout {
     std::u16string file_name(std::uint64_t number) const {
         return u"file" + padded(number, options.files, 4) + u".txt";
     }
+    std::uint64_t used_records() const { return options.directories * (options.files + 1); }
     std::uint64_t entry_of(std::uint64_t directory) const {
-        return first_entry + directory * (options.files + 1);
+        return nth_entry(directory * (options.files + 1));
+    }
+    std::uint64_t entry_of(std::uint64_t directory, std::uint64_t file) const {
+        return nth_entry(directory * (options.files + 1) + 1 + file);
+    }
+    // The entry of the record in use with this number.
+    std::uint64_t nth_entry(std::uint64_t number) const {
+        return first_entry + (places.empty() ? number : places[static_cast<std::size_t>(number)]);
     }
     std::uint64_t record_pos(std::uint64_t entry) const {
         const std::uint64_t at = (entry - first_entry) * record_size;
@@ -109,7 +120,7 @@ index_tree tree_of(const many_layout& layout, std::uint64_t directory) {
     std::vector<index_entry> entries;
     entries.reserve(static_cast<std::size_t>(layout.options.files));
     for (std::uint64_t file = 0; file < layout.options.files; ++file) {
-        const std::uint64_t child = entry + 1 + file;
+        const std::uint64_t child = layout.entry_of(directory, file);
         entries.push_back(
             {.reference = file_reference(child, 1),
              .key = file_name_value(entry, layout.file_name(file), {.times = times_of(child)})});
@@ -153,7 +164,7 @@ bytes directory_record(const many_layout& layout, std::uint64_t directory, const
 
 bytes file_record(const many_layout& layout, std::uint64_t directory, std::uint64_t file) {
     const std::uint64_t directory_entry = layout.entry_of(directory);
-    const std::uint64_t entry = directory_entry + 1 + file;
+    const std::uint64_t entry = layout.entry_of(directory, file);
     record_builder record(entry);
     record.standard_information({.times = times_of(entry), .security_id = security_id})
         .file_name(directory_entry, layout.file_name(file), {.times = times_of(entry)})
@@ -171,6 +182,18 @@ bytes common_descriptor() {
                                .group = administrators,
                                .dacl = acl({ace(0, 0, 0x1F01FF, administrators)})}
         .build();
+}
+
+// Draws the places of the records in use among all records: the first ones of a random permutation.
+std::vector<std::uint32_t> random_places(const many_layout& layout) {
+    std::vector<std::uint32_t> places(static_cast<std::size_t>(layout.records));
+    std::iota(places.begin(), places.end(), std::uint32_t{0});
+    std::mt19937_64 random(1);
+    const auto used = static_cast<std::size_t>(layout.used_records());
+    for (std::size_t at = 0; at < used; ++at)
+        std::swap(places[at], places[at + random() % (places.size() - at)]);
+    places.resize(used);
+    return places;
 }
 
 // Allocates clusters for the records of directories and files: one run, or at least as many
@@ -235,11 +258,14 @@ void add_mft_data(ntfs_image& volume, const many_layout& layout) {
 void add_mft_bitmap(ntfs_image& volume, const many_layout& layout) {
     const std::uint64_t entries = first_entry + layout.records;
     bytes bits(round_up(entries, 64) / 8);
-    for (std::uint64_t entry = 0; entry < entries; ++entry) {
-        const bool in_use = entry >= first_entry || volume.has_entry(entry) || entry < 24;
-        bits[entry / 8] =
-            static_cast<std::uint8_t>(bits[entry / 8] | (in_use ? 1u : 0u) << entry % 8);
+    const auto mark = [&bits](std::uint64_t entry) {
+        bits[entry / 8] = static_cast<std::uint8_t>(bits[entry / 8] | 1u << entry % 8);
+    };
+    for (std::uint64_t entry = 0; entry < first_entry; ++entry) {
+        if (volume.has_entry(entry) || entry < 24) mark(entry);
     }
+    for (std::uint64_t number = 0; number < layout.used_records(); ++number)
+        mark(layout.nth_entry(number));
     volume.entry(0).nonresident(type::bitmap, u"", volume.store(bits), {.real = bits.size()});
 }
 
@@ -247,7 +273,8 @@ void add_mft_bitmap(ntfs_image& volume, const many_layout& layout) {
 ntfs_image base_volume(many_layout& layout) {
     ntfs_image volume{{.mft_records = first_entry, .list_system_files = true}};
     volume.security().add(security_id, common_descriptor());
-    layout.records = layout.options.directories * (layout.options.files + 1);
+    layout.records = layout.used_records() * std::max<std::uint64_t>(layout.options.scatter, 1);
+    if (layout.options.scatter > 1) layout.places = random_places(layout);
     take_records(volume, layout);
     take_indexes(volume, layout);
     for (std::uint64_t directory = 0; directory < layout.options.directories; ++directory) {
@@ -263,6 +290,19 @@ ntfs_image base_volume(many_layout& layout) {
     return volume;
 }
 
+// Writes records of deleted files to all places. Those of the records in use are overwritten.
+void write_unused_records(int fd, const many_layout& layout) {
+    appender records(fd);
+    for (std::uint64_t entry = first_entry; entry < first_entry + layout.records; ++entry) {
+        record_builder record(entry);
+        record.flags(0)
+            .standard_information({.times = times_of(entry), .security_id = security_id})
+            .data("deleted");
+        records.add(layout.record_pos(entry), record.build());
+    }
+    records.flush();
+}
+
 void write_directories(int fd, const many_layout& layout) {
     appender records(fd), indexes(fd), bitmaps(fd);
     for (std::uint64_t directory = 0; directory < layout.options.directories; ++directory) {
@@ -270,7 +310,8 @@ void write_directories(int fd, const many_layout& layout) {
         const std::uint64_t entry = layout.entry_of(directory);
         records.add(layout.record_pos(entry), directory_record(layout, directory, tree));
         for (std::uint64_t file = 0; file < layout.options.files; ++file) {
-            records.add(layout.record_pos(entry + 1 + file), file_record(layout, directory, file));
+            records.add(layout.record_pos(layout.entry_of(directory, file)),
+                        file_record(layout, directory, file));
         }
         for (std::size_t block = 0; block < tree.blocks.size(); ++block) {
             const index_node& node = tree.blocks[block];
@@ -298,6 +339,7 @@ void save_many_files_volume(const std::string& path, const many_files_options& o
         throw std::runtime_error("can't open " + path);
     }
     try {
+        if (!layout.places.empty()) write_unused_records(fd, layout);
         write_directories(fd, layout);
     } catch (...) {
         ::close(fd);

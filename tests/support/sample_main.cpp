@@ -33,7 +33,8 @@ constexpr const char* usage =
     "         many                       plain\n"
     "         many-streams               each file with ten streams\n"
     "         many-mft-fragments         $MFT in 5000 fragments\n"
-    "         many-index-fragments       each index block in a fragment of its own\n";
+    "         many-index-fragments       each index block in a fragment of its own\n"
+    "         many-scattered             at random places in a $MFT of 40 times as many records\n";
 
 // Returns true if an argument names a volume of many files, and sets its options.
 bool read_kind(const std::string& word, support::many_files_options& options) {
@@ -43,6 +44,8 @@ bool read_kind(const std::string& word, support::many_files_options& options) {
         options.mft_fragments = 5000;
     } else if (word == "many-index-fragments") {
         options.scattered_indexes = true;
+    } else if (word == "many-scattered") {
+        options.scatter = 40;
     } else {
         return word == "many";
     }

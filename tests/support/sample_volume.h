@@ -69,12 +69,16 @@ struct many_files_options {
     // Makes each block of a directory's index a separate fragment. Requires at least two
     // directories, each with at most about 140 blocks.
     bool scattered_indexes = false;
+    // Above 1: $MFT has this many times as many records as are in use, at random places. The others
+    // are those of deleted files.
+    std::uint64_t scatter = 1;
 };
 
 // Writes such a volume directly to `path`, with little memory regardless of the counts. Directory d
-// is \dir<d> (at least 5 digits), entry 64 + d * (files + 1); its files follow it as file<f>.txt
-// (at least 4 digits). All share the only descriptor of $Secure. Throws std::runtime_error if the
-// file cannot be written, and std::length_error if a record is too small.
+// is \dir<d> (at least 5 digits), entry 64 + d * (files + 1) unless records are scattered; its
+// files follow it as file<f>.txt (at least 4 digits). All share the only descriptor of $Secure.
+// Throws std::runtime_error if the file cannot be written, and std::length_error if a record is too
+// small.
 void save_many_files_volume(const std::string& path, const many_files_options& options);
 
 }  // namespace support
