@@ -1,7 +1,8 @@
 // Intercepts the file system calls of a program. It is loaded before the C library with LD_PRELOAD,
 // and does nothing unless its variables are set. See system_faults.h, which sets them.
 //
-//   QUORVEL_FAULT_LOG    log file for calls that open, create, change or delete files
+//   QUORVEL_FAULT_LOG    log file for calls that open, create, change or delete files and, if there
+//                        is a fault of the kind "cached", for reads of files and hints
 //   QUORVEL_FAULT_<n>    n from 0: one fault, "call path first last offset end effect"
 //
 // A fault affects the calls `first` to `last` (counted from 1) of that kind, on a file whose name
@@ -9,6 +10,9 @@
 // are affected only at positions in [offset, end). `effect` is an errno, or "half", "less" (by a
 // byte) or "nothing" for a call that transfers only that much, or "unseekable" for an open that
 // returns a file whose end cannot be sought.
+//
+// "cached" is a read that must not wait (preadv2). Without a fault it is not supported, so that all
+// reads are of the kind "read"; "allowed" lets it pass. "hint" is posix_fadvise.
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -34,6 +38,7 @@ struct fault {
 static struct fault faults[most_faults];
 static int fault_count = -1;
 static int log_file = -1;
+static int logs_reads = 0;
 
 static void* next_function(const char* name) {
     void* found = dlsym(RTLD_NEXT, name);
@@ -75,6 +80,7 @@ __attribute__((constructor)) static void start(void) {
             abort();
         }
         ++fault_count;
+        if (strcmp(made->call, "cached") == 0) logs_reads = 1;
     }
 }
 
@@ -114,7 +120,7 @@ static int is_error(const char* effect) {
         int number;
     } known[] = {{"EIO", EIO},       {"EACCES", EACCES}, {"EMFILE", EMFILE}, {"ENOSPC", ENOSPC},
                  {"EPIPE", EPIPE},   {"EINTR", EINTR},   {"ENOENT", ENOENT}, {"EROFS", EROFS},
-                 {"ESPIPE", ESPIPE}, {"EBADF", EBADF}};
+                 {"ESPIPE", ESPIPE}, {"EBADF", EBADF},   {"EAGAIN", EAGAIN}, {"EINVAL", EINVAL}};
     for (size_t i = 0; i < sizeof known / sizeof known[0]; ++i) {
         if (strcmp(effect, known[i].name) == 0) {
             errno = known[i].number;
@@ -150,6 +156,7 @@ static ssize_t read_at(int fd, void* buffer, size_t size, off64_t offset) {
         if (is_error(effect)) return -1;
         size = shortened(effect, size);
     }
+    if (logs_reads) note("read %s %lld %zu\n", name_of(fd, name), (long long)offset, size);
     return syscall(SYS_pread64, fd, buffer, size, offset);
 }
 ssize_t pread64(int fd, void* buffer, size_t size, off64_t offset) {
@@ -157,6 +164,41 @@ ssize_t pread64(int fd, void* buffer, size_t size, off64_t offset) {
 }
 ssize_t pread(int fd, void* buffer, size_t size, off_t offset) {
     return read_at(fd, buffer, size, offset);
+}
+
+// --- reads of what is cached, and hints ---
+
+static ssize_t read_cached(int fd, const struct iovec* parts, int count, off64_t offset, int flags) {
+    char name[path_size];
+    const char* effect = effect_on("cached", name_of(fd, name), offset);
+    if (effect != NULL && strcmp(effect, "allowed") == 0) {
+        const ssize_t done = syscall(SYS_preadv2, fd, parts, count, offset, 0L, flags);
+        if (done >= 0) note("read %s %lld %zd\n", name, (long long)offset, done);
+        return done;
+    }
+    if (effect != NULL && is_error(effect)) return -1;
+    errno = EOPNOTSUPP;
+    return -1;
+}
+ssize_t preadv64v2(int fd, const struct iovec* parts, int count, off64_t offset, int flags) {
+    return read_cached(fd, parts, count, offset, flags);
+}
+ssize_t preadv2(int fd, const struct iovec* parts, int count, off_t offset, int flags) {
+    return read_cached(fd, parts, count, offset, flags);
+}
+
+static int advise(int fd, off64_t offset, off64_t size, int advice) {
+    char name[path_size];
+    const char* effect = effect_on("hint", name_of(fd, name), offset);
+    if (effect != NULL && is_error(effect)) return errno;
+    if (logs_reads) note("hint %s %lld %lld\n", name, (long long)offset, (long long)size);
+    return syscall(SYS_fadvise64, fd, offset, size, advice) == 0 ? 0 : errno;
+}
+int posix_fadvise64(int fd, off64_t offset, off64_t size, int advice) {
+    return advise(fd, offset, size, advice);
+}
+int posix_fadvise(int fd, off_t offset, off_t size, int advice) {
+    return advise(fd, offset, size, advice);
 }
 
 // --- writes ---

@@ -6,6 +6,13 @@
 
 #include "ntfs/format/file_record.h"
 #include "ntfs/volume/ntfs.h"
+#include "storage/disk/announcement.h"
+
+namespace {
+
+constexpr std::uint32_t most_bytes_ahead = 0x100000;
+
+}  // namespace
 
 index_block_stream::index_block_stream(CNtfs& ntfs, const data_run_list& runs,
                                        std::uint32_t first_block)
@@ -84,6 +91,7 @@ void index_block_stream::pass_unheld_blocks() {
 }
 
 bool index_block_stream::read_cluster() {
+    announce_clusters();
     const std::uint64_t position = (m_runs[m_run].lcn + m_next) * m_cluster_size;
     const std::uint64_t source_pos = position + m_ntfs.m_volume_offset;
     m_cluster.resize(m_ntfs.disk()->deliverable(m_cluster_size, source_pos));
@@ -96,6 +104,29 @@ bool index_block_stream::read_cluster() {
     m_budget.use(count);
     ++m_next;
     return true;
+}
+
+// Announces the clusters from the current one on, up to 1 MiB ahead of the reads, as soon as a read
+// has to wait for the device.
+void index_block_stream::announce_clusters() {
+    const std::uint32_t most_ahead = std::max(most_bytes_ahead / m_cluster_size, 2u);
+    CRawDisk& disk = *m_ntfs.disk();
+    if (m_num_ahead == 0 && !disk.has_waited()) return;
+    if (m_num_ahead != 0 && --m_num_ahead >= most_ahead / 2) return;
+    if (m_announced_run < m_run || (m_announced_run == m_run && m_announced_next < m_next)) {
+        m_announced_run = m_run;
+        m_announced_next = m_next;
+    }
+    announcement batch(disk);
+    for (; m_announced_run < m_runs.size(); ++m_announced_run, m_announced_next = 0) {
+        const data_run& run = m_runs[m_announced_run];
+        if (run.sparse != 0) continue;
+        for (; m_announced_next < run.num_clusters; ++m_announced_next, ++m_num_ahead) {
+            if (m_num_ahead == most_ahead) return;
+            batch.add((run.lcn + m_announced_next) * m_cluster_size + m_ntfs.m_volume_offset,
+                      std::min(m_cluster_size, most_bytes_ahead));
+        }
+    }
 }
 
 // Copies the next block from a cluster of at least one block. Returns false at the end of the

@@ -42,6 +42,7 @@ private:
     bool find_cluster();
     void pass_unheld_blocks();
     bool read_cluster();
+    void announce_clusters();
     bool next_of_cluster();
     void add_part();
     void finish_block();
@@ -62,6 +63,12 @@ private:
     std::vector<std::uint8_t> m_cluster;  // the bytes that were read
     std::array<std::uint8_t, index_block_size> m_block{};
     std::uint32_t m_number = 0;
+
+    // The first cluster that is not announced, as m_run and m_next, and how many clusters after the
+    // current one are.
+    std::size_t m_announced_run = 0;
+    std::uint64_t m_announced_next = 0;
+    std::uint32_t m_num_ahead = 0;
 };
 
 // Returns each block of a stream together with the blocks after it, because the entries of a

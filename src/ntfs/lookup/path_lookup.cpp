@@ -6,6 +6,7 @@
 #include "foundation/text/ql_string.h"
 #include "foundation/text/split_text.h"
 #include "ntfs/format/reparse_point.h"
+#include "ntfs/records/record_hints.h"
 #include "ntfs/volume/ntfs.h"
 #include "run/settings/cmd_params.h"
 
@@ -155,7 +156,9 @@ NTFS_DIR_CACHE_ENTRY* path_walk::with_children() {
 
 void path_walk::read_names(NTFS_DIR_CACHE_ENTRY& directory) {
     m_trace.diag("info: get children names");
+    record_hints hints(m_ntfs, directory.children.begin(), directory.children.end());
     for (const std::uint64_t child : directory.children) {
+        hints.before_read();
         if (child == m_directory) continue;  // an index may list its own directory
         if (!read_record(child)) {
             m_trace.diag("err: readFR: inode 0x%llx", number(child));

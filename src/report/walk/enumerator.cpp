@@ -5,6 +5,7 @@
 
 #include "foundation/text/ql_string.h"
 #include "foundation/text/split_path.h"
+#include "ntfs/records/record_hints.h"
 #include "ntfs/records/record_reader.h"
 #include "ntfs/volume/ntfs.h"
 #include "report/walk/entry_rows.h"
@@ -135,7 +136,9 @@ bool directory_reader::add_directory(const shared_path& path, std::uint64_t dir_
 bool directory_reader::add_children(const shared_path& path, std::uint64_t dir_entry_num,
                                     dir_entry_set& entries, bool show_indx) {
     if (!m_ntfs.get_sorted_children(dir_entry_num, m_children)) return false;
+    record_hints hints(m_ntfs, m_children.begin(), m_children.end());
     for (const std::uint64_t child : m_children) {
+        hints.before_read();
         if (child == dir_entry_num || !read(child)) continue;
         m_rows.add({.record = m_record,
                     .entry_num = child,

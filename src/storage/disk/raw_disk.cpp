@@ -136,7 +136,7 @@ bool CRawDisk::read_bytes(void* buffer, std::uint32_t& count, std::uint64_t offs
 
 bool CRawDisk::read_file(void* buffer, std::uint32_t wanted, std::uint64_t offset) {
     // Seeks and reads in one call, which fails if the seek would fail, or without a descriptor.
-    const ssize_t brought = ::pread(fd, buffer, wanted, static_cast<off_t>(offset));
+    const ssize_t brought = m_reads.read(fd, buffer, wanted, offset);
     if (brought == -1) return false;
     zero_rest(static_cast<std::uint8_t*>(buffer), wanted, brought);
     return true;
@@ -169,6 +169,21 @@ bool CRawDisk::read_sector_aligned(void* buffer, std::uint32_t count, std::uint6
     std::memcpy(caller, target + lead, copied);
     std::memset(caller + copied, 0, count - copied);
     return true;
+}
+
+bool CRawDisk::has_waited() const {
+    return vmdk != nullptr ? vmdk->has_waited() : m_reads.has_waited();
+}
+
+void CRawDisk::announce(std::uint64_t offset, std::uint64_t count) {
+    const std::uint64_t size = size_in_bytes();
+    if (offset >= size) return;
+    count = std::min(count, size - offset);
+    if (vmdk != nullptr) {
+        vmdk->announce(offset, count);
+    } else if (kind == disk_kind::file) {
+        m_reads.announce(fd, offset, count);
+    }
 }
 
 std::uint64_t CRawDisk::held_bytes() const {

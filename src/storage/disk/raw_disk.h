@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "storage/disk/file_extents.h"
+#include "storage/hints/hinted_reads.h"
 
 class vmdk_chain;
 
@@ -54,6 +55,13 @@ public:
     // file. Drives and chains are not clamped.
     std::uint32_t deliverable(std::uint32_t count, std::uint64_t offset) const;
 
+    // Returns true if the last read had to wait for the device. A caller that knows what it will
+    // read next then announces it; see announcement.
+    bool has_waited() const;
+    // Asks the system to fetch bytes that will be read soon, as far as the source has them. Changes
+    // no result, and does nothing after a failed read.
+    void announce(std::uint64_t offset, std::uint64_t count);
+
     // Returns the first byte position in [`offset`, `end`) that the source may store, or `end`.
     // Every byte before it reads as zero, regardless of where a request starts and ends. Holes of a
     // sparse file, and those that no file of a chain fills, are not stored. A drive may store all
@@ -94,6 +102,7 @@ public:
 
 private:
     mutable file_extents m_extents;
+    hinted_reads m_reads;
 
     bool open_path();
     bool read_file(void* buffer, std::uint32_t wanted, std::uint64_t offset);

@@ -98,6 +98,7 @@ std::uint64_t vmdk_chain::next_held(std::uint64_t offset, std::uint64_t end) con
 
 bool vmdk_chain::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count) {
     if (!ready || buffer == nullptr || count == 0) return false;
+    m_has_waited = false;
     for (std::uint32_t done = 0; done < count;) {
         vmdk_extent* const holder = holder_of(offset);
         const std::uint64_t left = (holder != nullptr ? holder : base)->grain_left(offset);
@@ -107,8 +108,24 @@ bool vmdk_chain::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t&
         // A grain that cannot be read is zero, like one that no file contains.
         if (holder == nullptr || !holder->read(buffer + done, offset, step))
             std::memset(buffer + done, 0, step);
+        if (holder != nullptr && holder->has_waited()) m_has_waited = true;
         done += step;
         offset += step;
     }
     return true;
+}
+
+void vmdk_chain::announce(std::uint64_t offset, std::uint64_t count) {
+    if (!ready) return;
+    const auto has_failed = [](const vmdk_extent* extent) { return extent->has_failed(); };
+    if (std::any_of(order.begin(), order.end(), has_failed)) return;
+    while (count != 0) {
+        vmdk_extent* const holder = holder_of(offset);
+        const std::uint64_t left = (holder != nullptr ? holder : base)->grain_left(offset);
+        const std::uint64_t step = std::min(count, left);
+        if (step == 0) return;  // grains without a size
+        if (holder != nullptr) holder->announce(offset, step);
+        offset += step;
+        count -= step;
+    }
 }

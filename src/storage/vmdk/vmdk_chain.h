@@ -31,6 +31,12 @@ public:
     // delivered; bytes that cannot be read are zero.
     bool read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count);
 
+    // Returns true if the last read had to wait for the device of a file.
+    bool has_waited() const { return m_has_waited; }
+    // Asks the system to fetch the bytes of the disk that will be read soon from the files that
+    // hold them. Does nothing after a failed read of any file.
+    void announce(std::uint64_t offset, std::uint64_t count);
+
     // Returns the first byte position in [`offset`, `end`) that a file of the chain may store,
     // hidden or not, or `end`. Every byte before it reads as zero, regardless of where a read
     // starts. Returns `offset` if reads there fail. `offset` is below `end`.
@@ -57,5 +63,6 @@ public:
 private:
     vmdk_extent* holder_of(std::uint64_t offset) const;
 
+    bool m_has_waited = false;
     std::vector<std::unique_ptr<vmdk_extent>> m_unused;  // second files of a CID
 };

@@ -90,10 +90,16 @@ bool vmdk_extent::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t
     if (!find_grain(offset, position) || position >= file_size) return false;
     const std::uint64_t left = file_size - position;
     const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, left));
-    const ssize_t brought = ::pread(fd, buffer, wanted, static_cast<off_t>(position));
+    const ssize_t brought = m_reads.read(fd, buffer, wanted, position);
     if (brought < 1) return false;
     const std::size_t fresh = static_cast<std::size_t>(brought);
     std::memset(buffer + fresh, 0, wanted - fresh);
     count = wanted;
     return true;
+}
+
+void vmdk_extent::announce(std::uint64_t offset, std::uint64_t count) {
+    std::uint64_t position = 0;
+    if (!find_grain(offset, position) || position >= file_size) return;
+    m_reads.announce(fd, position, std::min(count, file_size - position));
 }

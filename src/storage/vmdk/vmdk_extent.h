@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "foundation/bytes/ql_bytes.h"
+#include "storage/hints/hinted_reads.h"
 #include "storage/vmdk/vmdk_grain_map.h"
 
 class vmdk_metadata_reader;
@@ -63,6 +64,12 @@ public:
     // delivered. Returns false, with `count` unchanged, for a hole, a position past the end of the
     // file or a failed read.
     bool read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count);
+    // Returns true if the last read had to wait for the device.
+    bool has_waited() const { return m_reads.has_waited(); }
+    // Returns true if a read of the file has failed.
+    bool has_failed() const { return m_reads.has_failed(); }
+    // Asks the system to fetch `count` bytes, at most grain_left(offset), which will be read soon.
+    void announce(std::uint64_t offset, std::uint64_t count);
 
     std::array<std::uint8_t, 513> header{};
     std::string encoding;  // values of the descriptor, quotes included
@@ -88,6 +95,8 @@ public:
     std::wstring path_wide;
 
 private:
+    hinted_reads m_reads;
+
     std::uint32_t sector_of_grain(std::uint64_t offset) const;
     std::uint64_t next_stored_grain(std::uint64_t offset, std::uint64_t end) const;
 

@@ -11,6 +11,7 @@
 
 #include "ntfs/volume/ntfs.h"
 #include "support/directory_index.h"
+#include "support/system_hints.h"
 #include "support/vmdk_image.h"
 #include "unit/ntfs/image_volume.h"
 
@@ -200,6 +201,61 @@ TEST(IndexBlockWindow, ReturnsABlockAndTheTwoAfterIt) {
     }
     numbers.erase(std::remove(numbers.begin(), numbers.end(), 3u), numbers.end());
     EXPECT_EQ(numbers, (std::vector<std::uint32_t>{0, 1, 2, 4, 5}));
+}
+
+// --- hints ---
+
+using hints = std::vector<support::given_hint>;
+
+// Returns the hints that the blocks of the runs give if nothing is cached, in a source of 100
+// blocks.
+hints given_hints(const data_run_list& runs, std::int32_t cluster_size = 4096) {
+    block_source source(byte_image(support::pattern(100 * block_size)), cluster_size);
+    const support::system_hints system(support::system_hints::cache::empty);
+    index_block_stream stream(source.ntfs(), runs, 0);
+    while (stream.next()) {
+    }
+    return system.given;
+}
+
+data_run run_of(std::uint64_t lcn, std::uint64_t clusters, bool sparse = false) {
+    data_run run;
+    run.lcn = lcn;
+    run.num_clusters = static_cast<std::uint32_t>(clusters);
+    run.sparse = sparse ? 1 : 0;
+    return run;
+}
+
+TEST(IndexBlockHints, ClustersAfterTheFirstSlowReadAreAnnounced) {
+    EXPECT_EQ(given_hints({run_of(10, 5), run_of(0, 7, true), run_of(50, 2), run_of(30, 1)}),
+              (hints{{11 * 4096, 4 * 4096}, {50 * 4096, 2 * 4096}, {30 * 4096, 4096}}));
+}
+
+TEST(IndexBlockHints, ClustersPastTheEndAreNot) {
+    EXPECT_EQ(given_hints({run_of(97, 5), run_of(3, 1)}),
+              (hints{{98 * 4096, 2 * 4096}, {3 * 4096, 4096}}));
+}
+
+TEST(IndexBlockHints, AtMostOneMebibyteAhead) {
+    const hints given = given_hints({run_of(0, 40), run_of(0, 40), run_of(0, 400)}, 65536);
+    std::uint64_t total = 0;
+    for (const support::given_hint& hint : given)
+        total += hint.size;
+    ASSERT_FALSE(given.empty());
+    EXPECT_EQ(given.front(), (support::given_hint{65536, 128 * 1024}));
+    // Seven clusters of each run are in the source; no run is read to its end, and hints reach
+    // 16 clusters beyond the reads.
+    EXPECT_LE(total, 3 * 100 * block_size);
+}
+
+TEST(IndexBlockHints, NoneWhileEverythingIsCached) {
+    block_source source(byte_image(support::pattern(100 * block_size)), 4096);
+    const support::system_hints system(support::system_hints::cache::full);
+    const data_run_list runs = {run_of(0, 100)};
+    index_block_stream stream(source.ntfs(), runs, 0);
+    while (stream.next()) {
+    }
+    EXPECT_TRUE(system.given.empty());
 }
 
 }  // namespace

@@ -8,10 +8,12 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "storage/disk/raw_disk.h"
 #include "support/byte_image.h"
+#include "support/system_hints.h"
 #include "support/temp_dir.h"
 #include "support/vmdk_image.h"
 #include "unit/storage/disk_file.h"
@@ -393,6 +395,67 @@ TEST(VmdkSource, DescriptorOfTheBaseIsClosedOnce) {
     }
     EXPECT_NE(::fcntl(fd, F_GETFD), -1);
     ::close(fd);
+}
+
+// --- hints ---
+
+std::uint64_t grain_pos(const vmdk_image& image, std::uint64_t grain) {
+    return image.grain_sector(grain) * 512;
+}
+
+TEST(VmdkChainHints, GoToTheFilesThatHoldTheGrains) {
+    const vmdk_image old_file = layer("AAA.A", 1, none);
+    const vmdk_image new_file = layer(".B", 2, 1);
+    linked_chain c({old_file, new_file});
+    const support::system_hints system(support::system_hints::cache::empty);
+    c.chain.announce(grain_size - 10, 4 * grain_size + 10);  // grains 0 to 4, without the fifth
+    EXPECT_EQ(system.given,
+              (std::vector<support::given_hint>{{grain_pos(old_file, 0) + grain_size - 10, 10},
+                                                {grain_pos(new_file, 1), grain_size},
+                                                {grain_pos(old_file, 2), grain_size},
+                                                {grain_pos(old_file, 4), grain_size}}));
+}
+
+TEST(VmdkChainHints, EndWithTheFile) {
+    const vmdk_image base = layer("AB", 1, none);
+    linked_chain c({base});
+    c.chain.base->file_size = grain_pos(base, 1) + 100;
+    const support::system_hints system(support::system_hints::cache::empty);
+    c.chain.announce(grain_size, grain_size);
+    EXPECT_EQ(system.given, (std::vector<support::given_hint>{{grain_pos(base, 1), 100}}));
+}
+
+TEST(VmdkChainHints, EndWithTheFirstFailedReadOfAnyFile) {
+    linked_chain c({layer("A.", 1, none), layer(".B", 2, 1)});
+    const support::system_hints system(support::system_hints::cache::empty);
+    const int open_fd = std::exchange(c.chain.newest->fd, -1);
+    EXPECT_EQ(c.grains(2), "A0") << "a grain that cannot be read is zero";
+    c.chain.newest->fd = open_fd;
+    c.chain.announce(0, 2 * grain_size);
+    EXPECT_TRUE(system.given.empty());
+}
+
+TEST(VmdkChainHints, ChainThatIsNotReadyOrHasNoGrainsGetsNone) {
+    const support::system_hints system(support::system_hints::cache::empty);
+    vmdk_chain empty;
+    empty.announce(0, 10);
+    linked_chain c({layer("A", 1, none)});
+    c.chain.base->grain_bytes = 0;
+    c.chain.announce(0, 10);
+    EXPECT_TRUE(system.given.empty());
+}
+
+TEST(VmdkChainHints, WaitedIfAnyFileHas) {
+    linked_chain c({layer("A.", 1, none), layer(".B", 2, 1)});
+    support::system_hints system(support::system_hints::cache::empty);
+    EXPECT_FALSE(c.chain.has_waited());
+    EXPECT_EQ(c.grains(2), "AB");
+    EXPECT_TRUE(c.chain.has_waited());
+    EXPECT_EQ(c.grains(3), "AB0");
+    EXPECT_FALSE(c.chain.has_waited()) << "a hole is not read";
+    system.state = support::system_hints::cache::full;
+    EXPECT_EQ(c.grains(2), "AB");
+    EXPECT_FALSE(c.chain.has_waited());
 }
 
 }  // namespace
