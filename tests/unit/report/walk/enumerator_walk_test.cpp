@@ -304,7 +304,7 @@ TEST_F(Walk, ReadingANamelessDirectoryAddsItsChildren) {
     dir_entry_set entries;
     EXPECT_TRUE(read_directory_entries(*ntfs, L"\\nameless", 50, entries, false, opts));
     ASSERT_EQ(entries.size(), 1u);
-    EXPECT_EQ(entries.begin()->full_path, L"\\nameless\\child");
+    EXPECT_EQ(entries.begin()->full_path, "\\nameless\\child");
 }
 
 // Runs `work` on a thread with a stack of `size` bytes.
