@@ -102,4 +102,37 @@ TEST(FnEntry, CommentSaysWhetherATimestampIsZero) {
     EXPECT_EQ(name.comment(), "");
 }
 
+TEST(SharedPath, IsEmptyUnlessAPathIsGiven) {
+    EXPECT_EQ(shared_path().text(), L"");
+    EXPECT_EQ(shared_path(L"").text(), L"");
+    EXPECT_EQ(shared_path(L"c:\\d\u00e4ta").text(), L"c:\\d\u00e4ta");
+}
+
+TEST(SharedPath, CopiesHaveOneText) {
+    const shared_path path(L"c:\\data");
+    shared_path copy = path;
+    EXPECT_TRUE(copy.is_shared_with(path));
+    EXPECT_EQ(&copy.text(), &path.text());
+    copy = shared_path(L"\\");
+    EXPECT_FALSE(copy.is_shared_with(path));
+    EXPECT_EQ(copy.text(), L"\\");
+    EXPECT_EQ(path.text(), L"c:\\data");
+}
+
+TEST(SharedPath, EqualPathsAreNotShared) {
+    EXPECT_FALSE(shared_path(L"c:\\data").is_shared_with(shared_path(L"c:\\data")));
+    EXPECT_FALSE(shared_path(L"").is_shared_with(shared_path()));
+    EXPECT_FALSE(shared_path().is_shared_with(shared_path(L"")));
+    EXPECT_TRUE(shared_path().is_shared_with(shared_path()));
+}
+
+TEST(SharedPath, OutlivesTheObjectThatItWasCopiedFrom) {
+    dir_entry row;
+    {
+        const shared_path path(std::wstring(100, L'x'));
+        row.parent_path = path;
+    }
+    EXPECT_EQ(row.parent_path.text(), std::wstring(100, L'x'));
+}
+
 }  // namespace

@@ -68,6 +68,40 @@ TEST_F(PathListing, SubdirectoryAboveTheLastLevelIsReturned) {
     EXPECT_EQ(recurse_list.begin()->parent_path.text(), L"c:\\data\\sub");
 }
 
+// The listed directory and the files keep their rows, for a caller that needs them later.
+TEST_F(PathListing, SubdirectoriesAreMovedInTheirOrder) {
+    opts.last_level = 0;
+    add(make_own_row());
+    std::uint64_t number = 100;
+    for (const char* name : {"b", "a", "B", "c", "b", "A"})
+        add(make_directory(name, number++));
+    dir_entry stream = make_row(entry_type::data_stream, "b:zone", 100);
+    stream.flags = 3;
+    add(stream);
+    add(make_file("b", 200));
+    add(make_file("x", 201));
+    EXPECT_EQ(list(), "c:\\data\\\nc:\\data\\b\nc:\\data\\x\n");
+
+    std::vector<std::uint64_t> moved;
+    for (const dir_entry& row : recurse_list)
+        moved.push_back(row.mft_entry);
+    EXPECT_EQ(moved, (std::vector<std::uint64_t>{101, 105, 100, 102, 104, 100, 103}));
+    std::vector<std::uint64_t> kept;
+    for (const dir_entry& row : opts.entries)
+        kept.push_back(row.mft_entry);
+    EXPECT_EQ(kept, (std::vector<std::uint64_t>{dir_num, 200, 201}));
+}
+
+TEST_F(PathListing, OnTheLastLevelAllRowsAreKept) {
+    add(make_own_row());
+    add(make_directory("a"));
+    add(make_file("b"));
+    EXPECT_EQ(list(), "c:\\data\\\nc:\\data\\a\\\nc:\\data\\b\n");
+    EXPECT_EQ(opts.entries.size(), 3u);
+    EXPECT_TRUE(recurse_list.empty());
+    EXPECT_EQ(list(), "c:\\data\\\nc:\\data\\a\\\nc:\\data\\b\n");
+}
+
 TEST_F(PathListing, EmptySetPrintsItsLine) {
     recurse_list.insert(make_directory("old"));
     EXPECT_EQ(list(), "no items in directory\n");
