@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -20,6 +21,8 @@
 #include "support/temp_dir.h"
 
 namespace listing {
+
+inline constexpr std::uint64_t root = 5;
 
 class volume_test : public testing::Test {
 protected:

@@ -25,18 +25,19 @@ inline constexpr std::uint64_t modified = support::filetime(2021, 3, 4, 12, 35, 
 inline constexpr std::uint64_t accessed = support::filetime(2021, 3, 4, 12, 35, 2);
 inline constexpr std::uint64_t day = 24ull * 60 * 60 * 10'000'000;
 
-// Returns a row of `type` in c:\data. Directories have the directory bit; tests set other bits.
-inline dir_entry make_row(std::uint32_t type, const std::wstring& name, std::uint64_t mft_entry) {
+// Returns a row of `type` in c:\data. `name` is in UTF-8. Directories have the directory bit; tests
+// set other bits.
+inline dir_entry make_row(std::uint32_t type, const std::string& name, std::uint64_t mft_entry) {
     dir_entry row;
     row.type = type;
     row.name = name;
     row.mft_entry = mft_entry;
     row.seq_num = 2;
     row.flags = type == entry_type::directory ? 3 : 1;
-    row.parent_path = L"c:\\data";
+    row.parent_path = shared_path(L"c:\\data");
     row.parent_entry = dir_num;
-    row.full_path = L"c:\\data\\" + name;
-    ql::lower_wide(row.full_path);
+    row.full_path = "c:\\data\\" + name;
+    ql::lower(row.full_path);
     row.size = 4096;
     row.attributes = 0x20;
     row.si_created = created;
@@ -48,24 +49,24 @@ inline dir_entry make_row(std::uint32_t type, const std::wstring& name, std::uin
 
 // Returns the row of c:\data itself.
 inline dir_entry make_own_row() {
-    dir_entry row = make_row(entry_type::directory, L"data", dir_num);
-    row.full_path = L"c:\\data";
+    dir_entry row = make_row(entry_type::directory, "data", dir_num);
+    row.full_path = "c:\\data";
     return row;
 }
 
-inline dir_entry make_file(const std::wstring& name, std::uint64_t mft_entry = 1290) {
+inline dir_entry make_file(const std::string& name, std::uint64_t mft_entry = 1290) {
     return make_row(entry_type::file, name, mft_entry);
 }
 
-inline dir_entry make_directory(const std::wstring& name, std::uint64_t mft_entry = 1234) {
+inline dir_entry make_directory(const std::string& name, std::uint64_t mft_entry = 1234) {
     return make_row(entry_type::directory, name, mft_entry);
 }
 
 // Returns the row of a stream of the listed directory.
-inline dir_entry make_own_stream(std::uint32_t type, const std::wstring& name) {
+inline dir_entry make_own_stream(std::uint32_t type, const std::string& name) {
     dir_entry row = make_row(type, name, dir_num);
     row.flags = 3;
-    row.full_path = L"c:\\data:" + name.substr(name.rfind(L':') + 1);
+    row.full_path = "c:\\data:" + name.substr(name.rfind(':') + 1);
     return row;
 }
 

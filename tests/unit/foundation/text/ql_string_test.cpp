@@ -385,6 +385,22 @@ TEST(Folding, ChangesAsciiLettersOnly) {
     EXPECT_EQ(wide, wide_of({'a', 'z', 0xC9, 0x130, 0x410, 0x1F600}));
 }
 
+TEST(Folding, LowerStartsAtTheGivenCharacter) {
+    const struct {
+        std::size_t from;
+        const char* lowered;
+    } cases[] = {{0, "abc"}, {1, "Abc"}, {2, "ABc"}, {3, "ABC"}, {4, "ABC"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.from);
+        std::string text = "ABC";
+        ql::lower(text, c.from);
+        EXPECT_EQ(text, c.lowered);
+    }
+    std::string empty;
+    ql::lower(empty, 1);
+    EXPECT_EQ(empty, "");
+}
+
 class InUtf8Locale : public testing::Test {
 protected:
     void SetUp() override {

@@ -2,10 +2,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "ntfs/attributes/attrib_rows.h"
+#include "ntfs/records/record_reader.h"
 #include "ntfs/volume/ntfs.h"
 #include "support/ntfs_image.h"
 #include "unit/ntfs/open_volume.h"
@@ -109,6 +111,59 @@ TEST(ListingRows, NoDataOfThePreviousEntryIsKept) {
     std::vector<NTFS_ATTRIB_ROW> last;
     ASSERT_TRUE(volume.ntfs.get_attrib_rows(64, last));
     EXPECT_EQ(last.back().name, "vvvv");
+}
+
+TEST(ListingRows, KnownRecordHasTheSameRows) {
+    support::ntfs_image image;
+    image.file(5, u"file.txt", 60)
+        .data("content")
+        .stream(u"s", "12")
+        .object_id(support::pattern(16));
+    image.entry(61).data(support::bytes(900, 0x5A));
+    image.entry(62).base(file_reference(63, 1)).stream_runs(u"far", {{300, 1}}).id(4);
+    image.entry(63)
+        .attribute_list({{.type = 0x80, .record = file_reference(62, 1), .id = 4}})
+        .stream(u"near", "content");
+    image.entry(64).keyword("INDX").data("index");
+    image.entry(65).data("torn");
+    image.put(image.record_pos(65) + 510, 0xDEAD, 2);
+    image.entry(66).data("truncated").id(1);
+    image.truncate(image.record_pos(66) + 512);
+    open_volume volume(image);
+    ASSERT_TRUE(volume.opened);
+    listing_rows listed(volume.ntfs);
+    std::vector<std::uint8_t> record;
+    whole_record known;
+    for (const std::uint64_t inode : {60u, 61u, 63u, 64u, 65u, 66u, 0u, 5u, 63u, 60u}) {
+        SCOPED_TRACE(inode);
+        std::vector<NTFS_ATTRIB_ROW> all;
+        ASSERT_TRUE(volume.ntfs.get_attrib_rows(inode, all));
+        ASSERT_TRUE(volume.ntfs.read_record(inode, record, known));
+        ASSERT_TRUE(listed.read(inode, &known));
+        expect_listed(all, listed.rows());
+    }
+}
+
+TEST(ListingRows, KnownRecordIsNotReadAgain) {
+    support::ntfs_image image;
+    image.entry(64).stream(u"before", "1");
+    image.entry(65).stream(u"other", "1");
+    open_volume volume(image);
+    listing_rows listed(volume.ntfs);
+    std::vector<std::uint8_t> record;
+    whole_record known;
+    ASSERT_TRUE(volume.ntfs.read_record(64, record, known));
+    image.entry(64).clear().stream(u"after", "1");
+    image.save(volume.path);  // the reader sees the new content
+    ASSERT_TRUE(listed.read(64));
+    EXPECT_EQ(listed.rows().at(0).name, "after");
+    ASSERT_TRUE(listed.read(64, &known));
+    EXPECT_EQ(listed.rows().at(0).name, "before");
+    ASSERT_TRUE(listed.read(65, &known));
+    EXPECT_EQ(listed.rows().at(0).name, "other") << "the known record is not that of the entry";
+    known.length = 0;
+    ASSERT_TRUE(listed.read(64, &known));
+    EXPECT_EQ(listed.rows().at(0).name, "after");
 }
 
 TEST(ListingRows, UnusableRecordHasNoRows) {

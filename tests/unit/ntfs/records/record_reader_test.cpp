@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "ntfs/volume/ntfs.h"
+#include "support/byte_image.h"
 #include "support/ntfs_image.h"
+#include "unit/ntfs/image_volume.h"
 #include "unit/ntfs/open_volume.h"
 
 namespace {
@@ -103,6 +105,143 @@ TEST(RecordReader, UpdateSequenceOfAnIndexRecordUsesLittleMemory) {
     ASSERT_TRUE(reader.read_start());
     reader.read_rest(0x80000000, false);
     EXPECT_LE(record.size(), (2u << 20) + (1u << 20) + 4096u);
+}
+
+// The result of one read, and the record that other readers can use.
+struct one_read {
+    byte_list record;
+    record_answer answer;
+    whole_record whole;
+
+    one_read(CNtfs& ntfs, const record_request& request)
+        : answer(read_mft_record(ntfs, request, record)),
+          whole(whole_record_of(request, answer, record)) {}
+};
+
+void expect_none(const whole_record& whole) {
+    EXPECT_EQ(whole.position, 0u);
+    EXPECT_EQ(whole.length, 0u);
+    EXPECT_TRUE(whole.content.empty());
+}
+
+TEST(WholeRecord, IsTheRecordWithItsUpdateSequenceApplied) {
+    support::ntfs_image image = image_of_2_mib();
+    image.entry(64).data(byte_list(900, 0x5A));
+    const byte_list expected = image.entry(64).build_before_fixup();
+    const std::uint64_t position = image.record_pos(64);
+    open_volume volume(image);
+    for (const fixed_blocks fixed : {fixed_blocks::delivered, fixed_blocks::all}) {
+        const one_read read(volume.ntfs, {.position = position, .length = 1024, .fixed = fixed});
+        EXPECT_EQ(read.whole.position, position);
+        EXPECT_EQ(read.whole.length, 1024u);
+        EXPECT_EQ(read.whole.content.data(), read.record.data()) << "a reference, not a copy";
+        EXPECT_EQ(byte_list(read.whole.content.begin(), read.whole.content.end()), expected);
+    }
+}
+
+TEST(WholeRecord, PositionIsThatInTheVolume) {
+    support::byte_image disk;
+    support::ntfs_image image;
+    image.entry(64).data("content");
+    disk.put_image(65536, image.build());
+    image_volume volume(disk, 65536);
+    ASSERT_TRUE(volume.validate());
+    const one_read read(volume.ntfs, {.position = image.record_pos(64), .length = 1024});
+    EXPECT_EQ(read.whole.position, image.record_pos(64));
+    EXPECT_EQ(read.whole.length, 1024u);
+}
+
+TEST(WholeRecord, RecordTruncatedByTheEndOfTheSourceIsNone) {
+    for (const std::uint64_t delivered : {std::uint64_t{700}, std::uint64_t{1023}}) {
+        SCOPED_TRACE(delivered);
+        support::ntfs_image image = image_of_2_mib();
+        image.entry(64).data("content");
+        const std::uint64_t position = image.record_pos(64);
+        image.truncate(position + delivered);
+        open_volume volume(image);
+        ASSERT_TRUE(volume.opened);
+        for (const fixed_blocks fixed : {fixed_blocks::delivered, fixed_blocks::all}) {
+            const one_read read(volume.ntfs,
+                                {.position = position, .length = 1024, .fixed = fixed});
+            EXPECT_TRUE(read.answer.accepted);
+            expect_none(read.whole);
+        }
+        const one_read nothing(volume.ntfs, {.position = position + delivered, .length = 1024});
+        expect_none(nothing.whole);
+    }
+}
+
+TEST(WholeRecord, RecordThatEndsWithTheSourceIsWhole) {
+    support::ntfs_image image = image_of_2_mib();
+    image.entry(64).data("content");
+    const std::uint64_t position = image.record_pos(64);
+    image.truncate(position + 1024);
+    open_volume volume(image);
+    ASSERT_TRUE(volume.opened);
+    EXPECT_EQ(one_read(volume.ntfs, {.position = position, .length = 1024}).whole.length, 1024u);
+}
+
+TEST(WholeRecord, DependsOnTheKeyword) {
+    const struct {
+        const char* keyword;
+        std::uint32_t length;
+    } cases[] = {{"FILE", 1024}, {"INDX", 1024}, {"BAAD", 0}, {"XXXX", 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.keyword);
+        support::ntfs_image image;
+        image.entry(64).keyword(c.keyword).data("content");
+        open_volume volume(image);
+        const one_read read(volume.ntfs, {.position = image.record_pos(64), .length = 1024});
+        EXPECT_EQ(read.whole.length, c.length);
+        EXPECT_EQ(read.whole.content.size(), c.length);
+    }
+}
+
+TEST(WholeRecord, RecordOfAnotherRuleIsNone) {
+    support::ntfs_image image;
+    image.entry(64).data("content");
+    open_volume volume(image);
+    const one_read read(
+        volume.ntfs,
+        {.position = image.record_pos(64), .length = 1024, .rule = acceptance::fixable});
+    EXPECT_TRUE(read.answer.accepted);
+    expect_none(read.whole);
+}
+
+// The attribute extends the read to the end of the record, so that only its size differs from that
+// of a whole record.
+TEST(WholeRecord, RecordOfMoreThan64KibIsNone) {
+    for (const std::uint32_t length : {0x10000u, 0x20000u}) {
+        SCOPED_TRACE(length);
+        support::ntfs_image image = image_of_2_mib();
+        image.entry(64).data("content").edit(4, length - 56, 4);
+        const std::uint64_t position = image.record_pos(64);
+        large_records volume(std::move(image));
+        const one_read read(volume.ntfs(),
+                            {.position = position, .length = length, .with_values = true});
+        EXPECT_TRUE(read.answer.accepted);
+        EXPECT_EQ(read.answer.delivered, length);
+        ASSERT_EQ(read.record.size(), length);
+        if (length == 0x10000) {
+            EXPECT_EQ(read.whole.length, length);
+            EXPECT_EQ(read.whole.content.size(), length);
+        } else {
+            expect_none(read.whole);
+        }
+    }
+}
+
+TEST(WholeRecord, OtherNumberOfBytesIsNone) {
+    support::ntfs_image image;
+    image.entry(64).data("content");
+    open_volume volume(image);
+    const record_request request{.position = image.record_pos(64), .length = 1024};
+    byte_list record;
+    const record_answer answer = read_mft_record(volume.ntfs, request, record);
+    EXPECT_EQ(whole_record_of(request, answer, record).length, 1024u);
+    expect_none(whole_record_of(request, answer, ql::bytes(record).first(1023)));
+    record.push_back(0);
+    expect_none(whole_record_of(request, answer, record));
 }
 
 }  // namespace

@@ -2,63 +2,18 @@
 
 #include "run/filters/path_filters.h"
 #include "unit/report/listed_volume.h"
+#include "unit/report/walk/rows_of_entry.h"
 
 namespace {
 
+using listing::add;
+using listing::EntryRows;
+using listing::root;
 using support::bytes;
 using support::file_times;
 
-constexpr std::uint64_t root = 5;
-
-bytes record_in(CNtfs& ntfs, std::uint64_t entry) {
-    bytes record(ntfs.get_mft_record_size());
-    std::uint64_t position = 0;
-    std::int64_t size = static_cast<std::int64_t>(record.size());
-    EXPECT_TRUE(ntfs.read_file_record(entry, record, position, size, false));
-    return record;
-}
-
-// Adds the rows of `entry` under the root.
-void add(entry_rows& maker, CNtfs& ntfs, std::uint64_t entry, const std::wstring& path,
-         dir_entry_set& entries) {
-    const bytes record = record_in(ntfs, entry);
-    maker.add({.record = record,
-               .entry_num = entry,
-               .parent_num = root,
-               .path = path,
-               .append_name = true},
-              entries);
-}
-
-class EntryRows : public listing::volume_test {
-protected:
-    // Returns the rows of `entry` under `parent` with the path "\Dir". The record passed in is that
-    // of `entry`, or of `record_of` if it is not 0.
-    std::vector<dir_entry> rows(std::uint64_t entry, std::uint64_t parent = root,
-                                bool append_name = true, std::uint64_t record_of = 0) {
-        const std::unique_ptr<CNtfs> ntfs = open();
-        const bytes record = record_in(*ntfs, record_of != 0 ? record_of : entry);
-        dir_entry_set entries;
-        EXPECT_TRUE(add_entry_rows(*ntfs, record, entry, parent, L"\\Dir", entries, show_indx,
-                                   append_name, opts));
-        return {entries.begin(), entries.end()};
-    }
-
-    // Formats each row as a line: type, name, key and size.
-    static std::string text_of(const std::vector<dir_entry>& rows) {
-        std::ostringstream text;
-        for (const dir_entry& row : rows) {
-            text << row.type << ' ' << ql::to_utf8(row.name) << ' ' << ql::to_utf8(row.full_path)
-                 << ' ' << row.size << '\n';
-        }
-        return text.str();
-    }
-    std::string text_rows(std::uint64_t entry) { return text_of(rows(entry)); }
-
-    bool show_indx = false;
-};
-
 TEST_F(EntryRows, FieldsOfAFile) {
+    opts.alldates = 1;
     volume
         .file(root, u"Report.TXT", 64,
               {.times = {.created = 11, .modified = 12, .mft_changed = 13, .accessed = 14}},
@@ -69,16 +24,16 @@ TEST_F(EntryRows, FieldsOfAFile) {
     const std::vector<dir_entry> made = rows(64);
     ASSERT_EQ(made.size(), 1u);
     const dir_entry& row = made[0];
-    EXPECT_EQ(row.parent_path, L"\\Dir");
+    EXPECT_EQ(row.parent_path.text(), L"\\Dir");
     EXPECT_EQ(row.type, 1u);
     EXPECT_EQ(row.size, 3u);
-    EXPECT_EQ(row.link_target, L"");
+    EXPECT_EQ(row.link_target, "");
     EXPECT_EQ(row.mft_entry, 64u);
     EXPECT_EQ(row.seq_num, 9u);
     EXPECT_EQ(row.flags, 1u);
     EXPECT_EQ(row.parent_entry, 5u);
-    EXPECT_EQ(row.name, L"Report.TXT");
-    EXPECT_EQ(row.full_path, L"\\dir\\report.txt");
+    EXPECT_EQ(row.name, "Report.TXT");
+    EXPECT_EQ(row.full_path, "\\dir\\report.txt");
     EXPECT_EQ(row.si_created, 1u);
     EXPECT_EQ(row.si_modified, 2u);
     EXPECT_EQ(row.si_mft_changed, 3u);
@@ -92,10 +47,10 @@ TEST_F(EntryRows, FieldsOfAFile) {
     EXPECT_EQ(name.modified, 12u);
     EXPECT_EQ(name.mft_changed, 13u);
     EXPECT_EQ(name.accessed, 14u);
-    EXPECT_EQ(name.name, L"Report.TXT");
+    EXPECT_EQ(name.name, "Report.TXT");
     EXPECT_EQ(name.is_short, 0);
     EXPECT_EQ(name.time_null, 0);
-    EXPECT_EQ(name.comment, "");
+    EXPECT_EQ(name.comment(), "");
 }
 
 TEST_F(EntryRows, DirectoryKeyIsThePathAloneUnlessTheNameIsAppended) {
@@ -258,11 +213,12 @@ TEST_F(EntryRows, FirstBytesOfALongObjectIdAreTheLengthOfItsValue) {
 TEST_F(EntryRows, LinksHaveAnEmptyTarget) {
     volume.directory(root, u"j", 64).reparse(support::mount_point_tag, u"\\??\\C:\\x");
     volume.file(root, u"s", 65).reparse(support::symbolic_link_tag, u"x", {.relative = true});
-    EXPECT_EQ(rows(64).at(0).link_target, L"");
-    EXPECT_EQ(rows(65).at(0).link_target, L"");
+    EXPECT_EQ(rows(64).at(0).link_target, "");
+    EXPECT_EQ(rows(65).at(0).link_target, "");
 }
 
 TEST_F(EntryRows, Win32NameIsShownAndBothNamesAreKept) {
+    opts.alldates = 1;
     const file_times long_times{.created = 21, .modified = 22, .mft_changed = 23, .accessed = 24};
     const file_times short_times{.created = 31, .modified = 32, .mft_changed = 33, .accessed = 34};
     // The DOS name is first in key order.
@@ -270,12 +226,12 @@ TEST_F(EntryRows, Win32NameIsShownAndBothNamesAreKept) {
     volume.link(64, root, u"a long name.txt", {.space = support::win32, .times = long_times});
     const std::vector<dir_entry> made = rows(64);
     ASSERT_EQ(made.size(), 1u);
-    EXPECT_EQ(made[0].name, L"a long name.txt");
+    EXPECT_EQ(made[0].name, "a long name.txt");
     ASSERT_EQ(made[0].fn_list.size(), 2u);
-    EXPECT_EQ(made[0].fn_list[0].name, L"LONGNA~1.TXT");
+    EXPECT_EQ(made[0].fn_list[0].name, "LONGNA~1.TXT");
     EXPECT_EQ(made[0].fn_list[0].is_short, 1);
     EXPECT_EQ(made[0].fn_list[0].created, 31u);
-    EXPECT_EQ(made[0].fn_list[1].name, L"a long name.txt");
+    EXPECT_EQ(made[0].fn_list[1].name, "a long name.txt");
     EXPECT_EQ(made[0].fn_list[1].is_short, 0);
     EXPECT_EQ(made[0].fn_list[1].accessed, 24u);
 }
@@ -289,6 +245,7 @@ TEST_F(EntryRows, SingleDosNameIsShownAndTwoAreNot) {
 }
 
 TEST_F(EntryRows, FirstOfSeveralHardLinksIsShown) {
+    opts.alldates = 1;
     volume.file(root, u"b", 64).data("");
     volume.link(64, root, u"a");
     EXPECT_EQ(text_rows(64), "1 a \\dir\\a 0\n");
@@ -296,6 +253,7 @@ TEST_F(EntryRows, FirstOfSeveralHardLinksIsShown) {
 }
 
 TEST_F(EntryRows, OnlyNamesUnderTheParentAreUsed) {
+    opts.alldates = 1;
     volume.directory(root, u"other", 40);
     volume.file(root, u"here", 64).data("");
     volume.link(64, 40, u"there");
@@ -305,19 +263,32 @@ TEST_F(EntryRows, OnlyNamesUnderTheParentAreUsed) {
     EXPECT_EQ(text_of(rows(64, 41)), "");
 }
 
+TEST_F(EntryRows, NamesAreKeptOnlyForReportsWithAllDates) {
+    volume.file(root, u"b", 64).data("").stream(u"s", "1");
+    volume.link(64, root, u"a");
+    for (const dir_entry& row : rows(64))
+        EXPECT_EQ(row.fn_list.size(), 0u);
+    opts.alldates = 1;
+    const std::vector<dir_entry> made = rows(64);
+    ASSERT_EQ(made.size(), 2u);
+    for (const dir_entry& row : made)
+        EXPECT_EQ(row.fn_list.size(), 2u);
+}
+
 TEST_F(EntryRows, SequenceNumberOfTheParentIsIgnored) {
     volume.file(root, u"f", 64, {.parent_sequence = 77}).data("");
     EXPECT_EQ(text_rows(64), "1 f \\dir\\f 0\n");
 }
 
 TEST_F(EntryRows, NameOfAnUnknownNamespaceHasNoTimestamps) {
+    opts.alldates = 1;
     volume.file(root, u"f", 64, {.space = static_cast<support::name_space>(5)}).data("");
     volume.file(root, u"g", 65, {.space = static_cast<support::name_space>(4)}).data("");
     const std::vector<dir_entry> made = rows(64);
     ASSERT_EQ(made.size(), 1u);
-    EXPECT_EQ(made[0].name, L"f");
+    EXPECT_EQ(made[0].name, "f");
     ASSERT_EQ(made[0].fn_list.size(), 1u);
-    EXPECT_EQ(made[0].fn_list[0].name, L"f");
+    EXPECT_EQ(made[0].fn_list[0].name, "f");
     EXPECT_EQ(made[0].fn_list[0].parent_ref, 0u);
     EXPECT_EQ(made[0].fn_list[0].created, 0u);
     EXPECT_EQ(made[0].fn_list[0].accessed, 0u);
@@ -326,6 +297,7 @@ TEST_F(EntryRows, NameOfAnUnknownNamespaceHasNoTimestamps) {
 }
 
 TEST_F(EntryRows, ZeroTimestampOfANameIsNoted) {
+    opts.alldates = 1;
     for (int zero = 0; zero < 4; ++zero) {
         SCOPED_TRACE(zero);
         const std::uint64_t number = 64 + static_cast<std::uint64_t>(zero);
@@ -337,7 +309,7 @@ TEST_F(EntryRows, ZeroTimestampOfANameIsNoted) {
                     {.times = times});
         const fn_entry name = rows(number).at(0).fn_list.at(0);
         EXPECT_EQ(name.time_null, 1);
-        EXPECT_EQ(name.comment, "fn:time null");
+        EXPECT_EQ(name.comment(), "fn:time null");
     }
 }
 
@@ -400,11 +372,12 @@ TEST_F(EntryRows, StreamNamesOfAnyKind) {
     volume.file(root, u"f", 64).stream(u"\U0001F600", "1").stream(u"\xD800x", "12");
     const std::vector<dir_entry> made = rows(64);
     ASSERT_EQ(made.size(), 3u);
-    EXPECT_EQ(made[1].name, (std::wstring{L'f', L':', static_cast<wchar_t>(0xD800), L'x'}));
-    EXPECT_EQ(made[2].name, L"f:\U0001F600");
+    EXPECT_EQ(made[1].name, "f:\xed\xa0\x80x");
+    EXPECT_EQ(made[2].name, "f:\xf0\x9f\x98\x80");
 }
 
 TEST_F(EntryRows, RowsContainNothingOfEarlierRows) {
+    opts.alldates = 1;
     volume
         .file(root, u"long name.txt", 64,
               {.space = support::win32, .times = {.created = 11, .modified = 0}})
@@ -417,7 +390,7 @@ TEST_F(EntryRows, RowsContainNothingOfEarlierRows) {
     entry_rows maker(*ntfs, opts);
     const auto rows_of = [&](std::uint64_t entry) {
         dir_entry_set entries;
-        add(maker, *ntfs, entry, L"\\Dir", entries);
+        add(maker, *ntfs, entry, shared_path(L"\\Dir"), entries);
         const std::vector<dir_entry> made(entries.begin(), entries.end());
         maker.recycle(entries);
         EXPECT_TRUE(entries.empty());
@@ -432,16 +405,17 @@ TEST_F(EntryRows, RowsContainNothingOfEarlierRows) {
     ASSERT_EQ(text_of(second), "1 b \\dir\\b 0\n");
     EXPECT_FALSE(has_object_id(second[0]));
     ASSERT_EQ(second[0].fn_list.size(), 1u);
-    EXPECT_EQ(second[0].fn_list[0].name, L"b");
+    EXPECT_EQ(second[0].fn_list[0].name, "b");
     EXPECT_EQ(second[0].fn_list[0].is_short, 0);
     const std::vector<dir_entry> fresh = rows(65);
     EXPECT_EQ(second[0].fn_list[0].time_null, fresh[0].fn_list[0].time_null);
-    EXPECT_EQ(second[0].fn_list[0].comment, fresh[0].fn_list[0].comment);
+    EXPECT_EQ(second[0].fn_list[0].comment(), fresh[0].fn_list[0].comment());
 
     EXPECT_EQ(text_of(rows_of(64)), first);
 }
 
 TEST_F(EntryRows, NamesContainNothingOfEarlierNames) {
+    opts.alldates = 1;
     volume.file(root, u"a", 64, {.times = {.modified = 0}});
     volume.file(root, u"b", 65);
     volume.file(root, u"c", 66, {.space = static_cast<support::name_space>(5)});
@@ -452,19 +426,19 @@ TEST_F(EntryRows, NamesContainNothingOfEarlierNames) {
     std::vector<dir_entry> made;
     for (const std::uint64_t entry : {64u, 65u, 66u, 67u}) {
         dir_entry_set entries;
-        add(maker, *ntfs, entry, L"", entries);
+        add(maker, *ntfs, entry, shared_path(L""), entries);
         ASSERT_EQ(entries.size(), 1u);
         made.push_back(*entries.begin());
     }
     EXPECT_EQ(made[0].fn_list.at(0).time_null, 1);
     EXPECT_EQ(made[1].fn_list.at(0).time_null, 0);
-    EXPECT_EQ(made[1].fn_list.at(0).comment, "");
+    EXPECT_EQ(made[1].fn_list.at(0).comment(), "");
     const fn_entry& unknown = made[2].fn_list.at(0);
     for (const std::uint64_t field : {unknown.parent_ref, unknown.created, unknown.modified,
                                       unknown.mft_changed, unknown.accessed})
         EXPECT_EQ(field, 0u);
-    EXPECT_EQ(made[3].name, L"");
-    EXPECT_EQ(made[3].full_path, L"\\");
+    EXPECT_EQ(made[3].name, "");
+    EXPECT_EQ(made[3].full_path, "\\");
 }
 
 TEST_F(EntryRows, RowsWithEqualKeysKeepTheirOrder) {
@@ -476,7 +450,7 @@ TEST_F(EntryRows, RowsWithEqualKeysKeepTheirOrder) {
     entry_rows maker(*ntfs, opts);
     dir_entry_set entries;
     for (const std::uint64_t entry : {64u, 65u, 66u, 67u}) {
-        add(maker, *ntfs, entry, L"", entries);
+        add(maker, *ntfs, entry, shared_path(L""), entries);
     }
     EXPECT_EQ(text_of({entries.begin(), entries.end()}),
               "1 same \\same 1\n1 SAME \\same 2\n1 Same \\same 4\n1 zzz \\zzz 3\n");

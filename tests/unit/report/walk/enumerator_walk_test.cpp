@@ -59,6 +59,39 @@ TEST_F(Walk, SubdirectoriesFollowTheWholeListingDepthFirst) {
     }
 }
 
+TEST_F(Walk, SubdirectoriesWithEqualKeysKeepTheOrderOfTheEntries) {
+    volume.directory(root, u"SUB", 82);
+    volume.file(82, u"in 82", 92).data("");
+    volume.directory(root, u"sub", 80);
+    volume.file(80, u"in 80", 90).data("");
+    volume.directory(root, u"Sub", 81).stream(u"zone", "1");
+    volume.file(81, u"in 81", 91).data("");
+    volume.directory(root, u"su", 83);
+    opts.levels = 2;
+    EXPECT_EQ(report(L"\\", root),
+              "\\\n\\z\n"
+              "\\a\\\n\\a\\1\n\\a\\sub\\\n"
+              "\\b\\\n\\b\\4\n"
+              "\\su\\\n"
+              "\\sub\\\n\\sub\\in 80\n"
+              "\\Sub\\\n\\Sub:zone\n\\Sub\\in 81\n"
+              "\\SUB\\\n\\SUB\\in 82\n");
+}
+
+TEST_F(Walk, SubdirectoriesOutsideAsciiAreWalkedUnderTheirNames) {
+    volume.directory(root, u"\U0001F600", 80);
+    volume.file(80, u"\u00e9", 90).data("");
+    volume.directory(root, u"\ue000", 81);
+    volume.file(81, std::u16string{0xD800}, 91).data("");
+    opts.levels = 2;
+    EXPECT_EQ(report(L"\\", root),
+              "\\\n\\z\n"
+              "\\a\\\n\\a\\1\n\\a\\sub\\\n"
+              "\\b\\\n\\b\\4\n"
+              "\\\xee\x80\x80\\\n\\\xee\x80\x80\\\xed\xa0\x80\n"
+              "\\\xf0\x9f\x98\x80\\\n\\\xf0\x9f\x98\x80\\\xc3\xa9\n");
+}
+
 TEST_F(Walk, ZeroLevelsPrintNoRows) {
     opts.levels = 0;
     EXPECT_EQ(report(L"\\", root), "");
@@ -304,7 +337,7 @@ TEST_F(Walk, ReadingANamelessDirectoryAddsItsChildren) {
     dir_entry_set entries;
     EXPECT_TRUE(read_directory_entries(*ntfs, L"\\nameless", 50, entries, false, opts));
     ASSERT_EQ(entries.size(), 1u);
-    EXPECT_EQ(entries.begin()->full_path, L"\\nameless\\child");
+    EXPECT_EQ(entries.begin()->full_path, "\\nameless\\child");
 }
 
 // Runs `work` on a thread with a stack of `size` bytes.

@@ -10,8 +10,6 @@
 
 namespace listing {
 
-inline constexpr std::uint64_t root = 5;
-
 class Enumerator : public volume_test {
 protected:
     // Returns the complete output of listing `path`, which is the entry `number`.
