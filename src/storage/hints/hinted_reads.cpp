@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <limits>
 
 namespace {
 
@@ -16,9 +17,17 @@ constexpr std::chrono::microseconds slow_read{50};
 // Linux fetches no more than its read-ahead size, usually 128 KiB, for one hint.
 constexpr std::uint64_t largest_hint = 0x20000;
 
+constexpr std::uint64_t last_offset = std::numeric_limits<off_t>::max();
+
 }  // namespace
 
 ssize_t hinted_reads::read(int fd, void* buffer, std::size_t count, std::uint64_t offset) {
+    if (offset > last_offset) {
+        // Past the end of every file: an error, but not one of the device. For preadv2, an offset
+        // of -1 would be the current position.
+        m_has_waited = false;
+        return ::pread(fd, buffer, count, static_cast<off_t>(offset));
+    }
     if (!m_can_ask) return read_timed(fd, buffer, count, offset);
     const iovec target{buffer, count};
     const ssize_t cached = ::preadv2(fd, &target, 1, static_cast<off_t>(offset), RWF_NOWAIT);

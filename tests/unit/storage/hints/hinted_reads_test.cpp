@@ -118,6 +118,19 @@ TEST_F(HintedReads, ReadPastTheEndIsNoFailure) {
     EXPECT_EQ(system.given.size(), 1u);
 }
 
+// An offset of -1 is not the current position of the file.
+TEST_F(HintedReads, OffsetsPastTheLargestFileFailAndAreNoFaultOfTheDevice) {
+    system_hints system(cache::full);
+    for (const std::uint64_t offset : {~std::uint64_t{0}, std::uint64_t{1} << 63}) {
+        EXPECT_EQ(read(4, offset), "failed");
+        EXPECT_FALSE(m_reads.has_waited());
+    }
+    EXPECT_FALSE(m_reads.has_failed());
+    EXPECT_EQ(system.questions, 0);
+    EXPECT_EQ(read(4, 3), "3456");
+    EXPECT_EQ(system.questions, 1);
+}
+
 TEST_F(HintedReads, RefusedHintIsTheLast) {
     system_hints system(cache::empty);
     system.refusal = EINVAL;
