@@ -1,6 +1,7 @@
 // The number of reads of the source that a listing makes.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -16,47 +17,66 @@ using e2e::whole_run;
 using e2e::with_faults;
 using words = std::vector<std::string>;
 
-// \dir (40) with the files "file 100" to "file 299" (100 to 299), each with a stream.
+constexpr std::uint64_t dir_num = 40, first_child = 100;
+
+// Returns a name that contains `number`.
+std::u16string name_of(const std::string& start, std::uint64_t number) {
+    const std::string name = start + std::to_string(number);
+    return {name.begin(), name.end()};
+}
+
+// Lists \dir of a volume.
 class ReadCount : public testing::Test {
 protected:
     ReadCount() {
-        support::ntfs_image volume;
-        volume.directory(5, u"dir", 40);
-        volume.index(40).in_blocks();
-        for (std::uint64_t number = 100; number < 100 + file_count; ++number) {
-            const std::string name = "file " + std::to_string(number);
-            volume.file(40, std::u16string(name.begin(), name.end()), number)
-                .data("content")
-                .stream(u"s", "1");
-            m_paths += "\\dir\\" + name + "\n\\dir\\" + name + ":s\n";
-        }
-        m_image = volume.save(m_dir.file("volume.dd"));
+        m_volume.directory(5, u"dir", dir_num);
+        m_volume.index(dir_num).in_blocks();
     }
     void SetUp() override {
         if (e2e::takes_no_faults()) GTEST_SKIP() << "this runner's own calls would fail";
     }
 
     // Runs a listing in which all reads of the source after the first `count` fail.
-    whole_run listing(std::uint64_t count) const {
+    whole_run listing(std::uint64_t count, const words& options = {}) const {
+        words arguments = {"\\dir", "-image", m_volume.save(m_dir.file("volume.dd")),
+                           "-filepath_only"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
         return whole_run(
-            {"\\dir", "-image", m_image, "-filepath_only"},
+            arguments,
             with_faults(
                 {{.call = "read", .path = "volume.dd", .effect = "EIO", .first = count + 1}}));
     }
 
-    static constexpr std::uint64_t file_count = 200;
     support::temp_dir m_dir;
-    std::string m_image;
-    std::string m_paths = "\\dir\\\n";
+    support::ntfs_image m_volume;
 };
 
 // The record of a file is read once. The index, the lookup of the path and the volume itself need
 // less than one read for each ten files.
 TEST_F(ReadCount, ListingNeedsAtMostElevenReadsForTenFiles) {
-    listing(file_count * 110 / 100).expect_bare(0, m_paths, terminal_clearing);
+    constexpr std::uint64_t count = 200;
+    std::string paths = "\\dir\\\n";
+    for (std::uint64_t number = first_child; number < first_child + count; ++number) {
+        m_volume.file(dir_num, name_of("file ", number), number).data("content").stream(u"s", "1");
+        const std::string path = "\\dir\\file " + std::to_string(number);
+        paths += path + "\n" + path + ":s\n";
+    }
+    listing(count * 110 / 100).expect_bare(0, paths, terminal_clearing);
+    EXPECT_NE(listing(count).out(), paths) << "the volume itself needs reads, too";
 }
 
-// Each file is read from the source, so that a failing read loses it.
-TEST_F(ReadCount, ListingNeedsAReadForEachFile) { EXPECT_NE(listing(file_count).out(), m_paths); }
+// The record of a subdirectory is read for its row in the parent, for its own listing and for its
+// index.
+TEST_F(ReadCount, SubdirectoryNeedsThreeReads) {
+    constexpr std::uint64_t count = 100, most_other_reads = 20;
+    std::string paths = "\\dir\\\n";
+    for (std::uint64_t number = first_child; number < first_child + count; ++number) {
+        m_volume.directory(dir_num, name_of("sub ", number), number);
+        paths += "\\dir\\sub " + std::to_string(number) + "\\\n";
+    }
+    const words levels = {"-level", "2"};
+    listing(3 * count + most_other_reads, levels).expect_bare(0, paths, terminal_clearing);
+    EXPECT_NE(listing(3 * count, levels).out(), paths) << "the volume itself needs reads, too";
+}
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Tests the sort keys of rows, and the paths that filters match.
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -193,6 +194,20 @@ TEST_F(EntryRowKeys, FiltersMatchDirectoriesOutsideAscii) {
         ASSERT_TRUE(parse_filter_list(opts.filters, c.filter));
         EXPECT_EQ(rows_of_all(1, L"\\D\u00e4ta\\\U0001F600").size(), c.passes ? 1u : 0u);
     }
+}
+
+// The signature is searched in a file of this host, whose name is the lower-cased path.
+TEST_F(EntryRowKeys, SignatureIsThatOfTheLowerCasedPath) {
+    volume.file(root, u"\u00e9A.EXE", 64).data("");
+    ASSERT_TRUE(parse_filter_signature(opts.filters, "4d5a"));
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(dir.path());
+    EXPECT_EQ(rows_of_all(1, L"Dir").size(), 0u);
+    dir.write("Dir\\\u00e9A.EXE", "MZ");
+    EXPECT_EQ(rows_of_all(1, L"Dir").size(), 0u);
+    dir.write("dir\\\u00e9a.exe", "MZ");
+    EXPECT_EQ(rows_of_all(1, L"Dir").size(), 1u);
+    std::filesystem::current_path(before);
 }
 
 }  // namespace
