@@ -124,7 +124,7 @@ BENCHMARK(render_stamps)->Arg(1'000)->Arg(864'000'000'000);
 // Builds the rows of a file in the directory, whose record has been read.
 void add_rows(entry_rows& rows, const open_volume& volume, std::uint64_t entry,
               dir_entry_set& entries) {
-    const std::wstring path = L"\\dir00000";
+    static const shared_path path{L"\\dir00000"};
     rows.add({.record = volume.record,
               .entry_num = entry,
               .parent_num = directory,

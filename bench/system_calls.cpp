@@ -1,8 +1,8 @@
 // quorvel-calls <trace> <image>: repeats the reads and writes of a run of quorvel, in order, with
 // the same sizes and offsets. The rest of the run's time is quorvel's own work.
 //
-// <trace> is the output of "strace -s 0 -e trace=pread64,write" for that run. Reads <image> and
-// writes to standard output. Prints the processor time of the calls to standard error:
+// <trace> is the output of "strace -s 0 -e trace=preadv2,pread64,write" for that run. Reads <image>
+// and writes to standard output. Prints the processor time of the calls to standard error:
 // "<calls> <user milliseconds> <system milliseconds>".
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -23,9 +23,16 @@ struct call {
     off_t offset = 0;
 };
 
-// One line of the trace: "pread64(3, ""..., 1024, 16384) = 1024" or "write(1, ""..., 84) = 84".
-// Returns false for any other line.
+// One line of the trace: "preadv2(3, [{iov_base=""..., iov_len=1024}], 1, 16384, RWF_NOWAIT) = 1024",
+// "pread64(3, ""..., 1024, 16384) = 1024" or "write(1, ""..., 84) = 84". Returns false for any other
+// line, and for a failed read.
 bool read_call(const std::string& line, call& out) {
+    out.is_read = true;
+    if (const std::size_t cached = line.find(", iov_len="); cached != std::string::npos) {
+        return std::sscanf(line.c_str() + cached, ", iov_len=%zu}], 1, %ld", &out.count,
+                           &out.offset) == 2 &&
+               line.find(" = -1 ") == std::string::npos;
+    }
     const bool is_read = line.find("pread64(") != std::string::npos;
     const bool is_write = line.find("write(1,") != std::string::npos;
     const std::size_t at = line.find("..., ");
