@@ -23,15 +23,18 @@ struct call {
     off_t offset = 0;
 };
 
-// One line of the trace: "preadv2(3, [{iov_base=""..., iov_len=1024}], 1, 16384, RWF_NOWAIT) = 1024",
-// "pread64(3, ""..., 1024, 16384) = 1024" or "write(1, ""..., 84) = 84". Returns false for any other
-// line, and for a failed read.
+// One line of the trace: "preadv2(3, [...], 1, 16384, RWF_NOWAIT) = 1024",
+// "pread64(3, ""..., 1024, 16384) = 1024" or "write(1, ""..., 84) = 84". Returns false for any
+// other line, and for a failed read of cached bytes.
 bool read_call(const std::string& line, call& out) {
-    out.is_read = true;
-    if (const std::size_t cached = line.find(", iov_len="); cached != std::string::npos) {
-        return std::sscanf(line.c_str() + cached, ", iov_len=%zu}], 1, %ld", &out.count,
-                           &out.offset) == 2 &&
-               line.find(" = -1 ") == std::string::npos;
+    if (const std::size_t parts = line.find("], 1, "); parts != std::string::npos) {
+        long count = 0;
+        const int numbers =
+            std::sscanf(line.c_str() + parts, "], 1, %ld, RWF_NOWAIT) = %ld", &out.offset, &count);
+        if (numbers != 2 || count < 1) return false;
+        out.is_read = true;
+        out.count = static_cast<std::size_t>(count);
+        return true;
     }
     const bool is_read = line.find("pread64(") != std::string::npos;
     const bool is_write = line.find("write(1,") != std::string::npos;
