@@ -12,7 +12,7 @@ _quorvel_convert() {
     done
     case $before in
         --to)
-            mapfile -t COMPREPLY < <(compgen -W 'body timeline csv jsonl sqlite' -- "$cur")
+            mapfile -t COMPREPLY < <(compgen -W 'body timeline csv jsonl sqlite html' -- "$cur")
             return
             ;;
         --input)

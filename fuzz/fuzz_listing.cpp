@@ -5,9 +5,9 @@
 #include "convert/formats/body_format.h"
 #include "convert/formats/csv_format.h"
 #include "convert/formats/jsonl_format.h"
-#include "convert/formats/name_text.h"
 #include "convert/listing/listing_form.h"
 #include "convert/listing/listing_reader.h"
+#include "convert/listing/name_text.h"
 #include "fuzz_support.h"
 
 namespace {

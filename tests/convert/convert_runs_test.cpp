@@ -162,7 +162,8 @@ struct wrong_use {
 TEST(ConvertRuns, WrongUseHasStatus2) {
     const wrong_use cases[] = {
         {{}, "--to is missing"},
-        {{"--to", "xls", "--", "-image", "x"}, "--to: xls not in {body,timeline,csv,jsonl,sqlite}"},
+        {{"--to", "xls", "--", "-image", "x"},
+         "--to: xls not in {body,timeline,csv,jsonl,sqlite,html}"},
         {{"--to", "sqlite", "--", "-image", "x"}, "sqlite needs --output"},
         {{"--to", "csv"}, "there is nothing to list"},
         {{"--to", "csv", "--"}, "there is nothing to list"},

@@ -66,6 +66,7 @@ public:
         if (head != head_kind::rows) return fail_without_rows(head);
         if (!m_output.open()) return fail(m_output.failure());
         m_writer = make_writer(*m_line.wanted, m_output, m_output.temporary_path());
+        m_writer->set_head(m_reader.head());
         if (!m_writer->begin()) return fail_to_write();
         if (!write_rows()) return status_failed;
         return finish();

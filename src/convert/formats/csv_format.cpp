@@ -1,6 +1,6 @@
 #include "convert/formats/csv_format.h"
 
-#include "convert/formats/name_text.h"
+#include "convert/listing/name_text.h"
 #include "foundation/text/number_text.h"
 
 namespace convert {

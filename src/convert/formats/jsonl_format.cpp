@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "convert/formats/name_text.h"
+#include "convert/listing/name_text.h"
 #include "foundation/text/number_text.h"
 
 namespace convert {

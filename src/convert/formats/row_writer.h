@@ -28,6 +28,9 @@ public:
     row_writer(const row_writer&) = delete;
     row_writer& operator=(const row_writer&) = delete;
 
+    // Receives the head of the listing, which most formats do not write. Called before begin(), if
+    // there is a head.
+    virtual void set_head(std::string_view /*head*/) {}
     // Writes what precedes the rows. Call it once, first.
     [[nodiscard]] virtual bool begin() { return true; }
     [[nodiscard]] virtual bool write(const listing_row& row) = 0;

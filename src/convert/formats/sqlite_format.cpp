@@ -5,8 +5,8 @@
 #include <limits>
 #include <utility>
 
-#include "convert/formats/name_text.h"
 #include "convert/formats/sqlite_schema.h"
+#include "convert/listing/name_text.h"
 #include "foundation/text/number_text.h"
 
 namespace convert {

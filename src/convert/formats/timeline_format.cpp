@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "convert/formats/csv_format.h"
-#include "convert/formats/name_text.h"
+#include "convert/listing/name_text.h"
 #include "foundation/text/number_text.h"
 
 namespace convert {

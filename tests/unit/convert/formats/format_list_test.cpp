@@ -4,6 +4,7 @@
 
 #include "convert/formats/body_format.h"
 #include "convert/formats/csv_format.h"
+#include "convert/formats/html_format.h"
 #include "convert/formats/jsonl_format.h"
 #include "convert/formats/timeline_format.h"
 #include "support/temp_dir.h"
@@ -44,7 +45,7 @@ TEST(FormatList, HasEachFormatOnce) {
         names.emplace_back(known.name);
         if (known.needs_file) need_a_file.emplace_back(known.name);
     }
-    EXPECT_THAT(names, UnorderedElementsAre("csv", "jsonl", "body", "timeline", "sqlite"));
+    EXPECT_THAT(names, UnorderedElementsAre("csv", "jsonl", "body", "timeline", "sqlite", "html"));
     EXPECT_THAT(need_a_file, UnorderedElementsAre("sqlite"));
 }
 
@@ -54,6 +55,7 @@ TEST(FormatList, AWriterOfATextFormatWritesToTheSink) {
     EXPECT_EQ(written_by("jsonl", ""), format_text::written<convert::jsonl_writer>(rows));
     EXPECT_EQ(written_by("body", ""), format_text::written<convert::body_writer>(rows));
     EXPECT_EQ(written_by("timeline", ""), format_text::written<convert::timeline_writer>(rows));
+    EXPECT_EQ(written_by("html", ""), format_text::written<convert::html_writer>(rows));
 }
 
 TEST(FormatList, TheWriterOfADatabaseWritesToTheFile) {

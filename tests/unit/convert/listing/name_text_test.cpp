@@ -1,4 +1,4 @@
-#include "convert/formats/name_text.h"
+#include "convert/listing/name_text.h"
 
 #include <gtest/gtest.h>
 
