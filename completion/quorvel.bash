@@ -1,18 +1,22 @@
 # Completion of quorvel(1) for bash. Like the program, it ignores the case of options.
 
-# Options without a value.
-_quorvel_flags='
-    -h -help --help -append -filepath_only -indx -objid -alldates -ignore_image_size
-    -pair_datetime -l2 -l3 -csv -csvgen -csvl2t -bodyfile -multiline -gzip -zlib -separate_files
-    -pipe -verbose -v -split_pathfile -profile -base10 -base16 -no_whitespace -quiet
+# All options, from everyday options to those without effect.
+_quorvel_options='
+    -image -offset -level -quiet -csv -alldates -filepath_only -xml -out -mft -filter -objid -indx
+    -diags -vmdk -h -base10 -pair_datetime -no_whitespace -csv_separator -dateformat -timeformat
+    -ignore_image_size -recurse -outfile -base16 -split_pathfile -csvgen -multiline -csvl2t
+    -bodyfile -drivenum -profile -pipe -cmd_start_time -cmd_stop_time -filter_sig -help --help
+    -sqlite -sqlite_log -append -l2 -l3 -alias -aliaspath -filter_path -zlibex -threads -signal
+    -hostname -username -cpuinst -cpu -fragment_files -outdir -enumdir -num_subdirs -gzip -zlib
+    -separate_files -verbose -v
 '
 
-# Options with a value.
+# Those with a value.
 _quorvel_values='
-    -xml -vmdk -offset -mft -recurse -level -image -drivenum -diags -alias -aliaspath -zlibex
-    -threads -signal -hostname -username -cpuinst -cpu -fragment_files -outdir -enumdir
-    -num_subdirs -sqlite_log -sqlite -out -outfile -filter -filter_sig -filter_path
-    -cmd_start_time -cmd_stop_time -csv_separator -dateformat -timeformat
+    -image -offset -level -xml -out -mft -filter -diags -vmdk -csv_separator -dateformat -timeformat
+    -recurse -outfile -drivenum -cmd_start_time -cmd_stop_time -filter_sig -sqlite -sqlite_log
+    -alias -aliaspath -filter_path -zlibex -threads -signal -hostname -username -cpuinst -cpu
+    -fragment_files -outdir -enumdir -num_subdirs
 '
 
 # _quorvel_offer <word>...: suggests the words that begin with the current one.
@@ -55,9 +59,10 @@ _quorvel() {
     read -r -d '' -a known <<<"$_quorvel_values"
     [[ " ${known[*]} " != *" ${before,,} "* ]] || return
     [[ -z $cur || $cur == -* ]] || return
-    # Word splitting is intended: the lists contain no patterns.
+    compopt -o nosort 2>/dev/null # since bash 4.4
+    # Word splitting is intended: the list contains no patterns.
     # shellcheck disable=SC2086
-    _quorvel_offer $_quorvel_flags $_quorvel_values
+    _quorvel_offer $_quorvel_options
 }
 
 complete -F _quorvel quorvel

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Runs the examples of a document and compares what they print.
 
-    check_documents.py --program <quorvel> --sample <quorvel-sample> [--write] <document>
+    check_documents.py --program <quorvel> --sample <quorvel-sample> [--convert <quorvel-convert>]
+        [--write] <document>
 
 An example is a fenced block marked "console": lines that begin with "$ " are commands, continued by
 lines that begin with "> ", and the lines after a command are its output. All examples of a document
@@ -15,6 +16,11 @@ Comments in the document control the test:
 
     <!-- needs: sqlite3 parallel -->     programs without which the document is not tested
     <!-- before: ln -s a b -->           a hidden command that runs before the next example
+    <!-- only with: fuse ewfmount -->    what the next example needs; without it, the example is
+                                         skipped, and the reason is printed
+
+An example can need programs, "fuse" (a FUSE file system can be mounted) and files of the folder that
+$QUORVEL_REAL_VOLUMES names, whose names end in ".xz".
 
 --write replaces the output in the document with the current one, for review before a commit.
 Exit status: 0 if the output is as shown, 1 if not, 77 if a program is missing.
@@ -22,11 +28,13 @@ Exit status: 0 if the output is as shown, 1 if not, 77 if a program is missing.
 
 import argparse
 import difflib
+import functools
 import os
 import pathlib
 import re
 import shlex
 import shutil
+import socket
 import subprocess
 import sys
 import tempfile
@@ -48,6 +56,7 @@ class Command:
         self.text = text
         self.line = line  # 1 is the first
         self.shown = shown  # False: of a "before" comment
+        self.needed = []
         self.expected = []
         self.printed = []
 
@@ -56,16 +65,21 @@ def read_commands(lines):
     """Returns the commands of a document, in order."""
     commands = []
     in_example = False
+    needed = []
     for number, line in enumerate(lines, 1):
-        before = re.match(r"<!-- before: (.*) -->$", line)
+        comment = re.match(r"<!-- (before|only with): (.*) -->$", line)
         if not in_example:
             in_example = line == "```console"
-            if before:
-                commands.append(Command(before.group(1), number, False))
+            if comment and comment.group(1) == "before":
+                commands.append(Command(comment.group(2), number, False))
+            elif comment:
+                needed = comment.group(2).split()
         elif line == "```":
             in_example = False
+            needed = []
         elif line.startswith("$ "):
             commands.append(Command(line[2:], number, True))
+            commands[-1].needed = needed
         elif line.startswith("> ") and not commands[-1].expected:
             commands[-1].text += "\n" + line[2:]
         else:
@@ -76,7 +90,10 @@ def read_commands(lines):
 def prepare_programs(folder, options):
     """Fills a folder, which is the first in PATH, with the programs."""
     folder.mkdir()
-    for name, path in (("quorvel", options.program), ("quorvel-sample", options.sample)):
+    programs = [("quorvel", options.program), ("quorvel-sample", options.sample)]
+    if options.convert and not RUNNER:  # it starts quorvel itself, without the runner
+        programs.append(("quorvel-convert", options.convert))
+    for name, path in programs:
         place = folder / name
         if RUNNER:
             place.write_text(f'#!/bin/sh\nexec {RUNNER} {shlex.quote(str(path.resolve()))} "$@"\n',
@@ -103,6 +120,57 @@ def has_loop_devices():
     return True
 
 
+@functools.lru_cache
+def has_fuse():
+    """Returns whether FUSE can mount here, by mounting an empty file system."""
+    helper = shutil.which("fusermount3")
+    if not helper:
+        return False
+    with tempfile.TemporaryDirectory() as folder:
+        ours, of_helper = socket.socketpair()
+        with ours, of_helper:  # the helper sends the descriptor of the mount here
+            descriptor = of_helper.fileno()
+            mounted = subprocess.run([helper, "-o", "ro", "--", folder], pass_fds=[descriptor],
+                                     env=dict(os.environ, _FUSE_COMMFD=str(descriptor)),
+                                     capture_output=True, check=False).returncode == 0
+            if mounted:
+                subprocess.run([helper, "-u", "-z", folder], check=True)
+    return mounted
+
+
+def missing_need(word, programs):
+    """Returns why an example cannot run here, or None. `programs` is the folder of the programs."""
+    if word == "fuse":
+        return None if has_fuse() else "FUSE cannot mount here"
+    if word.endswith(".xz"):
+        found = os.path.exists(os.path.join(os.environ.get("QUORVEL_REAL_VOLUMES", ""), word))
+        return None if found else f"QUORVEL_REAL_VOLUMES names no folder with {word}"
+    if (programs / word).exists() or shutil.which(word):
+        return None
+    return f"{word} is not installed, or cannot run here"
+
+
+def skip_commands(commands, programs):
+    """Returns the commands that can run here. Prints why the others cannot."""
+    kept = []
+    for command in commands:
+        reasons = [missing_need(word, programs) for word in command.needed]
+        reasons = [reason for reason in reasons if reason]
+        if reasons:
+            print(f"line {command.line} is skipped: {'; '.join(reasons)}")
+        else:
+            kept.append(command)
+    return kept
+
+
+def unmount_leftovers(folder):
+    """Unmounts file systems that a failed example has left."""
+    for line in pathlib.Path("/proc/self/mounts").read_text(encoding="utf-8").splitlines():
+        place = line.split()[1]
+        if place.startswith(str(folder)):
+            subprocess.run(["fusermount3", "-u", "-z", place], check=False)
+
+
 def detach_loop_devices(folder):
     """Detaches devices that a failed example has left."""
     if os.geteuid() != 0 or not shutil.which("losetup"):
@@ -127,10 +195,11 @@ def to_lines(output):
 
 
 def run_commands(commands, options):
-    """Runs the commands and stores their output."""
+    """Runs the commands and stores their output. Returns those that ran."""
     with tempfile.TemporaryDirectory(prefix="quorvel-docs-") as name:
         folder = pathlib.Path(name).resolve()
         prepare_programs(folder / "bin", options)
+        commands = skip_commands(commands, folder / "bin")
         for part in ("home", "printed", "work"):
             (folder / part).mkdir()
         outputs = [folder / "printed" / str(index) for index in range(len(commands))]
@@ -142,9 +211,11 @@ def run_commands(commands, options):
             subprocess.run(["bash", "-c", script], cwd=folder / "work", env=environment,
                            stdin=subprocess.DEVNULL, timeout=SECONDS, check=False)
         finally:
+            unmount_leftovers(folder)
             detach_loop_devices(folder)
         for command, output in zip(commands, outputs):
             command.printed = to_lines(output.read_bytes()) if output.exists() else ["(not run)"]
+    return commands
 
 
 def without_run(line):
@@ -201,6 +272,7 @@ def main():
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--program", type=pathlib.Path, required=True)
     parser.add_argument("--sample", type=pathlib.Path, required=True)
+    parser.add_argument("--convert", type=pathlib.Path)
     parser.add_argument("--write", action="store_true")
     parser.add_argument("document", type=pathlib.Path)
     options = parser.parse_args()
@@ -212,13 +284,14 @@ def main():
         print(f"{options.document.name} is not tested: not installed: {', '.join(missing)}")
         return NOT_TESTED
     commands = read_commands(lines)
-    run_commands(commands, options)
+    ran = run_commands(commands, options)
     if options.write:
-        options.document.write_text("\n".join(written(lines, commands)), encoding="utf-8")
+        options.document.write_text("\n".join(written(lines, ran)), encoding="utf-8")
         return 0
-    wrong = [command for command in commands if not is_as_shown(command)]
-    print(f"{options.document.name}: {len(commands)} commands, {len(wrong)} print something else")
-    return 1 if wrong or not commands else 0
+    wrong = [command for command in ran if not is_as_shown(command)]
+    print(f"{options.document.name}: {len(ran)} commands, {len(wrong)} print something else, "
+          f"{len(commands) - len(ran)} skipped")
+    return 1 if wrong or not ran else 0
 
 
 if __name__ == "__main__":

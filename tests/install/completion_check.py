@@ -7,6 +7,7 @@ usage: completion_check.py <option table program> <folder of the completions>
 
 import os
 import pty
+import re
 import select
 import subprocess
 import tempfile
@@ -41,8 +42,23 @@ source $1
 """
 
 
-needs_terminal = unittest.skipUnless(os.path.exists("/dev/ptmx"),
-                                     "this machine has no pseudo terminals")
+def has_terminals():
+    """Returns whether a pseudo terminal can be opened, by opening one."""
+    try:
+        for descriptor in pty.openpty():
+            os.close(descriptor)
+    except OSError:
+        return False
+    return True
+
+
+needs_terminal = unittest.skipUnless(has_terminals(), "this machine has no pseudo terminals")
+
+# The key that prints the line as it is now, in double brackets: the shells list suggestions without
+# inserting them, so what they print does not show what was inserted.
+SHOW_LINE = "\x18"
+SHOW_IN_BASH = r"""bind -x '"\C-x": echo "[[$READLINE_LINE]]"'"""
+SHOW_IN_ZSH = r"""show_line() { print -r -- "[[$BUFFER]]" }; zle -N show_line; bindkey '^X' show_line"""
 
 
 def shell_environment(folder):
@@ -51,7 +67,7 @@ def shell_environment(folder):
     return environment
 
 
-def typed_in(command, set_up, keys, ending):
+def typed_in(command, set_up, keys, ending="]]"):
     """Returns what an interactive shell prints after `set_up` when `keys` are typed, up to `ending`."""
     with tempfile.TemporaryDirectory() as folder:
         for name in ("image.dd", "Other.dd"):
@@ -65,11 +81,28 @@ def typed_in(command, set_up, keys, ending):
             shown_until(terminal, "> ")
             os.write(terminal, (set_up + "; echo rea''dy\n").encode())
             shown_until(terminal, "\nready\n> ")
-            os.write(terminal, keys.encode())
+            for key in keys:  # one by one: a shell that is still completing may discard the next
+                os.write(terminal, key.encode())
+                time.sleep(0.05)
             return shown_until(terminal, ending)
         finally:
             os.close(terminal)
             os.waitpid(pid, 0)
+
+
+def line_in(shown):
+    """Returns the command line that SHOW_LINE printed."""
+    return shown.rpartition("[[")[2].partition("]]")[0]
+
+
+# Options in the order of the lists: everyday ones, others, one without effect.
+EVERYDAY = ["-image", "-offset", "-level", "-alldates", "-base10", "-drivenum", "-zlibex"]
+
+
+def offered_in(shown, wanted):
+    """Returns those of the `wanted` options at the starts of the lines of a list, in its order."""
+    words = re.findall(r"^-\w+", shown.replace("\r", ""), re.MULTILINE)
+    return [word for word in words if word in wanted]
 
 
 def shown_until(terminal, ending, seconds=60):
@@ -113,18 +146,29 @@ class Bash(unittest.TestCase):
     def test_knows_options_in_any_case(self):
         self.assertEqual(self.ask(["-IMAGE"])["-IMAGE"], [])
 
-    def press_tab(self, keys, ending):
-        return typed_in(["bash", "--norc", "--noprofile", "-i"],
-                        f"source '{self.file}'", keys, ending)
+    def line_after(self, keys):
+        """Returns the command line after the keys."""
+        shown = typed_in(["bash", "--norc", "--noprofile", "-i"],
+                         f"source '{self.file}'; {SHOW_IN_BASH}", keys + SHOW_LINE)
+        return line_in(shown)
 
     @needs_terminal
     def test_tab_completes_an_option(self):
-        self.press_tab("quorvel -IMA\t", "image ")
+        self.assertEqual(self.line_after("quorvel -IMA\t"), "quorvel -image ")
+        self.assertEqual(self.line_after("quorvel -lev\t"), "quorvel -level ")
 
     @needs_terminal
     def test_tab_completes_an_image_and_offers_only_folders_for_results(self):
-        self.press_tab("quorvel -image image.\t", "image.dd ")
-        self.press_tab("quorvel -out im\t", "images/")
+        self.assertEqual(self.line_after("quorvel -image image.\t"), "quorvel -image image.dd ")
+        self.assertEqual(self.line_after("quorvel -out im\t"), "quorvel -out images/")
+
+    @needs_terminal
+    def test_lists_everyday_options_first(self):
+        shown = typed_in(["bash", "--norc", "--noprofile", "-i"],
+                         f"source '{self.file}'; bind 'set page-completions off'; "
+                         "bind 'set completion-display-width 0'",  # one option per line
+                         "quorvel -\t\t", "-zlibex")
+        self.assertEqual(offered_in(shown, EVERYDAY), EVERYDAY)
 
 
 class Zsh(unittest.TestCase):
@@ -155,20 +199,35 @@ class Zsh(unittest.TestCase):
             self.assertEqual(value.startswith(":"), forms[word] != "flag", word)
         self.assertEqual(forms, self.words)
 
-    def press_tab(self, keys, ending):
+    @staticmethod
+    def press(keys, ending="]]"):
         return typed_in(["zsh", "-f", "-i", "+o", "PROMPT_SP"],
-                        f"fpath=('{OPTIONS.folder}' $fpath); autoload -Uz compinit; compinit -u -D",
-                        keys, ending)
+                        f"fpath=('{OPTIONS.folder}' $fpath); autoload -Uz compinit; compinit -u -D; "
+                        f"LISTMAX=1000; stty rows 200; {SHOW_IN_ZSH}", keys, ending)
+
+    def line_after(self, keys):
+        """Returns the command line after the keys."""
+        return line_in(self.press(keys + SHOW_LINE))
 
     @needs_terminal
     def test_tab_completes_an_option(self):
-        self.press_tab("quorvel -IMA\t", "-image ")
+        self.assertEqual(self.line_after("quorvel -IMA\t"), "quorvel -image ")
+        self.assertEqual(self.line_after("quorvel -lev\t"), "quorvel -level ")
+
+    @needs_terminal
+    def test_tab_completes_an_option_after_others(self):
+        self.assertEqual(self.line_after("quorvel -image image.dd -lev\t"),
+                         "quorvel -image image.dd -level ")
 
     @needs_terminal
     def test_tab_completes_a_value(self):
-        self.press_tab("quorvel -dateformat y\t", "yyyy-mm-dd ")
-        self.press_tab("quorvel -image image.\t", "image.dd ")
-        self.press_tab("quorvel -out im\t", "images/")
+        self.assertEqual(self.line_after("quorvel -dateformat y\t"), "quorvel -dateformat yyyy-mm-dd ")
+        self.assertEqual(self.line_after("quorvel -image image.\t"), "quorvel -image image.dd ")
+        self.assertEqual(self.line_after("quorvel -out im\t"), "quorvel -out images/")
+
+    @needs_terminal
+    def test_lists_everyday_options_first(self):
+        self.assertEqual(offered_in(self.press("quorvel -\t", "-zlibex"), EVERYDAY), EVERYDAY)
 
 
 if __name__ == "__main__":

@@ -82,10 +82,21 @@ class Manual(unittest.TestCase):
         self.assertEqual(found, set(self.words))
 
     def test_page_passes_mandoc_lint(self):
-        run = subprocess.run(["mandoc", "-T", "lint", OPTIONS.page], stdout=subprocess.PIPE,
-                             stderr=subprocess.STDOUT)
-        self.assertEqual(run.stdout.decode(), "")
-        self.assertEqual(run.returncode, 0)
+        run = subprocess.run(["mandoc", "-T", "lint", "-W", "style", OPTIONS.page],
+                             stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        # Which manuals are installed here does not matter.
+        lines = [line for line in run.stdout.decode().splitlines()
+                 if "referenced manual not found" not in line and "outdated mandoc.db" not in line]
+        self.assertEqual(lines, [])
+
+    def test_footer_names_the_program_and_its_version(self):
+        run = subprocess.run([OPTIONS.program, "-h"], stderr=subprocess.PIPE)
+        version = re.search(r"quorvel ver: (\S+)", run.stderr.decode())[1]
+        self.assertIn(f"\n.Os quorvel {version}\n", self.page)
+
+    def test_examples_come_before_the_options(self):
+        sections = re.findall(r"^\.Sh (.*)$", self.page, re.MULTILINE)
+        self.assertLess(sections.index("EXAMPLES"), sections.index("OPTIONS"))
 
 
 class Examples(unittest.TestCase):

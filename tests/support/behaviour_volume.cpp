@@ -145,6 +145,43 @@ void add_parent_loop(ntfs_image& volume) {
         .file_name(loop_left, u"right", name_options());
 }
 
+// Adds names that another system has written: Windows allows no control characters. One is a name
+// followed by a line that looks like a row of the table, for a file that does not exist.
+void add_terminal(ntfs_image& volume) {
+    const file_name_options in_name = name_options(posix);
+    std::uint64_t entry = terminal;
+    add_directory(volume, root, u"terminal", terminal);
+    for (const std::u16string_view name : {u"a.txt\n2024-02-29 12:34:56.789         999    1       "
+                                           u"   512        \\terminal\\forged.txt",
+                                           u"hidden.exe\r2024-02-29 12:34:56.789         106    1  "
+                                           u"          4        \\terminal\\harmless.txt",
+                                           u"red\x1B[31m.txt"})
+        volume.file(terminal, name, ++entry, in_name, information()).data("name");
+}
+
+// Adds files whose names have the usual timestamps, with others in $STANDARD_INFORMATION.
+void add_timestomping(ntfs_image& volume) {
+    const file_times set_back = file_times::all(filetime(2019, 3, 1, 8, 0, 0));
+    const auto add = [&volume](std::u16string_view name, std::uint64_t entry,
+                               const file_times& times, const file_times& of_name = usual) {
+        volume
+            .file(timestomping, name, entry, {.space = win32, .times = of_name},
+                  information(flag::archive, times))
+            .data("MZ");
+    };
+    file_times by_program = set_back;
+    by_program.mft_changed = usual.mft_changed;
+    add_directory(volume, root, u"timestomping", timestomping);
+    add(u"all four.exe", timestomping + 1, set_back);
+    add(u"all but changed.exe", timestomping + 2, by_program);
+    add(u"renamed.exe", timestomping + 3, set_back, set_back);
+    add(u"half a day.exe", timestomping + 4,
+        file_times::all(filetime(2024, 2, 29, 1, 23, 45, 6789012)));
+    add(u"from a backup.doc", timestomping + 5,
+        file_times::all(filetime(2019, 3, 1, 8, 15, 42, 1357911)));
+    add(u"usual.txt", timestomping + 6, usual);
+}
+
 // More clusters than any source holds.
 constexpr std::uint64_t longest_run = 0xFFFFFFFF;
 
@@ -209,6 +246,8 @@ ntfs_image behaviour_volume() {
     add_ampersand(volume);
     add_links(volume);
     add_parent_loop(volume);
+    add_terminal(volume);
+    add_timestomping(volume);
     return volume;
 }
 

@@ -21,7 +21,9 @@ inline constexpr std::uint64_t sizes = 40,  // \sizes: a resident, a non-residen
     ampersand = 80,   // \R&D: markup in a directory's name
     links = 90,       // \links: a junction, and links that cannot be followed
     loop_left = 100,  // @ two directories without index entries, each the other's parent
-    loop_right = 101;
+    loop_right = 101,
+                               terminal = 104,  // \terminal: @ control characters in names
+    timestomping = 110;  // \timestomping: $STANDARD_INFORMATION older than $FILE_NAME, or not
 }  // namespace behaviour
 
 ntfs_image behaviour_volume();

@@ -16,8 +16,10 @@ namespace {
 constexpr const char* usage =
     "usage: quorvel-sample demo <file>   an NTFS volume with something of everything\n"
     "       quorvel-sample mbr <file>    the same in a partitioned disk, at offset 0x100000\n"
-    "       quorvel-sample later <file>  that disk some days later\n"
-    "       quorvel-sample vmdk <file>   that disk as a virtual disk file\n"
+    "       quorvel-sample windows <file>\n"
+    "                                    a disk with that volume and, after it, a recovery volume\n"
+    "       quorvel-sample later <file>  the first disk some days later\n"
+    "       quorvel-sample vmdk <file>   the first disk as a virtual disk file\n"
     "       quorvel-sample chain <base> <snapshot>\n"
     "                                    the same, and what is changed some days later\n"
     "       quorvel-sample behaviour <file>\n"
@@ -57,6 +59,8 @@ bool write_image(const std::vector<std::string>& words) {
         support::sample_volume().save(words[1]);
     } else if (words.size() == 2 && words[0] == "mbr") {
         support::sample_disk().save(words[1]);
+    } else if (words.size() == 2 && words[0] == "windows") {
+        support::disk_with_recovery_volume().save(words[1]);
     } else if (words.size() == 2 && words[0] == "vmdk") {
         support::vmdk_image().content(support::sample_disk()).save(words[1]);
     } else if (words.size() == 2 && words[0] == "later") {

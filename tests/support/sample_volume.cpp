@@ -234,6 +234,28 @@ byte_image disk_around(const ntfs_image& ntfs_volume) {
     return disk;
 }
 
+byte_image disk_with_recovery_volume() {
+    constexpr std::uint32_t first = sample_volume_offset / 512, alignment = 2048;
+    const byte_image volume = sample_volume().build();
+    const auto count = static_cast<std::uint32_t>(volume.size() / 512);
+    const std::uint32_t recovery_first = (first + count + alignment - 1) / alignment * alignment;
+
+    ntfs_image recovery{{.hidden_sectors = recovery_first}};
+    recovery.directory(5, u"Recovery", 40);
+    recovery.directory(40, u"WindowsRE", 41);
+    recovery.file(41, u"Winre.wim", 42).data("MSWIM");
+    const byte_image recovery_volume = recovery.build();
+    const auto recovery_count = static_cast<std::uint32_t>(recovery_volume.size() / 512);
+
+    byte_image disk;
+    put_boot_record(disk, 0,
+                    {{.type = 7, .first = first, .count = count, .state = 0x80},
+                     {.type = 0x27, .first = recovery_first, .count = recovery_count}});
+    embed(disk, sample_volume_offset, volume);
+    embed(disk, std::uint64_t{recovery_first} * 512, recovery_volume);
+    return disk;
+}
+
 byte_image disk_with_extended_partition() {
     constexpr std::uint32_t ntfs_first = 63, extended_first = 4096, extended_count = 2048;
     ntfs_image volume{{.hidden_sectors = ntfs_first}};

@@ -56,6 +56,10 @@ byte_image sample_disk();
 // Returns such a disk with the given volume.
 byte_image disk_around(const ntfs_image& ntfs_volume);
 
+// An MBR disk with two NTFS volumes, as an installation of Windows leaves it: the sample volume at
+// sector 2048, and after it, 1 MiB aligned, a small one with \Recovery\WindowsRE\Winre.wim.
+byte_image disk_with_recovery_volume();
+
 // An MBR disk with an NTFS volume of one file, \letter.txt (entry 64), at sector 63, and an
 // extended partition that contains a Linux partition.
 byte_image disk_with_extended_partition();
