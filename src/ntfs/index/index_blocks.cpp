@@ -106,8 +106,8 @@ bool index_block_stream::read_cluster() {
     return true;
 }
 
-// Announces the clusters from the current one on, up to 1 MiB ahead of the reads, as soon as a read
-// has to wait for the device.
+// Announces the clusters from the current one on, at most 1 MiB of them, as soon as a read has to
+// wait for the device.
 void index_block_stream::announce_clusters() {
     const std::uint32_t most_ahead = std::max(most_bytes_ahead / m_cluster_size, 2u);
     CRawDisk& disk = *m_ntfs.disk();

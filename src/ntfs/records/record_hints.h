@@ -8,8 +8,8 @@
 #include "ntfs/volume/ntfs.h"
 #include "storage/disk/announcement.h"
 
-// Looks ahead in a list of entries whose records are read in order. As soon as a read has to wait
-// for the device, the records that follow are announced, some hundreds ahead of the reads.
+// Knows the list of entries whose records are read in order. As soon as a read has to wait for the
+// device, the records that follow are announced, up to 256 at a time.
 template <typename Iterator>
 class record_hints {
 public:
