@@ -156,7 +156,7 @@ NTFS_DIR_CACHE_ENTRY* path_walk::with_children() {
 
 void path_walk::read_names(NTFS_DIR_CACHE_ENTRY& directory) {
     m_trace.diag("info: get children names");
-    record_hints hints(m_ntfs, directory.children.begin(), directory.children.end());
+    record_hints hints(m_ntfs, directory.children.begin(), directory.children.end(), m_directory);
     for (const std::uint64_t child : directory.children) {
         hints.before_read();
         if (child == m_directory) continue;  // an index may list its own directory

@@ -13,9 +13,10 @@
 template <typename Iterator>
 class record_hints {
 public:
-    // The entries from `first` up to `last`. They and `ntfs` must outlive this object.
-    record_hints(CNtfs& ntfs, Iterator first, Iterator last)
-        : m_ntfs(ntfs), m_next(first), m_last(last) {}
+    // The entries from `first` up to `last`, of which `skipped` is not read. They and `ntfs` must
+    // outlive this object.
+    record_hints(CNtfs& ntfs, Iterator first, Iterator last, std::uint64_t skipped)
+        : m_ntfs(ntfs), m_next(first), m_last(last), m_skipped(skipped) {}
 
     // Called before each entry of the list is read, or skipped.
     void before_read() {
@@ -39,6 +40,7 @@ private:
     void announce(CRawDisk& disk) {
         announcement batch(disk);
         for (; m_next != m_last && m_num_ahead < most_ahead; ++m_next, ++m_num_ahead) {
+            if (*m_next == m_skipped) continue;
             batch.add(m_ntfs.get_file_pos_for_inode(*m_next) + m_ntfs.m_volume_offset,
                       std::min(m_ntfs.m_bytes_per_file_record, largest_first_read));
         }
@@ -47,5 +49,6 @@ private:
     CNtfs& m_ntfs;
     Iterator m_next;  // the first entry that is not announced
     Iterator m_last;
+    std::uint64_t m_skipped;
     std::size_t m_num_ahead = 0;  // entries that are announced and not yet read
 };

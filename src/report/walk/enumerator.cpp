@@ -136,7 +136,7 @@ bool directory_reader::add_directory(const shared_path& path, std::uint64_t dir_
 bool directory_reader::add_children(const shared_path& path, std::uint64_t dir_entry_num,
                                     dir_entry_set& entries, bool show_indx) {
     if (!m_ntfs.get_sorted_children(dir_entry_num, m_children)) return false;
-    record_hints hints(m_ntfs, m_children.begin(), m_children.end());
+    record_hints hints(m_ntfs, m_children.begin(), m_children.end(), dir_entry_num);
     for (const std::uint64_t child : m_children) {
         hints.before_read();
         if (child == dir_entry_num || !read(child)) continue;

@@ -20,6 +20,7 @@ using entry_list = std::vector<std::uint64_t>;
 constexpr std::uint64_t record_size = 1024;
 constexpr std::uint64_t page = 4096;
 constexpr std::uint64_t records = 2000;
+constexpr std::uint64_t none_skipped = 0;
 
 entry_list entries(std::uint64_t first, std::uint64_t count, std::uint64_t step = 1) {
     entry_list list;
@@ -38,7 +39,7 @@ protected:
     std::multimap<std::uint64_t, given_hint> hints_of_a_walk(const entry_list& list,
                                                              const system_hints& system) {
         std::multimap<std::uint64_t, given_hint> hints;
-        record_hints ahead(m_volume.ntfs, list.begin(), list.end());
+        record_hints ahead(m_volume.ntfs, list.begin(), list.end(), none_skipped);
         std::size_t seen = system.given.size();
         for (std::size_t i = 0; i < list.size(); ++i) {
             ahead.before_read();
@@ -117,14 +118,28 @@ TEST_F(RecordHints, SetsAndEmptyListsWork) {
     const system_hints system(cache::empty);
     read(5);
     const std::set<std::uint64_t> none;
-    record_hints nothing(m_volume.ntfs, none.begin(), none.end());
+    record_hints nothing(m_volume.ntfs, none.begin(), none.end(), none_skipped);
     nothing.before_read();
     nothing.before_read();
     EXPECT_TRUE(system.given.empty());
     const std::set<std::uint64_t> two = {70, 80};
-    record_hints ahead(m_volume.ntfs, two.begin(), two.end());
+    record_hints ahead(m_volume.ntfs, two.begin(), two.end(), none_skipped);
     ahead.before_read();
     EXPECT_EQ(system.given.size(), (position(80) - position(70)) / page < 2 ? 1u : 2u);
+}
+
+// Directories contain themselves.
+TEST_F(RecordHints, SkippedEntryIsNotAnnounced) {
+    const system_hints system(cache::empty);
+    read(5);
+    const entry_list list = {64, 128, 192};
+    record_hints ahead(m_volume.ntfs, list.begin(), list.end(), 128);
+    ahead.before_read();
+    EXPECT_EQ(system.given,
+              (std::vector<given_hint>{{position(64), record_size}, {position(192), record_size}}));
+    ahead.before_read();
+    ahead.before_read();
+    EXPECT_EQ(system.given.size(), 2u);
 }
 
 TEST_F(RecordHints, FailedReadEndsTheHints) {
