@@ -67,8 +67,7 @@ void replace_char(std::wstring& text, wchar_t from, wchar_t to, bool ignore_case
 std::uint32_t remove_char(std::string& text, char c);
 std::uint32_t remove_char(std::wstring& text, wchar_t c);
 
-// Fold ASCII letters to one case, in place; lower() may leave the characters before `from` as they
-// are.
+// Fold ASCII letters to one case, in place. Characters before `from` are unchanged.
 void lower(std::string& text, std::size_t from = 0);
 void upper(std::string& text);
 void lower_wide(std::wstring& text);

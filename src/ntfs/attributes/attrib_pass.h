@@ -157,7 +157,7 @@ private:
     std::uint32_t m_record_size = 0;
     std::uint64_t m_inode = 0;
     bool m_seen_unnamed_data = false;
-    std::vector<std::uint8_t> m_base_bytes;  // if this pass read the base record
+    std::vector<std::uint8_t> m_base_bytes;  // the last base record that a run read itself
     ql::bytes m_base;
     std::map<std::uint64_t, extension_record> m_extensions;  // the latest, by entry number
     std::size_t m_extension_bytes = 0;                       // in m_extensions

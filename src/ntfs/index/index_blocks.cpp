@@ -12,11 +12,16 @@ namespace {
 
 constexpr std::uint32_t most_bytes_ahead = 0x100000;
 
+// Returns how many clusters are announced before they are read.
+std::uint32_t clusters_ahead(std::uint32_t cluster_size) {
+    return cluster_size == 0 ? 2 : std::max(most_bytes_ahead / cluster_size, 2u);
+}
+
 }  // namespace
 
 index_block_stream::index_block_stream(CNtfs& ntfs, const data_run_list& runs,
                                        std::uint32_t first_block)
-    : m_ntfs(ntfs), m_runs(runs), m_cluster_size(ntfs.cluster_size()), m_budget(ntfs.disk()) {
+    : m_ntfs(ntfs), m_runs(runs), m_cluster_size(ntfs.cluster_size()), m_budget(ntfs.disk()), m_look_ahead(clusters_ahead(ntfs.cluster_size())) {
     if (m_cluster_size == 0 || ntfs.disk() == nullptr) return;
     if (m_cluster_size < index_block_size) {
         m_parts_per_block = ntfs.clusters_per_4k();
@@ -42,10 +47,9 @@ bool index_block_stream::next() {
         if (next_of_cluster()) return true;
         if (!find_cluster()) break;
         pass_unheld_blocks();
-        if (m_done >= m_num_blocks || m_next >= m_runs[m_run].num_clusters) continue;
+        if (m_done >= m_num_blocks || m_at.next >= m_runs[m_at.run].num_clusters) continue;
         if (!read_cluster()) {
-            ++m_run;
-            m_next = 0;
+            m_at.move_to_next_run(m_runs);
         } else if (m_parts_per_block != 0) {
             add_part();
             if (m_parts == 0) return true;
@@ -62,15 +66,15 @@ bool index_block_stream::next() {
 // size of the source was read.
 bool index_block_stream::find_cluster() {
     if (m_budget.is_used_up()) return false;
-    for (; m_run < m_runs.size(); ++m_run, m_next = 0) {
-        const data_run& run = m_runs[m_run];
+    for (; m_at.run < m_runs.size(); m_at.move_to_next_run(m_runs)) {
+        const data_run& run = m_runs[m_at.run];
         if (run.sparse != 0) continue;
         if (m_skip >= run.num_clusters) {
             m_skip -= run.num_clusters;
             continue;
         }
-        m_next += std::exchange(m_skip, 0);
-        if (m_next < run.num_clusters) return true;
+        m_at.next += std::exchange(m_skip, 0);
+        if (m_at.next < run.num_clusters) return true;
     }
     return false;
 }
@@ -79,22 +83,20 @@ bool index_block_stream::find_cluster() {
 void index_block_stream::pass_unheld_blocks() {
     if (m_parts != 0 || m_cluster_at != 0) return;
     const CRawDisk& disk = *m_ntfs.disk();
-    const data_run& run = m_runs[m_run];
-    const std::uint64_t start = (run.lcn + m_next) * m_cluster_size + m_ntfs.m_volume_offset;
-    const std::uint64_t left = (run.num_clusters - m_next) * m_cluster_size;
-    const std::uint64_t unheld = disk.unheld_bytes(start, left) / m_cluster_size;
+    const data_run& run = m_runs[m_at.run];
+    const std::uint64_t left = (run.num_clusters - m_at.next) * m_cluster_size;
+    const std::uint64_t unheld = disk.unheld_bytes(source_pos(m_at), left) / m_cluster_size;
     std::uint64_t blocks =
         m_parts_per_block != 0 ? unheld / m_parts_per_block : unheld * m_blocks_per_cluster;
     blocks = std::min<std::uint64_t>(blocks, m_num_blocks - m_done);
     m_done += static_cast<std::uint32_t>(blocks);
-    m_next += m_parts_per_block != 0 ? blocks * m_parts_per_block : blocks / m_blocks_per_cluster;
+    m_at.next += m_parts_per_block != 0 ? blocks * m_parts_per_block : blocks / m_blocks_per_cluster;
 }
 
 bool index_block_stream::read_cluster() {
     announce_clusters();
-    const std::uint64_t position = (m_runs[m_run].lcn + m_next) * m_cluster_size;
-    const std::uint64_t source_pos = position + m_ntfs.m_volume_offset;
-    m_cluster.resize(m_ntfs.disk()->deliverable(m_cluster_size, source_pos));
+    const std::uint64_t position = (m_runs[m_at.run].lcn + m_at.next) * m_cluster_size;
+    m_cluster.resize(m_ntfs.disk()->deliverable(m_cluster_size, source_pos(m_at)));
     std::uint32_t count = m_cluster_size;
     if (!CNtfs::read_at(m_ntfs.disk(), position, m_ntfs.m_volume_offset, m_cluster.data(), count)) {
         m_cluster.clear();
@@ -102,30 +104,34 @@ bool index_block_stream::read_cluster() {
     }
     m_cluster.resize(count);
     m_budget.use(count);
-    ++m_next;
+    ++m_at.next;
     return true;
 }
 
-// Announces the clusters from the current one on, at most 1 MiB of them, as soon as a read has to
-// wait for the device.
+// Returns the position of a cluster in bytes from the start of the source.
+std::uint64_t index_block_stream::source_pos(const cluster_cursor& cluster) const {
+    return (m_runs[cluster.run].lcn + cluster.next) * m_cluster_size + m_ntfs.m_volume_offset;
+}
+
+// Announces clusters from the current one on: 1 MiB, or two clusters if they are larger. Skips those
+// that the source does not store.
 void index_block_stream::announce_clusters() {
-    const std::uint32_t most_ahead = std::max(most_bytes_ahead / m_cluster_size, 2u);
     CRawDisk& disk = *m_ntfs.disk();
-    if (m_num_ahead == 0 && !disk.has_waited()) return;
-    if (m_num_ahead != 0 && --m_num_ahead >= most_ahead / 2) return;
-    if (m_announced_run < m_run || (m_announced_run == m_run && m_announced_next < m_next)) {
-        m_announced_run = m_run;
-        m_announced_next = m_next;
-    }
+    const look_ahead::range wanted = m_look_ahead.before_read(m_at.number(), disk.has_waited());
+    if (wanted.begin == wanted.end) return;
+    if (m_next_hint.number() < wanted.begin) m_next_hint = m_at;
     announcement batch(disk);
-    for (; m_announced_run < m_runs.size(); ++m_announced_run, m_announced_next = 0) {
-        const data_run& run = m_runs[m_announced_run];
+    for (; m_next_hint.run < m_runs.size(); m_next_hint.move_to_next_run(m_runs)) {
+        const data_run& run = m_runs[m_next_hint.run];
         if (run.sparse != 0) continue;
-        for (; m_announced_next < run.num_clusters; ++m_announced_next, ++m_num_ahead) {
-            if (m_num_ahead == most_ahead) return;
-            batch.add((run.lcn + m_announced_next) * m_cluster_size + m_ntfs.m_volume_offset,
-                      std::min(m_cluster_size, most_bytes_ahead));
+        while (m_next_hint.next < run.num_clusters && m_next_hint.number() < wanted.end) {
+            const std::uint64_t start = source_pos(m_next_hint);
+            const std::uint64_t left = (run.num_clusters - m_next_hint.next) * m_cluster_size;
+            const std::uint64_t unheld = disk.unheld_bytes(start, left) / m_cluster_size;
+            if (unheld == 0) batch.add(start, std::min(m_cluster_size, most_bytes_ahead));
+            m_next_hint.next += std::max<std::uint64_t>(unheld, 1);
         }
+        if (m_next_hint.next < run.num_clusters) return;
     }
 }
 

@@ -9,11 +9,27 @@
 #include "foundation/bytes/ql_bytes.h"
 #include "ntfs/runs/data_run_list.h"
 #include "ntfs/volume/read_budget.h"
+#include "storage/disk/look_ahead.h"
 
 class CNtfs;
 
 // Bytes of an index block, regardless of what the boot sector states.
 constexpr std::uint32_t index_block_size = 4096;
+
+// A position in the clusters of a run list. Sparse runs have none.
+struct cluster_cursor {
+    std::size_t run = 0;
+    std::uint64_t next = 0;    // number of the cluster in its run
+    std::uint64_t passed = 0;  // clusters of the runs before
+
+    // Number of the cluster among those of all runs.
+    std::uint64_t number() const { return passed + next; }
+    void move_to_next_run(const data_run_list& runs) {
+        if (runs[run].sparse == 0) passed += runs[run].num_clusters;
+        ++run;
+        next = 0;
+    }
+};
 
 // Reads the blocks of an index one at a time, with their update sequences applied.
 //
@@ -42,6 +58,7 @@ private:
     bool find_cluster();
     void pass_unheld_blocks();
     bool read_cluster();
+    std::uint64_t source_pos(const cluster_cursor& cluster) const;
     void announce_clusters();
     bool next_of_cluster();
     void add_part();
@@ -55,8 +72,7 @@ private:
     std::uint32_t m_blocks_per_cluster = 0;  // if a cluster has at least one block, else 0
     std::uint32_t m_num_blocks = 0;
     std::uint32_t m_done = 0;             // blocks read or skipped
-    std::size_t m_run = 0;                // run of the next cluster
-    std::uint64_t m_next = 0;             // number of that cluster in its run
+    cluster_cursor m_at;                  // the next cluster
     std::uint64_t m_skip = 0;             // clusters to skip before the first block
     std::size_t m_cluster_at = 0;         // offset of the next block in m_cluster
     std::uint32_t m_parts = 0;            // clusters in the block that is not yet complete
@@ -64,11 +80,8 @@ private:
     std::array<std::uint8_t, index_block_size> m_block{};
     std::uint32_t m_number = 0;
 
-    // The first cluster that is not announced, as m_run and m_next, and how many clusters after the
-    // current one are.
-    std::size_t m_announced_run = 0;
-    std::uint64_t m_announced_next = 0;
-    std::uint32_t m_num_ahead = 0;
+    look_ahead m_look_ahead;
+    cluster_cursor m_next_hint;  // the first cluster that is neither announced nor passed
 };
 
 // Returns each block of a stream together with the blocks after it, because the entries of a

@@ -9,9 +9,9 @@
 
 class CNtfs;
 
-// An accepted record that the source has to its end and that was read at once. Every reader with
-// the rule acceptance::file_or_index gets these bytes, so a listing passes them on to the pass over
-// the attributes of the same entry, which needs no second read then.
+// A whole accepted record that was read in one piece. Every reader with the rule
+// acceptance::file_or_index gets these bytes, so a listing passes them on to the pass over the
+// attributes of the same entry, which then needs no second read.
 struct whole_record {
     std::uint64_t position = 0;  // bytes from the start of the volume
     std::uint32_t length = 0;    // bytes of the record; 0 if there is no record
@@ -97,7 +97,8 @@ struct record_answer {
 record_answer read_mft_record(CNtfs& ntfs, const record_request& request,
                               std::vector<std::uint8_t>& record);
 
-// Returns the record that read_mft_record has just read, or no record if it has more or fewer bytes
-// than `record`, or was not accepted. The result is valid as long as `record` does not change.
+// Returns the record that read_mft_record has just read. Returns no record if it was not accepted,
+// or by another rule than acceptance::file_or_index, if the source or `record` does not have all of
+// it, or if it is larger than 64 KiB. The result is valid as long as `record` does not change.
 whole_record whole_record_of(const record_request& request, const record_answer& answer,
                              ql::bytes record);

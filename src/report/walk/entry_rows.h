@@ -21,8 +21,7 @@ class spare_rows {
 public:
     // Returns a row, which may have the content of an earlier one.
     dir_entry_set::node_type take();
-    // Moves rows of `entries` into this object, as many as an ordinary directory has, and deletes
-    // the others.
+    // Moves rows of `entries` into this object until it has 10,000, and deletes the others.
     void add(dir_entry_set& entries);
 
 private:

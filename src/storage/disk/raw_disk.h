@@ -55,11 +55,11 @@ public:
     // file. Drives and chains are not clamped.
     std::uint32_t deliverable(std::uint32_t count, std::uint64_t offset) const;
 
-    // Returns true if the last read had to wait for the device. A caller that knows what it will
-    // read next then announces it; see announcement.
+    // Returns true if the last read of a file or chain had to wait for the device. A caller that
+    // knows what it will read next then announces it; see look_ahead.
     bool has_waited() const;
     // Asks the system to fetch bytes that will be read soon, as far as the source has them. Changes
-    // no result, and does nothing after a failed read.
+    // no result. Does nothing for a drive, after a failed read, and after a refused hint.
     void announce(std::uint64_t offset, std::uint64_t count);
 
     // Returns the first byte position in [`offset`, `end`) that the source may store, or `end`.

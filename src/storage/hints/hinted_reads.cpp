@@ -19,7 +19,15 @@ constexpr std::uint64_t largest_hint = 0x20000;
 
 constexpr std::uint64_t last_offset = std::numeric_limits<off_t>::max();
 
+// Returns the result of a read, and remembers whether it has failed.
+ssize_t noted(ssize_t brought) {
+    if (brought == -1) source_read_has_failed = true;
+    return brought;
+}
+
 }  // namespace
+
+bool source_read_has_failed = false;
 
 ssize_t hinted_reads::read(int fd, void* buffer, std::size_t count, std::uint64_t offset) {
     if (offset > last_offset) {
@@ -39,25 +47,20 @@ ssize_t hinted_reads::read(int fd, void* buffer, std::size_t count, std::uint64_
     }
     // Not in the cache, or only in part. The result is that of one read that may wait.
     m_has_waited = true;
-    return note_result(::pread(fd, buffer, count, static_cast<off_t>(offset)));
+    return noted(::pread(fd, buffer, count, static_cast<off_t>(offset)));
 }
 
 ssize_t hinted_reads::read_timed(int fd, void* buffer, std::size_t count, std::uint64_t offset) {
     const auto start = std::chrono::steady_clock::now();
     const ssize_t brought = ::pread(fd, buffer, count, static_cast<off_t>(offset));
     m_has_waited = std::chrono::steady_clock::now() - start >= slow_read;
-    return note_result(brought);
-}
-
-ssize_t hinted_reads::note_result(ssize_t brought) {
-    if (brought == -1) m_gives_hints = false;
-    return brought;
+    return noted(brought);
 }
 
 void hinted_reads::announce(int fd, std::uint64_t offset, std::uint64_t count) {
-    while (m_gives_hints && count != 0) {
+    while (m_takes_hints && !source_read_has_failed && count != 0) {
         const std::uint64_t step = std::min(count, largest_hint);
-        m_gives_hints = ::posix_fadvise(fd, static_cast<off_t>(offset), static_cast<off_t>(step),
+        m_takes_hints = ::posix_fadvise(fd, static_cast<off_t>(offset), static_cast<off_t>(step),
                                         POSIX_FADV_WILLNEED) == 0;
         offset += step;
         count -= step;

@@ -7,11 +7,15 @@
 #include <cstddef>
 #include <cstdint>
 
+// Process-wide: true after the first failed read of a source, which may be opened several times.
+extern bool source_read_has_failed;
+
 // The reads of one open descriptor. The caller owns the descriptor and passes it to each call.
 //
 // If reads have to wait for the device, the caller announces the pieces that it reads next, and the
 // system fetches them at the same time instead of one after the other. Hints never change what a
-// read returns. After a failed read no hints are given: they would make a dying disk do more work.
+// read returns. After a failed read of any source, a run gives no hints: they would make a dying disk
+// do more work.
 class hinted_reads {
 public:
     // Reads up to `count` bytes at `offset` like pread(2), with the same result.
@@ -21,18 +25,14 @@ public:
     // a read that takes long is taken for one that waits.
     bool has_waited() const { return m_has_waited; }
 
-    // Returns true if a read has failed, or a hint was refused: no hints are given any more.
-    bool has_failed() const { return !m_gives_hints; }
-
     // Asks the system to fetch `count` bytes at `offset`, which will be read soon. Does nothing
-    // after a failed read, or once the system has refused a hint.
+    // after a failed read, or once the system has refused a hint for this descriptor.
     void announce(int fd, std::uint64_t offset, std::uint64_t count);
 
 private:
     ssize_t read_timed(int fd, void* buffer, std::size_t count, std::uint64_t offset);
-    ssize_t note_result(ssize_t brought);
 
     bool m_can_ask = true;  // the system can read what is cached without waiting
     bool m_has_waited = false;
-    bool m_gives_hints = true;
+    bool m_takes_hints = true;
 };

@@ -106,9 +106,11 @@ bool vmdk_chain::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t&
             static_cast<std::uint32_t>(std::min<std::uint64_t>(count - done, left));
         if (step == 0) return false;  // grains without a size
         // A grain that cannot be read is zero, like one that no file contains.
-        if (holder == nullptr || !holder->read(buffer + done, offset, step))
+        if (holder != nullptr && holder->read(buffer + done, offset, step)) {
+            m_has_waited |= holder->has_waited();
+        } else {
             std::memset(buffer + done, 0, step);
-        if (holder != nullptr && holder->has_waited()) m_has_waited = true;
+        }
         done += step;
         offset += step;
     }
@@ -117,8 +119,6 @@ bool vmdk_chain::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t&
 
 void vmdk_chain::announce(std::uint64_t offset, std::uint64_t count) {
     if (!ready) return;
-    const auto has_failed = [](const vmdk_extent* extent) { return extent->has_failed(); };
-    if (std::any_of(order.begin(), order.end(), has_failed)) return;
     while (count != 0) {
         vmdk_extent* const holder = holder_of(offset);
         const std::uint64_t left = (holder != nullptr ? holder : base)->grain_left(offset);

@@ -33,8 +33,8 @@ public:
 
     // Returns true if the last read had to wait for the device of a file.
     bool has_waited() const { return m_has_waited; }
-    // Asks the system to fetch the bytes of the disk that will be read soon from the files that
-    // hold them. Does nothing after a failed read of any file.
+    // Asks the system to fetch bytes of the disk that will be read soon, from the files that hold
+    // them.
     void announce(std::uint64_t offset, std::uint64_t count);
 
     // Returns the first byte position in [`offset`, `end`) that a file of the chain may store,

@@ -66,8 +66,6 @@ public:
     bool read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t& count);
     // Returns true if the last read had to wait for the device.
     bool has_waited() const { return m_reads.has_waited(); }
-    // Returns true if a read of the file has failed.
-    bool has_failed() const { return m_reads.has_failed(); }
     // Asks the system to fetch `count` bytes, at most grain_left(offset), which will be read soon.
     void announce(std::uint64_t offset, std::uint64_t count);
 

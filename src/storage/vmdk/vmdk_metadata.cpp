@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "storage/hints/hinted_reads.h"
+
 namespace {
 
 constexpr std::uint64_t entry_size = 4;  // bytes, of a directory and of a table
@@ -31,7 +33,10 @@ std::optional<ql::bytes> vmdk_metadata_reader::read(std::uint64_t position, std:
         m_window_held = 0;  // its bytes are undefined after a failed read
         if (::lseek(m_fd, static_cast<off_t>(position), SEEK_SET) == -1) return std::nullopt;
         const ssize_t brought = ::read(m_fd, m_window.data(), m_window.size());
-        if (brought == -1) return std::nullopt;
+        if (brought == -1) {
+            source_read_has_failed = true;
+            return std::nullopt;
+        }
         m_window_position = position;
         m_window_held = static_cast<std::size_t>(brought);
     }
