@@ -3,6 +3,7 @@
 #include <iostream>
 #include <memory>
 
+#include "convert/command/comparison_run.h"
 #include "convert/command/listing_rows.h"
 #include "convert/command/listing_source.h"
 #include "convert/command/messages.h"
@@ -76,6 +77,7 @@ int convert_listing(const command_line& line) {
         print_message(wrong_output);
         return status_wrong_use;
     }
+    if (line.compares()) return compare_listings(line);
     listing_source source;
     const std::string failure = source.open(line);
     if (!failure.empty()) return fail(failure);
