@@ -82,8 +82,8 @@ private:
         row_list unpaired;
         for (const compared_row* link : new_links) {
             const link_key key = key_of(*link);
-            const auto found = key ? by_key.find(key) : by_key.end();
-            if (found == by_key.end()) {
+            const auto found = by_key.lower_bound(key);  // the first of equal keys
+            if (!key || found == by_key.end() || found->first != key) {
                 unpaired.push_back(link);
                 continue;
             }
@@ -119,7 +119,7 @@ private:
         std::map<std::string_view, std::string_view> new_paths;
         for (const auto& [before, after] : m_pairs)
             new_paths.emplace(before->entry_path(), after->entry_path());
-        std::map<stream_key, const compared_row*> new_streams;
+        std::multimap<stream_key, const compared_row*> new_streams;
         for (const compared_row* row : rows.new_rows) {
             if (!row->row.is_entry())
                 new_streams.emplace(
@@ -129,10 +129,11 @@ private:
             if (row->row.is_entry()) continue;
             const auto moved = new_paths.find(row->entry_path());
             const auto path = moved != new_paths.end() ? moved->second : row->entry_path();
-            const auto found = new_streams.find({path, row->row.type, row->stream_name()});
-            if (!pass_stream(*row, found != new_streams.end() ? found->second : nullptr))
-                return false;
-            if (found != new_streams.end()) new_streams.erase(found);
+            const stream_key key{path, row->row.type, row->stream_name()};
+            const auto found = new_streams.lower_bound(key);
+            const bool exists = found != new_streams.end() && found->first == key;
+            if (!pass_stream(*row, exists ? found->second : nullptr)) return false;
+            if (exists) new_streams.erase(found);
         }
         return std::all_of(new_streams.begin(), new_streams.end(), [this](const auto& stream) {
             return pass({nullptr, &stream.second->row});

@@ -145,6 +145,14 @@ TEST(EntryComparison, StreamsFollowTheirLink) {
         << "streams without the row of their entry";
 }
 
+// A damaged volume may have two links or streams of one name.
+TEST(EntryComparison, RowsOfOneNameArePairedInOrder) {
+    const rows two = {file("\\a"), stream("\\a:s"), sized(stream("\\a:s"), 9),
+                      sized(file("\\a"), 9)};
+    EXPECT_THAT(changes(two, two), IsEmpty());
+    EXPECT_THAT(changes(two, {two[0], two[1]}), ElementsAre("deleted \\a", "deleted \\a:s"));
+}
+
 TEST(EntryComparison, EndsWithItsVisitor) {
     for (const listing_side side : {listing_side::old_listing, listing_side::new_listing}) {
         compared_row row;
