@@ -10,12 +10,16 @@ _quorvel_convert() {
             return
         fi
     done
+    # The second listing of a comparison.
+    if ((COMP_CWORD > 2)) && [[ ${COMP_WORDS[COMP_CWORD - 2]} == --diff ]]; then
+        before=--diff
+    fi
     case $before in
         --to)
             mapfile -t COMPREPLY < <(compgen -W 'body timeline csv jsonl sqlite html' -- "$cur")
             return
             ;;
-        --input)
+        --input | --diff)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$cur")
             return
@@ -28,7 +32,7 @@ _quorvel_convert() {
             ;;
     esac
     mapfile -t COMPREPLY < <(compgen -W \
-        '--to --output --input --force --summary --print-command --help --version --' -- "$cur")
+        '--to --output --input --diff --force --summary --print-command --help --version --' -- "$cur")
 }
 
 complete -F _quorvel_convert quorvel-convert

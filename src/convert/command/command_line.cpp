@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iostream>
 #include <iterator>
+#include <string_view>
 
 #include "convert/command/messages.h"
 #include "convert/command/user_options.h"
@@ -16,6 +17,7 @@ constexpr const char* description =
     "Writes listings of quorvel in other formats.\n\n"
     "  quorvel-convert --to FORMAT [--output FILE] [--force] -- QUORVEL OPTIONS...\n"
     "  quorvel-convert --to FORMAT [--output FILE] [--force] --input LISTING\n"
+    "  quorvel-convert --diff OLD NEW [--to jsonl] [--output FILE] [--force]\n"
     "  quorvel-convert --print-command -- QUORVEL OPTIONS...\n";
 
 std::vector<std::string> format_names() {
@@ -43,6 +45,8 @@ bool parse_own_words(std::vector<std::string> words, command_line& out, int& sta
         ->type_name("FILE");
     app.add_option("--input", out.input, "Read this listing instead of running quorvel")
         ->type_name("LISTING");
+    std::vector<std::string> compared;
+    app.add_option("--diff", compared, "Compare two listings")->type_name("OLD NEW")->expected(2);
     app.add_flag("--force", out.force, "Replace an existing file");
     app.add_flag("--summary", out.summary, "Print counts of the rows on standard error");
     app.add_flag("--print-command", out.print_command,
@@ -56,6 +60,10 @@ bool parse_own_words(std::vector<std::string> words, command_line& out, int& sta
         return false;
     }
     out.wanted = find_format(wanted);
+    if (compared.size() == 2) {
+        out.old_listing = compared[0];
+        out.new_listing = compared[1];
+    }
     return true;
 }
 
@@ -68,8 +76,21 @@ std::string find_refused(const std::vector<std::string>& user_words) {
                          : "cannot be used here, because the listing has a fixed form: " + names;
 }
 
+// Returns what is wrong with the options besides "--diff", or an empty text.
+std::string find_wrong_comparison(const command_line& line, bool has_separator) {
+    if (has_separator) return "--diff excludes options for quorvel: it compares two listings";
+    if (!line.input.empty()) return "--diff excludes --input";
+    if (line.print_command) return "--diff excludes --print-command";
+    if (line.old_listing.empty() || line.new_listing.empty()) return "--diff needs two names";
+    if (line.wanted != nullptr && std::string_view(line.wanted->name) != "jsonl")
+        return "--diff writes a table, or jsonl";
+    return {};
+}
+
 // Returns what is wrong with the combination of options, or an empty text.
 std::string find_wrong_use(const command_line& line, bool has_separator) {
+    if (line.compares() || !line.new_listing.empty())
+        return find_wrong_comparison(line, has_separator);
     if (!line.input.empty() && has_separator)
         return "--input excludes options for quorvel: the listing has been written with its own";
     if (!line.input.empty() && line.print_command) return "--input excludes --print-command";

@@ -19,8 +19,10 @@ public:
 
     // Opens the file or starts quorvel. Returns what failed, or an empty text.
     std::string open(const command_line& line);
+    // Opens a file only.
+    std::string open_file(const std::string& path);
 
-    // Valid after open() has succeeded.
+    // Valid after open() or open_file() has succeeded.
     byte_source& bytes() { return *m_bytes; }
     // The name for messages.
     const std::string& name() const { return m_name; }
@@ -30,7 +32,6 @@ public:
     std::string finish();
 
 private:
-    std::string open_file(const std::string& path);
     std::string start_quorvel(const std::vector<std::string>& user_words);
 
     std::string m_name;

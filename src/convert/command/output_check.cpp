@@ -14,7 +14,8 @@ namespace {
 // Returns the names of files on the command line. A value of "-vmdk" contains several.
 std::vector<std::string> named_files(const command_line& line) {
     std::vector<std::string> names = line.user_words;
-    names.push_back(line.input);
+    for (const std::string& listing : {line.input, line.old_listing, line.new_listing})
+        names.push_back(listing);
     for (const std::string& word : line.user_words) {
         std::string list = word;
         std::replace_if(

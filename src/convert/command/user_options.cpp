@@ -4,6 +4,7 @@
 #include <array>
 #include <string_view>
 
+#include "convert/listing/listing_form.h"
 #include "foundation/text/ql_string.h"
 
 namespace convert {
@@ -61,6 +62,13 @@ std::vector<std::string> refused_words(const std::vector<std::string>& user_word
     std::vector<std::string> result;
     std::copy_if(user_words.begin(), user_words.end(), std::back_inserter(result), is_refused);
     return result;
+}
+
+std::vector<std::string> quorvel_command(const std::vector<std::string>& user_words) {
+    std::vector<std::string> words = listing_words(make_separator());
+    words.insert(words.begin(), "quorvel");
+    words.insert(words.end(), user_words.begin(), user_words.end());
+    return words;
 }
 
 std::string shell_command(const std::vector<std::string>& words) {

@@ -17,8 +17,6 @@ void append_percent(std::string& out, char32_t value) {
     out += digits[value & 15];
 }
 
-bool is_control(char32_t value) { return value < 0x20 || (value >= 0x7F && value < 0xA0); }
-
 void append_character(std::string& out, const character& next, std::string_view bytes) {
     if (next.what != character::kind::valid) {
         out += replacement_character;

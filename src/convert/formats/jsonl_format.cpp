@@ -60,8 +60,6 @@ void append_escaped(std::string& out, char32_t value) {
     ql::append_hex(out, value, 4);
 }
 
-bool is_control(char32_t value) { return value < 0x20 || (value >= 0x7F && value < 0xA0); }
-
 // Returns true if each character is printable ASCII that is not escaped.
 bool is_plain(std::string_view text) {
     for (const char c : text) {
@@ -97,7 +95,7 @@ void append_json_text(std::string& out, std::string_view text) {
     out += '"';
 }
 
-void jsonl_writer::append(std::string& out, const listing_row& row) {
+void append_json_row(std::string& out, const listing_row& row) {
     out += "{\"type\":\"";
     out += type_name(row.type);
     out += '"';
@@ -119,7 +117,12 @@ void jsonl_writer::append(std::string& out, const listing_row& row) {
                  row.short_name);
     append_flag(out, "set_back", row.set_back);
     append_text(out, "object_id", row.object_id);
-    out += "}\n";
+    out += '}';
+}
+
+void jsonl_writer::append(std::string& out, const listing_row& row) {
+    append_json_row(out, row);
+    out += '\n';
 }
 
 }  // namespace convert

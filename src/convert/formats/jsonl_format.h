@@ -16,6 +16,9 @@ protected:
     void append(std::string& out, const listing_row& row) override;
 };
 
+// Appends the object of a row.
+void append_json_row(std::string& out, const listing_row& row);
+
 // Appends a string in quotes. Control characters are escaped, and so are surrogates ("\ud800"). A
 // byte that is not part of a character becomes U+FFFD.
 void append_json_text(std::string& out, std::string_view text);

@@ -1,10 +1,11 @@
 #include "convert/formats/timeline_format.h"
 
 #include <array>
-#include <cstdlib>
 
 #include "convert/formats/csv_format.h"
 #include "convert/listing/name_text.h"
+#include "convert/sorting/big_endian.h"
+#include "convert/sorting/temporary_file.h"
 #include "foundation/text/number_text.h"
 
 namespace convert {
@@ -34,18 +35,6 @@ constexpr char source_si = 0;
 constexpr char source_fn = 1;
 
 constexpr std::array<char, 4> letter_names = {'M', 'A', 'C', 'B'};
-
-void append_big_endian(std::string& out, std::uint64_t value, std::size_t width) {
-    for (std::size_t i = width; i-- > 0;)
-        out += static_cast<char>(value >> (8 * i) & 0xFFu);
-}
-
-std::uint64_t big_endian(std::string_view bytes) {
-    std::uint64_t value = 0;
-    for (const char byte : bytes)
-        value = value << 8 | static_cast<unsigned char>(byte);
-    return value;
-}
 
 // What a row and one of its times add to the timeline.
 struct event {
@@ -81,11 +70,6 @@ bool is_stream(std::string_view record) { return record[stream_offset] != 0; }
 // Returns true if both events are of one entry, time and source.
 bool same_event(std::string_view a, std::string_view b) {
     return a.substr(0, stream_offset) == b.substr(0, stream_offset);
-}
-
-std::string temporary_folder() {
-    const char* folder = std::getenv("TMPDIR");
-    return folder != nullptr && *folder != '\0' ? folder : "/tmp";
 }
 
 void append_letters(std::string& out, unsigned letters) {

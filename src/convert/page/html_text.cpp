@@ -3,7 +3,6 @@
 #include <array>
 
 #include "convert/listing/name_text.h"
-#include "convert/summary/odd_names.h"
 #include "foundation/text/number_text.h"
 
 namespace convert {

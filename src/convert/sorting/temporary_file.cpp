@@ -19,6 +19,11 @@ constexpr std::size_t length_size = sizeof(std::uint32_t);
 
 }  // namespace
 
+std::string temporary_folder() {
+    const char* folder = std::getenv("TMPDIR");
+    return folder != nullptr && *folder != '\0' ? folder : "/tmp";
+}
+
 temporary_file::~temporary_file() {
     if (m_fd >= 0) ::close(m_fd);
 }

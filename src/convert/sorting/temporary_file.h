@@ -8,6 +8,9 @@
 
 namespace convert {
 
+// Returns $TMPDIR, or "/tmp".
+std::string temporary_folder();
+
 // Records are written to the end, and then read once from the start. Each is stored with its
 // length, in 4 bytes of the machine's order.
 class temporary_file {

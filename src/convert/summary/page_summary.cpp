@@ -42,36 +42,28 @@ void page_summary::check_name(const listing_row& row, std::string_view name) {
 }
 
 void page_summary::add_entry(const listing_row& row) {
-    const bool first = m_files.insert(row.entry, row.sequence);
-    const bool is_directory = row.type == row_type::directory;
-    // The row of a directory's own data follows that of the directory.
-    if (is_directory && !first && m_owner_entry == row.entry) {
-        add_bytes(row, m_owner, false);
+    if (!m_owner.set(row)) {  // the own data of a directory
+        add_bytes(row, m_owner.path(), false);
         return;
     }
-    m_owner = is_directory ? without_end(row.path) : std::string_view(row.path);
-    m_owner_entry = row.entry;
-    m_owner_repeated = !first && !is_directory;
+    const bool is_directory = row.type == row_type::directory;
+    m_owner_repeated = !m_files.insert(row.entry, row.sequence) && !is_directory;
     if (m_owner_repeated) ++m_more_paths;
-    directory_totals::item* above = add_bytes(row, m_owner, m_owner_repeated);
+    const std::string_view path = m_owner.path();
+    directory_totals::item* above = add_bytes(row, path, m_owner_repeated);
     if (above != nullptr) ++above->second.entries;
-    const std::size_t before =
-        above != nullptr ? above->first.size() : directory_of(m_owner).size();
-    check_name(row, std::string_view(m_owner).substr(before));
+    check_name(row,
+               path.substr(above != nullptr ? above->first.size() : directory_of(path).size()));
     if (is_directory) m_directories.list(row.path);
     if (row.set_back) m_set_back.add(row);
     if (row.is_deleted()) m_deleted.add(row);
     if (!row.object_id.empty()) m_object_ids.add(row);
 }
 
-// The name of a stream may contain a backslash or a colon, so the path of its owner tells where it
-// begins.
 void page_summary::add_stream(const listing_row& row) {
     const std::string_view path = row.path;
-    const bool owned = row.entry == m_owner_entry && path.starts_with(m_owner) &&
-                       path.substr(m_owner.size()).starts_with(':');
-    const std::size_t colon = owned ? m_owner.size() : std::min(path.rfind(':'), path.size());
-    add_bytes(row, path.substr(0, colon), m_owner_repeated && row.entry == m_owner_entry);
+    const std::size_t colon = m_owner.length_in(row);
+    add_bytes(row, path.substr(0, colon), m_owner_repeated && m_owner.is_of(row));
     check_name(row, path.substr(std::min(colon + 1, path.size())));
     if (row.type == row_type::stream) m_streams.add(row);
 }

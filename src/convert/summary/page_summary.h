@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "convert/listing/listing_row.h"
+#include "convert/listing/row_owner.h"
 #include "convert/summary/directory_totals.h"
 #include "convert/summary/entry_set.h"
 #include "convert/summary/time_counts.h"
@@ -78,10 +79,8 @@ private:
     directory_totals m_directories;
     row_table m_set_back, m_deleted, m_streams, m_object_ids, m_odd_names;
 
-    // The entry before the current row, which owns the streams that follow.
-    std::string m_owner;  // its path, without a backslash at its end
-    std::uint64_t m_owner_entry = 0;
-    bool m_owner_repeated = false;
+    row_owner m_owner;              // of the streams that follow
+    bool m_owner_repeated = false;  // it has been counted with another path
 };
 
 }  // namespace convert

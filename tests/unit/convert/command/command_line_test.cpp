@@ -65,12 +65,25 @@ TEST(ConvertCommandLine, PrintingTheCommandNeedsNoFormat) {
     EXPECT_THAT(run.line->user_words, ElementsAre("-image", "x"));
 }
 
+TEST(ConvertCommandLine, ReadsTwoListingsToCompare) {
+    const outcome table = parse({"--diff", "old", "new", "--output", "o"});
+    ASSERT_TRUE(table.line.has_value()) << table.standard_error;
+    EXPECT_TRUE(table.line->compares());
+    EXPECT_EQ(table.line->old_listing, "old");
+    EXPECT_EQ(table.line->new_listing, "new");
+    EXPECT_EQ(table.line->output, "o");
+    EXPECT_EQ(table.line->wanted, nullptr);
+    const outcome jsonl = parse({"--to", "jsonl", "--diff", "old", "new"});
+    ASSERT_TRUE(jsonl.line.has_value()) << jsonl.standard_error;
+    EXPECT_STREQ(jsonl.line->wanted->name, "jsonl");
+}
+
 TEST(ConvertCommandLine, HelpAndVersionGoToStandardOutput) {
     const outcome help = parse({"--help"});
     EXPECT_FALSE(help.line.has_value());
     EXPECT_EQ(help.status, convert::status_done);
-    for (const char* option :
-         {"--to", "--output", "--input", "--force", "--summary", "--print-command", "--version"})
+    for (const char* option : {"--to", "--output", "--input", "--force", "--summary",
+                               "--print-command", "--diff", "--version"})
         EXPECT_THAT(help.standard_output, HasSubstr(option));
     for (const convert::format& known : convert::formats())
         EXPECT_THAT(help.standard_output, HasSubstr(known.name));
@@ -99,6 +112,12 @@ TEST(ConvertCommandLine, WrongUseIsReportedOnStandardError) {
         {"an empty second source", {"--to", "csv", "--input", "x", "--"}, "--input"},
         {"a command for a listing", {"--print-command", "--input", "x"}, "--print-command"},
         {"a database on standard output", {"--to", "sqlite", "--input", "x"}, "--output"},
+        {"one listing to compare", {"--diff", "x"}, "--diff"},
+        {"an empty name to compare", {"--diff", "x", ""}, "two names"},
+        {"a comparison of a listing", {"--diff", "x", "y", "--input", "z"}, "--input"},
+        {"a comparison of an image", {"--diff", "x", "y", "--"}, "options for quorvel"},
+        {"a comparison to print", {"--diff", "x", "y", "--print-command"}, "--print-command"},
+        {"a comparison as CSV", {"--to", "csv", "--diff", "x", "y"}, "jsonl"},
         {"a refused option", {"--to", "csv", "--", "-image", "x", "-XML"}, "-XML"},
         {"a refused option to print", {"--print-command", "--", "-base16"}, "-base16"},
     };

@@ -54,6 +54,21 @@ TEST(OutputCheck, TheListingIsNotReplaced) {
     EXPECT_EQ(find_wrong_output(line), "");
 }
 
+TEST(OutputCheck, ComparedListingsAreNotReplaced) {
+    const support::temp_dir dir;
+    const std::string path = dir.write("listing", "x");
+    const std::string other = dir.write("other", "x");
+    command_line line = line_to(path, true);
+    line.old_listing = other;
+    line.new_listing = other;
+    EXPECT_EQ(find_wrong_output(line), "");
+    line.new_listing = path;
+    EXPECT_NE(find_wrong_output(line), "");
+    line.old_listing = path;
+    line.new_listing = other;
+    EXPECT_NE(find_wrong_output(line), "");
+}
+
 TEST(OutputCheck, AnImageIsNotReplaced) {
     const support::temp_dir dir;
     const std::string path = dir.write("disk.dd", "x");

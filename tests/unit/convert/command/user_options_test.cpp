@@ -16,6 +16,17 @@ TEST(UserOptions, RefusesWordsInAnyCaseAndPosition) {
                 IsEmpty());
 }
 
+TEST(UserOptions, TheCommandHasItsOwnWordsBeforeThoseOfTheUser) {
+    const std::vector<std::string> command = convert::quorvel_command({"-image", "x"});
+    ASSERT_EQ(command.size(), 14u);
+    EXPECT_EQ(command[0], "quorvel");
+    EXPECT_EQ(command[1], "-csv");
+    EXPECT_EQ(command[10], "-csv_separator");
+    EXPECT_EQ(command[11].size(), 12u);
+    EXPECT_EQ(command[12], "-image");
+    EXPECT_NE(convert::quorvel_command({})[11], command[11]) << "a new separator";
+}
+
 TEST(UserOptions, QuotesWordsForAShell) {
     EXPECT_EQ(
         convert::shell_command({"quorvel", "-image", "a b", "it's", "", "$x", "\\dir", "a|b"}),

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+
 namespace {
 
 struct text_case {
@@ -61,6 +63,23 @@ TEST(NameText, HexadecimalHasTwoDigitsAByte) {
     std::string out;
     convert::append_hex_bytes(out, std::string("\0\x0F\xA0\xFF", 4));
     EXPECT_EQ(out, "000fa0ff");
+}
+
+TEST(NameText, CharactersThatAreNotPrinted) {
+    for (const char32_t value : {U'\x0', U'\x1F', U'\x7F', U'\x9F'})
+        EXPECT_TRUE(convert::is_control(value)) << std::uint32_t{value};
+    for (const char32_t value : {U'\x20', U'\x7E', U'\xA0'})
+        EXPECT_FALSE(convert::is_control(value)) << std::uint32_t{value};
+    for (const char32_t value :
+         {U'\x61C', U'\x200E', U'\x200F', U'\x202A', U'\x202E', U'\x2066', U'\x2069'})
+        EXPECT_TRUE(convert::is_direction_mark(value)) << std::uint32_t{value};
+    for (const char32_t value : {U'\x200D', U'\x2010', U'\x2029', U'\x202F', U'\x2065', U'\x206A'})
+        EXPECT_FALSE(convert::is_direction_mark(value)) << std::uint32_t{value};
+    for (const char32_t value : {U'\xAD', U'\x200B', U'\x200D', U'\x2028', U'\x2029', U'\x2060',
+                                 U'\x2064', U'\xFEFF', U'\xE0001'})
+        EXPECT_TRUE(convert::is_invisible(value)) << std::uint32_t{value};
+    for (const char32_t value : {U'\x20', U'\x200A', U'\x200E', U'\x2065', U'\xFEFE', U'\xE0080'})
+        EXPECT_FALSE(convert::is_invisible(value)) << std::uint32_t{value};
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <utility>
 
@@ -13,6 +14,26 @@ namespace {
 
 using convert::temporary_file;
 using records = std::vector<std::string>;
+
+// Sets $TMPDIR, or removes it if the value is null.
+void set_folder(const char* value) {
+    if (value != nullptr)
+        ::setenv("TMPDIR", value, 1);
+    else
+        ::unsetenv("TMPDIR");
+}
+
+TEST(TemporaryFile, TheFolderIsThatOfTheEnvironment) {
+    const char* found = std::getenv("TMPDIR");
+    const std::string before = found != nullptr ? found : "";
+    set_folder("/some/folder");
+    EXPECT_EQ(convert::temporary_folder(), "/some/folder");
+    set_folder("");
+    EXPECT_EQ(convert::temporary_folder(), "/tmp");
+    set_folder(nullptr);
+    EXPECT_EQ(convert::temporary_folder(), "/tmp");
+    set_folder(found != nullptr ? before.c_str() : nullptr);
+}
 
 void write_all(temporary_file& file, const records& input) {
     for (const std::string& record : input)
