@@ -1,9 +1,12 @@
-// The reader of listings of quorvel-convert, and the formats that write lines.
+// The reader of listings of quorvel-convert, the formats that write lines or a page, and the
+// comparison of a listing with itself.
 //
 // Input: u8 bytes of a read, u8 1 for a column of object ids; then what follows the header, where
 // the byte 0xFF is the separator.
+#include "convert/comparison/listing_comparison.h"
 #include "convert/formats/body_format.h"
 #include "convert/formats/csv_format.h"
+#include "convert/formats/html_format.h"
 #include "convert/formats/jsonl_format.h"
 #include "convert/listing/listing_form.h"
 #include "convert/listing/listing_reader.h"
@@ -16,6 +19,11 @@ using convert::listing_reader;
 using item = listing_reader::item;
 
 const std::string separator = "@0123456789a";
+
+// Of the page after its head.
+constexpr std::string_view page_elements =
+    " main section footer body html h2 h3 p a code bdi span b wbr div figure figcaption svg title "
+    "desc line rect text details summary table caption thead tbody tr th td ";
 
 // Returns at most `step` bytes at a time.
 class text_source : public convert::byte_source {
@@ -135,6 +143,37 @@ void check_format(const std::vector<convert::listing_row>& rows) {
     fuzz::require(convert::is_valid_unicode(sink.text), "the output is valid UTF-8");
 }
 
+// No text of a row is markup: each "<" of the page begins an element that the page uses.
+void check_page(const std::vector<convert::listing_row>& rows) {
+    text_sink sink;
+    convert::html_writer writer(sink);
+    for (const convert::listing_row& row : rows)
+        fuzz::require(writer.write(row), "a row is counted");
+    fuzz::require(writer.finish(), "the page is written");
+    fuzz::require(convert::is_valid_unicode(sink.text), "the page is valid UTF-8");
+    const std::size_t main = sink.text.find("<main");
+    for (std::size_t at = sink.text.find('<', main); at != std::string::npos;
+         at = sink.text.find('<', at + 1)) {
+        const std::size_t start = at + (sink.text.at(at + 1) == '/' ? 2 : 1);
+        const std::string name =
+            sink.text.substr(start, sink.text.find_first_of(" >/", start) - start);
+        fuzz::require(page_elements.find(" " + name + " ") != std::string_view::npos,
+                      "each element is one of the page");
+    }
+}
+
+// A listing has no differences to itself.
+void check_comparison(const std::vector<convert::listing_row>& rows) {
+    convert::listing_comparison comparison("/none");
+    for (const auto side :
+         {convert::listing_side::old_listing, convert::listing_side::new_listing}) {
+        for (const convert::listing_row& row : rows)
+            fuzz::require(comparison.add(row, side), "the rows fit in memory");
+    }
+    const auto refuse = [](const convert::row_change&) { return false; };
+    fuzz::require(comparison.visit_changes(refuse), "a listing has no differences to itself");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -157,5 +196,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     check_format<convert::body_writer>(whole.rows);
     check_format<convert::csv_writer>(whole.rows);
     check_format<convert::jsonl_writer>(whole.rows);
+    check_page(whole.rows);
+    check_comparison(whole.rows);
     return 0;
 }
