@@ -144,6 +144,15 @@ TEST_F(ReadHints, FailedReadIsFollowedByNone) {
     EXPECT_FALSE(is_announced(m_volume.record_pos(600), record_size));
 }
 
+// A run opens its source for the check of the offset, and again for each path.
+TEST_F(ReadHints, FailedReadOfTheCheckIsFollowedByNone) {
+    const system_fault first_read{
+        .call = "read", .path = "volume.dd", .effect = "EIO", .first = 1, .last = 1};
+    run({"\\", "-image", m_image, "-filepath_only"}, {nothing_cached, first_read});
+    EXPECT_FALSE(calls("read").empty());
+    EXPECT_TRUE(calls("hint").empty());
+}
+
 TEST_F(ReadHints, SystemThatRefusesAHintGetsNoOther) {
     const words listing = {"\\", "-image", m_image, "-filepath_only"};
     const system_fault refused{

@@ -34,11 +34,11 @@ public:
     // the stream is after it. The name may contain a backslash or a colon itself. Without a row of
     // the owner, the last colon is used.
     std::size_t length_in(const listing_row& stream) const {
-        const std::string_view path = stream.path;
-        if (is_of(stream) && path.starts_with(m_path) &&
-            path.substr(m_path.size()).starts_with(':'))
+        const std::string_view stream_path = stream.path;
+        if (is_of(stream) && stream_path.starts_with(m_path) &&
+            stream_path.substr(m_path.size()).starts_with(':'))
             return m_path.size();
-        return std::min(path.rfind(':'), path.size());
+        return std::min(stream_path.rfind(':'), stream_path.size());
     }
 
 private:

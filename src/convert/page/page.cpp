@@ -31,12 +31,11 @@ void append_part(std::string& out, std::string_view name, const listing_head& he
 
 bool draw_page(const listing_head& head, const page_summary& summary, const page_sink& sink) {
     std::string_view rest = page_layout();
-    std::string part;
     for (;;) {
         const std::size_t open = rest.find("{{");
         const std::size_t close = rest.find("}}", open);
         if (close == std::string_view::npos) return sink(rest);
-        part = rest.substr(0, open);
+        std::string part(rest.substr(0, open));
         append_part(part, rest.substr(open + 2, close - open - 2), head, summary);
         rest.remove_prefix(close + 2);
         if (!sink(part)) return false;

@@ -21,7 +21,11 @@ std::uint32_t clusters_ahead(std::uint32_t cluster_size) {
 
 index_block_stream::index_block_stream(CNtfs& ntfs, const data_run_list& runs,
                                        std::uint32_t first_block)
-    : m_ntfs(ntfs), m_runs(runs), m_cluster_size(ntfs.cluster_size()), m_budget(ntfs.disk()), m_look_ahead(clusters_ahead(ntfs.cluster_size())) {
+    : m_ntfs(ntfs),
+      m_runs(runs),
+      m_cluster_size(ntfs.cluster_size()),
+      m_budget(ntfs.disk()),
+      m_look_ahead(clusters_ahead(ntfs.cluster_size())) {
     if (m_cluster_size == 0 || ntfs.disk() == nullptr) return;
     if (m_cluster_size < index_block_size) {
         m_parts_per_block = ntfs.clusters_per_4k();
@@ -90,7 +94,8 @@ void index_block_stream::pass_unheld_blocks() {
         m_parts_per_block != 0 ? unheld / m_parts_per_block : unheld * m_blocks_per_cluster;
     blocks = std::min<std::uint64_t>(blocks, m_num_blocks - m_done);
     m_done += static_cast<std::uint32_t>(blocks);
-    m_at.next += m_parts_per_block != 0 ? blocks * m_parts_per_block : blocks / m_blocks_per_cluster;
+    m_at.next +=
+        m_parts_per_block != 0 ? blocks * m_parts_per_block : blocks / m_blocks_per_cluster;
 }
 
 bool index_block_stream::read_cluster() {
@@ -113,13 +118,13 @@ std::uint64_t index_block_stream::source_pos(const cluster_cursor& cluster) cons
     return (m_runs[cluster.run].lcn + cluster.next) * m_cluster_size + m_ntfs.m_volume_offset;
 }
 
-// Announces clusters from the current one on: 1 MiB, or two clusters if they are larger. Skips those
-// that the source does not store.
+// Announces clusters from the current one on: 1 MiB, or two clusters if they are larger. Skips
+// those that the source does not store.
 void index_block_stream::announce_clusters() {
     CRawDisk& disk = *m_ntfs.disk();
     const look_ahead::range wanted = m_look_ahead.before_read(m_at.number(), disk.has_waited());
     if (wanted.begin == wanted.end) return;
-    if (m_next_hint.number() < wanted.begin) m_next_hint = m_at;
+    if (wanted.begin == m_at.number()) m_next_hint = m_at;  // nothing was announced before
     announcement batch(disk);
     for (; m_next_hint.run < m_runs.size(); m_next_hint.move_to_next_run(m_runs)) {
         const data_run& run = m_runs[m_next_hint.run];

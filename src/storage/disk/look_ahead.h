@@ -18,8 +18,8 @@ public:
     // `most`: how many pieces are announced before they are read, at least 2.
     explicit look_ahead(std::uint64_t most) : m_most(most) {}
 
-    // Called before piece `number` is read. Returns the pieces to announce now. `has_waited` is true
-    // if the last read had to wait. Numbers may be skipped, but do not decrease.
+    // Called before piece `number` is read. Returns the pieces to announce now. `has_waited` is
+    // true if the last read had to wait. Numbers may be skipped, but do not decrease.
     range before_read(std::uint64_t number, bool has_waited);
 
 private:

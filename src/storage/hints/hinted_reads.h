@@ -14,8 +14,8 @@ extern bool source_read_has_failed;
 //
 // If reads have to wait for the device, the caller announces the pieces that it reads next, and the
 // system fetches them at the same time instead of one after the other. Hints never change what a
-// read returns. After a failed read of any source, a run gives no hints: they would make a dying disk
-// do more work.
+// read returns. After a failed read of any source, a run gives no hints: they would make a dying
+// disk do more work.
 class hinted_reads {
 public:
     // Reads up to `count` bytes at `offset` like pread(2), with the same result.

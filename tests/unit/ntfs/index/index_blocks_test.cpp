@@ -11,9 +11,9 @@
 
 #include "ntfs/volume/ntfs.h"
 #include "support/directory_index.h"
-#include "support/system_hints.h"
 #include "support/vmdk_image.h"
 #include "unit/ntfs/image_volume.h"
+#include "unit/storage/fresh_hints.h"
 
 namespace {
 
@@ -211,7 +211,7 @@ using hints = std::vector<support::given_hint>;
 // blocks.
 hints given_hints(const data_run_list& runs, std::int32_t cluster_size = 4096) {
     block_source source(byte_image(support::pattern(100 * block_size)), cluster_size);
-    const support::system_hints system(support::system_hints::cache::empty);
+    const fresh_hints system(support::system_hints::cache::empty);
     index_block_stream stream(source.ntfs(), runs, 0);
     while (stream.next()) {
     }
@@ -248,9 +248,44 @@ TEST(IndexBlockHints, AtMostOneMebibyteAhead) {
     EXPECT_LE(total, 3 * 100 * block_size);
 }
 
+TEST(IndexBlockHints, LongRunIsAnnouncedOnce) {
+    block_source source(byte_image(support::pattern(700 * block_size)), 4096);
+    const fresh_hints system(support::system_hints::cache::empty);
+    const data_run_list runs = {run_of(0, 700)};
+    index_block_stream stream(source.ntfs(), runs, 0);
+    while (stream.next()) {
+    }
+    std::uint64_t end = block_size;  // the first block is read without a hint
+    for (const support::given_hint& hint : system.given) {
+        EXPECT_EQ(hint.offset, end);
+        end = hint.offset + hint.size;
+    }
+    EXPECT_EQ(end, 700 * block_size);
+}
+
+TEST(IndexBlockHints, HolesOfTheSourceAreNotAnnounced) {
+    byte_image image(300 * block_size);
+    image.fill(0, 20 * block_size, 1).fill(200 * block_size, 100 * block_size, 1);
+    block_source source(image, 4096);
+    const fresh_hints system(support::system_hints::cache::empty);
+    const data_run_list runs = {run_of(0, 300)};
+    index_block_stream stream(source.ntfs(), runs, 0);
+    if (source.ntfs().disk()->next_held(20 * block_size, 300 * block_size) == 20 * block_size) {
+        GTEST_SKIP() << "this file system has no holes or does not show them";
+    }
+    while (stream.next()) {
+    }
+    std::uint64_t total = 0;
+    for (const support::given_hint& hint : system.given) {
+        EXPECT_TRUE(hint.offset + hint.size <= 20 * block_size || hint.offset >= 200 * block_size);
+        total += hint.size;
+    }
+    EXPECT_EQ(total, 119 * block_size);
+}
+
 TEST(IndexBlockHints, NoneWhileEverythingIsCached) {
     block_source source(byte_image(support::pattern(100 * block_size)), 4096);
-    const support::system_hints system(support::system_hints::cache::full);
+    const fresh_hints system(support::system_hints::cache::full);
     const data_run_list runs = {run_of(0, 100)};
     index_block_stream stream(source.ntfs(), runs, 0);
     while (stream.next()) {

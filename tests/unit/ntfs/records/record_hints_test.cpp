@@ -7,8 +7,8 @@
 #include <set>
 #include <vector>
 
-#include "support/system_hints.h"
 #include "unit/ntfs/open_volume.h"
+#include "unit/storage/fresh_hints.h"
 
 namespace {
 
@@ -56,13 +56,13 @@ protected:
 };
 
 TEST_F(RecordHints, NothingIsAnnouncedAsLongAsReadsDoNotWait) {
-    const system_hints system(cache::full);
+    const fresh_hints system(cache::full);
     hints_of_a_walk(entries(64, 1000), system);
     EXPECT_TRUE(system.given.empty());
 }
 
 TEST_F(RecordHints, RecordsAfterTheFirstSlowReadAreAnnounced) {
-    const system_hints system(cache::empty);
+    const fresh_hints system(cache::empty);
     ASSERT_FALSE(m_volume.ntfs.disk()->has_waited());
     const auto hints = hints_of_a_walk(entries(64, 5), system);
     ASSERT_EQ(hints.size(), 1u) << "neighbours are one piece";
@@ -71,7 +71,7 @@ TEST_F(RecordHints, RecordsAfterTheFirstSlowReadAreAnnounced) {
 }
 
 TEST_F(RecordHints, SlowReadBeforeTheListCounts) {
-    const system_hints system(cache::empty);
+    const fresh_hints system(cache::empty);
     read(5);
     const auto hints = hints_of_a_walk(entries(64, 5), system);
     ASSERT_EQ(hints.size(), 1u);
@@ -81,7 +81,7 @@ TEST_F(RecordHints, SlowReadBeforeTheListCounts) {
 
 // Every eighth record, two pages apart: a piece each, 256 ahead at most and at least 127.
 TEST_F(RecordHints, EachRecordIsAnnouncedOnceAndInTime) {
-    const system_hints system(cache::empty);
+    const fresh_hints system(cache::empty);
     read(5);
     const entry_list list = entries(64, 240, 8);
     const auto hints = hints_of_a_walk(list, system);
@@ -94,7 +94,7 @@ TEST_F(RecordHints, EachRecordIsAnnouncedOnceAndInTime) {
 }
 
 TEST_F(RecordHints, LongListIsAnnouncedInParts) {
-    const system_hints system(cache::empty);
+    const fresh_hints system(cache::empty);
     read(5);
     const entry_list list = entries(64, 1900);
     std::vector<std::size_t> reads_before(records, records);
@@ -115,7 +115,7 @@ TEST_F(RecordHints, LongListIsAnnouncedInParts) {
 }
 
 TEST_F(RecordHints, SetsAndEmptyListsWork) {
-    const system_hints system(cache::empty);
+    const fresh_hints system(cache::empty);
     read(5);
     const std::set<std::uint64_t> none;
     record_hints nothing(m_volume.ntfs, none.begin(), none.end(), none_skipped);
@@ -130,7 +130,7 @@ TEST_F(RecordHints, SetsAndEmptyListsWork) {
 
 // Directories contain themselves.
 TEST_F(RecordHints, SkippedEntryIsNotAnnounced) {
-    const system_hints system(cache::empty);
+    const fresh_hints system(cache::empty);
     read(5);
     const entry_list list = {64, 128, 192};
     record_hints ahead(m_volume.ntfs, list.begin(), list.end(), 128);
@@ -143,7 +143,7 @@ TEST_F(RecordHints, SkippedEntryIsNotAnnounced) {
 }
 
 TEST_F(RecordHints, FailedReadEndsTheHints) {
-    const system_hints system(cache::empty);
+    const fresh_hints system(cache::empty);
     read(5);
     const int open_fd = m_volume.ntfs.m_disk->fd;
     m_volume.ntfs.m_disk->fd = 1'000'000;  // not open: reads fail

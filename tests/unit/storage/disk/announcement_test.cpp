@@ -8,8 +8,8 @@
 
 #include "storage/disk/raw_disk.h"
 #include "support/byte_image.h"
-#include "support/system_hints.h"
 #include "unit/storage/disk_file.h"
+#include "unit/storage/fresh_hints.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ constexpr std::uint64_t size = 100 * page + 10;
 // Returns the hints that a batch of these pieces gives.
 hints given(const std::vector<std::pair<std::uint64_t, std::uint64_t>>& pieces) {
     disk_file file{byte_image(size)};
-    const system_hints system(system_hints::cache::empty);
+    const fresh_hints system(system_hints::cache::empty);
     {
         announcement batch(file.disk);
         for (const auto& [offset, count] : pieces)
@@ -61,7 +61,7 @@ TEST(Announcement, EndsAtTheEndOfTheSource) {
 
 TEST(Announcement, SourceThatIsNotOpenGetsNone) {
     CRawDisk none(L"/nowhere/at/all");
-    const system_hints system(system_hints::cache::empty);
+    const fresh_hints system(system_hints::cache::empty);
     announcement(none).add(0, 10);
     none.announce(0, 10);
     EXPECT_FALSE(none.has_waited());
@@ -70,7 +70,7 @@ TEST(Announcement, SourceThatIsNotOpenGetsNone) {
 
 TEST(Announcement, DriveGetsNone) {
     drive_file drive{byte_image(size)};
-    const system_hints system(system_hints::cache::empty);
+    const fresh_hints system(system_hints::cache::empty);
     drive.disk.announce(0, 10);
     EXPECT_EQ(system.given, hints{});
 }
@@ -79,7 +79,7 @@ TEST(Announcement, DriveGetsNone) {
 
 TEST(Announcement, DiskSaysWhetherItsLastReadHasWaited) {
     disk_file file{byte_image(size)};
-    system_hints system(system_hints::cache::empty);
+    fresh_hints system(system_hints::cache::empty);
     EXPECT_FALSE(file.disk.has_waited());
     char byte = 0;
     std::uint32_t count = 1;

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "support/system_hints.h"
 #include "support/temp_dir.h"
+#include "unit/storage/fresh_hints.h"
 
 namespace {
 
@@ -47,7 +47,7 @@ protected:
 TEST_F(HintedReads, ReturnWhatIsThereWhateverIsCached) {
     for (const cache state : {cache::empty, cache::full, cache::half, cache::not_asked}) {
         SCOPED_TRACE(static_cast<int>(state));
-        const system_hints system(state);
+        const fresh_hints system(state);
         EXPECT_EQ(read(4, 3), "3456");
         EXPECT_EQ(read(4, 8), "89");
         EXPECT_EQ(read(4, 10), "");
@@ -57,7 +57,7 @@ TEST_F(HintedReads, ReturnWhatIsThereWhateverIsCached) {
 }
 
 TEST_F(HintedReads, WaitUnlessEverythingIsCached) {
-    system_hints system(cache::empty);
+    fresh_hints system(cache::empty);
     EXPECT_FALSE(m_reads.has_waited());
     read(4, 3);
     EXPECT_TRUE(m_reads.has_waited());
@@ -71,7 +71,7 @@ TEST_F(HintedReads, WaitUnlessEverythingIsCached) {
 
 TEST_F(HintedReads, FailLikeTheSystemCall) {
     for (const cache state : {cache::empty, cache::not_asked}) {
-        const system_hints system(state);
+        const fresh_hints system(state);
         m_reads = {};
         EXPECT_TRUE(fails());
     }
@@ -80,14 +80,14 @@ TEST_F(HintedReads, FailLikeTheSystemCall) {
 
 // The first refusal is the last question: every read is then a plain one.
 TEST_F(HintedReads, SystemThatDoesNotSayIsNotAskedAgain) {
-    system_hints system(cache::not_asked);
+    fresh_hints system(cache::not_asked);
     EXPECT_EQ(read(4, 3), "3456");
     EXPECT_EQ(read(4, 4), "4567");
     EXPECT_EQ(system.questions, 1);
 }
 
 TEST_F(HintedReads, AnnounceInPiecesOf128KiB) {
-    const system_hints system(cache::empty);
+    const fresh_hints system(cache::empty);
     m_reads.announce(m_fd, 5, 1);
     m_reads.announce(m_fd, 100, 128 * kib);
     m_reads.announce(m_fd, 7, 300 * kib);
@@ -100,11 +100,11 @@ TEST_F(HintedReads, AnnounceInPiecesOf128KiB) {
 }
 
 TEST_F(HintedReads, NoHintsAfterAFailedRead) {
-    const system_hints system(cache::empty);
+    const fresh_hints system(cache::empty);
     m_reads.announce(m_fd, 0, 1);
-    EXPECT_FALSE(m_reads.has_failed());
+    EXPECT_FALSE(source_read_has_failed);
     fails();
-    EXPECT_TRUE(m_reads.has_failed());
+    EXPECT_TRUE(source_read_has_failed);
     m_reads.announce(m_fd, 1, 1);
     read(4, 3);
     m_reads.announce(m_fd, 2, 1);
@@ -112,7 +112,7 @@ TEST_F(HintedReads, NoHintsAfterAFailedRead) {
 }
 
 TEST_F(HintedReads, ReadPastTheEndIsNoFailure) {
-    const system_hints system(cache::empty);
+    const fresh_hints system(cache::empty);
     read(4, 100);
     m_reads.announce(m_fd, 0, 1);
     EXPECT_EQ(system.given.size(), 1u);
@@ -120,25 +120,36 @@ TEST_F(HintedReads, ReadPastTheEndIsNoFailure) {
 
 // An offset of -1 is not the current position of the file.
 TEST_F(HintedReads, OffsetsPastTheLargestFileFailAndAreNoFaultOfTheDevice) {
-    system_hints system(cache::full);
+    fresh_hints system(cache::full);
     for (const std::uint64_t offset : {~std::uint64_t{0}, std::uint64_t{1} << 63}) {
         EXPECT_EQ(read(4, offset), "failed");
         EXPECT_FALSE(m_reads.has_waited());
     }
-    EXPECT_FALSE(m_reads.has_failed());
+    EXPECT_FALSE(source_read_has_failed);
     EXPECT_EQ(system.questions, 0);
     EXPECT_EQ(read(4, 3), "3456");
     EXPECT_EQ(system.questions, 1);
 }
 
 TEST_F(HintedReads, RefusedHintIsTheLast) {
-    system_hints system(cache::empty);
+    fresh_hints system(cache::empty);
     system.refusal = EINVAL;
     m_reads.announce(m_fd, 0, 1);
     system.refusal = 0;
     m_reads.announce(m_fd, 1, 1);
     EXPECT_TRUE(system.given.empty());
-    EXPECT_TRUE(m_reads.has_failed());
+    hinted_reads others;
+    others.announce(m_fd, 2, 1);
+    EXPECT_EQ(system.given.size(), 1u) << "another source may take hints";
+}
+
+// A source is opened several times in a run.
+TEST_F(HintedReads, FailedReadOfAnotherOpenEndsTheHints) {
+    const fresh_hints system(cache::empty);
+    hinted_reads others;
+    fails();
+    others.announce(m_fd, 0, 1);
+    EXPECT_TRUE(system.given.empty());
 }
 
 }  // namespace

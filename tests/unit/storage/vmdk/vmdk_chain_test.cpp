@@ -13,10 +13,10 @@
 
 #include "storage/disk/raw_disk.h"
 #include "support/byte_image.h"
-#include "support/system_hints.h"
 #include "support/temp_dir.h"
 #include "support/vmdk_image.h"
 #include "unit/storage/disk_file.h"
+#include "unit/storage/fresh_hints.h"
 
 namespace {
 
@@ -407,7 +407,7 @@ TEST(VmdkChainHints, GoToTheFilesThatHoldTheGrains) {
     const vmdk_image old_file = layer("AAA.A", 1, none);
     const vmdk_image new_file = layer(".B", 2, 1);
     linked_chain c({old_file, new_file});
-    const support::system_hints system(support::system_hints::cache::empty);
+    const fresh_hints system(support::system_hints::cache::empty);
     c.chain.announce(grain_size - 10, 4 * grain_size + 10);  // grains 0 to 4, without the fifth
     EXPECT_EQ(system.given,
               (std::vector<support::given_hint>{{grain_pos(old_file, 0) + grain_size - 10, 10},
@@ -420,14 +420,14 @@ TEST(VmdkChainHints, EndWithTheFile) {
     const vmdk_image base = layer("AB", 1, none);
     linked_chain c({base});
     c.chain.base->file_size = grain_pos(base, 1) + 100;
-    const support::system_hints system(support::system_hints::cache::empty);
+    const fresh_hints system(support::system_hints::cache::empty);
     c.chain.announce(grain_size, grain_size);
     EXPECT_EQ(system.given, (std::vector<support::given_hint>{{grain_pos(base, 1), 100}}));
 }
 
 TEST(VmdkChainHints, EndWithTheFirstFailedReadOfAnyFile) {
     linked_chain c({layer("A.", 1, none), layer(".B", 2, 1)});
-    const support::system_hints system(support::system_hints::cache::empty);
+    const fresh_hints system(support::system_hints::cache::empty);
     const int open_fd = std::exchange(c.chain.newest->fd, -1);
     EXPECT_EQ(c.grains(2), "A0") << "a grain that cannot be read is zero";
     c.chain.newest->fd = open_fd;
@@ -436,7 +436,7 @@ TEST(VmdkChainHints, EndWithTheFirstFailedReadOfAnyFile) {
 }
 
 TEST(VmdkChainHints, ChainThatIsNotReadyOrHasNoGrainsGetsNone) {
-    const support::system_hints system(support::system_hints::cache::empty);
+    const fresh_hints system(support::system_hints::cache::empty);
     vmdk_chain empty;
     empty.announce(0, 10);
     linked_chain c({layer("A", 1, none)});
@@ -447,7 +447,7 @@ TEST(VmdkChainHints, ChainThatIsNotReadyOrHasNoGrainsGetsNone) {
 
 TEST(VmdkChainHints, WaitedIfAnyFileHas) {
     linked_chain c({layer("A.", 1, none), layer(".B", 2, 1)});
-    support::system_hints system(support::system_hints::cache::empty);
+    fresh_hints system(support::system_hints::cache::empty);
     EXPECT_FALSE(c.chain.has_waited());
     EXPECT_EQ(c.grains(2), "AB");
     EXPECT_TRUE(c.chain.has_waited());
