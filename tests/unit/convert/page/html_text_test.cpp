@@ -32,7 +32,7 @@ TEST(HtmlText, EscapesCharactersOfHtml) {
         {"delete", "\x7F", "\\x7f"},
         {"C1", "\xC2\x9B", "\\x9b"},
         {"no-break space", "\xC2\xA0", "\xC2\xA0"},
-        {"to the left", "\xE2\x80\xAE", "\\u202e"},  // NOLINT(misc-misleading-bidirectional)
+        {"to the left", "\xE2\x80\xAE", "\\u202e"},
         {"no width", "\xEF\xBB\xBF", "\\ufeff"},
         {"not a character", "\xEF\xBF\xBE\xEF\xB7\x90", "\\ufffe\\ufdd0"},
         {"not a character, plane 16", "\xF4\x8F\xBF\xBF", "\\u10ffff"},
@@ -49,7 +49,7 @@ TEST(HtmlText, EscapesCharactersOfHtml) {
 }
 
 TEST(HtmlText, MarksTheEscapesOfANameAndBreaksItAfterBackslashes) {
-    EXPECT_EQ(name_of("\\a\\<\n\xE2\x80\xAE"),  // NOLINT(misc-misleading-bidirectional)
+    EXPECT_EQ(name_of("\\a\\<\n\xE2\x80\xAE"),
               "<bdi>\\<wbr>a\\<wbr>&lt;<span class=\"esc\">\\x0a</span>"
               "<span class=\"esc\">\\u202e</span></bdi>");
     EXPECT_EQ(name_of("\xED\xA0\x80"), "<bdi>\xEF\xBF\xBD</bdi>");
