@@ -20,6 +20,16 @@ ssize_t read_now(int fd, const iovec* parts, int count, off64_t offset, int flag
 
 namespace support {
 
+bool reads_cached_bytes(const std::string& path) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    char byte = 0;
+    const iovec part{&byte, 1};
+    const ssize_t done = read_now(fd, &part, 1, 0, RWF_NOWAIT);
+    const bool is_supported = done != -1 || errno == EAGAIN;
+    ::close(fd);
+    return is_supported;
+}
+
 system_hints::system_hints(cache wanted) : state(wanted) {
     if (in_control != nullptr) throw std::logic_error("two objects answer the system calls");
     in_control = this;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace support {
@@ -13,6 +14,10 @@ struct given_hint {
 
     bool operator==(const given_hint&) const = default;
 };
+
+// Returns true if the system, and the file system of `path`, can read what is cached without
+// waiting.
+bool reads_cached_bytes(const std::string& path);
 
 // Answers the calls preadv2 and posix_fadvise of this process as long as it exists; there can be
 // one at a time. Other reads and their results are not changed.
