@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Checks that the unit tests mirror src.
 
-    check_tests.py <src> <tests/unit> <layers.txt>
+    check_tests.py <src> <tests/unit> <layers.txt> [--without SUBSYSTEM]
 
-layers.txt is the file that check_layers.py reads. A test file is named after a source file, or after
+layers.txt is the file that check_layers.py reads. The files of a subsystem that is not built are
+skipped. A test file is named after a source file, or after
 a header without one: <name>_test.cpp, or <name>_<subject>_test.cpp for a part of its tests. If
 several names fit, the longest is meant. Checked are:
 
@@ -23,9 +24,10 @@ import sys
 SUFFIX = "_test.cpp"
 
 
-def files_below(folder, pattern):
-    """The files that match a pattern, relative to the folder."""
-    return sorted(path.relative_to(folder) for path in folder.rglob(pattern))
+def files_below(folder, pattern, without):
+    """The files that match a pattern, relative to the folder, except for one subsystem."""
+    found = (path.relative_to(folder) for path in folder.rglob(pattern))
+    return sorted(path for path in found if path.parts[0] != without)
 
 
 def tested_file(test, names):
@@ -35,10 +37,10 @@ def tested_file(test, names):
     return max(fitting, key=len, default=None)
 
 
-def names_by_folder(src):
+def names_by_folder(src, without):
     """The names of the files in each folder of src, without their suffixes."""
     names = {}
-    for path in [*files_below(src, "*.cpp"), *files_below(src, "*.h")]:
+    for path in [*files_below(src, "*.cpp", without), *files_below(src, "*.h", without)]:
         names.setdefault(path.parent, set()).add(path.stem)
     return names
 
@@ -50,11 +52,11 @@ def is_in_target(unit, test):
     return lists.is_file() and name in lists.read_text(encoding="utf-8").split()
 
 
-def wrong_tests(src, unit, layers):
+def wrong_tests(src, unit, layers, without):
     """Test files in the wrong place, and source files without one."""
-    names = names_by_folder(src)
+    names = names_by_folder(src, without)
     tested = set()
-    for test in files_below(unit, "*.cpp"):
+    for test in files_below(unit, "*.cpp", without):
         folder = test.parent
         if not test.name.endswith(SUFFIX):
             yield f"{test} does not end in {SUFFIX}"
@@ -68,7 +70,7 @@ def wrong_tests(src, unit, layers):
         if not is_in_target(unit, test):
             yield f"{test} is in no target"
         tested.add((folder, name))
-    for source in files_below(src, "*.cpp"):
+    for source in files_below(src, "*.cpp", without):
         if source.name != "main.cpp" and (source.parent, source.stem) not in tested:
             yield f"{source} has no test file"
 
@@ -79,10 +81,11 @@ def main():
     parser.add_argument("src", type=pathlib.Path)
     parser.add_argument("unit", type=pathlib.Path)
     parser.add_argument("listing", type=pathlib.Path)
+    parser.add_argument("--without", default="")
     wanted = parser.parse_args()
     lines = wanted.listing.read_text(encoding="utf-8").splitlines()
     layers = {line.split(": ", 1)[0] for line in lines}
-    wrong = list(wrong_tests(wanted.src, wanted.unit, layers))
+    wrong = list(wrong_tests(wanted.src, wanted.unit, layers, wanted.without))
     print("\n".join(wrong))
     return 1 if wrong else 0
 
