@@ -4,9 +4,9 @@
     check_tests.py <src> <tests/unit> <layers.txt> [--without SUBSYSTEM]
 
 layers.txt is the file that check_layers.py reads. The files of a subsystem that is not built are
-skipped. A test file is named after a source file, or after
-a header without one: <name>_test.cpp, or <name>_<subject>_test.cpp for a part of its tests. If
-several names fit, the longest is meant. Checked are:
+skipped. A test file is named after a source file, or after a header without one: <name>_test.cpp, or
+<name>_<subject>_test.cpp for a part of its tests. If several names fit, the longest is meant. Checked
+are:
 
 - the sources: each source file of src, except main.cpp, has a test file in the same folder of
   tests/unit;
