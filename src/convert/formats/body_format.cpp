@@ -10,20 +10,13 @@ namespace {
 constexpr std::string_view name_mark = " ($FILE_NAME)";
 constexpr std::string_view deleted_mark = " (deleted)";
 
-void append_percent(std::string& out, char32_t value) {
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    out += '%';
-    out += digits[value >> 4 & 15];
-    out += digits[value & 15];
-}
-
 void append_character(std::string& out, const character& next, std::string_view bytes) {
     if (next.what != character::kind::valid) {
         out += replacement_character;
     } else if (next.value == '\\') {
         out += '/';
     } else if (next.value == '%' || next.value == '|' || next.value == '/') {
-        append_percent(out, next.value);
+        append_percent_escape(out, bytes);
     } else if (is_control(next.value)) {
         out += "\\x";
         ql::append_hex(out, next.value, 2);

@@ -44,13 +44,16 @@ void append_kinds(std::string& out, const row_change& change, std::string_view q
     }
 }
 
+void append_number(std::string& out, std::uint64_t value, std::size_t width) {
+    ql::append_decimal(out, value, width);
+    out += ' ';
+}
+
 void append_bytes(std::string& out, const listing_row* row) {
-    std::string text = "-";
-    if (row != nullptr) {
-        text.clear();
-        ql::append_decimal(text, row->allocated_size);
-    }
-    append_right(out, text, bytes_width);
+    if (row != nullptr)
+        append_number(out, row->allocated_size, bytes_width);
+    else
+        append_right(out, "-", bytes_width);
 }
 
 // Appends the letters of the times that differ, of four bits of changed_times().
@@ -67,16 +70,6 @@ bool needs_escape(char32_t value) {
            is_invisible(value);
 }
 
-void append_escaped(std::string& out, std::string_view bytes) {
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        out += '%';
-        out += digits[byte >> 4];
-        out += digits[byte & 15u];
-    }
-}
-
 void append_path(std::string& out, std::string_view path) {
     while (!path.empty()) {
         const character next = decode_character(path);
@@ -85,7 +78,7 @@ void append_path(std::string& out, std::string_view path) {
         if (next.what != character::kind::valid)
             out += replacement_character;
         else if (needs_escape(next.value))
-            append_escaped(out, bytes);
+            append_percent_escape(out, bytes);
         else
             out += bytes;
     }
@@ -118,16 +111,12 @@ std::string change_table::heading() const {
 
 void change_table::append(std::string& out, const row_change& change) {
     const listing_row& row = change.row();
-    std::string text;
-    append_kinds(text, change, "");
-    append_left(out, text, change_width);
+    std::string kinds;
+    append_kinds(kinds, change, "");
+    append_left(out, kinds, change_width);
     append_left(out, type_name(row.type), type_width);
-    text.clear();
-    ql::append_decimal(text, row.entry);
-    append_right(out, text, entry_width);
-    text.clear();
-    ql::append_decimal(text, row.sequence);
-    append_right(out, text, sequence_width);
+    append_number(out, row.entry, entry_width);
+    append_number(out, row.sequence, sequence_width);
     append_bytes(out, change.before);
     append_bytes(out, change.after);
     append_letters(out, change.times);

@@ -11,6 +11,11 @@ std::uint32_t byte_at(std::string_view text, std::size_t at) {
     return static_cast<unsigned char>(text[at]);
 }
 
+void append_digits(std::string& out, std::uint32_t byte, std::string_view digits) {
+    out += digits[byte >> 4];
+    out += digits[byte & 15];
+}
+
 // Returns the length of the character that begins with `lead`, or 0 if none does.
 std::size_t length_from_lead(std::uint32_t lead) {
     if (lead < 0x80) return 1;
@@ -67,10 +72,14 @@ void append_valid(std::string& out, std::string_view text) {
 }
 
 void append_hex_bytes(std::string& out, std::string_view bytes) {
-    constexpr std::string_view digits = "0123456789abcdef";
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        append_digits(out, byte_at(bytes, i), "0123456789abcdef");
+}
+
+void append_percent_escape(std::string& out, std::string_view bytes) {
     for (std::size_t i = 0; i < bytes.size(); ++i) {
-        out += digits[byte_at(bytes, i) >> 4];
-        out += digits[byte_at(bytes, i) & 15];
+        out += '%';
+        append_digits(out, byte_at(bytes, i), "0123456789ABCDEF");
     }
 }
 

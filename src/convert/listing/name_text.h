@@ -54,4 +54,7 @@ void append_valid(std::string& out, std::string_view text);
 // Appends each byte as two lower-case hexadecimal digits.
 void append_hex_bytes(std::string& out, std::string_view bytes);
 
+// Appends each byte as "%" and two upper-case hexadecimal digits.
+void append_percent_escape(std::string& out, std::string_view bytes);
+
 }  // namespace convert

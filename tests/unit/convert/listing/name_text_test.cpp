@@ -65,6 +65,12 @@ TEST(NameText, HexadecimalHasTwoDigitsAByte) {
     EXPECT_EQ(out, "000fa0ff");
 }
 
+TEST(NameText, PercentEscapesHaveUpperCaseDigits) {
+    std::string out = "a";
+    convert::append_percent_escape(out, std::string("\0\x0F\xA0\xFF|", 5));
+    EXPECT_EQ(out, "a%00%0F%A0%FF%7C");
+}
+
 TEST(NameText, CharactersThatAreNotPrinted) {
     for (const char32_t value : {U'\x0', U'\x1F', U'\x7F', U'\x9F'})
         EXPECT_TRUE(convert::is_control(value)) << std::uint32_t{value};
