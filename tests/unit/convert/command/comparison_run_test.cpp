@@ -3,14 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
-
 #include "support/temp_dir.h"
+#include "unit/convert/command_run.h"
 #include "unit/convert/listing_text.h"
 
 namespace {
 
+using command_run::outcome;
 using convert::command_line;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -18,18 +17,7 @@ using testing::StartsWith;
 
 const std::string start = listing_text::head() + listing_text::header();
 
-struct outcome {
-    int status;
-    std::string standard_output, standard_error;
-};
-
-outcome run(const command_line& line) {
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    const int status = convert::compare_listings(line);
-    std::string output = testing::internal::GetCapturedStdout();
-    return {status, std::move(output), testing::internal::GetCapturedStderr()};
-}
+outcome run(const command_line& line) { return command_run::run(convert::compare_listings, line); }
 
 // A folder with two listings, and the command line that compares them.
 struct job {
@@ -39,13 +27,7 @@ struct job {
         line.output = dir.file("changes");
         line.summary = true;
     }
-    std::vector<std::string> files() const {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(dir.path()))
-            names.push_back(entry.path().filename());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
+    std::vector<std::string> files() const { return command_run::names_in(dir); }
 
     support::temp_dir dir;
     command_line line;

@@ -3,14 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
-
+#include "unit/convert/command_run.h"
 #include "unit/convert/fake_programs.h"
 #include "unit/convert/listing_text.h"
 
 namespace {
 
+using command_run::outcome;
 using convert::command_line;
 using fake_programs::search_path;
 using fake_programs::write_script;
@@ -27,18 +26,7 @@ const convert::format* csv() {
     return nullptr;
 }
 
-struct outcome {
-    int status;
-    std::string standard_output, standard_error;
-};
-
-outcome run(const command_line& line) {
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    const int status = convert::convert_listing(line);
-    std::string output = testing::internal::GetCapturedStdout();
-    return {status, std::move(output), testing::internal::GetCapturedStderr()};
-}
+outcome run(const command_line& line) { return command_run::run(convert::convert_listing, line); }
 
 // A folder with a listing, and the command line that converts it.
 struct job {
@@ -47,13 +35,7 @@ struct job {
         line.input = dir.write("listing", listing);
         line.output = dir.file("out.csv");
     }
-    std::vector<std::string> files() const {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(dir.path()))
-            names.push_back(entry.path().filename());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
+    std::vector<std::string> files() const { return command_run::names_in(dir); }
 
     support::temp_dir dir;
     command_line line;
