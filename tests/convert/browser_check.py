@@ -10,12 +10,12 @@ is one.
 """
 
 import os
-import subprocess
 import sys
 import tempfile
 import unittest
 
 from chromium import Chromium, find_chromium
+from sample_pages import write_pages
 
 WIDTHS = (320, 360, 768, 1280, 1600)
 # The contrast of the text of each element with the page, as the guidelines for accessibility define
@@ -53,13 +53,7 @@ class Browser(unittest.TestCase):
         if not find_chromium():
             raise unittest.SkipTest("chromium is not installed")
         cls.folder = tempfile.TemporaryDirectory()
-        cls.pages = {}
-        for kind in ("demo", "hostile"):
-            image = os.path.join(cls.folder.name, kind + ".dd")
-            cls.pages[kind] = os.path.join(cls.folder.name, kind + ".html")
-            subprocess.run([SAMPLE, kind, image], check=True)
-            subprocess.run([CONVERT, "--to", "html", "--output", cls.pages[kind], "--", "-image",
-                            image, "-level", "99", "-objid"], check=True, stderr=subprocess.DEVNULL)
+        cls.pages = write_pages(CONVERT, SAMPLE, cls.folder.name)
         cls.pictures = PICTURES or cls.folder.name
         cls.browser = Chromium()
         cls.browser.__enter__()

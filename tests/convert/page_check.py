@@ -17,6 +17,7 @@ import tempfile
 import unittest
 
 from read_back import FOLDER, NAMES, STREAM, shown
+from sample_pages import write_pages
 
 # Prints a line of JSON for each path in the tables and each kind of element. Fails at the first
 # error of the page.
@@ -62,13 +63,7 @@ class Page(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.folder = tempfile.TemporaryDirectory()
-        cls.pages = {}
-        for kind in ("demo", "hostile"):
-            image = os.path.join(cls.folder.name, kind + ".dd")
-            cls.pages[kind] = os.path.join(cls.folder.name, kind + ".html")
-            subprocess.run([SAMPLE, kind, image], check=True)
-            subprocess.run([CONVERT, "--to", "html", "--output", cls.pages[kind], "--", "-image",
-                            image, "-level", "99", "-objid"], check=True, stderr=subprocess.DEVNULL)
+        cls.pages = write_pages(CONVERT, SAMPLE, cls.folder.name)
 
     @classmethod
     def tearDownClass(cls):
