@@ -86,10 +86,7 @@ bool index_block_stream::find_cluster() {
 // Skips whole blocks of the run that the source does not store.
 void index_block_stream::pass_unheld_blocks() {
     if (m_parts != 0 || m_cluster_at != 0) return;
-    const CRawDisk& disk = *m_ntfs.disk();
-    const data_run& run = m_runs[m_at.run];
-    const std::uint64_t left = (run.num_clusters - m_at.next) * m_cluster_size;
-    const std::uint64_t unheld = disk.unheld_bytes(source_pos(m_at), left) / m_cluster_size;
+    const std::uint64_t unheld = unheld_clusters(m_at);
     std::uint64_t blocks =
         m_parts_per_block != 0 ? unheld / m_parts_per_block : unheld * m_blocks_per_cluster;
     blocks = std::min<std::uint64_t>(blocks, m_num_blocks - m_done);
@@ -118,6 +115,12 @@ std::uint64_t index_block_stream::source_pos(const cluster_cursor& cluster) cons
     return (m_runs[cluster.run].lcn + cluster.next) * m_cluster_size + m_ntfs.m_volume_offset;
 }
 
+// Returns how many clusters of the run, from this one on, the source does not store.
+std::uint64_t index_block_stream::unheld_clusters(const cluster_cursor& cluster) const {
+    const std::uint64_t left = (m_runs[cluster.run].num_clusters - cluster.next) * m_cluster_size;
+    return m_ntfs.disk()->unheld_bytes(source_pos(cluster), left) / m_cluster_size;
+}
+
 // Announces clusters from the current one on: 1 MiB, or two clusters if they are larger. Skips
 // those that the source does not store.
 void index_block_stream::announce_clusters() {
@@ -130,10 +133,10 @@ void index_block_stream::announce_clusters() {
         const data_run& run = m_runs[m_next_hint.run];
         if (run.sparse != 0) continue;
         while (m_next_hint.next < run.num_clusters && m_next_hint.number() < wanted.end) {
-            const std::uint64_t start = source_pos(m_next_hint);
-            const std::uint64_t left = (run.num_clusters - m_next_hint.next) * m_cluster_size;
-            const std::uint64_t unheld = disk.unheld_bytes(start, left) / m_cluster_size;
-            if (unheld == 0) batch.add(start, std::min(m_cluster_size, most_bytes_ahead));
+            const std::uint64_t unheld = unheld_clusters(m_next_hint);
+            if (unheld == 0) {
+                batch.add(source_pos(m_next_hint), std::min(m_cluster_size, most_bytes_ahead));
+            }
             m_next_hint.next += std::max<std::uint64_t>(unheld, 1);
         }
         if (m_next_hint.next < run.num_clusters) return;

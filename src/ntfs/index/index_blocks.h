@@ -59,6 +59,7 @@ private:
     void pass_unheld_blocks();
     bool read_cluster();
     std::uint64_t source_pos(const cluster_cursor& cluster) const;
+    std::uint64_t unheld_clusters(const cluster_cursor& cluster) const;
     void announce_clusters();
     bool next_of_cluster();
     void add_part();
