@@ -75,11 +75,14 @@ std::uint64_t vmdk_chain::file_bytes() const {
     return total;
 }
 
-vmdk_extent* vmdk_chain::holder_of(std::uint64_t offset) const {
-    for (vmdk_extent* extent = newest; extent != nullptr; extent = extent->parent) {
-        if (extent->has_grain(offset)) return extent;
-    }
-    return nullptr;
+// Returns the part of a grain from `offset` on, of at most `most` bytes, and the newest file that
+// contains it.
+vmdk_chain::grain_part vmdk_chain::part_at(std::uint64_t offset, std::uint64_t most) const {
+    vmdk_extent* holder = newest;
+    while (holder != nullptr && !holder->has_grain(offset))
+        holder = holder->parent;
+    const std::uint64_t left = (holder != nullptr ? holder : base)->grain_left(offset);
+    return {holder, std::min(left, most)};
 }
 
 std::uint64_t vmdk_chain::next_held(std::uint64_t offset, std::uint64_t end) const {
@@ -100,14 +103,12 @@ bool vmdk_chain::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t&
     if (!ready || buffer == nullptr || count == 0) return false;
     m_has_waited = false;
     for (std::uint32_t done = 0; done < count;) {
-        vmdk_extent* const holder = holder_of(offset);
-        const std::uint64_t left = (holder != nullptr ? holder : base)->grain_left(offset);
-        std::uint32_t step =
-            static_cast<std::uint32_t>(std::min<std::uint64_t>(count - done, left));
-        if (step == 0) return false;  // grains without a size
+        const grain_part part = part_at(offset, count - done);
+        std::uint32_t step = static_cast<std::uint32_t>(part.size);
+        if (step == 0) return false;
         // A grain that cannot be read is zero, like one that no file contains.
-        if (holder != nullptr && holder->read(buffer + done, offset, step)) {
-            m_has_waited |= holder->has_waited();
+        if (part.holder != nullptr && part.holder->read(buffer + done, offset, step)) {
+            m_has_waited |= part.holder->has_waited();
         } else {
             std::memset(buffer + done, 0, step);
         }
@@ -120,12 +121,10 @@ bool vmdk_chain::read(std::uint8_t* buffer, std::uint64_t offset, std::uint32_t&
 void vmdk_chain::announce(std::uint64_t offset, std::uint64_t count) {
     if (!ready) return;
     while (count != 0) {
-        vmdk_extent* const holder = holder_of(offset);
-        const std::uint64_t left = (holder != nullptr ? holder : base)->grain_left(offset);
-        const std::uint64_t step = std::min(count, left);
-        if (step == 0) return;  // grains without a size
-        if (holder != nullptr) holder->announce(offset, step);
-        offset += step;
-        count -= step;
+        const grain_part part = part_at(offset, count);
+        if (part.size == 0) return;
+        if (part.holder != nullptr) part.holder->announce(offset, part.size);
+        offset += part.size;
+        count -= part.size;
     }
 }

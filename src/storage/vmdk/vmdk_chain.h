@@ -61,7 +61,11 @@ public:
     void walk_children();
 
 private:
-    vmdk_extent* holder_of(std::uint64_t offset) const;
+    struct grain_part {
+        vmdk_extent* holder = nullptr;  // null if no file contains the grain
+        std::uint64_t size = 0;         // 0 if grains have no size
+    };
+    grain_part part_at(std::uint64_t offset, std::uint64_t most) const;
 
     bool m_has_waited = false;
     std::vector<std::unique_ptr<vmdk_extent>> m_unused;  // second files of a CID
