@@ -121,7 +121,9 @@ bool output_file::rename_to_path() {
         return true;
     if (errno != EINVAL && errno != ENOSYS) return false;
     // The file system cannot rename without replacing. A link never replaces a file.
-    return ::link(m_temporary.c_str(), m_path.c_str()) == 0 && ::unlink(m_temporary.c_str()) == 0;
+    if (::link(m_temporary.c_str(), m_path.c_str()) != 0) return false;
+    ::unlink(m_temporary.c_str());
+    return true;
 }
 
 bool output_file::commit() {
