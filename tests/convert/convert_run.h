@@ -17,8 +17,9 @@ namespace convert_run {
 
 using words = std::vector<std::string>;
 
-inline support::program_result convert(const words& arguments) {
-    return support::run_built_program(QUORVEL_CONVERT_PROGRAM, arguments);
+inline support::program_result convert(const words& arguments,
+                                       const support::program_options& options = {}) {
+    return support::run_built_program(QUORVEL_CONVERT_PROGRAM, arguments, options);
 }
 
 // Runs a script of /bin/sh; quorvel-convert is $0, and the arguments are $1 and so on.

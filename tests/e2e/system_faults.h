@@ -13,7 +13,7 @@ namespace e2e {
 
 // An effect on calls of one kind.
 struct system_fault {
-    std::string call;  // "read", "write", "open", "cached" or "hint"; see fault_shim.c
+    std::string call;  // "read", "write", "open", "stat" and so on; see fault_shim.c
     std::string path;  // the end of the file's name; "*" any; "1", "2" standard output, error
     // An errno such as "EIO"; "half", "less" or "nothing" for a short count; "unseekable" for an
     // open of a file that does not support seeking.

@@ -1,8 +1,9 @@
 // Intercepts the file system calls of a program. It is loaded before the C library with LD_PRELOAD,
 // and does nothing unless its variables are set. See system_faults.h, which sets them.
 //
-//   QUORVEL_FAULT_LOG    log file for calls that open, create, change or delete files and, if there
-//                        is a fault of the kind "cached", for reads of files and hints
+//   QUORVEL_FAULT_LOG    log file for calls that open, create, change or delete files, for each
+//                        fault that takes effect and, if there is a fault of the kind "cached",
+//                        for reads of files and hints
 //   QUORVEL_FAULT_<n>    n from 0: one fault, "call path first last offset end effect"
 //
 // A fault affects the calls `first` to `last` (counted from 1) of that kind, on a file whose name
@@ -12,7 +13,9 @@
 // returns a file whose end cannot be sought.
 //
 // "cached" is a read that must not wait (preadv2). Without a fault it is not supported, so that all
-// reads are of the kind "read"; "allowed" lets it pass. "hint" is posix_fadvise.
+// reads are of the kind "read"; "allowed" lets it pass. "hint" is posix_fadvise, "stat" a question
+// for the metadata of a file, "seek" lseek, and "change" a call that renames, links, deletes or
+// truncates a file, creates a folder or sets permissions.
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -108,7 +111,9 @@ static const char* effect_on(const char* call, const char* path, long long offse
         if (strcmp(at->path, "*") != 0 && !ends_with(path, at->path)) continue;
         if (offset < at->offset || offset >= at->end) continue;
         ++at->calls;
-        if (at->calls >= at->first && at->calls <= at->last) return at->effect;
+        if (at->calls < at->first || at->calls > at->last) continue;
+        note("fault %s %s\n", call, path);
+        return at->effect;
     }
     return NULL;
 }
@@ -130,6 +135,11 @@ static int is_error(const char* effect) {
     return 0;
 }
 
+static int fails(const char* call, const char* path) {
+    const char* effect = effect_on(call, path, 0);
+    return effect != NULL && is_error(effect);
+}
+
 static size_t shortened(const char* effect, size_t size) {
     if (strcmp(effect, "half") == 0) return size / 2;
     if (strcmp(effect, "less") == 0) return size != 0 ? size - 1 : 0;
@@ -141,7 +151,7 @@ static size_t shortened(const char* effect, size_t size) {
 
 ssize_t read(int fd, void* buffer, size_t size) {
     char name[path_size];
-    const char* effect = effect_on("read", name_of(fd, name), lseek(fd, 0, SEEK_CUR));
+    const char* effect = effect_on("read", name_of(fd, name), syscall(SYS_lseek, fd, 0L, SEEK_CUR));
     if (effect != NULL) {
         if (is_error(effect)) return -1;
         size = shortened(effect, size);
@@ -168,7 +178,8 @@ ssize_t pread(int fd, void* buffer, size_t size, off_t offset) {
 
 // --- reads of what is cached, and hints ---
 
-static ssize_t read_cached(int fd, const struct iovec* parts, int count, off64_t offset, int flags) {
+static ssize_t read_cached(int fd, const struct iovec* parts, int count, off64_t offset,
+                           int flags) {
     char name[path_size];
     const char* effect = effect_on("cached", name_of(fd, name), offset);
     if (effect != NULL && strcmp(effect, "allowed") == 0) {
@@ -222,6 +233,46 @@ ssize_t writev(int fd, const struct iovec* parts, int count) {
     return syscall(SYS_write, fd, parts[0].iov_base, shortened(effect, parts[0].iov_len));
 }
 
+static ssize_t write_at(int fd, const void* buffer, size_t size, off64_t offset) {
+    char name[path_size];
+    const char* effect = effect_on("write", name_of(fd, name), offset);
+    if (effect != NULL) {
+        if (is_error(effect)) return -1;
+        size = shortened(effect, size);
+    }
+    return syscall(SYS_pwrite64, fd, buffer, size, offset);
+}
+ssize_t pwrite64(int fd, const void* buffer, size_t size, off64_t offset) {
+    return write_at(fd, buffer, size, offset);
+}
+ssize_t pwrite(int fd, const void* buffer, size_t size, off_t offset) {
+    return write_at(fd, buffer, size, offset);
+}
+
+// --- positions and metadata ---
+
+static off64_t seek(int fd, off64_t offset, int whence) {
+    char name[path_size];
+    return fails("seek", name_of(fd, name)) ? -1 : syscall(SYS_lseek, fd, offset, whence);
+}
+off64_t lseek64(int fd, off64_t offset, int whence) { return seek(fd, offset, whence); }
+off_t lseek(int fd, off_t offset, int whence) { return seek(fd, offset, whence); }
+
+#define ASKED(name, parameters, arguments, path)                          \
+    int name parameters {                                                 \
+        static int(*next) parameters;                                     \
+        if (next == NULL) next = (int(*) parameters)next_function(#name); \
+        char buffer[path_size];                                           \
+        (void)buffer;                                                     \
+        return fails("stat", path) ? -1 : next arguments;                 \
+    }
+ASKED(fstat, (int fd, struct stat* status), (fd, status), name_of(fd, buffer))
+ASKED(fstat64, (int fd, struct stat64* status), (fd, status), name_of(fd, buffer))
+ASKED(stat, (const char* path, struct stat* status), (path, status), path)
+ASKED(stat64, (const char* path, struct stat64* status), (path, status), path)
+ASKED(lstat, (const char* path, struct stat* status), (path, status), path)
+ASKED(lstat64, (const char* path, struct stat64* status), (path, status), path)
+
 // --- names ---
 
 static int open_at(int directory, const char* path, int flags, mode_t mode) {
@@ -269,6 +320,18 @@ OPENAT(openat64)
 CREAT(creat)
 CREAT(creat64)
 
+#define MAKE_TEMPORARY(name)                                                \
+    int name(char* path, int flags) {                                       \
+        static int (*next)(char*, int);                                     \
+        if (next == NULL) next = (int (*)(char*, int))next_function(#name); \
+        if (fails("open", path)) return -1;                                 \
+        const int fd = next(path, flags);                                   \
+        note("open write+create %s\n", path);                               \
+        return fd;                                                          \
+    }
+MAKE_TEMPORARY(mkostemp)
+MAKE_TEMPORARY(mkostemp64)
+
 // The stream functions of the C library, which file streams of C++ use, open files without calling
 // open().
 #define FOPEN(name)                                                                                \
@@ -290,7 +353,7 @@ FOPEN(fopen64)
         static int(*next) parameters;                                     \
         if (next == NULL) next = (int(*) parameters)next_function(#name); \
         note(#name " %s\n", path);                                        \
-        return next arguments;                                            \
+        return fails("change", path) ? -1 : next arguments;               \
     }
 NAMED(unlink, (const char* path), (path), path)
 NAMED(unlinkat, (int directory, const char* path, int flags), (directory, path, flags), path)
@@ -298,6 +361,9 @@ NAMED(remove, (const char* path), (path), path)
 NAMED(rmdir, (const char* path), (path), path)
 NAMED(mkdir, (const char* path, mode_t mode), (path, mode), path)
 NAMED(rename, (const char* path, const char* to), (path, to), path)
+NAMED(renameat2,
+      (int from_directory, const char* path, int to_directory, const char* to, unsigned flags),
+      (from_directory, path, to_directory, to, flags), path)
 NAMED(link, (const char* path, const char* to), (path, to), path)
 NAMED(symlink, (const char* path, const char* to), (path, to), to)
 NAMED(truncate, (const char* path, off_t size), (path, size), path)
@@ -312,7 +378,7 @@ NAMED(mkfifo, (const char* path, mode_t mode), (path, mode), path)
         if (next == NULL) next = (int(*) parameters)next_function(#name); \
         char path[path_size];                                             \
         note(#name " %s\n", name_of(fd, path));                           \
-        return next arguments;                                            \
+        return fails("change", path) ? -1 : next arguments;               \
     }
 ON_FILE(ftruncate, (int fd, off_t size), (fd, size))
 ON_FILE(ftruncate64, (int fd, off64_t size), (fd, size))
