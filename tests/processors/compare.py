@@ -2,11 +2,11 @@
 """Runs two builds of the program in the same way and compares all their output byte for byte:
 standard output, standard error, exit status and written files.
 
-  compare.py --program <program> --other <program> --emulator "<command>" --samples <folder>
+  compare.py --program <program> --other <program> [--emulator "<command>"] --samples <folder>
              [--real <folder>] [--copies <n>]
 
-The other program starts through the emulator, which must accept "-0 <name>" for the name that the
-program sees. Both get the name "quorvel", the same command line, an equal working directory and the
+The other program starts through the emulator, if any, which must accept "-0 <name>" for the name that
+the program sees. Both get the name "quorvel", the same command line, an equal working directory and the
 same files. The comparison ignores only the run time in the report head and in the XML document. Each
 image is listed in every report form, and then in damaged copies, which are the same in every run.
 
@@ -81,16 +81,19 @@ class Builds:
 
     def __init__(self, program, other, emulator):
         self.program = program
-        self.emulated = [*shlex.split(emulator), "-0", NAME, other]
+        self.other = other
+        self.emulator = [*shlex.split(emulator), "-0", NAME, other] if emulator else None
         self.environment = {"PATH": os.environ.get("PATH", ""), "PLACE": "\\users\\kim"}
 
-    def outcome(self, emulated, arguments, images):
+    def outcome(self, of_other, arguments, images):
         """Returns the exit status, both outputs and written files of a run; None if it does not end."""
+        emulated = of_other and self.emulator is not None
+        program = self.other if of_other else self.program
         with tempfile.TemporaryDirectory(dir=images) as folder:
-            command = [*(self.emulated if emulated else [NAME]), *arguments]
+            command = [*(self.emulator if emulated else [NAME]), *arguments]
             try:
                 done = subprocess.run(
-                    command, executable=None if emulated else self.program, cwd=folder,
+                    command, executable=None if emulated else program, cwd=folder,
                     env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                     stderr=subprocess.PIPE, check=False,
                     timeout=EMULATED_SECONDS if emulated else SECONDS)
@@ -124,7 +127,7 @@ class Tally:
 def run_both(builds, tally, pool, folder, command_lines):
     """Runs each command line in both builds."""
     def pair(arguments):
-        return [builds.outcome(emulated, arguments, folder) for emulated in (False, True)]
+        return [builds.outcome(of_other, arguments, folder) for of_other in (False, True)]
     for arguments, outcomes in zip(command_lines, pool.map(pair, command_lines)):
         tally.add(arguments, *outcomes)
 
@@ -192,7 +195,7 @@ def parsed_options():
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--program", required=True, type=os.path.abspath)
     parser.add_argument("--other", required=True, type=os.path.abspath)
-    parser.add_argument("--emulator", required=True)
+    parser.add_argument("--emulator", default="")
     parser.add_argument("--samples", required=True, type=pathlib.Path)
     parser.add_argument("--real", type=pathlib.Path)
     parser.add_argument("--copies", type=int, default=60, help="damaged copies of each image")
