@@ -116,7 +116,7 @@ void render_stamps(benchmark::State& state) {
     std::uint64_t count = 0;
     for (auto _ : state) {
         stamp.render(132'500'000'000'000'000 + count++ % 10'000 * step);
-        benchmark::DoNotOptimize(stamp.time.data());
+        benchmark::DoNotOptimize(stamp.time.view().data());
     }
 }
 BENCHMARK(render_stamps)->Arg(1'000)->Arg(864'000'000'000);

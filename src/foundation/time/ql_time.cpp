@@ -45,18 +45,24 @@ std::tm local_time_fields(std::uint64_t local_seconds) {
     return fields;
 }
 
-// Returns the timestamp's local time in seconds since 1601, or nullopt if it is in the first second
-// of 1970 or not before the year 3001. The host's offset is read once, so that it is the same for
-// all timestamps of a run.
-std::optional<std::uint64_t> to_local_seconds(std::uint64_t unix_seconds) {
+constexpr std::int64_t seconds_to_limit = days_before_year(first_year_not_shown) * seconds_a_day;
+
+// Returns the host's offset from UTC in seconds. It is read once, so that it is the same for all
+// timestamps of a run.
+std::int64_t utc_offset_of_run() {
     static const std::int64_t offset = host_utc_offset();
+    return offset;
+}
+
+// Returns the timestamp's local time in seconds since 1601, or nullopt if it is in the first second
+// of 1970 or not before the year 3001.
+std::optional<std::uint64_t> to_local_seconds(std::uint64_t unix_seconds) {
     constexpr std::int64_t seconds_to_1970 = days_1601_to_1970 * seconds_a_day;
-    constexpr std::int64_t limit = days_before_year(first_year_not_shown) * seconds_a_day;
     // A larger value is out of range even when counted from 1601, and the sum below could wrap.
-    if (unix_seconds == 0 || std::cmp_greater(unix_seconds, limit)) return std::nullopt;
+    if (unix_seconds == 0 || std::cmp_greater(unix_seconds, seconds_to_limit)) return std::nullopt;
     const std::int64_t local_seconds =
-        static_cast<std::int64_t>(unix_seconds) + seconds_to_1970 + offset;
-    if (local_seconds >= limit) return std::nullopt;
+        static_cast<std::int64_t>(unix_seconds) + seconds_to_1970 + utc_offset_of_run();
+    if (local_seconds >= seconds_to_limit) return std::nullopt;
     return static_cast<std::uint64_t>(local_seconds);
 }
 
@@ -119,9 +125,12 @@ void time::fill_from_filetime(std::uint64_t ticks) {
     valid = 1;
 }
 
+// The conditions of to_local_seconds in ticks: every report checks each of its timestamps.
 bool can_be_shown(std::uint64_t filetime) {
-    std::uint64_t unix_seconds = 0;
-    return filetime_to_unix(filetime, unix_seconds) && to_local_seconds(unix_seconds);
+    constexpr std::uint64_t first = ticks_1601_to_1970 + ticks_a_second;
+    static const std::uint64_t limit =
+        static_cast<std::uint64_t>(seconds_to_limit - utc_offset_of_run()) * ticks_a_second;
+    return filetime >= first && filetime < limit;
 }
 
 bool filetime_to_unix(std::uint64_t filetime, std::uint64_t& out) {

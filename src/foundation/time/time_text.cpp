@@ -18,42 +18,19 @@ clock_time clock_of(const _windows_systemtime& fields) {
             static_cast<std::uint32_t>(fields.nanosecond)};
 }
 
-// A date or a time under construction. The longest text is a time with a nine-digit fraction, 18
-// characters.
-class short_text {
-public:
-    void put(char c) { m_text[m_size++] = c; }
+std::uint32_t as_number(int value) { return static_cast<std::uint32_t>(value); }
 
-    // Appends the low `digits` decimal digits of `value`, padded with zeros.
-    void put_number(std::uint32_t value, unsigned digits) {
-        for (unsigned i = digits; i-- > 0; value /= 10)
-            m_text[m_size + i] = static_cast<char>('0' + value % 10);
-        m_size += digits;
-    }
-
-    // Like put_number for two digits, the width of most fields, without a loop.
-    void put_two(std::uint32_t value) {
-        m_text[m_size++] = static_cast<char>('0' + value / 10 % 10);
-        m_text[m_size++] = static_cast<char>('0' + value % 10);
-    }
-
-    void put_year(const calendar_day& date) { put_number(as_number(date.year), 4); }
-    void put_short_year(const calendar_day& date) { put_two(as_number(date.year)); }
-    void put_day(const calendar_day& date) { put_two(as_number(date.day)); }
-    void put_month(const calendar_day& date) { put_two(as_number(date.month)); }
-    void put_month_name(const calendar_day& date) {
-        for (const char c : month_abbrev(date.month))
-            put(c);
-    }
-
-    void copy_to(std::string& out) const { out.assign(m_text.data(), m_size); }
-
-private:
-    static std::uint32_t as_number(int value) { return static_cast<std::uint32_t>(value); }
-
-    std::array<char, 32> m_text;
-    unsigned m_size = 0;
-};
+void put_year(short_text& out, const calendar_day& date) {
+    out.put_number(as_number(date.year), 4);
+}
+void put_short_year(short_text& out, const calendar_day& date) {
+    out.put_two(as_number(date.year));
+}
+void put_day(short_text& out, const calendar_day& date) { out.put_two(as_number(date.day)); }
+void put_month(short_text& out, const calendar_day& date) { out.put_two(as_number(date.month)); }
+void put_month_name(short_text& out, const calendar_day& date) {
+    out.put(month_abbrev(date.month));
+}
 
 // Appends the point and `digits` digits of the fraction, truncated. Appends nothing unless `digits`
 // is 3 to 9.
@@ -81,38 +58,38 @@ void put_styled_date(short_text& out, const calendar_day& date, date_style style
     const bool by_number = (style.date_flags & date_flag::month_number) != 0;
     const bool by_name = !by_number && (style.date_flags & date_flag::month_name) != 0;
     if (!by_number && !by_name) return;
-    const auto put_month = [&] { by_name ? out.put_month_name(date) : out.put_month(date); };
+    const auto put_any_month = [&] { by_name ? put_month_name(out, date) : put_month(out, date); };
 
     if (order == date_flag::month_day_year) {
-        put_month();
+        put_any_month();
         out.put(separator);
-        out.put_day(date);
+        put_day(out, date);
         out.put(separator);
-        out.put_year(date);
+        put_year(out, date);
     } else if (order == date_flag::day_month_year) {
-        out.put_day(date);
+        put_day(out, date);
         out.put(separator);
-        put_month();
+        put_any_month();
         out.put(separator);
-        out.put_year(date);
+        put_year(out, date);
     } else if (order == date_flag::year_month_day && by_number) {
-        out.put_year(date);
+        put_year(out, date);
         out.put(separator);
-        out.put_month(date);
+        put_month(out, date);
         out.put(separator);
-        out.put_day(date);
+        put_day(out, date);
     }
 }
 
 // Renders the time of day under a style. One function composes all of it, so that the compiler
 // knows each position in the text.
-void set_styled_time(std::string& out, const clock_time& clock, date_style style) {
+short_text styled_time(const clock_time& clock, date_style style) {
     short_text text;
     put_clock(text, clock);
     text.put(':');
     text.put_two(clock.second);
     put_fraction(text, clock.nanosecond, style.fraction_digits());
-    text.copy_to(out);
+    return text;
 }
 
 bool contains(const std::string& format, const char* part) {
@@ -131,27 +108,27 @@ void put_formatted_date(short_text& out, const calendar_day& date, const std::st
     const auto separate = [&] {
         if (separator != '\0') out.put(separator);
     };
-    const auto put_year = [&] { short_year ? out.put_short_year(date) : out.put_year(date); };
-    const auto put_month = [&] { by_name ? out.put_month_name(date) : out.put_month(date); };
+    const auto put_any_year = [&] { short_year ? put_short_year(out, date) : put_year(out, date); };
+    const auto put_any_month = [&] { by_name ? put_month_name(out, date) : put_month(out, date); };
 
     if (is_whole && year_at == 0) {
-        put_year();
+        put_any_year();
         separate();
     }
     if (is_whole && day_at < month_at) {
-        out.put_day(date);
+        put_day(out, date);
         separate();
-        put_month();
+        put_any_month();
     } else {
-        put_month();
+        put_any_month();
         separate();
-        out.put_day(date);
+        put_day(out, date);
         const bool comma = is_whole && format.find(',', day_at) != std::string::npos;
         if (comma && separator == ' ') out.put(',');
     }
     if (!is_whole || year_at != 0) {
         separate();
-        put_year();
+        put_any_year();
     }
 }
 
@@ -177,19 +154,19 @@ std::uint32_t date_time_strings(std::string& date_out, std::string& time_out, co
     }
     short_text date_text;
     put_styled_date(date_text, date_of(t.system_time), style);
-    date_text.copy_to(date_out);
-    set_styled_time(time_out, clock_of(t.system_time), style);
+    date_out = date_text.view();
+    time_out = styled_time(clock_of(t.system_time), style).view();
     return t.valid;
 }
 
-void render_date(std::string& out, std::uint64_t filetime, date_style style) {
+short_text render_date(std::uint64_t filetime, date_style style) {
     short_text text;
     put_styled_date(text, date_of(filetime), style);
-    text.copy_to(out);
+    return text;
 }
 
-void render_time(std::string& out, std::uint64_t filetime, date_style style) {
-    set_styled_time(out, clock_of(filetime), style);
+short_text render_time(std::uint64_t filetime, date_style style) {
+    return styled_time(clock_of(filetime), style);
 }
 
 std::uint8_t format_date_time(std::string& date_out, std::string& time_out, const time& t,
@@ -200,8 +177,8 @@ std::uint8_t format_date_time(std::string& date_out, std::string& time_out, cons
     short_text date_text, time_text;
     if (!date_format.empty()) put_formatted_date(date_text, date_of(t.system_time), date_format);
     if (!time_format.empty()) put_formatted_time(time_text, clock_of(t.system_time), time_format);
-    date_text.copy_to(date_out);
-    time_text.copy_to(time_out);
+    date_out = date_text.view();
+    time_out = time_text.view();
     return 1;
 }
 

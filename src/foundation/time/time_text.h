@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "foundation/text/short_text.h"
 #include "foundation/time/date_style.h"
 #include "foundation/time/ql_time.h"
 
@@ -14,10 +15,10 @@ namespace ql {
 std::uint32_t date_time_strings(std::string& date_out, std::string& time_out, const time& t,
                                 date_style style);
 
-// Render the two texts of date_time_strings. `filetime` must be displayable and `style` not all
+// Return the two texts of date_time_strings. `filetime` must be displayable and `style` not all
 // zero.
-void render_date(std::string& out, std::uint64_t filetime, date_style style);
-void render_time(std::string& out, std::uint64_t filetime, date_style style);
+short_text render_date(std::uint64_t filetime, date_style style);
+short_text render_time(std::uint64_t filetime, date_style style);
 
 // Renders `t` under format texts, which may contain "yyyy", "yy", "mmm", "mm", "dd", "hh:mm", "ss"
 // and "xxx". An empty format yields an empty text. Returns non-zero if `t` is valid; otherwise both

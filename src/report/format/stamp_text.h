@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "foundation/text/short_text.h"
 #include "foundation/time/ql_calendar.h"
 #include "foundation/time/time_text.h"
 
@@ -20,10 +21,10 @@ public:
         if (filetime == m_filetime) return;
         m_filetime = filetime;
         if (m_style.is_zero()) {
-            ql::date_time_strings(date, time, ql::time(filetime, ql::type_time::filetime), m_style);
+            render_default(filetime);
         } else if (ql::can_be_shown(filetime)) {
             render_date(filetime);
-            ql::render_time(time, filetime, m_style);
+            time = ql::render_time(filetime, m_style);
         } else {
             date.clear();
             time.clear();
@@ -31,16 +32,27 @@ public:
         }
     }
 
-    std::string date;
-    std::string time;
+    ql::short_text date;
+    ql::short_text time;
 
 private:
     static constexpr std::uint64_t no_day = ~std::uint64_t{0};
 
+    // Renders under the default formats, which an all-zero style selects.
+    void render_default(std::uint64_t filetime) {
+        std::string date_out;
+        std::string time_out;
+        ql::date_time_strings(date_out, time_out, {filetime, ql::type_time::filetime}, m_style);
+        date.clear();
+        date.put(date_out);
+        time.clear();
+        time.put(time_out);
+    }
+
     void render_date(std::uint64_t filetime) {
         const std::uint64_t day = filetime / ql::ticks_a_day;
         if (day == m_day) return;
-        ql::render_date(date, filetime, m_style);
+        date = ql::render_date(filetime, m_style);
         m_day = day;
     }
 

@@ -153,14 +153,14 @@ private:
         m_stamp.render(filetime);
         const bool paired = m_settings.pair_datetime != 0;
         if (paired) row += m_pad;
-        row += m_stamp.date;
+        row += m_stamp.date.view();
         if (paired) {
             row += ' ';
         } else {
             row += m_separator;
             row += m_pad;
         }
-        row += m_stamp.time;
+        row += m_stamp.time.view();
         row += m_separator;
     }
 

@@ -47,9 +47,9 @@ private:
     void append_time(std::string& row, std::uint64_t filetime) {
         m_stamp.render(filetime);
         const std::size_t start = row.size();
-        row += m_stamp.date;
+        row += m_stamp.date.view();
         row += ' ';
-        row += m_stamp.time;
+        row += m_stamp.time.view();
         fill_field(row, start, m_time_width);
     }
 

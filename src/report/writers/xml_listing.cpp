@@ -128,9 +128,9 @@ private:
     void append_stamp(std::string& row, const stamp_elements& elements, std::uint64_t filetime) {
         m_stamp.render(filetime);
         row += elements.before_date;
-        row += m_stamp.date;
+        row += m_stamp.date.view();
         row += elements.between;
-        row += m_stamp.time;
+        row += m_stamp.time.view();
         row += elements.after_time;
     }
 

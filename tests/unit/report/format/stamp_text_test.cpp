@@ -23,7 +23,7 @@ ql::date_style style_of(const std::string& date_format, const std::string& time_
 
 texts rendered(stamp_text& stamp, std::uint64_t value) {
     stamp.render(value);
-    return {stamp.date, stamp.time};
+    return {std::string(stamp.date.view()), std::string(stamp.time.view())};
 }
 
 TEST(StampText, RendersEachTimestampOfASequence) {
