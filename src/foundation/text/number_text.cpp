@@ -25,7 +25,8 @@ private:
 };
 
 // Appends a number, padded on the left to `width` characters.
-void append_filled(std::string& out, const digits& number, std::size_t width, char fill) {
+template <typename Text>
+void append_filled(Text& out, const digits& number, std::size_t width, char fill) {
     const std::string_view text = number.text();
     if (text.size() < width) out.append(width - text.size(), fill);
     out += text;
@@ -37,7 +38,21 @@ void append_decimal(std::string& out, std::uint64_t value, std::size_t width) {
     append_filled(out, digits(value, 10), width, ' ');
 }
 
+void append_decimal(text_buffer& out, std::uint64_t value, std::size_t width) {
+    append_filled(out, digits(value, 10), width, ' ');
+}
+
+void append_decimal(text_buffer& out, std::uint64_t value) {
+    char* const first = out.reserve(max_digits);
+    const char* const last = std::to_chars(first, first + max_digits, value).ptr;
+    out.add_written(static_cast<std::size_t>(last - first));
+}
+
 void append_hex(std::string& out, std::uint64_t value, std::size_t width) {
+    append_filled(out, digits(value, 16), width, '0');
+}
+
+void append_hex(text_buffer& out, std::uint64_t value, std::size_t width) {
     append_filled(out, digits(value, 16), width, '0');
 }
 

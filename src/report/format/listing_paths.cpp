@@ -27,7 +27,8 @@ std::string_view stream_part(std::string_view name) {
 bool start_listing(std::ostream& out, dir_entry_set& recurse_list, const dir_entry_set& entries) {
     recurse_list.clear();
     if (!entries.empty()) return true;
-    std::string line = "no items in directory";
+    ql::text_buffer line;
+    line += "no items in directory";
     write_row(out, line);
     return false;
 }
@@ -61,7 +62,7 @@ void move_to_recurse_list(dir_entry_set& recurse_list, dir_entry_set::node_type 
     recurse_list.insert(recurse_list.end(), std::move(row));
 }
 
-void listing_paths::append_path(std::string& row, const dir_entry& entry) const {
+void listing_paths::append_path(ql::text_buffer& row, const dir_entry& entry) const {
     switch (entry.type) {
         case entry_type::file:
             row += dir_path;
@@ -82,7 +83,7 @@ void listing_paths::append_path(std::string& row, const dir_entry& entry) const 
 // The path of a stream of the listed entry continues the latest directory row: "\dir:zone", without
 // a backslash before the colon. If the listed entry is a file there is no such row, and its streams
 // are shown as ":zone" alone.
-void listing_paths::append_stream_path(std::string& row, const dir_entry& entry) const {
+void listing_paths::append_stream_path(ql::text_buffer& row, const dir_entry& entry) const {
     if (entry.mft_entry == m_dir_entry_num) {
         row += without_trailing_backslashes(row_path);
         row += stream_part(name);

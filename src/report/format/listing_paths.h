@@ -5,6 +5,7 @@
 #include <ostream>
 #include <string>
 
+#include "foundation/text/text_buffer.h"
 #include "report/rows/dir_entry.h"
 
 // Clears `recurse_list`. Returns false if there is nothing to list, after writing the line "no
@@ -27,7 +28,7 @@ public:
     bool take(const dir_entry& entry);
 
     // Appends the path of the row of `entry`, or nothing for an unknown type.
-    void append_path(std::string& row, const dir_entry& entry) const;
+    void append_path(ql::text_buffer& row, const dir_entry& entry) const;
 
     std::string dir_path;  // the listed directory, with a trailing separator
     std::string name;      // of the current entry; set by the caller
@@ -35,7 +36,7 @@ public:
     std::string row_path;
 
 private:
-    void append_stream_path(std::string& row, const dir_entry& entry) const;
+    void append_stream_path(ql::text_buffer& row, const dir_entry& entry) const;
 
     std::uint64_t m_dir_entry_num;
     bool m_last_level;

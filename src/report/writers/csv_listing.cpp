@@ -1,6 +1,7 @@
 #include "report/writers/csv_listing.h"
 
 #include <array>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -67,9 +68,10 @@ public:
         : m_settings(settings),
           m_stamp(settings.date_style),
           m_separator(settings.csv_separator),
-          m_pad(settings.csv_space_field != 0 ? " " : "") {}
+          m_before_date(settings.pair_datetime != 0 ? padding(settings) : ""),
+          m_before_time(settings.pair_datetime != 0 ? " " : m_separator + padding(settings)) {}
 
-    void append_pending_header(std::string& row) const {
+    void append_pending_header(ql::text_buffer& row) const {
         if (!take_pending_header(csv_header_pending, m_settings)) return;
         for (const std::string& name : column_names(m_settings)) {
             if (!row.empty()) row += m_separator;
@@ -84,7 +86,7 @@ public:
                          static_cast<char>(m_settings.path_sep_to));
     }
 
-    void append_row(std::string& row, const dir_entry& entry, const listing_paths& paths) {
+    void append_row(ql::text_buffer& row, const dir_entry& entry, const listing_paths& paths) {
         row += type_text(entry.type);
         row += m_separator;
         append_path(row, entry, paths);
@@ -98,19 +100,23 @@ public:
     }
 
 private:
-    void append_path(std::string& row, const dir_entry& entry, const listing_paths& paths) {
+    static std::string padding(const quorvel_opts& settings) {
+        return settings.csv_space_field != 0 ? " " : "";
+    }
+
+    void append_path(ql::text_buffer& row, const dir_entry& entry, const listing_paths& paths) {
         if (m_settings.split_pathfile == 0) {
             paths.append_path(row, entry);
             return;
         }
         m_path.clear();
         paths.append_path(m_path, entry);
-        append_split_path(row, m_path);
+        append_split_path(row, m_path.view());
     }
 
     // Appends two fields, file name and path. Only a slash splits, but paths are joined by
     // backslashes: the first field is the whole path unless a name contains a slash.
-    void append_split_path(std::string& row, std::string_view path) {
+    void append_split_path(ql::text_buffer& row, std::string_view path) {
         const std::size_t slash = path.rfind('/');
         if (slash == std::string_view::npos) {
             row += path;
@@ -123,7 +129,7 @@ private:
         row += path.substr(0, slash);
     }
 
-    void append_numbers(std::string& row, const dir_entry& entry) {
+    void append_numbers(ql::text_buffer& row, const dir_entry& entry) {
         append_number(row, entry.size, 8);
         append_number(row, entry.attributes, 8);
         append_number(row, entry.mft_entry, 8);
@@ -131,7 +137,7 @@ private:
         append_number(row, entry.flags, 4);
     }
 
-    void append_number(std::string& row, std::uint64_t value, std::size_t hex_width) {
+    void append_number(ql::text_buffer& row, std::uint64_t value, std::size_t hex_width) {
         if (m_settings.hex_numbers != 0) {
             row += "0x";
             ql::append_hex(row, value, hex_width);
@@ -141,30 +147,23 @@ private:
         row += m_separator;
     }
 
-    void append_stamps(std::string& row, const stamp_set& stamps) {
+    void append_stamps(ql::text_buffer& row, const stamp_set& stamps) {
         append_stamp(row, stamps.created);
         append_stamp(row, stamps.modified);
         append_stamp(row, stamps.mft_changed);
         append_stamp(row, stamps.accessed);
     }
 
-    // The padding blank precedes the date of a paired field, otherwise the time.
-    void append_stamp(std::string& row, std::uint64_t filetime) {
+    void append_stamp(ql::text_buffer& row, std::uint64_t filetime) {
         m_stamp.render(filetime);
-        const bool paired = m_settings.pair_datetime != 0;
-        if (paired) row += m_pad;
-        row += m_stamp.date.view();
-        if (paired) {
-            row += ' ';
-        } else {
-            row += m_separator;
-            row += m_pad;
-        }
-        row += m_stamp.time.view();
+        row += m_before_date;
+        row += m_stamp.date;
+        row += m_before_time;
+        row += m_stamp.time;
         row += m_separator;
     }
 
-    void append_names_and_discrepancy(std::string& row, const dir_entry& entry) {
+    void append_names_and_discrepancy(ql::text_buffer& row, const dir_entry& entry) {
         if (m_settings.alldates != 0 && !entry.fn_list.empty()) {
             const name_stamps names = pick_name_stamps(entry.fn_list);
             append_stamps(row, names.long_name);
@@ -175,7 +174,7 @@ private:
     }
 
     // The columns of a missing short name are empty.
-    void append_short_name(std::string& row, const stamp_set& stamps) {
+    void append_short_name(ql::text_buffer& row, const stamp_set& stamps) {
         if (stamps.created != 0) {
             append_stamps(row, stamps);
             return;
@@ -188,8 +187,10 @@ private:
     quorvel_opts& m_settings;
     stamp_text m_stamp;
     const std::string& m_separator;
-    std::string_view m_pad;
-    std::string m_path;  // reused
+    // The padding blank precedes the date of a paired field, otherwise the time.
+    const std::string m_before_date;
+    const std::string m_before_time;
+    ql::text_buffer m_path;  // reused
 };
 
 }  // namespace

@@ -5,7 +5,8 @@
 namespace {
 
 struct path_report : report_base {
-    void append_row(std::string& row, const dir_entry& entry, const listing_paths& paths) const {
+    void append_row(ql::text_buffer& row, const dir_entry& entry,
+                    const listing_paths& paths) const {
         if (!entry.link_target.empty()) {
             row += entry.link_target;
         } else if (entry.type != entry_type::index_stream) {

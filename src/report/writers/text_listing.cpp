@@ -22,7 +22,7 @@ public:
 
     // The size heading is one column to the left of the sizes. With short date or time formats the
     // rows are narrower than the header's first literal.
-    void append_pending_header(std::string& row) const {
+    void append_pending_header(ql::text_buffer& row) const {
         if (!take_pending_header(text_header_pending, m_settings)) return;
         append_left(row, "  last modified [UTC]  ", m_time_width);
         append_right(row, "MFT & seq num", 17);
@@ -31,7 +31,7 @@ public:
         row += "  name\n";
     }
 
-    void append_row(std::string& row, const dir_entry& entry, const listing_paths& paths) {
+    void append_row(ql::text_buffer& row, const dir_entry& entry, const listing_paths& paths) {
         append_time(row, entry.si_modified);
         append_right(row, entry.mft_entry, 12);
         row += ' ';
@@ -44,17 +44,17 @@ public:
 
 private:
     // Appends blanks of the full width for an invalid timestamp.
-    void append_time(std::string& row, std::uint64_t filetime) {
+    void append_time(ql::text_buffer& row, std::uint64_t filetime) {
         m_stamp.render(filetime);
         const std::size_t start = row.size();
-        row += m_stamp.date.view();
+        row += m_stamp.date;
         row += ' ';
-        row += m_stamp.time.view();
+        row += m_stamp.time;
         fill_field(row, start, m_time_width);
     }
 
     // Appends neither field for an unknown type.
-    static void append_size_and_label(std::string& row, const dir_entry& entry) {
+    static void append_size_and_label(ql::text_buffer& row, const dir_entry& entry) {
         switch (entry.type) {
             case entry_type::file:
                 append_fields(row, entry.size, " ");
@@ -75,13 +75,13 @@ private:
         }
     }
 
-    static void append_fields(std::string& row, std::uint64_t size, std::string_view label) {
+    static void append_fields(ql::text_buffer& row, std::uint64_t size, std::string_view label) {
         append_right(row, size, size_width);
         row += ' ';
         append_left(row, label, label_width);
     }
 
-    void append_extras(std::string& row, const dir_entry& entry) {
+    void append_extras(ql::text_buffer& row, const dir_entry& entry) {
         if (!entry.link_target.empty()) {
             row += " -> ";
             row += entry.link_target;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "foundation/text/ql_string.h"
+#include "foundation/text/text_buffer.h"
 #include "report/format/listing_paths.h"
 #include "report/format/row_text.h"
 #include "report/rows/dir_entry.h"
@@ -24,12 +25,12 @@ struct listing_request {
 // The base of all reports: what a report without a header does, and one that prints names and paths
 // unchanged. A report also has
 //
-//   void append_row(std::string& row, const dir_entry& entry, listing_paths& paths);
+//   void append_row(ql::text_buffer& row, const dir_entry& entry, listing_paths& paths);
 //
 // which appends the row of `entry`, without a line end. `paths` contains its name and its path.
 struct report_base {
     // Appends the header, or nothing if it was printed before or the report has none.
-    void append_pending_header(std::string&) const {}
+    void append_pending_header(ql::text_buffer&) const {}
     // Converts a name, or the path of the listing, to the form that the report prints.
     void convert(std::string&) const {}
 };
@@ -49,7 +50,7 @@ template <typename report_type>
 void write_entries(const listing_request& request, report_type report) {
     dir_entry_set& entries = request.settings.entries;
     if (!start_listing(request.out, request.recurse_list, entries)) return;
-    std::string row;
+    ql::text_buffer row;
     report.append_pending_header(row);
     if (!row.empty()) write_row(request.out, row);
 

@@ -67,7 +67,7 @@ public:
     explicit xml_report(const quorvel_opts& settings)
         : m_settings(settings), m_stamp(settings.date_style) {}
 
-    void append_row(std::string& row, const dir_entry& entry, listing_paths& paths) {
+    void append_row(ql::text_buffer& row, const dir_entry& entry, listing_paths& paths) {
         row += "<data_entry>";
         if (is_of_directory(entry)) {
             append_directory_head(row, paths.row_path);
@@ -83,7 +83,7 @@ public:
 
 private:
     // Also used for streams of a directory.
-    static void append_directory_head(std::string& row, std::string& row_path) {
+    static void append_directory_head(ql::text_buffer& row, std::string& row_path) {
         escape(row_path);
         append_element(row, "directory", row_path);
         row += "\n<filename>.</filename><dir>true</dir><size/>";
@@ -92,7 +92,7 @@ private:
     // The path of the listing is escaped again for each file and the result is kept: "a&b" is
     // "a&amp;b" in the first file's element and "a&amp;amp;b" in the second's. The path of a
     // subdirectory starts with the result for the files before it.
-    void append_file_head(std::string& row, std::uint64_t size, listing_paths& paths) const {
+    void append_file_head(ql::text_buffer& row, std::uint64_t size, listing_paths& paths) const {
         escape(paths.name);
         escape(paths.dir_path);
         append_element(row, "directory", paths.dir_path);
@@ -107,7 +107,7 @@ private:
         row += "</size>";
     }
 
-    static void append_link(std::string& row, const dir_entry& entry) {
+    static void append_link(ql::text_buffer& row, const dir_entry& entry) {
         if (entry.link_target.empty()) {
             row += "<sym_link/>";
             return;
@@ -117,7 +117,7 @@ private:
         row += "</sym_link>";
     }
 
-    void append_stamps(std::string& row, const stamp_set_elements& elements,
+    void append_stamps(ql::text_buffer& row, const stamp_set_elements& elements,
                        const stamp_set& stamps) {
         append_stamp(row, elements[0], stamps.created);
         append_stamp(row, elements[1], stamps.modified);
@@ -125,16 +125,17 @@ private:
         append_stamp(row, elements[3], stamps.accessed);
     }
 
-    void append_stamp(std::string& row, const stamp_elements& elements, std::uint64_t filetime) {
+    void append_stamp(ql::text_buffer& row, const stamp_elements& elements,
+                      std::uint64_t filetime) {
         m_stamp.render(filetime);
         row += elements.before_date;
-        row += m_stamp.date.view();
+        row += m_stamp.date;
         row += elements.between;
-        row += m_stamp.time.view();
+        row += m_stamp.time;
         row += elements.after_time;
     }
 
-    void append_names_and_discrepancy(std::string& row, const dir_entry& entry) {
+    void append_names_and_discrepancy(ql::text_buffer& row, const dir_entry& entry) {
         bool discrepancy = false;
         if (m_settings.alldates != 0 && !entry.fn_list.empty()) {
             const name_stamps names = pick_name_stamps(entry.fn_list);
@@ -149,7 +150,7 @@ private:
         append_element(row, "time_discrepancy", discrepancy ? "true" : "false");
     }
 
-    static void append_object_id(std::string& row, const dir_entry& entry) {
+    static void append_object_id(ql::text_buffer& row, const dir_entry& entry) {
         if (!has_object_id(entry)) {
             row += "<object_id/>";
             return;
@@ -159,7 +160,7 @@ private:
         row += "</object_id>";
     }
 
-    static void append_element(std::string& row, std::string_view element,
+    static void append_element(ql::text_buffer& row, std::string_view element,
                                std::string_view content) {
         row += '<';
         row += element;
@@ -186,12 +187,15 @@ void write_xml_opening(std::ostream& out, const quorvel_opts& opts) {
     std::string time;
     ql::date_time_strings(date, time, ql::time::now(), opts.date_style);
     text += " date=\"" + date + "\" time=\"" + time + "\">";
-    write_row(out, text);
+    ql::text_buffer row;
+    row += text;
+    write_row(out, row);
 }
 
 void write_xml_closing(std::ostream& out) {
-    std::string text = "</logdata>";
-    write_row(out, text);
+    ql::text_buffer row;
+    row += "</logdata>";
+    write_row(out, row);
 }
 
 void write_xml_listing(std::ostream& out, dir_entry_set& recurse_list, quorvel_opts& settings,

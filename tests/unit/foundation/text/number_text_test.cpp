@@ -6,8 +6,8 @@
 
 namespace {
 
-TEST(NumberText, PadsNumbersAndNeverTruncates) {
-    std::string row;
+template <typename Text>
+void append_numbers(Text& row) {
     ql::append_decimal(row, 0);
     row += '|';
     ql::append_decimal(row, 18446744073709551615u);
@@ -17,15 +17,23 @@ TEST(NumberText, PadsNumbersAndNeverTruncates) {
     ql::append_hex(row, 0x1ABCDEF, 8);
     row += '|';
     ql::append_hex(row, 0xFFFFFFFFFFFFFFFFu, 8);
-    EXPECT_EQ(row, "0|18446744073709551615|0000|01abcdef|ffffffffffffffff");
+    row += '|';
+    ql::append_decimal(row, 7, 3);
+    ql::append_decimal(row, 1234, 3);
 }
 
-TEST(NumberText, PadsDecimalWithLeadingBlanks) {
-    std::string row = "x";
-    ql::append_decimal(row, 7, 3);
-    EXPECT_EQ(row, "x  7");
-    ql::append_decimal(row, 1234, 3);
-    EXPECT_EQ(row, "x  71234");
+constexpr const char* numbers = "0|18446744073709551615|0000|01abcdef|ffffffffffffffff|  71234";
+
+TEST(NumberText, PadsNumbersInStringsAndNeverTruncates) {
+    std::string row;
+    append_numbers(row);
+    EXPECT_EQ(row, numbers);
+}
+
+TEST(NumberText, PadsNumbersInBuffersAndNeverTruncates) {
+    ql::text_buffer row;
+    append_numbers(row);
+    EXPECT_EQ(row.view(), numbers);
 }
 
 }  // namespace

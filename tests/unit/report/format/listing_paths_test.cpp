@@ -36,10 +36,11 @@ protected:
     }
 
     static std::string path_of(listing_paths paths, const dir_entry& entry, std::string_view name) {
-        std::string row = "row ";
+        ql::text_buffer row;
+        row += "row ";
         paths.name = name;
         paths.append_path(row, entry);
-        return row.substr(4);
+        return std::string(row.view().substr(4));
     }
 
     static bool take(listing_paths& paths, const dir_entry& entry, std::string_view name) {

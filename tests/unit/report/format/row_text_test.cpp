@@ -7,7 +7,7 @@
 namespace {
 
 TEST(RowText, FieldsArePaddedWithBlanksAndNeverTruncated) {
-    std::string row;
+    ql::text_buffer row;
     append_left(row, "ab", 4);
     row += '|';
     append_left(row, "abcd", 3);
@@ -17,7 +17,7 @@ TEST(RowText, FieldsArePaddedWithBlanksAndNeverTruncated) {
     append_right(row, std::uint64_t{12345}, 4);
     row += '|';
     append_right(row, std::uint64_t{7}, 4);
-    EXPECT_EQ(row, "ab  |abcd|  ab|12345|   7");
+    EXPECT_EQ(row.view(), "ab  |abcd|  ab|12345|   7");
 }
 
 // Counts the flushes that reach the buffer.
@@ -35,10 +35,11 @@ protected:
 TEST(RowText, WriteRowAddsALineEndFlushesAndClearsTheRow) {
     flush_counter buffer;
     std::ostream out(&buffer);
-    std::string row = "first";
+    ql::text_buffer row;
+    row += "first";
     write_row(out, row);
-    EXPECT_EQ(row, "");
-    row = "second";
+    EXPECT_EQ(row.view(), "");
+    row += "second";
     write_row(out, row);
     EXPECT_EQ(buffer.str(), "first\nsecond\n");
     EXPECT_EQ(buffer.flushes, 2);
