@@ -19,6 +19,8 @@ public:
     const std::array<char, capacity>& array() const { return m_text; }
     std::size_t size() const { return m_size; }
     void clear() { m_size = 0; }
+    // Removes all but the first `size` bytes, of which there must be as many.
+    void truncate(std::size_t size) { m_size = size; }
 
     // The following append to the text. The caller must not exceed the capacity.
     void put(char c) { m_text[m_size++] = c; }

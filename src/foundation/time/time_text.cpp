@@ -32,16 +32,6 @@ void put_month_name(short_text& out, const calendar_day& date) {
     out.put(month_abbrev(date.month));
 }
 
-// Appends the point and `digits` digits of the fraction, truncated. Appends nothing unless `digits`
-// is 3 to 9.
-void put_fraction(short_text& out, std::uint32_t nanosecond, std::size_t digits) {
-    static constexpr std::uint32_t divisors[] = {1'000'000, 100'000, 10'000, 1'000, 100, 10, 1};
-    if (digits < 3 || digits > 9) return;
-    // The full fraction is the nine digits of `nanosecond`; a shorter one is its leading digits.
-    out.put('.');
-    out.put_number(nanosecond / divisors[digits - 3], static_cast<unsigned>(digits));
-}
-
 void put_clock(short_text& out, const clock_time& clock) {
     out.put_two(clock.hour);
     out.put(':');
@@ -81,14 +71,11 @@ void put_styled_date(short_text& out, const calendar_day& date, date_style style
     }
 }
 
-// Renders the time of day under a style. One function composes all of it, so that the compiler
-// knows each position in the text.
-short_text styled_time(const clock_time& clock, date_style style) {
+short_text clock_text(const clock_time& clock) {
     short_text text;
     put_clock(text, clock);
     text.put(':');
     text.put_two(clock.second);
-    put_fraction(text, clock.nanosecond, style.fraction_digits());
     return text;
 }
 
@@ -143,6 +130,14 @@ void put_formatted_time(short_text& out, const clock_time& clock, const std::str
 
 }  // namespace
 
+void put_fraction(short_text& out, std::uint32_t nanosecond, std::size_t digits) {
+    static constexpr std::uint32_t divisors[] = {1'000'000, 100'000, 10'000, 1'000, 100, 10, 1};
+    if (digits < 3 || digits > 9) return;
+    // The full fraction is the nine digits of `nanosecond`; a shorter one is its leading digits.
+    out.put('.');
+    out.put_number(nanosecond / divisors[digits - 3], static_cast<unsigned>(digits));
+}
+
 std::uint32_t date_time_strings(std::string& date_out, std::string& time_out, const time& t,
                                 date_style style) {
     date_out.clear();
@@ -155,7 +150,10 @@ std::uint32_t date_time_strings(std::string& date_out, std::string& time_out, co
     short_text date_text;
     put_styled_date(date_text, date_of(t.system_time), style);
     date_out = date_text.view();
-    time_out = styled_time(clock_of(t.system_time), style).view();
+    const clock_time clock = clock_of(t.system_time);
+    short_text time_text = clock_text(clock);
+    put_fraction(time_text, clock.nanosecond, style.fraction_digits());
+    time_out = time_text.view();
     return t.valid;
 }
 
@@ -165,9 +163,7 @@ short_text render_date(std::uint64_t filetime, date_style style) {
     return text;
 }
 
-short_text render_time(std::uint64_t filetime, date_style style) {
-    return styled_time(clock_of(filetime), style);
-}
+short_text render_clock(std::uint64_t filetime) { return clock_text(clock_of(filetime)); }
 
 std::uint8_t format_date_time(std::string& date_out, std::string& time_out, const time& t,
                               const std::string& date_format, const std::string& time_format) {

@@ -41,7 +41,7 @@ TEST(ShortText, PutTwoAppendsEachNumberBelow100) {
     }
 }
 
-TEST(ShortText, AppendsUpToItsCapacityAndIsEmptyAfterClear) {
+TEST(ShortText, AppendsUpToItsCapacityAndCanBeShortened) {
     ql::short_text text;
     EXPECT_EQ(text.view(), "");
     text.put(std::string(30, 'a'));
@@ -49,6 +49,8 @@ TEST(ShortText, AppendsUpToItsCapacityAndIsEmptyAfterClear) {
     text.put('c');
     EXPECT_EQ(text.size(), 32u);
     EXPECT_EQ(text.view(), std::string(30, 'a') + "bc");
+    text.truncate(3);
+    EXPECT_EQ(text.view(), "aaa");
     text.clear();
     EXPECT_EQ(text.size(), 0u);
     text.put("d");

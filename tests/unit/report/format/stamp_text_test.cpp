@@ -36,6 +36,7 @@ TEST(StampText, RendersEachTimestampOfASequence) {
         {"none yet", 0, {"", ""}},
         {"first", filetime(2021, 3, 4, 5, 6, 7, 1230000), {"2021-03-04", "05:06:07.123"}},
         {"same timestamp", filetime(2021, 3, 4, 5, 6, 7, 1230000), {"2021-03-04", "05:06:07.123"}},
+        {"same second", filetime(2021, 3, 4, 5, 6, 7, 90000), {"2021-03-04", "05:06:07.009"}},
         {"same day", filetime(2021, 3, 4, 23, 59, 59, 9999999), {"2021-03-04", "23:59:59.999"}},
         {"next tick", filetime(2021, 3, 5), {"2021-03-05", "00:00:00.000"}},
         {"invalid", 1, {"", ""}},
@@ -56,12 +57,17 @@ TEST(StampText, RendersEachTimestampOfASequence) {
 TEST(StampText, RendersLikeDateTimeStrings) {
     const std::vector<std::uint64_t> values = {filetime(2021, 3, 4, 5, 6, 7, 1234567),
                                                filetime(2021, 3, 4),
+                                               filetime(2021, 3, 4, 0, 0, 0, 7654321),
+                                               filetime(2021, 3, 4, 0, 0, 0, 1),
                                                0,
                                                1,
                                                filetime(1969, 12, 31, 23, 59, 59),
                                                filetime(2999, 6, 1),
                                                filetime(3002, 1, 1),
                                                filetime(2000, 2, 29, 12),
+                                               filetime(1970, 1, 1, 0, 0, 0, 9999999),
+                                               filetime(1970, 1, 1, 0, 0, 1),
+                                               filetime(1970, 1, 1, 0, 0, 1, 1),
                                                ~std::uint64_t{0},
                                                filetime(2000, 2, 29, 13)};
     for (const ql::date_style style :
