@@ -1,6 +1,7 @@
 #include "foundation/text/ql_string.h"
 
 #include <algorithm>
+#include <array>
 #include <cwchar>
 
 #include "foundation/text/number_text.h"
@@ -94,10 +95,16 @@ int following_bytes(std::uint8_t lead) {
 }
 
 // Returns true for a character that the XML report contains unescaped.
-constexpr bool is_xml_char(char c) {
-    const auto byte = static_cast<std::uint8_t>(c);
-    if (c == '<' || c == '>' || c == '&') return false;
-    return (byte >= 0x20 && byte <= 0x7E) || c == '\r' || c == '\n';
+bool is_xml_char(char c) {
+    // A table, because the report checks each character of each path.
+    static constexpr std::array<bool, 256> is_plain = [] {
+        std::array<bool, 256> plain{};
+        std::fill(plain.begin() + 0x20, plain.begin() + 0x7F, true);
+        plain['<'] = plain['>'] = plain['&'] = false;
+        plain['\r'] = plain['\n'] = true;
+        return plain;
+    }();
+    return is_plain[static_cast<std::uint8_t>(c)];
 }
 
 // Returns the unit with this index. If the buffer ends in the middle of the unit, its high byte is
@@ -106,12 +113,9 @@ wchar_t unit_at(bytes units, std::size_t index) {
     return static_cast<wchar_t>(le16(units, index * 2));
 }
 
-// Counts the units before the first zero unit, up to `limit`. Units past the buffer are zero.
-std::size_t count_units(bytes units, std::size_t limit) {
-    std::size_t count = 0;
-    while (count < limit && unit_at(units, count) != 0)
-        ++count;
-    return count;
+// Returns the number of units, up to `limit`, that are at least partly inside the buffer.
+std::size_t stored_units(bytes units, std::size_t limit) {
+    return std::min(limit, units.size() / 2 + units.size() % 2);
 }
 
 // Returns the maximum number of units in a text of `byte_length` bytes.
@@ -182,13 +186,18 @@ std::wstring to_wide(std::string_view utf8) {
 }
 
 std::uint32_t utf16_to_wide(bytes units, std::int64_t byte_length, std::wstring& out_wide) {
-    const std::size_t count = count_units(units, unit_limit(byte_length));
-    out_wide.resize(count);
+    const std::size_t most = stored_units(units, unit_limit(byte_length));
+    out_wide.resize(most);
+    wchar_t* const out = out_wide.data();
+    std::size_t count = 0;
     bool has_pairs = false;
-    for (std::size_t i = 0; i < count; ++i) {
-        out_wide[i] = unit_at(units, i);
-        has_pairs |= is_high_surrogate(out_wide[i]);
+    for (; count < most; ++count) {
+        const wchar_t unit = unit_at(units, count);
+        if (unit == 0) break;
+        out[count] = unit;
+        has_pairs |= is_high_surrogate(unit);
     }
+    out_wide.resize(count);
     if (has_pairs) join_pairs(out_wide);
     return static_cast<std::uint32_t>(count * 2);
 }
