@@ -43,6 +43,10 @@ void append_decimal(text_buffer& out, std::uint64_t value, std::size_t width) {
 }
 
 void append_decimal(text_buffer& out, std::uint64_t value) {
+    if (value < 10) {  // most sequence numbers and flags
+        out += static_cast<char>('0' + value);
+        return;
+    }
     char* const first = out.reserve(max_digits);
     const char* const last = std::to_chars(first, first + max_digits, value).ptr;
     out.add_written(static_cast<std::size_t>(last - first));

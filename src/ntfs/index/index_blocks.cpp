@@ -154,8 +154,7 @@ bool index_block_stream::next_of_cluster() {
         return false;
     }
     const ql::bytes part = ql::clip(m_cluster, m_cluster_at, index_block_size);
-    m_block.fill(0);
-    std::copy(part.begin(), part.end(), m_block.begin());
+    ql::copy_with_zeros(part, m_block);
     m_cluster_at += index_block_size;
     finish_block();
     return true;
@@ -200,13 +199,15 @@ ql::bytes index_block_window::with_following() {
     const std::uint32_t first = number();
     while (m_blocks.back().number - first < num_shown - 1 && read_one()) {
     }
-    m_shown.fill(0);
+    auto end = m_shown.begin();  // of what is set
     for (const numbered_block& shown : m_blocks) {
         const std::size_t place = shown.number - first;
         if (place >= num_shown) break;
-        std::copy(shown.content.begin(), shown.content.end(),
-                  m_shown.begin() + static_cast<std::ptrdiff_t>(place * index_block_size));
+        const auto start = m_shown.begin() + static_cast<std::ptrdiff_t>(place * index_block_size);
+        std::fill(end, start, std::uint8_t{0});  // blocks that are missing
+        end = std::copy(shown.content.begin(), shown.content.end(), start);
     }
+    std::fill(end, m_shown.end(), std::uint8_t{0});
     return m_shown;
 }
 

@@ -14,14 +14,14 @@
 // where they match.
 class stamp_text {
 public:
-    explicit stamp_text(ql::date_style style) : m_style(style) {}
+    explicit stamp_text(ql::date_style style) : m_style(style), m_is_default(style.is_zero()) {}
 
     // Sets `date` and `time` to the texts of a FILETIME in UTC. Both are empty if it cannot be
     // displayed, as for 0.
     void render(std::uint64_t filetime) {
         if (filetime == m_filetime) return;
         m_filetime = filetime;
-        if (m_style.is_zero()) {
+        if (m_is_default) {
             render_default(filetime);
             return;
         }
@@ -77,6 +77,7 @@ private:
     }
 
     ql::date_style m_style;
+    bool m_is_default;             // the style is all zero
     std::uint64_t m_filetime = 0;  // what both texts show
     std::uint64_t m_second = 0;    // the second since 1601 that both texts show
     std::uint64_t m_day = no_day;  // the day since 1601 that `date` shows

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -45,13 +46,13 @@ void read_name(const NTFS_NAME_ENTRY& name, fn_entry& out) {
     out.is_short = name.is_dos_name;
 }
 
-// Returns the only name, or the first that is not a DOS name; an empty text if there are several
-// DOS names and no others.
-std::wstring_view display_name(const name_entry_list& names) {
+// Returns the index of the only name, or of the first that is not a DOS name; nullopt if there are
+// several DOS names and no others.
+std::optional<std::size_t> find_display_name(const name_entry_list& names) {
     for (std::size_t i = 0; i < names.size(); ++i) {
-        if (names[i].is_dos_name == 0 || names.size() == 1) return names[i].name;
+        if (names[i].is_dos_name == 0 || names.size() == 1) return i;
     }
-    return {};
+    return std::nullopt;
 }
 
 // Reads timestamps and attributes. Returns false if there is no $STANDARD_INFORMATION.
@@ -159,12 +160,7 @@ void entry_rows::add(const entry_source& source, dir_entry_set& entries) {
 bool entry_rows::read_entry(const entry_source& source) {
     const name_filter filter{.all_namespaces = true, .parent = source.parent_num};
     if (!m_ntfs.get_file_names(m_names, source.entry_num, source.record, filter)) return false;
-    if (m_opts.alldates != 0) {
-        m_common.fn_list.resize(m_names.size());
-        for (std::size_t i = 0; i < m_names.size(); ++i)
-            read_name(m_names[i], m_common.fn_list[i]);
-    }
-    set_utf8(m_common.name, display_name(m_names));
+    set_names();
     if (!read_standard_information(m_common, source.record, m_ntfs.get_mft_record_size())) {
         return false;
     }
@@ -175,6 +171,20 @@ bool entry_rows::read_entry(const entry_source& source) {
     m_common.parent_entry = source.parent_num;
     m_common.mft_entry = source.entry_num;
     return m_attribute_rows.read(source.entry_num, source.whole);
+}
+
+// Sets the display name, which is empty if there is none, and for reports with all dates the list
+// of names.
+void entry_rows::set_names() {
+    const std::optional<std::size_t> display = find_display_name(m_names);
+    if (m_opts.alldates == 0) {
+        set_utf8(m_common.name, display ? m_names[*display].name : std::wstring_view());
+        return;
+    }
+    m_common.fn_list.resize(m_names.size());
+    for (std::size_t i = 0; i < m_names.size(); ++i)
+        read_name(m_names[i], m_common.fn_list[i]);
+    m_common.name = display ? m_common.fn_list[*display].name : std::string_view();
 }
 
 void entry_rows::set_directory(const shared_path& path) {

@@ -56,6 +56,7 @@ public:
 
 private:
     bool read_entry(const entry_source& source);
+    void set_names();
     void set_directory(const shared_path& path);
     void make_key(bool append_name);
     bool passes_filters() const;

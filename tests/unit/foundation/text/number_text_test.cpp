@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 
 namespace {
@@ -34,6 +35,12 @@ TEST(NumberText, PadsNumbersInBuffersAndNeverTruncates) {
     ql::text_buffer row;
     append_numbers(row);
     EXPECT_EQ(row.view(), numbers);
+    row.clear();
+    for (const std::uint64_t value : {1u, 9u, 10u, 11u}) {
+        ql::append_decimal(row, value);
+        row += ' ';
+    }
+    EXPECT_EQ(row.view(), "1 9 10 11 ");
 }
 
 }  // namespace
