@@ -30,8 +30,12 @@ constexpr Char uppered(Char c) {
 template <typename Text, typename Char>
 void replace_in(Text& text, Char from, Char to, bool ignore_case) {
     if (from == to) return;
-    const Char low = ignore_case ? lowered(from) : from;
-    const Char high = ignore_case ? uppered(from) : from;
+    if (!ignore_case) {
+        std::replace(text.begin(), text.end(), from, to);
+        return;
+    }
+    const Char low = lowered(from);
+    const Char high = uppered(from);
     for (auto& c : text)
         if (c == low || c == high) c = to;
 }

@@ -69,7 +69,8 @@ public:
           m_stamp(settings.date_style),
           m_separator(settings.csv_separator),
           m_before_date(settings.pair_datetime != 0 ? padding(settings) : ""),
-          m_before_time(settings.pair_datetime != 0 ? " " : m_separator + padding(settings)) {}
+          m_before_time(settings.pair_datetime != 0 ? " " : m_separator + padding(settings)),
+          m_empty_stamps(repeated(m_separator, settings.pair_datetime != 0 ? 4 : 8)) {}
 
     void append_pending_header(ql::text_buffer& row) const {
         if (!take_pending_header(csv_header_pending, m_settings)) return;
@@ -102,6 +103,13 @@ public:
 private:
     static std::string padding(const quorvel_opts& settings) {
         return settings.csv_space_field != 0 ? " " : "";
+    }
+
+    static std::string repeated(std::string_view text, int count) {
+        std::string all;
+        for (int i = 0; i < count; ++i)
+            all += text;
+        return all;
     }
 
     void append_path(ql::text_buffer& row, const dir_entry& entry, const listing_paths& paths) {
@@ -179,9 +187,7 @@ private:
             append_stamps(row, stamps);
             return;
         }
-        const int columns = m_settings.pair_datetime != 0 ? 4 : 8;
-        for (int i = 0; i < columns; ++i)
-            row += m_separator;
+        row += m_empty_stamps;
     }
 
     quorvel_opts& m_settings;
@@ -190,7 +196,8 @@ private:
     // The padding blank precedes the date of a paired field, otherwise the time.
     const std::string m_before_date;
     const std::string m_before_time;
-    ql::text_buffer m_path;  // reused
+    const std::string m_empty_stamps;  // the columns of four missing timestamps
+    ql::text_buffer m_path;            // reused
 };
 
 }  // namespace
