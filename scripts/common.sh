@@ -39,21 +39,45 @@ need() {
         apt-get install -q -y --no-install-recommends $missing
 }
 
-# A Debian 12 with the essential packages only, made by mmdebstrap.
+# A Debian 12 with the essential packages only, and one with the packages that build this project for
+# both processors. mmdebstrap makes them.
 bare_tar=build/package/bare-root.tar
+build_tar=build/package/build-root.tar
 
-# Returns true if there is a bare Debian 12 to unpack. Downloads it once; needs mmdebstrap.
-have_bare_debian() {
-    [ ! -f "$bare_tar" ] || return 0
+# have_debian <archive> <option of mmdebstrap>...: returns true if the archive of a Debian 12 exists.
+# Downloads it once; needs mmdebstrap.
+have_debian() {
+    archive=$1
+    shift
+    [ ! -f "$archive" ] || return 0
     mkdir -p build/package
-    mmdebstrap --variant=minbase --format=tar bookworm "$bare_tar.part" && mv "$bare_tar.part" "$bare_tar"
+    mmdebstrap --format=tar "$@" bookworm "$archive.part" && mv "$archive.part" "$archive"
+}
+
+# Returns true if there is a bare Debian 12 to unpack.
+have_bare_debian() {
+    have_debian "$bare_tar" --variant=minbase
+}
+
+# Returns true if there is a Debian 12 to build in.
+have_build_debian() {
+    have_debian "$build_tar" --variant=minbase --architectures=amd64,arm64 \
+        --aptopt='Apt::Install-Recommends "false"' \
+        --include=build-essential,crossbuild-essential-arm64,debhelper,cmake,ninja-build,lintian \
+        --include=libcli11-dev,libsqlite3-dev,libsqlite3-dev:arm64,libstdc++6:arm64,xz-utils
+}
+
+# unpack_debian <archive> <folder>: replaces the folder with the Debian 12 of the archive. Needs root or
+# $as_root.
+unpack_debian() {
+    ${as_root:-} rm -rf --one-file-system "$2"
+    mkdir -p "$2"
+    run ${as_root:-} tar -x --numeric-owner -f "$1" -C "$2"
 }
 
 # unpack_bare_debian <folder>: replaces the folder with a bare Debian 12. Needs mmdebstrap, and
 # root or $as_root.
 unpack_bare_debian() {
     have_bare_debian || fail "mmdebstrap cannot create a Debian 12 here"
-    ${as_root:-} rm -rf --one-file-system "$1"
-    mkdir -p "$1"
-    run ${as_root:-} tar -x --numeric-owner -f "$bare_tar" -C "$1"
+    unpack_debian "$bare_tar" "$1"
 }

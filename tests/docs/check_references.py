@@ -27,7 +27,8 @@ MEMBER = re.compile(r"(\w+)::(\w+)")
 MIXED_CASE = re.compile(r"[A-Z]\w*[a-z]\w*[A-Z]\w*")
 UNDERSCORE = re.compile(r"[a-z]\w*_\w+")
 GTEST_FILTER = re.compile(r"--gtest_filter='?(\w+)")
-FOLDERS = ("bench", "cmake", "completion", "docs", "fuzz", "scripts", "src", "tests")
+FOLDERS = ("bench", "cmake", "completion", "debian", "docs", "examples", "fuzz", "scripts", "src",
+           "tests")
 SOURCES = ("src", "tests", "fuzz", "bench")
 
 

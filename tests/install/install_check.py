@@ -18,13 +18,17 @@ import command_line
 FILES = {
     "bin/quorvel": None,
     "share/bash-completion/completions/quorvel": "completion/quorvel.bash",
-    "share/doc/quorvel/LICENSE": "LICENSE",
+    **{f"share/doc/quorvel/{name}": name for name in (
+        "CHANGELOG.md", "LICENSE", "README.md", "docs/behaviour.md", "docs/coming-from.md",
+        "docs/containers.md", "docs/convert.md", "docs/cookbook.md", "docs/releasing.md",
+        "docs/reports.md", "examples/list-volumes")},
     "share/man/man1/quorvel.1": "docs/quorvel.1",
     "share/zsh/site-functions/_quorvel": "completion/_quorvel",
 }
 CONVERT_FILES = {
     "bin/quorvel-convert": None,
     "share/bash-completion/completions/quorvel-convert": "completion/quorvel-convert.bash",
+    "share/doc/quorvel/examples/volume-timeline": "examples/volume-timeline",
     "share/man/man1/quorvel-convert.1": "docs/quorvel-convert.1",
     "share/zsh/site-functions/_quorvel-convert": "completion/_quorvel-convert",
 }
@@ -64,7 +68,8 @@ class Install(unittest.TestCase):
     def test_modes_are_readable_by_all(self):
         for name in FILES:
             mode = stat.S_IMODE(os.stat(self.path(name)).st_mode)
-            self.assertEqual(mode, 0o755 if name.startswith("bin/") else 0o644, name)
+            is_program = name.startswith("bin/") or "/examples/" in name
+            self.assertEqual(mode, 0o755 if is_program else 0o644, name)
 
     def test_installed_program_runs(self):
         run = subprocess.run([self.path("bin/quorvel"), "-h"], stdout=subprocess.PIPE,
@@ -81,8 +86,12 @@ class Install(unittest.TestCase):
         self.assertIn(b"quorvel ended with status 255", run.stderr)
 
     def test_package_has_the_version_of_the_program(self):
-        changes = content_of(os.path.join(OPTIONS.source, "packaging/changelog"))
+        changes = content_of(os.path.join(OPTIONS.source, "debian/changelog"))
         self.assertTrue(changes.startswith(b"quorvel (" + self.version() + b") "), changes[:30])
+
+    def test_changes_for_users_begin_with_the_version_of_the_program(self):
+        changes = content_of(os.path.join(OPTIONS.source, "CHANGELOG.md"))
+        self.assertEqual(re.search(rb"^## (\S+)$", changes, re.MULTILINE)[1], self.version())
 
     @staticmethod
     def version():

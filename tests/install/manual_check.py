@@ -99,6 +99,34 @@ class Manual(unittest.TestCase):
         self.assertLess(sections.index("EXAMPLES"), sections.index("OPTIONS"))
 
 
+class SampleManual(unittest.TestCase):
+    """Compares the manual of quorvel-sample with its usage."""
+
+    @classmethod
+    def setUpClass(cls):
+        path = os.path.join(os.path.dirname(OPTIONS.page), "quorvel-sample.1")
+        cls.page = read(path)
+        cls.lint = subprocess.run(["mandoc", "-T", "lint", "-W", "style", path],
+                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT).stdout.decode()
+        cls.usage = subprocess.run([OPTIONS.sample], stderr=subprocess.PIPE).stderr.decode()
+
+    def test_documents_each_kind_once(self):
+        kinds = re.findall(r"quorvel-sample (\w+) ", self.usage)
+        kinds += re.findall(r"^ {9}([a-z-]+)  ", self.usage, re.MULTILINE)
+        self.assertGreater(len(kinds), 10)
+        self.assertEqual(sorted(re.findall(r"^\.It Cm (\S+)$", self.page, re.MULTILINE)),
+                         sorted(kinds))
+
+    def test_page_passes_mandoc_lint(self):
+        lines = [line for line in self.lint.splitlines()
+                 if "referenced manual not found" not in line and "outdated mandoc.db" not in line]
+        self.assertEqual(lines, [])
+
+    def test_footer_names_the_program_and_the_version_of_quorvel(self):
+        version = re.search(r"^\.Os quorvel (\S+)$", read(OPTIONS.page), re.MULTILINE)[1]
+        self.assertIn(f"\n.Os quorvel-sample {version}\n", self.page)
+
+
 class Examples(unittest.TestCase):
     """Runs every example in a folder of sample images with the names that it uses."""
 
