@@ -3,11 +3,16 @@
 # _FORTIFY_SOURCE needs an optimiser. -fcf-protection is not among them: the start files of Debian's C
 # library lack its mark, so the linker drops it, and only its instructions would remain.
 option(QUORVEL_HARDENING "Harden optimised builds of the programs" ON)
+set(is_hardened OFF)
+if(QUORVEL_HARDENING AND CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT QUORVEL_SANITIZE
+        AND NOT QUORVEL_FUZZ AND NOT QUORVEL_COVERAGE)
+    set(is_hardened ON)
+endif()
 
 # Adds the flags to all targets of this folder and of those below. -fPIE instead of CMake's property
 # for position-independent code, which compiles libraries for use in shared ones.
 macro(quorvel_harden)
-    if(QUORVEL_HARDENING AND CMAKE_BUILD_TYPE STREQUAL "Release")
+    if(is_hardened)
         # All functions are bound at the start, so calls need no table of jumps (-fno-plt).
         add_compile_options(-fPIE -fno-plt -fstack-protector-strong -fstack-clash-protection
             -Wformat -Werror=format-security)
@@ -23,7 +28,7 @@ endmacro()
 # layers that render rows of checked values: -fstack-protector-strong there makes a listing execute 3 %
 # more instructions.
 macro(quorvel_protect_arrays_only)
-    if(QUORVEL_HARDENING AND CMAKE_BUILD_TYPE STREQUAL "Release")
+    if(is_hardened)
         add_compile_options(-fstack-protector)
     endif()
 endmacro()
@@ -34,7 +39,7 @@ function(quorvel_link_statically program)
     if(NOT QUORVEL_STATIC)
         return()
     endif()
-    if(QUORVEL_HARDENING AND CMAKE_BUILD_TYPE STREQUAL "Release")
+    if(is_hardened)
         target_link_options(${program} PRIVATE -static-pie)
     else()
         target_link_options(${program} PRIVATE -static)
