@@ -23,8 +23,8 @@ set xtics rotate by -30
 set key top left
 plot "{data}" using 2:xtic(1) title "in the page cache" lc rgb "#1b6ca8", \\
      "" using 3 title "not cached" lc rgb "#e0a030", \\
-     "" using 0:2:(sprintf("%.2f", $2)) with labels offset -2,0.6 notitle font ",10", \\
-     "" using 0:3:(sprintf("%.2f", $3)) with labels offset 2,0.6 notitle font ",10"
+     "" using 0:2:(sprintf("%.2f", $2)) with labels offset -2,0.6 font ",10" notitle, \\
+     "" using 0:3:(sprintf("%.2f", $3)) with labels offset 2,0.6 font ",10" notitle
 """
 
 GROWTH = HEAD + """set title "A listing of n files, 100 in each directory"

@@ -8,7 +8,7 @@ install(FILES completion/quorvel.bash
 install(FILES completion/_quorvel DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES docs/behaviour.md docs/coming-from.md docs/containers.md docs/convert.md docs/cookbook.md
-    docs/releasing.md docs/reports.md
+    docs/page.png docs/releasing.md docs/reports.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
 install(PROGRAMS examples/list-volumes DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 

@@ -20,8 +20,8 @@ FILES = {
     "share/bash-completion/completions/quorvel": "completion/quorvel.bash",
     **{f"share/doc/quorvel/{name}": name for name in (
         "CHANGELOG.md", "LICENSE", "README.md", "docs/behaviour.md", "docs/coming-from.md",
-        "docs/containers.md", "docs/convert.md", "docs/cookbook.md", "docs/releasing.md",
-        "docs/reports.md", "examples/list-volumes")},
+        "docs/containers.md", "docs/convert.md", "docs/cookbook.md", "docs/page.png",
+        "docs/releasing.md", "docs/reports.md", "examples/list-volumes")},
     "share/man/man1/quorvel.1": "docs/quorvel.1",
     "share/zsh/site-functions/_quorvel": "completion/_quorvel",
 }
