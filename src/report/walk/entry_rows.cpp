@@ -173,8 +173,8 @@ bool entry_rows::read_entry(const entry_source& source) {
     return m_attribute_rows.read(source.entry_num, source.whole);
 }
 
-// Sets the display name, which is empty if there is none, and for reports with all dates the list
-// of names.
+// Sets the display name, or an empty one if the entry lacks it, and for reports with all dates the
+// list of names.
 void entry_rows::set_names() {
     const std::optional<std::size_t> display = find_display_name(m_names);
     if (m_opts.alldates == 0) {
