@@ -4,11 +4,11 @@
 namespace {
 
 using convert_run::convert;
-using convert_run::files_in;
 using convert_run::other_quorvel;
 using convert_run::printing;
 using convert_run::shell;
 using convert_run::words;
+using support::files_in;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;

@@ -52,15 +52,6 @@ private:
     support::temp_dir m_dir;
 };
 
-// Returns the names in a folder, sorted.
-inline words files_in(const std::string& folder) {
-    words names;
-    for (const auto& file : std::filesystem::directory_iterator(folder))
-        names.push_back(file.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 // A script that prints a listing whose separator is that of its own command line.
 inline std::string printing(const std::string& listing) {
     std::string text = listing;

@@ -119,7 +119,7 @@ TEST(ConvertRuns, TheOutputFileHasTheUsualPermissions) {
     struct stat file {};
     ASSERT_EQ(::stat(output.c_str(), &file), 0);
     EXPECT_EQ(file.st_mode & 07777u, 0640u);
-    EXPECT_THAT(convert_run::files_in(docs.dir.path()), testing::ElementsAre("docs.dd", "out.csv"));
+    EXPECT_THAT(support::files_in(docs.dir.path()), testing::ElementsAre("docs.dd", "out.csv"));
 }
 
 // The printed command runs in a shell, and its listing is read elsewhere.

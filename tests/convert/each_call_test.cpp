@@ -8,9 +8,9 @@
 namespace {
 
 using convert_run::convert;
-using convert_run::files_in;
 using convert_run::words;
 using e2e::system_fault;
+using support::files_in;
 using testing::HasSubstr;
 
 class ConvertEachCall : public testing::Test {

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace support {
 
@@ -28,5 +29,7 @@ private:
 // Returns the whole content of a file. Throws std::runtime_error if it cannot be read.
 std::string read_file(const std::string& path);
 bool file_exists(const std::string& path);
+// Returns the names in a folder, sorted.
+std::vector<std::string> files_in(const std::string& folder);
 
 }  // namespace support

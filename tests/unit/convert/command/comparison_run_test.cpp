@@ -27,7 +27,7 @@ struct job {
         line.output = dir.file("changes");
         line.summary = true;
     }
-    std::vector<std::string> files() const { return command_run::names_in(dir); }
+    std::vector<std::string> files() const { return support::files_in(dir.path()); }
 
     support::temp_dir dir;
     command_line line;

@@ -35,7 +35,7 @@ struct job {
         line.input = dir.write("listing", listing);
         line.output = dir.file("out.csv");
     }
-    std::vector<std::string> files() const { return command_run::names_in(dir); }
+    std::vector<std::string> files() const { return support::files_in(dir.path()); }
 
     support::temp_dir dir;
     command_line line;
