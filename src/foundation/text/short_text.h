@@ -9,6 +9,18 @@
 
 namespace ql {
 
+constexpr std::array<char, 200> make_digit_pairs() {
+    std::array<char, 200> pairs{};
+    for (std::size_t i = 0; i < 100; ++i) {
+        pairs[2 * i] = static_cast<char>('0' + i / 10);
+        pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
+    }
+    return pairs;
+}
+
+// The two digits of each number below 100, one pair after the other.
+inline constexpr std::array<char, 200> digit_pairs = make_digit_pairs();
+
 class short_text {
 public:
     static constexpr std::size_t capacity = 32;  // bytes
@@ -45,16 +57,8 @@ public:
     }
 
 private:
-    // The two digits of each number below 100.
-    static constexpr std::array<std::array<char, 2>, 100> pairs = [] {
-        std::array<std::array<char, 2>, 100> all{};
-        for (std::size_t i = 0; i < all.size(); ++i)
-            all[i] = {static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)};
-        return all;
-    }();
-
     void set_two(std::size_t at, std::uint32_t value) {
-        std::memcpy(m_text.data() + at, pairs[value % 100].data(), 2);
+        std::memcpy(m_text.data() + at, digit_pairs.data() + std::size_t{2} * (value % 100), 2);
     }
 
     std::array<char, capacity> m_text{};
