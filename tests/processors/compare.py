@@ -162,6 +162,18 @@ def valid_command_lines(name):
     return lines
 
 
+def write_sparse(path, content):
+    """Writes a file without its blocks of zeros: most of a real volume is empty."""
+    zeros = bytes(1 << 20)
+    with open(path, "wb") as out:
+        for at in range(0, len(content), len(zeros)):
+            block = content[at:at + len(zeros)]
+            if block != zeros[:len(block)]:
+                out.seek(at)
+                out.write(block)
+        out.truncate(len(content))
+
+
 def compare_damaged(builds, tally, pool, folder, name, copies):
     image = (folder / name).read_bytes()
     path = pathlib.Path(name)
@@ -169,7 +181,7 @@ def compare_damaged(builds, tally, pool, folder, name, copies):
         lines, files = [], []
         for seed in range(first, min(copies, first + COPIES_TOGETHER)):
             copy = folder / f"{path.stem}-{seed}{path.suffix}"
-            copy.write_bytes(damage.damaged(image, f"{name} {seed}"))
+            write_sparse(copy, damage.damaged(image, f"{name} {seed}"))
             files.append(copy)
             lines += with_source(image_sources(copy.name)[0], DAMAGED_FORMS)
         run_both(builds, tally, pool, folder, lines)
