@@ -178,17 +178,16 @@ private:
 }  // namespace
 
 void write_xml_opening(std::ostream& out, const quorvel_opts& opts) {
-    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<logdata ";
+    ql::text_buffer row;
+    row += "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n\n<logdata ";
     if (!opts.image_path.empty()) {
-        text += " umounted_image=\"" + ql::to_utf8(opts.image_path) + "\"\n";
+        row += " umounted_image=\"" + ql::to_utf8(opts.image_path) + "\"\n";
     }
-    text += " starting_path=\"" + ql::to_utf8(opts.entries.begin()->parent_path.text()) + '"';
+    row += " starting_path=\"" + ql::to_utf8(opts.entries.begin()->parent_path.text()) + '"';
     std::string date;
     std::string time;
     ql::date_time_strings(date, time, ql::time::now(), opts.date_style);
-    text += " date=\"" + date + "\" time=\"" + time + "\">";
-    ql::text_buffer row;
-    row += text;
+    row += " date=\"" + date + "\" time=\"" + time + "\">";
     write_row(out, row);
 }
 
