@@ -64,7 +64,8 @@ TEST_F(ConvertEachCall, OfAListingInEachFormat) {
 }
 
 // On a file system that cannot rename without replacing, the output is linked (the third change)
-// before the temporary file is deleted (the fourth).
+// before the temporary file is deleted (the fourth). The second fault does not count the call that
+// the first one lets fail.
 TEST_F(ConvertEachCall, AnOutputWhoseTemporaryFileRemainsIsWhole) {
     const std::string listing =
         m_dir.write("listing", listing_text::head() + listing_text::header() + listing_text::row());

@@ -3,10 +3,10 @@
 
     conversions.py --convert <quorvel-convert> --label <text> --image <image> --offset <bytes>
 
-The body file is compared with that of fls (see body_check.py), and mactime makes a timeline of both.
-Every other format is written and read: each has the rows that the CSV form has, the database is
-intact, and the page has the number of rows of each kind. A listing compared with itself has no
-changes.
+The body file is compared with that of fls (see body_check.py), and the timeline that mactime makes of
+it with that of quorvel-convert. The other formats are written and read: JSON lines and the database
+have the rows of the CSV form, the database is intact, and the page has the number of rows of each
+kind. A listing compared with itself has no changes.
 """
 
 import argparse
